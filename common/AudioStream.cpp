@@ -1,0 +1,3 @@
+#include "common/AudioStream.h"
+
+AudioStream::AudioStream() = default;

@@ -1,0 +1,3 @@
+#include "common/VideoStream.h"
+
+VideoStream::VideoStream() = default;

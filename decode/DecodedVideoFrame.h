@@ -1,0 +1,50 @@
+#pragma once
+
+#include "TavolinAVExport.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+class PictureBuffers;
+
+// One decoded picture: packed 24-bit RGB, rows of 3 x width bytes rounded up to a multiple of 4, not yet rotated.
+// Times are microseconds from the stream's first picture, both ends inclusive. Shared between the host and the video
+// cache, which changes its times; the last holder releases it, on any thread.
+//
+// Two kinds are marks and no pictures. The end of the stream: everything zero, `data` null. A change of the coded size:
+// `status` 1, one byte of data, and the new coded width and height; whoever draws checks `status` first.
+struct TAVOLINAV_EXPORT DecodedVideoFrame
+{
+    DecodedVideoFrame(); // the end of the stream
+
+    // Copies `size` bytes from `source`; `data` stays null when `size` is less than 1.
+    DecodedVideoFrame(uint8_t const* source, int size, int width, int height, long long startTime, double frameRate,
+                      int rotation, bool isLinear);
+    ~DecodedVideoFrame();
+    DecodedVideoFrame(DecodedVideoFrame const&) = delete;
+    DecodedVideoFrame& operator=(DecodedVideoFrame const&) = delete;
+
+    uint8_t* data = nullptr; // owned, from array new
+    int size = 0;            // bytes in data
+    int width = 0;           // pixels, the aspect ratio of the pixels already applied
+    int height = 0;
+    long long startTime = 0;
+    long long endTime = 0; // not set by the decoder: 0 until a host or the cache sets it
+    double frameRate = 0.0;
+    int rotation = 0;      // clockwise degrees by which to turn the picture for display
+    bool isLinear = false; // the source is in linear light; the bytes are gamma-encoded already
+    int status = 0;        // 1: the coded size has changed
+    QString text;          // the host's
+
+private:
+    friend class VideoDecoder;
+
+    // Makes `data` a buffer of the store, to which it returns unless the record holds another one by then.
+    void TakeFromStore(std::shared_ptr<PictureBuffers> const& from, int bytes);
+
+    std::shared_ptr<PictureBuffers> store;
+    uint8_t* storeBuffer = nullptr;
+    int storeSize = 0;
+};

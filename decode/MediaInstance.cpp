@@ -1,0 +1,366 @@
+#include "decode/MediaInstance.h"
+
+#include "common/Logger.h"
+#include "decode/AudioDecoder.h"
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/VideoDecoder.h"
+#include "media/AvGlobals.h"
+#include "media/FfmpegBridge.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+struct MissingStreamMessages
+{
+    char const* decoderNotFound;
+    char const* streamNotFound;
+    char const* otherwise; // with a place for the code
+};
+
+constexpr MissingStreamMessages missingAudio = {"Failed to find audio stream (Decoder not found)",
+                                                "Failed to find audio stream (Stream not found)",
+                                                "Failed to find audio stream index: %1"};
+constexpr MissingStreamMessages missingVideo = {"Failed to find video stream (Decoder not found)",
+                                                "Failed to find video stream (Stream not found)",
+                                                "Failed to find video stream index: %1"};
+
+void LogMissingStream(MissingStreamMessages const& messages, int code)
+{
+    Logger& logger = Logger::GetInstance();
+    if (code == AVERROR_DECODER_NOT_FOUND)
+        logger.Error(messages.decoderNotFound);
+    else if (code == AVERROR_STREAM_NOT_FOUND)
+        logger.Error(messages.streamNotFound);
+    else
+        logger.Error(QString::fromLatin1(messages.otherwise).arg(code));
+}
+
+int BoundedChannels(int channels)
+{
+    return std::min(channels, AvGlobals::maxAudioOutputChannels);
+}
+
+int RotationOf(VideoStream const& stream)
+{
+    bool isNumber = false;
+    int const rotation = stream.metadata.value(QStringLiteral("rotate")).toInt(&isNumber, 10);
+    return isNumber ? rotation : 0;
+}
+
+void Flush(AVCodecContext* context)
+{
+    if (context && avcodec_is_open(context))
+        avcodec_flush_buffers(context);
+}
+
+} // namespace
+
+MediaInstance::MediaInstance() = default;
+
+MediaInstance::~MediaInstance()
+{
+    Shutdown();
+}
+
+bool MediaInstance::Initialize(std::weak_ptr<MediaInfo> newMediaInfo, long long newInstanceId)
+{
+    Shutdown();
+    audioDecoder = std::make_unique<AudioDecoder>();
+    videoDecoder = std::make_unique<VideoDecoder>();
+    auto const info = newMediaInfo.lock();
+    if (!info || !info->IsInitialized()) {
+        Logger::GetInstance().Error(QStringLiteral("Media info not initialized."));
+        return false;
+    }
+    packet.reset(av_packet_alloc());
+    mediaInfo = std::move(newMediaInfo);
+    instanceId = static_cast<int>(static_cast<unsigned>(newInstanceId));
+    for (VideoStream const& stream : info->GetVideoStreams()) {
+        if (stream.codecName == QLatin1String("mpeg1video"))
+            requiresLargeSeekOffset = true;
+    }
+    return packet != nullptr;
+}
+
+bool MediaInstance::OpenInput()
+{
+    CloseInput();
+    audioStreamIndex = -1;
+    videoStreamIndex = -1;
+    auto const info = mediaInfo.lock();
+    if (!info || !packet) {
+        Logger::GetInstance().Error("Attempted to decode media that does not exist.");
+        return false;
+    }
+    AVFormatContext* opened = nullptr;
+    if (!MediaReader::OpenInput(info, &opened))
+        return false;
+    formatContext.reset(opened);
+    if (!info->IsImage())
+        avformat_find_stream_info(formatContext.get(), nullptr);
+    if (info->GetNumAudioStreams() > 0 && !OpenAudio(*info))
+        return false;
+    return info->GetNumVideoStreams() == 0 || OpenVideo(*info);
+}
+
+bool MediaInstance::OpenAudio(MediaInfo const& info)
+{
+    Logger& logger = Logger::GetInstance();
+    FfmpegBridge::DecoderPtr decoder = nullptr;
+    audioStreamIndex = av_find_best_stream(formatContext.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    if (audioStreamIndex < 0) {
+        LogMissingStream(missingAudio, audioStreamIndex);
+        return false;
+    }
+    AVStream const* stream = formatContext->streams[audioStreamIndex];
+    audioCodecContext.reset(avcodec_alloc_context3(nullptr));
+    int result =
+        audioCodecContext ? avcodec_parameters_to_context(audioCodecContext.get(), stream->codecpar) : AVERROR(ENOMEM);
+    if (result < 0) {
+        audioCodecContext.reset();
+        logger.Error("Failed to create audio codec context.", result);
+        return false;
+    }
+    result = avcodec_open2(audioCodecContext.get(), decoder, nullptr);
+    if (result < 0) {
+        logger.Error("Failed to open audio decoder.", result);
+        return false;
+    }
+    AudioStream record;
+    info.GetAudioStream(audioStreamIndex, record);
+    if (!record.valid) {
+        logger.Error("Audio stream invalid or not found.");
+        return false;
+    }
+    channelCount = record.channels;
+    sampleRate = record.sampleRate;
+    bytesPerSample = record.bytesPerSample;
+    planer = record.isPlanar;
+    audioDecoder->Initialize(audioCodecContext.get(), stream->time_base, record.channels,
+                             static_cast<long long>(record.channelLayout), record.sampleRate, record.sampleFormat);
+    return true;
+}
+
+bool MediaInstance::OpenVideo(MediaInfo const& info)
+{
+    Logger& logger = Logger::GetInstance();
+    FfmpegBridge::DecoderPtr decoder = nullptr;
+    videoStreamIndex = av_find_best_stream(formatContext.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
+    if (videoStreamIndex < 0) {
+        LogMissingStream(missingVideo, videoStreamIndex);
+        return false;
+    }
+    AVStream const* stream = formatContext->streams[videoStreamIndex];
+    videoCodecContext.reset(avcodec_alloc_context3(nullptr));
+    int const result =
+        videoCodecContext ? avcodec_parameters_to_context(videoCodecContext.get(), stream->codecpar) : AVERROR(ENOMEM);
+    if (result < 0) {
+        videoCodecContext.reset();
+        logger.Error("Failed to create video codec context.", result);
+        return false;
+    }
+    videoCodecContext->thread_count = 0; // FFmpeg chooses
+    if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
+        logger.Error("Failed to open video decoder."); // without the code, unlike the sound's
+        return false;
+    }
+    VideoStream record;
+    info.GetVideoStream(videoStreamIndex, record);
+    if (!record.valid) {
+        logger.Error("Video stream invalid or not found.");
+        return false;
+    }
+    videoDecoder->Initialize(videoCodecContext.get(), stream->time_base, record.width, record.height,
+                             record.pixelAspectRatio, record.startTime, record.frameRate, RotationOf(record),
+                             info.IsImage(), info.IsLinearColorSpace());
+    return true;
+}
+
+void MediaInstance::CloseInput()
+{
+    ClearPacket();
+    if (audioDecoder)
+        audioDecoder->Shutdown();
+    if (videoDecoder)
+        videoDecoder->Shutdown();
+    audioCodecContext.reset();
+    videoCodecContext.reset();
+    formatContext.reset();
+}
+
+void MediaInstance::Shutdown()
+{
+    CloseInput();
+    packet.reset();
+    audioDecoder.reset();
+    videoDecoder.reset();
+}
+
+bool MediaInstance::HasPacket()
+{
+    if (formatContext)
+        return packetLoaded;
+    if (!OpenInput())
+        return false;
+    LoadPacket();
+    return true;
+}
+
+void MediaInstance::PrepareNextPacket(bool force)
+{
+    ClearPacket();
+    if (!endOfFile || force)
+        LoadPacket();
+}
+
+void MediaInstance::ClearPacket()
+{
+    if (packetLoaded)
+        av_packet_unref(packet.get());
+    packetLoaded = false;
+}
+
+void MediaInstance::LoadPacket()
+{
+    ClearPacket();
+    if (!formatContext)
+        return;
+    endOfFile = !MediaReader::GetPacket(formatContext.get(), packet.get());
+    packetLoaded = true;
+}
+
+bool MediaInstance::IsAudioPacket() const
+{
+    return audioStreamIndex >= 0 && packetLoaded && packet->stream_index == audioStreamIndex;
+}
+
+bool MediaInstance::IsEndOfFile() const
+{
+    return endOfFile;
+}
+
+bool MediaInstance::RequiresLargeSeekOffset() const
+{
+    return requiresLargeSeekOffset;
+}
+
+std::weak_ptr<MediaInfo> MediaInstance::GetMediaInfo() const
+{
+    return mediaInfo;
+}
+
+void MediaInstance::DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                                 QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
+{
+    if (!formatContext || !packet)
+        return;
+    do {
+        int const index = packet->stream_index;
+        bool const drains = index < 0;
+        if (drains || index == audioStreamIndex)
+            audioDecoder->DecodePacket(packet.get(), audioFrames);
+        if (drains || index == videoStreamIndex)
+            videoDecoder->DecodePacket(packet.get(), videoFrames, seekTime);
+        ClearPacket();
+        if (endOfFile)
+            return;
+        LoadPacket();
+    } while (IsAudioPacket());
+}
+
+void MediaInstance::Seek(long long time)
+{
+    auto const info = mediaInfo.lock();
+    if (info && info->IsImage()) {
+        Reopen();
+        return;
+    }
+    if (!formatContext && !OpenInput())
+        return;
+    int const result = SeekInput(time);
+    if (result < 0) {
+        Logger::GetInstance().Error(QStringLiteral("Seek Failed."), result);
+        return;
+    }
+    Flush(videoCodecContext.get());
+    if (videoDecoder)
+        videoDecoder->Flush();
+    Flush(audioCodecContext.get());
+    LoadPacket();
+}
+
+void MediaInstance::Reopen()
+{
+    CloseInput();
+    if (OpenInput())
+        LoadPacket();
+}
+
+int MediaInstance::SeekInput(long long time)
+{
+    bool const hasVideo = videoStreamIndex >= 0;
+    int const streamIndex = hasVideo ? videoStreamIndex : -1; // -1: FFmpeg's default stream, in microseconds
+    if (time == 0)
+        return av_seek_frame(formatContext.get(), streamIndex, 0, AVSEEK_FLAG_BACKWARD);
+    AVRational const microseconds = {1, AV_TIME_BASE};
+    long long const target =
+        hasVideo ? av_rescale_q(time, microseconds, formatContext->streams[videoStreamIndex]->time_base) : time;
+    return avformat_seek_file(formatContext.get(), streamIndex, 0, target, target, AVSEEK_FLAG_FRAME);
+}
+
+bool MediaInstance::IsAudioMatched(std::shared_ptr<MediaInstance> other)
+{
+    return other && BoundedChannels(channelCount) == BoundedChannels(other->channelCount) &&
+           sampleRate == other->sampleRate && bytesPerSample == other->bytesPerSample && planer == other->planer;
+}
+
+void MediaInstance::SetDecoderFrameRate(double frameRate)
+{
+    if (videoDecoder)
+        videoDecoder->SetFrameRate(frameRate);
+}
+
+int MediaInstance::GetActiveAudioStreamIndex() const
+{
+    return audioStreamIndex;
+}
+
+int MediaInstance::GetActiveVideoStreamIndex() const
+{
+    return videoStreamIndex;
+}
+
+int MediaInstance::GetChannelCount() const
+{
+    return channelCount;
+}
+
+int MediaInstance::GetOutputChannelCount() const
+{
+    return BoundedChannels(channelCount);
+}
+
+int MediaInstance::GetSampleRate() const
+{
+    return sampleRate;
+}
+
+int MediaInstance::GetBytesPerSample() const
+{
+    return bytesPerSample;
+}
+
+bool MediaInstance::IsPlaner() const
+{
+    return planer;
+}

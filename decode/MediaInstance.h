@@ -1,0 +1,113 @@
+#pragma once
+
+#include "TavolinAVExport.h"
+#include "media/FfmpegPtr.h"
+
+#include <QList>
+
+#include <memory>
+
+class AudioDecoder;
+class MediaInfo;
+class VideoDecoder;
+struct DecodedAudioFrame;
+struct DecodedVideoFrame;
+
+// One open decoding session on one media source: the demultiplexer, one video and one audio stream with their decoders,
+// and the one packet in hand.
+//
+//     MediaInstance instance;
+//     instance.Initialize(info, 0);
+//     while (instance.HasPacket())                       // opens the file when it is not
+//         instance.DecodePacket(sounds, pictures, -1);   // the last call drains both decoders
+//
+// Times are microseconds; pictures count from the first one, sounds and seek targets are the container's. All calls on
+// one instance come from one thread at a time. Failures are logged. Every call is safe in every state.
+class TAVOLINAV_EXPORT MediaInstance
+{
+public:
+    MediaInstance();
+    ~MediaInstance();
+    MediaInstance(MediaInstance const&) = delete;
+    MediaInstance& operator=(MediaInstance const&) = delete;
+
+    // `mediaInfo` is a probed description, which is not kept alive; `instanceId` is the host's own. False when the
+    // description is gone or not probed. The file is not opened yet.
+    bool Initialize(std::weak_ptr<MediaInfo> mediaInfo, long long instanceId);
+
+    // Opens the file and, where it has such streams, the best audio and video stream. After false, what was opened
+    // stays open until CloseInput. An input that is open already is closed first.
+    bool OpenInput();
+
+    void CloseInput(); // can be opened again
+    void Shutdown();   // for good
+
+    // Whether a packet is in hand. Opens the input and loads the first packet when it is not open; false when that
+    // fails.
+    bool HasPacket();
+
+    // Replaces the packet in hand by the next one. After the end of the input only when `force` is set, and then
+    // always by something: the packet that drains the decoders, if nothing else.
+    void PrepareNextPacket(bool force);
+
+    void ClearPacket(); // lets go of the packet in hand
+    bool IsAudioPacket() const;
+    bool IsEndOfFile() const; // nothing was left to read; the packet in hand may still be the one that drains
+
+    // Whether seeks in this source need to begin well before their target: it has MPEG-1 video.
+    bool RequiresLargeSeekOffset() const;
+    std::weak_ptr<MediaInfo> GetMediaInfo() const;
+
+    // Decodes the packet in hand and every audio packet that follows it directly, appends the records, and leaves the
+    // first other packet in hand. The packet after the last one drains both decoders. `seekTime` is the target of a
+    // pending seek, negative without one. To be called after HasPacket said true.
+    void DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                      QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
+
+    // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
+    // packet found there. Images are reopened instead. A seek that fails changes nothing.
+    void Seek(long long time);
+
+    // Whether both sessions deliver sound of the same kind.
+    bool IsAudioMatched(std::shared_ptr<MediaInstance> other);
+
+    void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; after Initialize
+
+    // Positions among the container's streams, -1 without such a stream.
+    int GetActiveAudioStreamIndex() const;
+    int GetActiveVideoStreamIndex() const;
+
+    // Of the audio stream once it is open; 0 and false before.
+    int GetChannelCount() const;
+    int GetOutputChannelCount() const; // not more than AvGlobals::maxAudioOutputChannels
+    int GetSampleRate() const;         // Hz
+    int GetBytesPerSample() const;
+    bool IsPlaner() const;
+
+private:
+    bool OpenAudio(MediaInfo const& info);
+    bool OpenVideo(MediaInfo const& info);
+    void LoadPacket();
+    void Reopen();
+    int SeekInput(long long time);
+
+    std::weak_ptr<MediaInfo> mediaInfo;
+    int instanceId = 0;        // the host's
+    int audioStreamIndex = -1; // or a negative FFmpeg code
+    int videoStreamIndex = -1;
+    int channelCount = 0;
+    int sampleRate = 0;
+    int bytesPerSample = 0;
+    bool planer = false;
+    bool packetLoaded = false; // the packet in hand holds something
+    bool endOfFile = false;
+    bool requiresLargeSeekOffset = false;
+
+    // The decoders use the codec contexts, so they are declared after them and go first.
+    FfmpegPtr<AVFormatContext> formatContext;
+    FfmpegPtr<AVCodecContext> audioCodecContext;
+    FfmpegPtr<AVCodecContext> videoCodecContext;
+    FfmpegPtr<AVPacket> packet;
+    std::unique_ptr<AudioDecoder> audioDecoder;
+    std::unique_ptr<VideoDecoder> videoDecoder;
+};

@@ -1,0 +1,82 @@
+#include "decode/PictureBuffers.h"
+
+#include <algorithm>
+#include <new>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+constexpr int smallestKept = 128 * 1024; // the allocator serves smaller ones from pages that it has
+constexpr size_t mostKeptBytes = 64 * 1024 * 1024;
+constexpr unsigned long long unusedAfter = 32; // buffers taken since
+constexpr size_t spareBytes = 64;              // a converter that rounds its last step up stays inside
+
+} // namespace
+
+std::shared_ptr<PictureBuffers> PictureBuffers::GetShared()
+{
+    static std::mutex mutex;
+    static std::weak_ptr<PictureBuffers> shared;
+    std::lock_guard const lock(mutex);
+    auto store = shared.lock();
+    if (!store) {
+        store.reset(new (std::nothrow) PictureBuffers);
+        shared = store;
+    }
+    return store;
+}
+
+uint8_t* PictureBuffers::Take(int size)
+{
+    if (Buffer buffer = TakeKept(size))
+        return buffer.release();
+    return new (std::nothrow) uint8_t[static_cast<size_t>(size) + spareBytes];
+}
+
+PictureBuffers::Buffer PictureBuffers::TakeKept(int size)
+{
+    Buffer unused; // freed after the lock, as it is declared before
+    std::lock_guard const lock(mutex);
+    ++taken;
+    auto const match =
+        std::find_if(kept.begin(), kept.end(), [size](Kept const& one) { return one.buffer && one.size == size; });
+    Buffer found = match == kept.end() ? nullptr : std::move(match->buffer);
+    if (Kept& oldest = Oldest(); oldest.buffer && taken - oldest.givenAt > unusedAfter)
+        unused = std::move(oldest.buffer);
+    return found;
+}
+
+void PictureBuffers::Give(uint8_t* buffer, int size)
+{
+    Buffer given(buffer);
+    auto const bytes = static_cast<size_t>(size);
+    if (!given || size < smallestKept || bytes > mostKeptBytes)
+        return;
+    std::array<Buffer, std::tuple_size_v<decltype(kept)>> displaced; // freed after the lock
+    std::lock_guard const lock(mutex);
+    for (size_t i = 0; i < displaced.size() && KeptBytes() + bytes > mostKeptBytes; ++i)
+        displaced[i] = std::move(Oldest().buffer);
+    auto const place = std::find_if(kept.begin(), kept.end(), [](Kept const& one) { return !one.buffer; });
+    Kept& target = place == kept.end() ? Oldest() : *place;
+    target.buffer.swap(given);
+    target.size = size;
+    target.givenAt = taken;
+}
+
+PictureBuffers::Kept& PictureBuffers::Oldest()
+{
+    return *std::min_element(kept.begin(), kept.end(), [](Kept const& a, Kept const& b) {
+        if (!a.buffer || !b.buffer)
+            return a.buffer && !b.buffer; // free places come last
+        return a.givenAt < b.givenAt;
+    });
+}
+
+size_t PictureBuffers::KeptBytes() const
+{
+    size_t bytes = 0;
+    for (Kept const& one : kept)
+        bytes += one.buffer ? static_cast<size_t>(one.size) : 0;
+    return bytes;
+}

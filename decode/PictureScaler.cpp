@@ -1,0 +1,142 @@
+#include "decode/PictureScaler.h"
+
+#include "media/FfmpegBridge.h"
+
+extern "C" {
+#include <libavutil/buffer.h>
+#include <libavutil/frame.h>
+#include <libavutil/opt.h>
+}
+
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr int bytesPerPixel = 3;
+
+// libswscale's fast converters write up to this many pixels at a time. Where a row has no room for the last step, they
+// leave its last columns unwritten or write into the next row, depending on the width.
+constexpr int pixelsPerStep = 16;
+
+// Below this many pixels the slice threads take longer to wake than to work.
+constexpr long long pixelsWorthThreads = 500000;
+
+constexpr long long RoundUp(long long value, long long step)
+{
+    return (value + step - 1) / step * step;
+}
+
+bool HasRoom(PictureScaler::Layout const& layout)
+{
+    return RoundUp(layout.outputWidth, pixelsPerStep) * bytesPerPixel <= layout.outputStride;
+}
+
+bool IsWorthThreads(PictureScaler::Layout const& layout)
+{
+    return FfmpegBridge::hasScalerThreads &&
+           static_cast<long long>(layout.outputWidth) * layout.outputHeight >= pixelsWorthThreads;
+}
+
+FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, bool threaded)
+{
+    FfmpegPtr<SwsContext> context(sws_alloc_context());
+    if (!context)
+        return nullptr;
+    av_opt_set_int(context.get(), "srcw", layout.width, 0);
+    av_opt_set_int(context.get(), "srch", layout.height, 0);
+    av_opt_set_int(context.get(), "src_format", layout.format, 0);
+    av_opt_set_int(context.get(), "dstw", layout.outputWidth, 0);
+    av_opt_set_int(context.get(), "dsth", layout.outputHeight, 0);
+    av_opt_set_int(context.get(), "dst_format", AV_PIX_FMT_RGB24, 0);
+    av_opt_set_int(context.get(), "sws_flags", SWS_BILINEAR, 0);
+    if (threaded)
+        av_opt_set(context.get(), "threads", "auto", 0);
+    if (sws_init_context(context.get(), nullptr, nullptr) < 0)
+        return nullptr;
+    return context;
+}
+
+// The padding behind the pixels of each row.
+void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
+{
+    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
+    auto const stride = static_cast<size_t>(layout.outputStride);
+    if (used == stride)
+        return;
+    for (int row = 0; row < layout.outputHeight; ++row)
+        std::memset(target + row * stride + used, 0, stride - used);
+}
+
+void CopyRows(uint8_t const* source, size_t sourceStride, uint8_t* target, PictureScaler::Layout const& layout)
+{
+    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
+    for (int row = 0; row < layout.outputHeight; ++row) {
+        std::memcpy(target, source, used);
+        source += sourceStride;
+        target += layout.outputStride;
+    }
+}
+
+void KeepBuffer(void*, uint8_t*) {} // the memory is not the reference's
+
+} // namespace
+
+bool PictureScaler::Convert(AVFrame& source, Layout const& layout, uint8_t* target)
+{
+    if (!Prepare(layout))
+        return false;
+    if (HasRoom(layout)) {
+        if (!ConvertTo(source, layout, target, layout.outputStride))
+            return false;
+    } else {
+        auto const stride = RoundUp(layout.outputWidth + pixelsPerStep, 64) * bytesPerPixel;
+        auto const size = static_cast<size_t>(stride * layout.outputHeight);
+        if (roomySize != size) {
+            roomyRows.reset(new (std::nothrow) uint8_t[size]);
+            roomySize = roomyRows ? size : 0;
+        }
+        if (!roomyRows || !ConvertTo(source, layout, roomyRows.get(), static_cast<int>(stride)))
+            return false;
+        CopyRows(roomyRows.get(), static_cast<size_t>(stride), target, layout);
+    }
+    ClearPadding(layout, target);
+    return true;
+}
+
+bool PictureScaler::Prepare(Layout const& layout)
+{
+    bool const fits = context && layout.width == prepared.width && layout.height == prepared.height &&
+                      layout.format == prepared.format && layout.outputWidth == prepared.outputWidth &&
+                      layout.outputHeight == prepared.outputHeight;
+    if (fits)
+        return true;
+    threaded = IsWorthThreads(layout);
+    context = MakeContext(layout, threaded);
+    prepared = layout;
+    return context != nullptr;
+}
+
+bool PictureScaler::ConvertTo(AVFrame& source, Layout const& layout, uint8_t* target, int stride)
+{
+    if (!threaded) {
+        uint8_t* const planes[4] = {target};
+        int const strides[4] = {stride};
+        return sws_scale(context.get(), source.data, source.linesize, 0, layout.height, planes, strides) >= 0;
+    }
+    FfmpegPtr<AVFrame> picture(av_frame_alloc());
+    if (!picture)
+        return false;
+    auto const size = static_cast<long long>(stride) * layout.outputHeight;
+    picture->buf[0] = av_buffer_create(target, static_cast<size_t>(size), KeepBuffer, nullptr, 0);
+    if (!picture->buf[0])
+        return false;
+    picture->data[0] = target;
+    picture->linesize[0] = stride;
+    picture->width = layout.outputWidth;
+    picture->height = layout.outputHeight;
+    picture->format = AV_PIX_FMT_RGB24;
+    source.width = layout.width;
+    source.height = layout.height;
+    return FfmpegBridge::ScaleFrame(context.get(), picture.get(), &source) >= 0;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "media/FfmpegPtr.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+// Converts decoded pictures to packed RGB of another width, bilinear, straight into the caller's rows: every pixel is
+// written, the padding of each row is 0, and nothing beside the rows changes. Keeps its conversion context for the next
+// picture of the same kind.
+class PictureScaler
+{
+public:
+    // What a picture is converted from and to, in pixels.
+    struct Layout
+    {
+        int width = 0;
+        int height = 0;
+        int format = -1; // AVPixelFormat
+        int outputWidth = 0;
+        int outputHeight = 0;
+        int outputStride = 0; // bytes, at least 3 x outputWidth
+    };
+
+    // Converts `source`, whose picture is at least as large as the layout says, into `target` of outputStride x
+    // outputHeight bytes. The source's size fields are changed to the layout's. False when the conversion is not
+    // possible; `target` then holds anything.
+    bool Convert(AVFrame& source, Layout const& layout, uint8_t* target);
+
+private:
+    bool Prepare(Layout const& layout);
+    bool ConvertTo(AVFrame& source, Layout const& layout, uint8_t* target, int stride);
+
+    Layout prepared; // what `context` was made for
+    FfmpegPtr<SwsContext> context;
+    bool threaded = false;                // `context` has slice threads
+    std::unique_ptr<uint8_t[]> roomyRows; // scratch picture whose rows have room for the converter's last step
+    size_t roomySize = 0;
+};

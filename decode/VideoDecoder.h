@@ -1,0 +1,85 @@
+#pragma once
+
+#include "TavolinAVExport.h"
+#include "media/FfmpegPtr.h"
+
+#include <QList>
+
+#include <deque>
+#include <memory>
+
+class PictureBuffers;
+class PictureScaler;
+struct AVRational;
+struct DecodedVideoFrame;
+
+// Turns the packets of one video stream into DecodedVideoFrame records: packed RGB at the width that the pixels' aspect
+// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range), times in microseconds from the
+// stream's first picture. One thread at a time. A decoder that is not initialised does nothing.
+class TAVOLINAV_EXPORT VideoDecoder
+{
+public:
+    VideoDecoder();
+    ~VideoDecoder(); // as Shutdown
+    VideoDecoder(VideoDecoder const&) = delete;
+    VideoDecoder& operator=(VideoDecoder const&) = delete;
+
+    // `codecContext` is opened, stays the caller's and must outlive the use; `width` and `height` are the coded size,
+    // `startTime` is subtracted from every time, `frameRate` serves pictures without a time and is held to the range of
+    // Settings. Images ignore the aspect ratio. False, and not initialised, for a null context or an impossible size.
+    bool Initialize(AVCodecContext* codecContext, AVRational const& timeBase, int width, int height,
+                    float pixelAspectRatio, long long startTime, double frameRate, int rotation, bool isImage,
+                    bool isLinear);
+
+    // A rate outside the range of Settings is replaced by the default rate, not by the nearer bound. The rate already
+    // set changes nothing, so a new decoder given 0.0 keeps 0.0.
+    void SetFrameRate(double frameRate);
+
+    // Appends the records that `packet` completes: at most one picture for an ordinary packet; all that are held back
+    // and the mark of the end for an empty one (no data, no size); the whole image, without a mark, for an image.
+    // Pictures more than Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A
+    // dropped picture, and a mark of a changed size, end the call: what an empty packet then leaves in the decoder
+    // comes with the next one. A packet that cannot be decoded is lost and logged.
+    void DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+
+    // Forgets the decoded pictures that wait for the next call. To be called whenever the codec context is flushed.
+    void Flush();
+
+    // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
+    // negative FFmpeg code of a failure; `endOfStream` is never cleared.
+    int DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream);
+
+    void Shutdown(); // can be initialised again
+
+private:
+    enum class Step { Picture, TryAgain, Done };
+
+    Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+    int TakeFrame();
+    void HoldFurtherPictures();
+    long long TakeTime();
+    bool IsBeforeSeek(long long time, long long seekTime) const;
+    bool HasSizeChanged() const;
+    void AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time) const;
+    bool AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time);
+
+    AVCodecContext* codecContext = nullptr; // not owned
+    double timeBase = 0.0;                  // microseconds per tick
+    int outputWidth = 1;
+    int outputStride = 4;    // bytes per row
+    int outputSize = 0;      // bytes per picture
+    long long startTime = 0; // microseconds
+    double frameRate = 0.0;
+    double frameDuration = 0.0; // microseconds
+    int width = 1;              // coded size that the decoder was initialised for
+    int height = 1;
+    double lastTime = 0.0; // of the last picture, microseconds; gathers fractions over pictures without a time
+    int rotation = 0;
+    bool isImage = false;
+    bool isLinear = false;
+    FfmpegPtr<AVFrame> frame; // the picture being turned into a record
+    FfmpegPtr<AVFrame> spareFrame;
+    std::deque<FfmpegPtr<AVFrame>> heldFrames; // decoded by an earlier call and not yet delivered
+    std::shared_ptr<PictureBuffers> pictureBuffers;
+    std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
+};

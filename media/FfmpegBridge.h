@@ -1,0 +1,171 @@
+#pragma once
+
+// One name for what FFmpeg 4.3, 5.1 and 7.1 each call differently. No other file asks for FFmpeg's version.
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/channel_layout.h>
+#include <libavutil/display.h>
+#include <libavutil/opt.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+#include <cstdint>
+
+namespace FfmpegBridge {
+
+#define TAVOLIN_HAS_CHANNEL_LAYOUT_TYPE (LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 28, 100))
+#define TAVOLIN_HAS_SCALER_THREADS (LIBSWSCALE_VERSION_INT >= AV_VERSION_INT(6, 1, 100))
+
+// What av_find_best_stream hands back.
+#if LIBAVFORMAT_VERSION_MAJOR >= 59
+using DecoderPtr = AVCodec const*;
+#else
+using DecoderPtr = AVCodec*;
+#endif
+
+#if TAVOLIN_HAS_CHANNEL_LAYOUT_TYPE
+
+inline int ChannelCount(AVCodecContext const* context)
+{
+    return context->ch_layout.nb_channels;
+}
+
+inline int ChannelCount(AVFrame const* frame)
+{
+    return frame->ch_layout.nb_channels;
+}
+
+inline uint64_t MaskOf(AVChannelLayout const& layout)
+{
+    return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
+}
+
+inline uint64_t ChannelLayoutMask(AVCodecContext const* context)
+{
+    return MaskOf(context->ch_layout);
+}
+
+inline uint64_t ChannelLayoutMask(AVFrame const* frame)
+{
+    return MaskOf(frame->ch_layout);
+}
+
+// 0 when there is none for so many channels.
+inline uint64_t DefaultChannelLayout(int channels)
+{
+    if (channels <= 0)
+        return 0;
+    AVChannelLayout layout{};
+    av_channel_layout_default(&layout, channels);
+    uint64_t const mask = MaskOf(layout);
+    av_channel_layout_uninit(&layout);
+    return mask;
+}
+
+inline int ChannelsInLayout(uint64_t mask)
+{
+    AVChannelLayout layout{};
+    if (mask == 0 || av_channel_layout_from_mask(&layout, mask) < 0)
+        return 0;
+    return layout.nb_channels;
+}
+
+inline void SetResamplerLayout(SwrContext* resampler, char const* option, uint64_t mask)
+{
+    AVChannelLayout layout{};
+    if (mask != 0)
+        av_channel_layout_from_mask(&layout, mask); // a mask of 0 is an error; the layout stays empty
+    av_opt_set_chlayout(resampler, option, &layout, 0);
+    av_channel_layout_uninit(&layout);
+}
+
+inline void SetResamplerInputLayout(SwrContext* resampler, uint64_t mask)
+{
+    SetResamplerLayout(resampler, "in_chlayout", mask);
+}
+
+inline void SetResamplerOutputLayout(SwrContext* resampler, uint64_t mask)
+{
+    SetResamplerLayout(resampler, "out_chlayout", mask);
+}
+
+#else
+
+inline int ChannelCount(AVCodecContext const* context)
+{
+    return context->channels;
+}
+
+inline int ChannelCount(AVFrame const* frame)
+{
+    return frame->channels;
+}
+
+inline uint64_t ChannelLayoutMask(AVCodecContext const* context)
+{
+    return context->channel_layout;
+}
+
+inline uint64_t ChannelLayoutMask(AVFrame const* frame)
+{
+    return frame->channel_layout;
+}
+
+inline uint64_t DefaultChannelLayout(int channels)
+{
+    return static_cast<uint64_t>(av_get_default_channel_layout(channels));
+}
+
+inline int ChannelsInLayout(uint64_t mask)
+{
+    return av_get_channel_layout_nb_channels(mask);
+}
+
+inline void SetResamplerInputLayout(SwrContext* resampler, uint64_t mask)
+{
+    av_opt_set_int(resampler, "in_channel_layout", static_cast<int64_t>(mask), 0);
+}
+
+inline void SetResamplerOutputLayout(SwrContext* resampler, uint64_t mask)
+{
+    av_opt_set_int(resampler, "out_channel_layout", static_cast<int64_t>(mask), 0);
+}
+
+#endif
+
+// The nine 32-bit numbers that turn the stream's pictures upright; null when it carries none.
+inline int32_t const* DisplayMatrix(AVStream const* stream)
+{
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
+    auto const* entry = av_packet_side_data_get(stream->codecpar->coded_side_data, stream->codecpar->nb_coded_side_data,
+                                                AV_PKT_DATA_DISPLAYMATRIX);
+    return entry && entry->size >= 36 ? reinterpret_cast<int32_t const*>(entry->data) : nullptr;
+#else
+    return reinterpret_cast<int32_t const*>(av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+#endif
+}
+
+// Whether the demuxer leaves it to us to write the "rotate" tag of a turned stream: FFmpeg 4 wrote it itself.
+constexpr bool mustWriteRotateTag = LIBAVFORMAT_VERSION_MAJOR >= 59;
+
+// Whether a scaler can cut a picture into slices for threads of its own.
+constexpr bool hasScalerThreads = TAVOLIN_HAS_SCALER_THREADS;
+
+// Converts the whole of `source`, with the scaler's own threads where it has some. Both pictures must be reference
+// counted.
+inline int ScaleFrame(SwsContext* scaler, AVFrame* target, AVFrame const* source)
+{
+#if TAVOLIN_HAS_SCALER_THREADS
+    return sws_scale_frame(scaler, target, source);
+#else
+    return sws_scale(scaler, source->data, source->linesize, 0, source->height, target->data, target->linesize);
+#endif
+}
+
+#undef TAVOLIN_HAS_CHANNEL_LAYOUT_TYPE
+#undef TAVOLIN_HAS_SCALER_THREADS
+
+} // namespace FfmpegBridge

@@ -1,0 +1,348 @@
+#include "media/MediaReader.h"
+
+#include "common/Logger.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/VideoDecoder.h"
+#include "media/FfmpegBridge.h"
+#include "media/FfmpegPtr.h"
+#include "media/MediaInfo.h"
+
+#include <QFileInfo>
+#include <QList>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/display.h>
+}
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <list>
+
+namespace {
+
+// The packets at the start of a file, read as they are asked for. Every reader gets all of its stream's packets, and an
+// empty one where the file ends among them.
+class FileHead
+{
+public:
+    explicit FileHead(AVFormatContext* newFormatContext) : formatContext(newFormatContext) {}
+
+    // The next packet of the stream that was not returned yet, or the closing empty one, which is returned once for
+    // each reader; null when there is none. Valid until the next call.
+    AVPacket* Next(int streamIndex)
+    {
+        current = TakeKept(streamIndex);
+        while (!current && !ended && packetsRead < mostPackets)
+            current = Read(streamIndex);
+        if (current || !ended || closingReader == streamIndex)
+            return current.get();
+        closingReader = streamIndex;
+        return closing.get();
+    }
+
+private:
+    static constexpr int mostPackets = 250;
+
+    FfmpegPtr<AVPacket> TakeKept(int streamIndex)
+    {
+        for (auto packet = kept.begin(); packet != kept.end(); ++packet) {
+            if ((*packet)->stream_index == streamIndex) {
+                auto found = std::move(*packet);
+                kept.erase(packet);
+                return found;
+            }
+        }
+        return nullptr;
+    }
+
+    // The next packet of the file when it belongs to the stream. One of another video stream is kept for its reader.
+    FfmpegPtr<AVPacket> Read(int streamIndex)
+    {
+        FfmpegPtr<AVPacket> packet(av_packet_alloc());
+        if (!packet || !MediaReader::GetPacket(formatContext, packet.get())) {
+            ended = true;
+            closing = std::move(packet);
+            return nullptr;
+        }
+        ++packetsRead;
+        if (packet->stream_index == streamIndex)
+            return packet;
+        AVStream const* stream = formatContext->streams[packet->stream_index];
+        if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO)
+            kept.push_back(std::move(packet));
+        return nullptr;
+    }
+
+    AVFormatContext* formatContext; // not owned
+    int packetsRead = 0;
+    bool ended = false;
+    int closingReader = -1; // the stream that got the closing packet last
+    FfmpegPtr<AVPacket> closing;
+    FfmpegPtr<AVPacket> current;
+    std::list<FfmpegPtr<AVPacket>> kept;
+};
+
+// The stream's rate, rounded to three decimals; 0.0 when it says none that can be used.
+double FrameRateOf(AVStream const* stream)
+{
+    AVRational const rate = stream->avg_frame_rate.num != 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+    double const thousandths = static_cast<double>(rate.num) / static_cast<double>(rate.den) * 1000.0 + 0.5;
+    if (!(thousandths >= 1.0 && thousandths <= std::numeric_limits<int32_t>::max()))
+        return 0.0;
+    return static_cast<int32_t>(thousandths) / 1000.0;
+}
+
+// The pictures of `duration`, a partial last one counted. The container's own count is taken where it differs by just
+// one; a larger disagreement is the container's mistake.
+long long FrameCountOf(AVStream const* stream, long long duration, long long frameStep)
+{
+    long long const count = duration / frameStep + (duration % frameStep > 0 ? 1 : 0);
+    auto const difference =
+        static_cast<int32_t>(static_cast<uint32_t>(stream->nb_frames) - static_cast<uint32_t>(count));
+    bool const isClose = difference == 1 || difference == -1;
+    return stream->nb_frames > 0 && isClose ? stream->nb_frames : count;
+}
+
+void SetTiming(VideoStream& record, AVStream const* stream, long long duration)
+{
+    double const frameRate = FrameRateOf(stream);
+    if (frameRate <= 0.0)
+        return;
+    auto const frameStep = static_cast<long long>(1.0 / frameRate * 1000000.0);
+    if (frameStep < 1)
+        return;
+    record.frameRate = frameRate;
+    record.frameStep = frameStep;
+    record.numFrames = FrameCountOf(stream, duration, frameStep);
+}
+
+float PixelAspectRatioOf(AVRational const& ratio)
+{
+    if (ratio.den == 0)
+        return 1.0f;
+    auto const value = static_cast<float>(static_cast<double>(ratio.num) / static_cast<double>(ratio.den));
+    return value > 0.0f ? value : 1.0f;
+}
+
+// FFmpeg 5 dropped the "rotate" tag that FFmpeg 4 wrote for a turned stream of a QuickTime or MP4 file; the display
+// matrix says the same.
+void AddRotateTag(AVFormatContext const* formatContext, AVStream const* stream, QMap<QString, QString>& metadata)
+{
+    if (!FfmpegBridge::mustWriteRotateTag || std::strcmp(formatContext->iformat->name, "mov,mp4,m4a,3gp,3g2,mj2") != 0)
+        return;
+    int32_t const* matrix = FfmpegBridge::DisplayMatrix(stream);
+    double const counterClockwise = matrix ? av_display_rotation_get(matrix) : NAN;
+    if (std::isnan(counterClockwise))
+        return;
+    double clockwise = 0.0 - counterClockwise; // never -0
+    if (clockwise < 0.0)
+        clockwise += 360.0;
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", clockwise);
+    metadata[QStringLiteral("rotate")] = QString::fromLatin1(text);
+}
+
+FfmpegPtr<AVCodecContext> OpenVideoCodec(AVStream const* stream)
+{
+    FfmpegPtr<AVCodecContext> context(avcodec_alloc_context3(nullptr));
+    if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0 ||
+        avcodec_open2(context.get(), avcodec_find_decoder(context->codec_id), nullptr) < 0)
+        return nullptr;
+    return context;
+}
+
+void SetStartTime(VideoStream& record, MediaInfo const& info, long long startTime)
+{
+    record.startTime = startTime;
+    if (startTime >= 0)
+        return;
+    record.startTime = 0;
+    Logger::GetInstance().Info(
+        QStringLiteral("INFO: Video stream (%1) start time is less than 0. Skipping negative frames: %2 (%3)")
+            .arg(QString::number(record.streamIndex), info.GetFileName(), QString::number(startTime)));
+}
+
+// Decodes until `frames` holds a record. The list is the caller's for all video streams and is never emptied: with
+// several of them, the later ones start when the first record of all starts.
+void FindStartTime(VideoStream& record, MediaInfo const& info, AVFormatContext* formatContext, FileHead& head,
+                   QList<std::shared_ptr<DecodedVideoFrame>>& frames)
+{
+    if (!record.valid)
+        return;
+    AVStream const* stream = formatContext->streams[record.streamIndex];
+    auto const context = OpenVideoCodec(stream);
+    if (!context)
+        return;
+    VideoDecoder decoder;
+    decoder.Initialize(context.get(), stream->time_base, record.width, record.height, record.pixelAspectRatio, 0,
+                       record.frameRate, 0, info.IsImage(), info.IsLinearColorSpace());
+    while (AVPacket* packet = head.Next(record.streamIndex)) {
+        decoder.DecodePacket(packet, frames, -1);
+        if (!frames.isEmpty()) {
+            SetStartTime(record, info, frames.first()->startTime);
+            return;
+        }
+    }
+}
+
+} // namespace
+
+bool MediaReader::OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** formatContext)
+{
+    QFileInfo const file(info->GetFilePath());
+    QString const path = file.absoluteFilePath();
+    if (!file.exists()) {
+        Logger::GetInstance().Error(QStringLiteral("File not found: %1").arg(path));
+        return false;
+    }
+    int const result = avformat_open_input(formatContext, path.toUtf8().constData(), nullptr, nullptr);
+    if (result < 0) {
+        Logger::GetInstance().Error(QStringLiteral("Failed to open input for parsing: %1").arg(path), result);
+        return false;
+    }
+    return true;
+}
+
+void MediaReader::ParseMetadata(AVDictionary* dictionary, QMap<QString, QString>& metadata)
+{
+    AVDictionaryEntry const* entry = nullptr;
+    while ((entry = av_dict_get(dictionary, "", entry, AV_DICT_IGNORE_SUFFIX)))
+        metadata[QString::fromLatin1(entry->key)] = QString::fromUtf8(entry->value);
+}
+
+bool MediaReader::ParseAudioProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,
+                                       unsigned long streamIndex)
+{
+    AVStream const* stream = formatContext->streams[streamIndex];
+    FfmpegPtr<AVCodecContext> const context(avcodec_alloc_context3(nullptr));
+    if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0) {
+        Logger::GetInstance().Error("Failed to get audio codec.");
+        return false;
+    }
+    AVCodec const* decoder = avcodec_find_decoder(context->codec_id);
+    if (!decoder) {
+        Logger::GetInstance().Error("Audio decoder not found.");
+        return false;
+    }
+    int const result = avcodec_open2(context.get(), decoder, nullptr);
+    if (result < 0) {
+        Logger::GetInstance().Error(QStringLiteral("Failed to open audio codec."), result);
+        return false;
+    }
+    AudioStream& record = info->audioStreams.last();
+    record.streamIndex = static_cast<int>(streamIndex);
+    record.codecName = QString::fromUtf8(decoder->name);
+    record.channels = FfmpegBridge::ChannelCount(context.get());
+    record.channelLayout = FfmpegBridge::ChannelLayoutMask(context.get());
+    if (record.channelLayout == 0)
+        record.channelLayout = FfmpegBridge::DefaultChannelLayout(record.channels);
+    record.isPlanar = av_sample_fmt_is_planar(context->sample_fmt) != 0;
+    record.bytesPerSample = av_get_bytes_per_sample(context->sample_fmt);
+    record.sampleRate = context->sample_rate;
+    record.sampleFormat = context->sample_fmt;
+    record.valid = true;
+    ParseMetadata(stream->metadata, record.metadata);
+    return true;
+}
+
+bool MediaReader::ParseVideoProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,
+                                       unsigned long streamIndex)
+{
+    AVStream const* stream = formatContext->streams[streamIndex];
+    FfmpegPtr<AVCodecContext> const context(avcodec_alloc_context3(nullptr));
+    if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0) {
+        Logger::GetInstance().Error("Failed to get video codec context.");
+        return false;
+    }
+    context->thread_count = 0; // FFmpeg chooses
+    AVCodec const* decoder = avcodec_find_decoder(context->codec_id);
+    if (!decoder) {
+        Logger::GetInstance().Error("Video decoder not found.");
+        return false;
+    }
+    int const result = avcodec_open2(context.get(), decoder, nullptr);
+    if (result < 0) {
+        Logger::GetInstance().Error(QStringLiteral("Failed to open video codec."), result);
+        return false;
+    }
+    VideoStream& record = info->videoStreams.last();
+    record.streamIndex = static_cast<int>(streamIndex);
+    record.codecName = QString::fromUtf8(decoder->name);
+    record.width = context->width;
+    record.height = context->height;
+    record.pixelAspectRatio = PixelAspectRatioOf(context->sample_aspect_ratio);
+    ParseMetadata(stream->metadata, record.metadata);
+    AddRotateTag(formatContext, stream, record.metadata);
+    if (info->IsImage()) {
+        info->duration = -1;
+        record.numFrames = 1;
+        record.frameRate = -1.0;
+        record.frameStep = -1;
+    } else if (info->duration > 0) {
+        SetTiming(record, stream, info->duration);
+    }
+    record.codecDelay = context->delay;
+    record.valid = true;
+    return true;
+}
+
+bool MediaReader::GetPacket(AVFormatContext* formatContext, AVPacket* packet)
+{
+    if (!packet)
+        return false;
+    if (av_read_frame(formatContext, packet) >= 0)
+        return true;
+    av_packet_unref(packet);
+    packet->stream_index = -1;
+    return false;
+}
+
+void MediaReader::CloseInput(AVFormatContext** formatContext)
+{
+    avformat_close_input(formatContext);
+}
+
+bool MediaReader::ParseMedia(std::shared_ptr<MediaInfo> info)
+{
+    info->initialized = false;
+    info->audioStreams.clear();
+    info->videoStreams.clear();
+
+    AVFormatContext* opened = nullptr;
+    if (!OpenInput(info, &opened))
+        return false;
+    FfmpegPtr<AVFormatContext> const input(opened);
+    int const result = avformat_find_stream_info(input.get(), nullptr);
+    if (result < 0) {
+        Logger::GetInstance().Error(
+            QStringLiteral("Failed to find stream information for \"%1\"").arg(info->GetFileName()), result);
+        return false;
+    }
+    info->duration = input->duration > 0 ? input->duration : -1;
+    ParseMetadata(input->metadata, info->metadata);
+    for (unsigned i = 0; i < input->nb_streams; ++i) {
+        AVMediaType const type = input->streams[i]->codecpar->codec_type;
+        if (type == AVMEDIA_TYPE_VIDEO) {
+            info->videoStreams.append(VideoStream());
+            ParseVideoProperties(info, input.get(), i);
+        } else if (type == AVMEDIA_TYPE_AUDIO) {
+            info->audioStreams.append(AudioStream());
+            ParseAudioProperties(info, input.get(), i);
+        }
+    }
+    if (info->IsImage()) {
+        info->duration = -1;
+    } else {
+        FileHead head(input.get());
+        QList<std::shared_ptr<DecodedVideoFrame>> frames;
+        for (VideoStream& record : info->videoStreams)
+            FindStartTime(record, *info, input.get(), head, frames);
+    }
+    info->initialized = true;
+    return true;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "TavolinAVExport.h"
+
+#include <QMap>
+#include <QString>
+
+#include <memory>
+
+class MediaInfo;
+struct AVDictionary;
+struct AVFormatContext;
+struct AVPacket;
+
+// Probes media files, and opens, reads and closes them for decoding sessions. Stateless: calls on different MediaInfo
+// objects may run on different threads at the same time. Failures are logged where they happen.
+class TAVOLINAV_EXPORT MediaReader
+{
+public:
+    // Fills `info` from its file: streams, tags, durations, rates, and, unless it is an image, the time of each video
+    // stream's first picture, for which it decodes among the first 250 packets. False when the file cannot be opened or
+    // holds no stream information; streams without a decoder only leave records that are not valid. Meant to run once;
+    // again, it rebuilds the streams and adds to the tags.
+    static bool ParseMedia(std::shared_ptr<MediaInfo> info);
+
+    // `*formatContext` receives the opened file, the caller's to close; false leaves it null.
+    static bool OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** formatContext);
+
+    // Adds the tags of `dictionary` (null for none): keys as they stand, values as UTF-8, later ones replacing earlier.
+    static void ParseMetadata(AVDictionary* dictionary, QMap<QString, QString>& metadata);
+
+    // Fill the last record of the list from the container's stream; false leaves it as it was, not valid.
+    static bool ParseAudioProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,
+                                     unsigned long streamIndex);
+    static bool ParseVideoProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,
+                                     unsigned long streamIndex);
+
+    // Reads the next packet of any stream. At the end, and on an error, false and an empty packet of stream -1, which a
+    // decoder takes as the request to drain; a null packet is just false.
+    static bool GetPacket(AVFormatContext* formatContext, AVPacket* packet);
+
+    static void CloseInput(AVFormatContext** formatContext); // sets it to null
+};
