@@ -262,20 +262,25 @@ std::weak_ptr<MediaInfo> MediaInstance::GetMediaInfo() const
 void MediaInstance::DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                                  QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
 {
+    do
+        DecodeOnePacket(audioFrames, videoFrames, seekTime);
+    while (IsAudioPacket());
+}
+
+void MediaInstance::DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                                    QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
+{
     if (!formatContext || !packet)
         return;
-    do {
-        int const index = packet->stream_index;
-        bool const drains = index < 0;
-        if (drains || index == audioStreamIndex)
-            audioDecoder->DecodePacket(packet.get(), audioFrames);
-        if (drains || index == videoStreamIndex)
-            videoDecoder->DecodePacket(packet.get(), videoFrames, seekTime);
-        ClearPacket();
-        if (endOfFile)
-            return;
+    int const index = packet->stream_index;
+    bool const drains = index < 0;
+    if (drains || index == audioStreamIndex)
+        audioDecoder->DecodePacket(packet.get(), audioFrames);
+    if (drains || index == videoStreamIndex)
+        videoDecoder->DecodePacket(packet.get(), videoFrames, seekTime);
+    ClearPacket();
+    if (!endOfFile)
         LoadPacket();
-    } while (IsAudioPacket());
 }
 
 void MediaInstance::Seek(long long time)

@@ -64,6 +64,11 @@ public:
     void DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                       QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
+    // One turn of DecodePacket: decodes just the packet in hand and takes the next one. For hosts that bound their
+    // memory, since DecodePacket decodes a file of sound alone in one call.
+    void DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                         QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
+
     // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
     // packet found there. Images are reopened instead. A seek that fails changes nothing.
     void Seek(long long time);
