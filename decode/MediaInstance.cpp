@@ -4,6 +4,7 @@
 #include "decode/AudioDecoder.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
+#include "decode/Microseconds.h"
 #include "decode/VideoDecoder.h"
 #include "media/AvGlobals.h"
 #include "media/FfmpegBridge.h"
@@ -16,6 +17,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -244,6 +246,19 @@ bool MediaInstance::IsAudioPacket() const
     return audioStreamIndex >= 0 && packetLoaded && packet->stream_index == audioStreamIndex;
 }
 
+bool MediaInstance::IsKeyPacket() const
+{
+    return packetLoaded && (packet->flags & AV_PKT_FLAG_KEY) != 0;
+}
+
+long long MediaInstance::GetPacketTime() const
+{
+    if (!packetLoaded || packet->stream_index < 0 || packet->pts == AV_NOPTS_VALUE)
+        return std::numeric_limits<long long>::min();
+    AVStream const* stream = formatContext->streams[packet->stream_index];
+    return TruncatedTime(static_cast<double>(packet->pts) * MicrosecondsPerTick(stream->time_base));
+}
+
 bool MediaInstance::IsEndOfFile() const
 {
     return endOfFile;
@@ -281,6 +296,11 @@ void MediaInstance::DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& a
     ClearPacket();
     if (!endOfFile)
         LoadPacket();
+}
+
+bool MediaInstance::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames)
+{
+    return videoDecoder && videoDecoder->FollowSizeChange(videoFrames);
 }
 
 void MediaInstance::Seek(long long time)

@@ -85,22 +85,32 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     rotation = newRotation;
     isImage = newIsImage;
     isLinear = newIsLinear;
-    outputWidth = AspectCorrectedWidth(newWidth, isImage ? 1.0f : pixelAspectRatio);
-
-    uint8_t* planes[4] = {};
-    int strides[4] = {};
-    outputSize = av_image_fill_arrays(planes, strides, nullptr, AV_PIX_FMT_RGB24, outputWidth, newHeight,
-                                      RowAlignment(outputWidth));
+    aspectRatio = isImage ? 1.0f : pixelAspectRatio;
     frame.reset(av_frame_alloc());
     pictureBuffers = PictureBuffers::GetShared();
-    if (outputSize < 0 || !frame || !pictureBuffers) {
+    if (!frame || !pictureBuffers || !SetSize(newWidth, newHeight)) {
         Shutdown();
         return false;
     }
     codecContext = newCodecContext;
+    return true;
+}
+
+// The coded size, and the size and rows of the pictures that follow from it; false when such pictures cannot be.
+bool VideoDecoder::SetSize(int codedWidth, int codedHeight)
+{
+    int const correctedWidth = AspectCorrectedWidth(codedWidth, aspectRatio);
+    uint8_t* planes[4] = {};
+    int strides[4] = {};
+    int const bytes = av_image_fill_arrays(planes, strides, nullptr, AV_PIX_FMT_RGB24, correctedWidth, codedHeight,
+                                           RowAlignment(correctedWidth));
+    if (bytes < 0)
+        return false;
+    width = codedWidth;
+    height = codedHeight;
+    outputWidth = correctedWidth;
     outputStride = strides[0];
-    width = newWidth;
-    height = newHeight;
+    outputSize = bytes;
     return true;
 }
 
@@ -233,6 +243,14 @@ void VideoDecoder::AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& f
                                                       frameRate, rotation, isLinear);
     record->status = 1;
     frames.append(std::move(record));
+}
+
+bool VideoDecoder::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames)
+{
+    // The picture is still in `frame`, and its time is the last one taken.
+    bool const isHeld = codecContext && frame->buf[0] && HasSizeChanged();
+    return isHeld && SetSize(codecContext->width, codecContext->height) &&
+           AppendPicture(frames, TruncatedTime(lastTime));
 }
 
 bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time)
