@@ -24,6 +24,9 @@ constexpr int bytesPerPixel = 3;
 // A drain ends by itself; a context that was never opened would answer with errors for ever.
 constexpr int mostFruitlessReceives = 100;
 
+// Far more than any sane stream completes ahead of its packets, and little enough memory.
+constexpr size_t mostHeldFrames = 16;
+
 bool IsEmpty(AVPacket const& packet)
 {
     return packet.size == 0 && !packet.data;
@@ -191,7 +194,7 @@ int VideoDecoder::TakeFrame()
 // decoder would keep the others and soon refuse a packet, which would be lost; so they wait here for the next calls.
 void VideoDecoder::HoldFurtherPictures()
 {
-    while (true) {
+    while (heldFrames.size() < mostHeldFrames) {
         if (!spareFrame)
             spareFrame.reset(av_frame_alloc());
         if (!spareFrame)
