@@ -28,15 +28,15 @@ constexpr int defaultPairs = 11;
 
 struct Case
 {
-    char const* clip; // a movie, or a folder of images
-    int outputWidth;  // 0: as coded
+    char const* clip;  // a movie, or a folder of images
+    int outputWidth;   // 0: as coded
     bool isComparable; // with the command, which leaves the pixels' aspect ratio alone
 };
 
 constexpr Case cases[] = {
-    {"h264-1080.mp4", 0, true},    {"h264-uhd.mp4", 0, true},   {"h264-1440-sar.mp4", 1920, false},
-    {"prores-1080.mov", 0, true},  {"mjpeg-1080.avi", 0, true}, {"vp9-1080.webm", 0, true},
-    {"hevc10-1080.mp4", 0, true},  {"dpx10-1080", 0, true},     {"dpx10-uhd", 0, true},
+    {"h264-1080.mp4", 0, true},   {"h264-uhd.mp4", 0, true},   {"h264-1440-sar.mp4", 1920, false},
+    {"prores-1080.mov", 0, true}, {"mjpeg-1080.avi", 0, true}, {"vp9-1080.webm", 0, true},
+    {"hevc10-1080.mp4", 0, true}, {"dpx10-1080", 0, true},     {"dpx10-uhd", 0, true},
     {"exr-1080", 0, true},
 };
 
@@ -93,8 +93,9 @@ void CompareWithCommand(Case const& one, Source const& source, int pairs)
 {
     QString const self = QCoreApplication::applicationFilePath();
     QStringList const arguments = QStringList(source.isImage ? "--decode-images" : "--decode") + source.files;
-    QStringList const ffmpeg = {"-v",     "error",     "-i",       source.ffmpegInput, "-an", "-sws_flags",
-                                "bilinear", "-pix_fmt", "rgb24", "-f",   "null", "-"};
+    QStringList const ffmpeg = {"-v",    "error",      "-i",       source.ffmpegInput,
+                                "-an",   "-sws_flags", "bilinear", "-pix_fmt",
+                                "rgb24", "-f",         "null",     "-"};
     auto const runs = PairedRuns::Measure(
         pairs, [&] { RunProcess(self, arguments); }, [&] { RunProcess("ffmpeg", ffmpeg); });
     Print(one.clip, "ffmpeg", runs);
@@ -107,7 +108,11 @@ void CompareProbe(Case const& one, Source const& source, int pairs)
     QString const self = QCoreApplication::applicationFilePath();
     QStringList const ffprobe = {"-v", "error", "-show_streams", source.ffmpegInput};
     auto const runs = PairedRuns::Measure(
-        pairs, [&] { RunProcess(self, {"--probe", source.ffmpegInput}); }, [&] { RunProcess("ffprobe", ffprobe); });
+        pairs,
+        [&] {
+            RunProcess(self, {"--probe", source.ffmpegInput});
+        },
+        [&] { RunProcess("ffprobe", ffprobe); });
     Print(one.clip, "ffprobe", runs);
     std::printf("       |\n");
     std::fflush(stdout);

@@ -13,8 +13,8 @@ struct Spread
 // Two ways to do one thing, measured in alternation, so that a machine with other work to do slows down both alike.
 struct PairedRuns
 {
-    Spread ratio;     // of wall time, ours to theirs, over the pairs
-    Spread cpuRatio;  // of this process's processor time; without meaning when the work is done in other processes
+    Spread ratio;      // of wall time, ours to theirs, over the pairs
+    Spread cpuRatio;   // of this process's processor time; without meaning when the work is done in other processes
     double ours = 0.0; // median seconds
     double theirs = 0.0;
 
