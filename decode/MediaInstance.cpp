@@ -4,6 +4,7 @@
 #include "decode/AudioDecoder.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
+#include "decode/Microseconds.h"
 #include "decode/VideoDecoder.h"
 #include "media/AvGlobals.h"
 #include "media/FfmpegBridge.h"
@@ -16,6 +17,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -244,6 +246,24 @@ bool MediaInstance::IsAudioPacket() const
     return audioStreamIndex >= 0 && packetLoaded && packet->stream_index == audioStreamIndex;
 }
 
+bool MediaInstance::IsVideoPacket() const
+{
+    return videoStreamIndex >= 0 && packetLoaded && packet->stream_index == videoStreamIndex;
+}
+
+bool MediaInstance::IsKeyPacket() const
+{
+    return packetLoaded && (packet->flags & AV_PKT_FLAG_KEY) != 0;
+}
+
+long long MediaInstance::GetPacketTime() const
+{
+    if (!packetLoaded || packet->stream_index < 0 || packet->pts == AV_NOPTS_VALUE)
+        return std::numeric_limits<long long>::min();
+    AVStream const* stream = formatContext->streams[packet->stream_index];
+    return TruncatedTime(static_cast<double>(packet->pts) * MicrosecondsPerTick(stream->time_base));
+}
+
 bool MediaInstance::IsEndOfFile() const
 {
     return endOfFile;
@@ -262,20 +282,30 @@ std::weak_ptr<MediaInfo> MediaInstance::GetMediaInfo() const
 void MediaInstance::DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                                  QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
 {
+    do
+        DecodeOnePacket(audioFrames, videoFrames, seekTime);
+    while (IsAudioPacket());
+}
+
+void MediaInstance::DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                                    QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
+{
     if (!formatContext || !packet)
         return;
-    do {
-        int const index = packet->stream_index;
-        bool const drains = index < 0;
-        if (drains || index == audioStreamIndex)
-            audioDecoder->DecodePacket(packet.get(), audioFrames);
-        if (drains || index == videoStreamIndex)
-            videoDecoder->DecodePacket(packet.get(), videoFrames, seekTime);
-        ClearPacket();
-        if (endOfFile)
-            return;
+    int const index = packet->stream_index;
+    bool const drains = index < 0;
+    if (drains || index == audioStreamIndex)
+        audioDecoder->DecodePacket(packet.get(), audioFrames);
+    if (drains || index == videoStreamIndex)
+        videoDecoder->DecodePacket(packet.get(), videoFrames, seekTime);
+    ClearPacket();
+    if (!endOfFile)
         LoadPacket();
-    } while (IsAudioPacket());
+}
+
+bool MediaInstance::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames)
+{
+    return videoDecoder && videoDecoder->FollowSizeChange(videoFrames);
 }
 
 void MediaInstance::Seek(long long time)

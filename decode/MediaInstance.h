@@ -52,6 +52,11 @@ public:
 
     void ClearPacket(); // lets go of the packet in hand
     bool IsAudioPacket() const;
+    bool IsVideoPacket() const;
+    bool IsKeyPacket() const; // decoding may begin with the packet in hand
+
+    // Presentation time of the packet in hand in the container's time; the lowest possible time when it bears none.
+    long long GetPacketTime() const;
     bool IsEndOfFile() const; // nothing was left to read; the packet in hand may still be the one that drains
 
     // Whether seeks in this source need to begin well before their target: it has MPEG-1 video.
@@ -63,6 +68,15 @@ public:
     // pending seek, negative without one. To be called after HasPacket said true.
     void DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                       QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
+
+    // One turn of DecodePacket: decodes just the packet in hand and takes the next one. For hosts that bound their
+    // memory, since DecodePacket decodes a file of sound alone in one call.
+    void DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
+                         QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
+
+    // To be called right after DecodePacket or DecodeOnePacket delivered a record with status 1: sets the video decoder
+    // up for the new coded size and appends the picture that the record stood for. False when that cannot be.
+    bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames);
 
     // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
     // packet found there. Images are reopened instead. A seek that fails changes nothing.

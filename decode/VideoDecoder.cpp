@@ -28,6 +28,9 @@ constexpr int mostFruitlessReceives = 100;
 
 constexpr int mostScalerThreads = 16;
 
+// Far more than any sane stream completes ahead of its packets, and little enough memory.
+constexpr size_t mostHeldFrames = 16;
+
 bool IsEmpty(AVPacket const& packet)
 {
     return packet.size == 0 && !packet.data;
@@ -98,23 +101,33 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     rotation = newRotation;
     isImage = newIsImage;
     isLinear = newIsLinear;
-    outputWidth = AspectCorrectedWidth(newWidth, isImage ? 1.0f : pixelAspectRatio);
-
-    uint8_t* planes[4] = {};
-    int strides[4] = {};
-    outputSize = av_image_fill_arrays(planes, strides, nullptr, AV_PIX_FMT_RGB24, outputWidth, newHeight,
-                                      RowAlignment(outputWidth));
+    aspectRatio = isImage ? 1.0f : pixelAspectRatio;
     frame.reset(av_frame_alloc());
     pictureBuffers = PictureBuffers::GetShared();
-    if (outputSize < 0 || !frame || !pictureBuffers) {
+    if (!frame || !pictureBuffers || !SetSize(newWidth, newHeight)) {
         Shutdown();
         return false;
     }
     codecContext = newCodecContext;
     scaler->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
+    return true;
+}
+
+// The coded size, and the size and rows of the pictures that follow from it; false when such pictures cannot be.
+bool VideoDecoder::SetSize(int codedWidth, int codedHeight)
+{
+    int const correctedWidth = AspectCorrectedWidth(codedWidth, aspectRatio);
+    uint8_t* planes[4] = {};
+    int strides[4] = {};
+    int const bytes = av_image_fill_arrays(planes, strides, nullptr, AV_PIX_FMT_RGB24, correctedWidth, codedHeight,
+                                           RowAlignment(correctedWidth));
+    if (bytes < 0)
+        return false;
+    width = codedWidth;
+    height = codedHeight;
+    outputWidth = correctedWidth;
     outputStride = strides[0];
-    width = newWidth;
-    height = newHeight;
+    outputSize = bytes;
     return true;
 }
 
@@ -200,7 +213,7 @@ int VideoDecoder::TakeFrame()
 // decoder would keep the others and soon refuse a packet, which would be lost; so they wait here for the next calls.
 void VideoDecoder::HoldFurtherPictures()
 {
-    while (true) {
+    while (heldFrames.size() < mostHeldFrames) {
         if (!spareFrame)
             spareFrame.reset(av_frame_alloc());
         if (!spareFrame)
@@ -252,6 +265,14 @@ void VideoDecoder::AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& f
                                                       frameRate, rotation, isLinear);
     record->status = 1;
     frames.append(std::move(record));
+}
+
+bool VideoDecoder::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames)
+{
+    // The picture is still in `frame`, and its time is the last one taken.
+    bool const isHeld = codecContext && frame->buf[0] && HasSizeChanged();
+    return isHeld && SetSize(codecContext->width, codecContext->height) &&
+           AppendPicture(frames, TruncatedTime(lastTime));
 }
 
 bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time)

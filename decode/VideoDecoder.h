@@ -49,6 +49,10 @@ public:
     // Forgets the decoded pictures that wait for the next call. To be called whenever the codec context is flushed.
     void Flush();
 
+    // To be called right after a record with status 1: takes over the coded size that it tells, and appends the picture
+    // that it stood for. False, and nothing appended, when that cannot be.
+    bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames);
+
     // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
     // negative FFmpeg code of a failure; `endOfStream` is never cleared.
     int DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream);
@@ -58,6 +62,7 @@ public:
 private:
     enum class Step { Picture, TryAgain, Done };
 
+    bool SetSize(int codedWidth, int codedHeight);
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
     int TakeFrame();
     void HoldFurtherPictures();
@@ -71,9 +76,10 @@ private:
     AVCodecContext* codecContext = nullptr; // not owned
     double timeBase = 0.0;                  // microseconds per tick
     int outputWidth = 1;
-    int outputStride = 4;    // bytes per row
-    int outputSize = 0;      // bytes per picture
-    long long startTime = 0; // microseconds
+    int outputStride = 4;     // bytes per row
+    int outputSize = 0;       // bytes per picture
+    float aspectRatio = 1.0f; // by which pictures become wider
+    long long startTime = 0;  // microseconds
     double frameRate = 0.0;
     double frameDuration = 0.0; // microseconds
     int width = 1;              // coded size that the decoder was initialised for
