@@ -134,30 +134,33 @@ TEST_P(PictureScalerFormatTest, ConvertsCommonWidthsAsThePlainCallDoes)
 TEST_P(PictureScalerFormatTest, ConvertsLargePicturesAsThePlainCallDoes)
 {
     for (AVPixelFormat const format : GetParam().formats) {
-        for (int const width : {648, 854, 1080, 1366, 1440}) {
+        for (int const threads : {1, 2, 3}) {
             PictureScaler scaler;
-            EXPECT_EQ(Difference(scaler, format, width, HeightOfALargePicture(width), width), "");
+            scaler.SetMostThreads(threads);
+            for (int const width : {648, 854, 1080, 1366, 1440})
+                EXPECT_EQ(Difference(scaler, format, width, HeightOfALargePicture(width), width), "");
+            EXPECT_EQ(Difference(scaler, format, 1440, 272, 1920), "");
         }
-        PictureScaler scaler;
-        EXPECT_EQ(Difference(scaler, format, 1440, 272, 1920), "");
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, PictureScalerFormatTest, testing::ValuesIn(families), FamilyName);
 
-// The converters of these two leave the last columns out or write beside the row, depending on the width.
+// The quick converters leave the last columns out or write beside the row, depending on the width.
 TEST(PictureScalerTest, ConvertsLargePicturesOfEveryNarrowWidth)
 {
     for (int width = 8; width <= 130; ++width) {
         PictureScaler scaler;
+        scaler.SetMostThreads(2 + width % 3);
         EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, width, HeightOfALargePicture(width), width), "");
-        EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV422P, width, HeightOfALargePicture(width), width), "");
+        EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV422P10LE, width, HeightOfALargePicture(width), width), "");
     }
 }
 
 TEST(PictureScalerTest, ConvertsBothSidesOfTheLimitForThreads)
 {
     PictureScaler scaler;
+    scaler.SetMostThreads(2);
     for (int const height : {499, 500, 501}) {
         EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 1000, height, 1000), "");
         EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P10LE, 1000, height, 1000), "");
@@ -168,8 +171,12 @@ TEST(PictureScalerTest, ConvertsBothSidesOfTheLimitForThreads)
 TEST(PictureScalerTest, FollowsPicturesOfChangingKinds)
 {
     PictureScaler scaler;
+    scaler.SetMostThreads(2);
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 20, 642), "");
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 20, 856), "");
+    EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 800, 856), "");
+    scaler.SetMostThreads(1);
+    EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 800, 856), "");
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_GBRP, 642, 20, 642), "");
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 800, 642), "");
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 20, 642), "");
