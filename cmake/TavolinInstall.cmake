@@ -75,9 +75,15 @@ function(tavolin_install_program target component)
         return()
     endif()
     install(TARGETS ${target} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component})
-    if(EXISTS "${PROJECT_SOURCE_DIR}/docs/man/${target}.1")
-        install(FILES "${PROJECT_SOURCE_DIR}/docs/man/${target}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
-            COMPONENT ${component})
+    set(page "${PROJECT_SOURCE_DIR}/docs/man/${target}.1")
+    if(EXISTS "${page}" AND TAVOLIN_PACKAGES) # Debian's are compressed
+        set(compressed "${PROJECT_BINARY_DIR}/packaging/${target}.1.gz")
+        file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/packaging")
+        execute_process(COMMAND gzip -9nc "${page}" OUTPUT_FILE "${compressed}")
+        set(page "${compressed}")
+    endif()
+    if(EXISTS "${page}")
+        install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT ${component})
     endif()
 endfunction()
 
