@@ -1,5 +1,5 @@
-# What `cmake --install` puts down: the libraries, their headers, the package files of CMake and pkg-config, and the
-# programs that are built here. Nothing in it names the prefix, so an installed tree may be moved.
+# What `cmake --install` puts down of the libraries: themselves, their headers, and the package files of CMake and
+# pkg-config. Nothing in it names the prefix, so an installed tree may be moved. The programs install themselves.
 
 include(CMakePackageConfigHelpers)
 
@@ -69,24 +69,6 @@ function(tavolin_install_library target module)
     tavolin_install_pkgconfig_file(${target} ${module})
 endfunction()
 
-# tavolin_install_program(tavolin tools): a program, when it is built here, with its manual page.
-function(tavolin_install_program target component)
-    if(NOT TARGET ${target})
-        return()
-    endif()
-    install(TARGETS ${target} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component})
-    set(page "${PROJECT_SOURCE_DIR}/docs/man/${target}.1")
-    if(EXISTS "${page}" AND TAVOLIN_PACKAGES) # Debian's are compressed
-        set(compressed "${PROJECT_BINARY_DIR}/packaging/${target}.1.gz")
-        file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/packaging")
-        execute_process(COMMAND gzip -9nc "${page}" OUTPUT_FILE "${compressed}")
-        set(page "${compressed}")
-    endif()
-    if(EXISTS "${page}")
-        install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT ${component})
-    endif()
-endfunction()
-
 # Adds to the list `result` the headers of a folder (paths from the root) that export something.
 function(tavolin_find_exporting_headers folder macro result)
     file(GLOB candidates RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.h")
@@ -132,6 +114,3 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.c
     COMPATIBILITY SameMinorVersion) # before 1.0 each minor version may change the interface
 install(FILES "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake" "${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
     DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)
-
-tavolin_install_program(tavolin tools)
-tavolin_install_program(tavolin-player player)
