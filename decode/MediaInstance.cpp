@@ -246,6 +246,11 @@ bool MediaInstance::IsAudioPacket() const
     return audioStreamIndex >= 0 && packetLoaded && packet->stream_index == audioStreamIndex;
 }
 
+bool MediaInstance::IsVideoPacket() const
+{
+    return videoStreamIndex >= 0 && packetLoaded && packet->stream_index == videoStreamIndex;
+}
+
 bool MediaInstance::IsKeyPacket() const
 {
     return packetLoaded && (packet->flags & AV_PKT_FLAG_KEY) != 0;

@@ -52,6 +52,7 @@ public:
 
     void ClearPacket(); // lets go of the packet in hand
     bool IsAudioPacket() const;
+    bool IsVideoPacket() const;
     bool IsKeyPacket() const; // decoding may begin with the packet in hand
 
     // Presentation time of the packet in hand in the container's time; the lowest possible time when it bears none.
