@@ -1,0 +1,24 @@
+#pragma once
+
+#include <atomic>
+#include <type_traits>
+
+// Plain fields that two threads touch: the header that declares them stays C++17, the sources go through here.
+
+template <typename T>
+T LoadShared(T const& field, std::memory_order order = std::memory_order_acquire)
+{
+    return std::atomic_ref<T>(const_cast<T&>(field)).load(order);
+}
+
+template <typename T>
+void StoreShared(T& field, std::type_identity_t<T> value, std::memory_order order = std::memory_order_release)
+{
+    std::atomic_ref<T>(field).store(value, order);
+}
+
+template <typename T>
+void IncrementShared(T& field)
+{
+    std::atomic_ref<T>(field).fetch_add(1, std::memory_order_acq_rel); // wraps
+}

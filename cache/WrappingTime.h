@@ -1,0 +1,19 @@
+#pragma once
+
+// Arithmetic on times that a file or a host made up: it wraps where it does not fit, as the hardware does, instead of
+// being undefined.
+
+constexpr long long WrappedSum(long long a, long long b)
+{
+    return static_cast<long long>(static_cast<unsigned long long>(a) + static_cast<unsigned long long>(b));
+}
+
+constexpr long long WrappedDifference(long long a, long long b)
+{
+    return static_cast<long long>(static_cast<unsigned long long>(a) - static_cast<unsigned long long>(b));
+}
+
+constexpr long long WrappedProduct(long long a, long long b)
+{
+    return static_cast<long long>(static_cast<unsigned long long>(a) * static_cast<unsigned long long>(b));
+}
