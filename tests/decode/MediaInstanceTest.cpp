@@ -515,6 +515,32 @@ TEST_F(MediaInstanceTest, DecodesSoundWithoutVideo)
     EXPECT_EQ(next, 8000);
 }
 
+// Windows Media Audio holds a frame back. The packet that drains it bears no time, so it starts at 0.
+TEST_F(MediaInstanceTest, DrainsTheSoundAtTheEndStampedFromZero)
+{
+    QString const path = MakeMedia("held.wma", Tone(8000, 1, 1) + QStringList{"-c:a", "wmav2"});
+    ReferenceInput input(path, AVMEDIA_TYPE_AUDIO);
+    long long samples = 0;
+    int frames = 0;
+    input.DecodeAll([&](AVFrame& frame) {
+        samples += frame.nb_samples;
+        ++frames;
+    });
+    Session session(path);
+    Decoded decoded;
+    ASSERT_TRUE(session.instance.HasPacket());
+    while (!session.instance.IsEndOfFile())
+        session.instance.DecodePacket(decoded.sounds, decoded.pictures, -1);
+    auto const before = decoded.sounds.size();
+    EXPECT_GT(decoded.sounds.last()->startTime, 500000);
+    session.instance.DecodePacket(decoded.sounds, decoded.pictures, -1);
+    EXPECT_EQ(decoded.sounds.size(), frames);
+    EXPECT_EQ(decoded.SampleFrames(), samples);
+    if (decoded.sounds.size() > before) {
+        EXPECT_EQ(decoded.sounds[before]->startTime, 0);
+    }
+}
+
 // Frame threads hold packets back and let a hidden picture out with a shown one: still each packet is taken.
 TEST_F(MediaInstanceTest, LosesNoPictureOfAStreamWithHiddenPictures)
 {
