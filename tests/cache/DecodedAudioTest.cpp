@@ -16,7 +16,8 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 std::shared_ptr<DecodedAudioFrame> FrameAt(long long start, long long end, int tag = -1)
 {
-    auto frame = SoundOf({1, 2, 3, 4}, start, 2);
+    auto frame = SoundOf({1, 2, 3, 4}, 0, 2);
+    frame->startTime = start;
     frame->endTime = end;
     frame->tag = tag;
     return frame;
