@@ -33,12 +33,13 @@ void TimeClear(int pictures)
     std::vector<double> lazy;
     std::vector<double> appends;
     std::vector<double> forced;
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 3; ++round) {
         DecodedVideo cache;
         FillCache(cache, pictures, pictureBytes, true);
         lazy.push_back(NanosecondsOf([&] { cache.Clear(); }));
         auto const next = MakePicture(0, 1, false);
-        cache.AppendFrame(next);
+        for (int i = 0; i < pictures / 4; ++i) // past the slots above the latest picture
+            cache.AppendFrame(next);
         for (int i = 0; i < 20; ++i)
             appends.push_back(NanosecondsOf([&] { cache.AppendFrame(next); }));
         cache.ForceClear();
@@ -54,7 +55,7 @@ void TimeClear(int pictures)
 void TimeMany(int count)
 {
     DecodedVideo cache;
-    cache.SetMaxCacheSize(1LL << 60, 1 << 20, 1 << 10, 1 << 0);
+    cache.SetMaxCacheSize((2LL * count) << 20, 1 << 10, 1 << 10, 1); // never full
     FillCache(cache, count, 1 << 20, false);
     long long const span = count * duration;
     long long time = 0;
