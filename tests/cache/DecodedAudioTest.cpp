@@ -646,6 +646,24 @@ TEST(DecodedAudioTest, HoldsItsFrameWhileTheCacheLetsItGo)
     EXPECT_TRUE(frames[2].expired());
 }
 
+TEST(DecodedAudioTest, ReleasesTheFrameItLeavesWhenTheBlockIsComplete)
+{
+    DecodedAudio cache;
+    cache.SetMaxFrameCount(10);
+    Values block(4, -7);
+    Values blockAtRelease;
+    auto frame = CountingFrame(0);
+    auto* const watched = frame.get();
+    cache.AppendFrame({watched, [&, frame](DecodedAudioFrame*) { blockAtRelease = block; }});
+    frame.reset();
+    EXPECT_EQ(FilledValues(cache, 4, 0), (Values{1, 2, 3, 4}));
+    cache.ForceClear();
+    cache.AppendFrame(CountingFrame(1));
+    EXPECT_TRUE(blockAtRelease.empty());
+    cache.PaFillBuffer(block.data(), 4, 1, 1000, 18000, 1.0, true, 1.0);
+    EXPECT_EQ(blockAtRelease, (Values{19, 20, 0, 0}));
+}
+
 TEST(DecodedAudioTest, ReadsAStretchedFrameFromItsNewEndAndSilenceBeyondItsSamples)
 {
     DecodedAudio cache;
