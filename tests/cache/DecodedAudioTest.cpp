@@ -16,7 +16,8 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 std::shared_ptr<DecodedAudioFrame> FrameAt(long long start, long long end, int tag = -1)
 {
-    auto frame = SoundOf({1, 2, 3, 4}, start, 2);
+    auto frame = SoundOf({1, 2, 3, 4}, 0, 2);
+    frame->startTime = start;
     frame->endTime = end;
     frame->tag = tag;
     return frame;
@@ -643,6 +644,24 @@ TEST(DecodedAudioTest, HoldsItsFrameWhileTheCacheLetsItGo)
     EXPECT_FALSE(frames[2].expired());
     FilledValues(cache, 1, 0, true);
     EXPECT_TRUE(frames[2].expired());
+}
+
+TEST(DecodedAudioTest, ReleasesTheFrameItLeavesWhenTheBlockIsComplete)
+{
+    DecodedAudio cache;
+    cache.SetMaxFrameCount(10);
+    Values block(4, -7);
+    Values blockAtRelease;
+    auto frame = CountingFrame(0);
+    auto* const watched = frame.get();
+    cache.AppendFrame({watched, [&, frame](DecodedAudioFrame*) { blockAtRelease = block; }});
+    frame.reset();
+    EXPECT_EQ(FilledValues(cache, 4, 0), (Values{1, 2, 3, 4}));
+    cache.ForceClear();
+    cache.AppendFrame(CountingFrame(1));
+    EXPECT_TRUE(blockAtRelease.empty());
+    cache.PaFillBuffer(block.data(), 4, 1, 1000, 18000, 1.0, true, 1.0);
+    EXPECT_EQ(blockAtRelease, (Values{19, 20, 0, 0}));
 }
 
 TEST(DecodedAudioTest, ReadsAStretchedFrameFromItsNewEndAndSilenceBeyondItsSamples)
