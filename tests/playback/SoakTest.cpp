@@ -148,7 +148,7 @@ void TakeSound(PlaybackEngine& engine, std::atomic<bool> const& done)
 TEST(SoakTest, SurvivesRandomOrdersFromTwoThreads)
 {
     AvGlobals::maxAudioOutputChannels = 8;
-    int const operations = FromEnvironment("TAVOLIN_SOAK_OPERATIONS", 1500);
+    int const operations = FromEnvironment("TAVOLIN_SOAK_OPERATIONS", 4000);
     auto const seed = static_cast<unsigned>(FromEnvironment("TAVOLIN_SOAK_SEED", 1));
     Watchdog const watchdog(std::chrono::seconds(60 + operations / 20));
     QStringList clips;

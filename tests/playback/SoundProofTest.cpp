@@ -56,7 +56,7 @@ std::vector<std::string> AllSounds()
                                       "gop12.mp4", "stream.ts", "program.mpg", "matroska.mkv", "cover.mp3"};
     for (char const* name : {"wav-s24-mono.wav", "wav-f32-5.1.wav", "mka-dts-hd-7.1.mkv", "mxf-pcm24-5.1.mxf",
                              "ogg-theora-400x300-vorbis.ogv", "ts-mpeg2-1080p-start1.5s.ts", "camera-mjpeg-pcm16.avi",
-                             "h264-editlist-video-starts-at-1s.mp4"})
+                             "mp4-two-audio-ac3-5.1-aac-stereo.mp4"})
         names.push_back(std::string("real/") + name);
     return names;
 }
