@@ -56,6 +56,7 @@ std::vector<Recipe> const& Recipes()
 
 std::map<QString, QString> const soundRecipes = {
     {"tone.wav", tone.arg(6) + "-ac 2 -c:a pcm_s16le"},
+    {"pure.wav", "-f lavfi -i sine=frequency=440:duration=6:sample_rate=44100 -ac 2 -c:a pcm_s16le"},
     {"tone.flac", tone.arg(6) + "-ac 2 -c:a flac"},
     {"tone.mp3", tone.arg(6) + "-ac 2 -c:a libmp3lame -b:a 128k"},
     {"tone.m4a", tone.arg(6) + "-ac 2 -c:a aac"},
