@@ -413,11 +413,13 @@ void EngineCore::TakeSteps(long long now)
 void EngineCore::KeepWithinMedia(long long now)
 {
     long long const position = GetPosition(now);
-    bool const loops = loopEnd > loopStart && speed != 0.0 && !ended;
-    if (loops && speed > 0.0 && position >= std::min(loopEnd, IsEndKnown() ? GetEnd() : farAway)) {
-        Jump(loopStart, now);
-    } else if (loops && speed < 0.0 && position < std::max(loopStart, GetStart())) {
-        Jump(loopEnd - 1, now);
+    long long const first = std::max(loopStart, GetStart());
+    long long const last = std::min(loopEnd, IsEndKnown() ? GetEnd() : farAway) - 1;
+    bool const loops = first <= last && speed != 0.0 && !ended;
+    if (loops && speed > 0.0 && position > last) {
+        Jump(first, now);
+    } else if (loops && speed < 0.0 && position < first) {
+        Jump(last, now);
     } else if (IsEndKnown() && position >= GetEnd()) {
         PlaceAt(GetEnd(), now);
         ended = speed > 0.0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "cache/DecodedVideo.h"
 
 #include <memory>
@@ -9,7 +11,7 @@
 // The cached pictures of a DecodedVideo behind one short lock, so that the display looks up while the decoding thread
 // appends. Pictures follow each other without a gap; each is given with its exact span. Nothing is decoded, converted
 // or freed under the lock: what leaves the cache is handed back to be let go of. Any thread.
-class PictureCache
+class TAVOLINPLAYBACK_EXPORT PictureCache
 {
 public:
     using Picture = std::shared_ptr<DecodedVideoFrame>;

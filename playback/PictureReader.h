@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "playback/PictureSource.h"
 
 #include <QList>
@@ -16,7 +18,7 @@ struct DecodedAudioFrame;
 // streams do, and pictures that stay for long begin far before the time at which they show), it is asked again for 1,
 // 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a key packet, and
 // pictures that show before that key picture are left out, because they may refer to what was not decoded.
-class PictureReader : public PictureSource
+class TAVOLINPLAYBACK_EXPORT PictureReader : public PictureSource
 {
 public:
     // `untimedRate`: pictures per second of a stream that says no rate.

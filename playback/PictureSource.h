@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include <QString>
 
 #include <functional>
@@ -13,7 +15,7 @@ using StopCheck = std::function<bool()>;
 // Where pictures come from: a stream, or the files of a sequence. Pictures are read in order; each has its exact span,
 // whose end is one microsecond before the next picture's start. Times are microseconds of media time, never negative.
 // One thread at a time.
-class PictureSource
+class TAVOLINPLAYBACK_EXPORT PictureSource
 {
 public:
     enum class Result {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 // Where play is: a position, the instant at which it was true, and the speed since then. A value; times are
 // microseconds, instants those of a TimeSource.
-class PlayClock
+class TAVOLINPLAYBACK_EXPORT PlayClock
 {
 public:
     long long GetPosition(long long now) const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "playback/ImageSequence.h"
 #include "playback/PictureSource.h"
 
@@ -8,7 +10,7 @@
 
 // Reads the pictures of an image sequence, each by an instance of its own, on several threads at a time and yet in
 // order. A still image is a sequence of one.
-class SequenceReader : public PictureSource
+class TAVOLINPLAYBACK_EXPORT SequenceReader : public PictureSource
 {
 public:
     // `options` gives the rate, the holes, the threads and the colour space.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "cache/DecodedAudio.h"
 
 #include <memory>
@@ -27,7 +29,7 @@ struct SoundRun
 //
 // Two threads, as the caches have it: the decoding thread appends and clears, the output thread calls Fill and
 // GetPosition.
-class SoundOutput
+class TAVOLINPLAYBACK_EXPORT SoundOutput
 {
 public:
     SoundOutput(int channels, int sampleRate);

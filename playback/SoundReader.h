@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "playback/PictureSource.h"
 
 #include <QList>
@@ -17,7 +19,7 @@ struct DecodedVideoFrame;
 // Decoding begins well before a target, because most decoders need some packets until their samples are right. Frames
 // without a time of their own, those drained at the end and the further ones of one packet, continue from the last end.
 // What is missing between two frames is filled with silence, so that everything after it keeps its time.
-class SoundReader
+class TAVOLINPLAYBACK_EXPORT SoundReader
 {
 public:
     using Result = PictureSource::Result; // Picture stands for a frame

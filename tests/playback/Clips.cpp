@@ -40,7 +40,8 @@ std::vector<Recipe> const& Recipes()
         {"long-stills.mp4", small.arg(20) + "-vf select='eq(n\\,0)+eq(n\\,1)+eq(n\\,200)+eq(n\\,210)+gt(n\\,480)' "
                                             "-vsync vfr -c:v libx264 -preset ultrafast -bf 0 -g 250"},
         {"edit-list.mp4", "-ss 1.3 -i {gop12.mp4} -c copy"},
-        {"negative-start.ts", "-i {stream.ts} -c copy -copyts -output_ts_offset -1.52 -muxdelay 0"},
+        {"negative-start.ts",
+         "-i {stream.ts} -c copy -copyts -output_ts_offset -1.6 -muxdelay 0 -muxpreload 0 -avoid_negative_ts disabled"},
         {"ntsc.mp4",
          "-f lavfi -i testsrc2=size=192x108:rate=60000/1001:duration=4 -c:v libx264 -preset ultrafast -g 30"},
         {"xvid.avi", small.arg(6) + "-c:v mpeg4 -bf 0 -g 12 -q:v 4"},
@@ -48,13 +49,14 @@ std::vector<Recipe> const& Recipes()
         {"short-video.mp4", small.arg(2) + tone.arg(5) + "-c:v libx264 -preset ultrafast -g 12 -c:a aac"},
         {"long-video.mp4", small.arg(5) + tone.arg(2) + "-c:v libx264 -preset ultrafast -g 12 -c:a aac"},
         {"late-video.mp4",
-         "-itsoffset 1 " + small.arg(3) + tone.arg(4) + "-c:v libx264 -preset ultrafast -g 12 -c:a aac"},
+         small.arg(3) + tone.arg(4) + "-vf setpts=PTS+1/TB -c:v libx264 -preset ultrafast -g 12 -c:a aac"},
     };
     return recipes;
 }
 
 std::map<QString, QString> const soundRecipes = {
     {"tone.wav", tone.arg(6) + "-ac 2 -c:a pcm_s16le"},
+    {"pure.wav", "-f lavfi -i sine=frequency=440:duration=6:sample_rate=44100 -ac 2 -c:a pcm_s16le"},
     {"tone.flac", tone.arg(6) + "-ac 2 -c:a flac"},
     {"tone.mp3", tone.arg(6) + "-ac 2 -c:a libmp3lame -b:a 128k"},
     {"tone.m4a", tone.arg(6) + "-ac 2 -c:a aac"},
@@ -123,11 +125,8 @@ std::vector<std::string> Clips::MadeNames()
     return names;
 }
 
-QString Clips::NumberedPictures(QString const& name, QString const& pattern, std::vector<long long> const& numbers)
+void Clips::WriteNumberedPictures(QString const& path, QString const& pattern, std::vector<long long> const& numbers)
 {
-    QString const path = folder + "/" + QString::number(QCoreApplication::applicationPid()) + "." + name;
-    QDir(path).removeRecursively();
-    QDir().mkpath(path);
     for (long long number : numbers) {
         QFile file(path + "/" + QString::asprintf(pattern.toUtf8().constData(), static_cast<int>(number)));
         if (!file.open(QIODevice::WriteOnly))
@@ -135,5 +134,4 @@ QString Clips::NumberedPictures(QString const& name, QString const& pattern, std
         file.write("P6\n16 8\n255\n");
         file.write(QByteArray(16 * 8 * 3, static_cast<char>(number * 8 % 256)));
     }
-    return path;
 }

@@ -17,7 +17,7 @@ QString Made(QString const& name);
 
 std::vector<std::string> MadeNames(); // with pictures
 
-// A new folder of numbered pictures, each of another plain grey: number x 8 (mod 256).
-QString NumberedPictures(QString const& folder, QString const& pattern, std::vector<long long> const& numbers);
+// Files in a folder, named by a printf pattern, each of another plain grey: number x 8 (mod 256).
+void WriteNumberedPictures(QString const& folder, QString const& pattern, std::vector<long long> const& numbers);
 
 } // namespace Clips
