@@ -43,13 +43,14 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, bool thre
     FfmpegPtr<SwsContext> context(sws_alloc_context());
     if (!context)
         return nullptr;
-    av_opt_set_int(context.get(), "srcw", layout.width, 0);
-    av_opt_set_int(context.get(), "srch", layout.height, 0);
-    av_opt_set_int(context.get(), "src_format", layout.format, 0);
-    av_opt_set_int(context.get(), "dstw", layout.outputWidth, 0);
-    av_opt_set_int(context.get(), "dsth", layout.outputHeight, 0);
-    av_opt_set_int(context.get(), "dst_format", AV_PIX_FMT_RGB24, 0);
-    av_opt_set_int(context.get(), "sws_flags", SWS_BILINEAR, 0);
+    // An option refused would leave its default, and the conversion read another picture than there is.
+    auto const set = [&context](char const* option, int64_t value) {
+        return av_opt_set_int(context.get(), option, value, 0) >= 0;
+    };
+    if (!set("srcw", layout.width) || !set("srch", layout.height) || !set("src_format", layout.format) ||
+        !set("dstw", layout.outputWidth) || !set("dsth", layout.outputHeight) || !set("dst_format", AV_PIX_FMT_RGB24) ||
+        !set("sws_flags", SWS_BILINEAR))
+        return nullptr;
     if (threaded)
         av_opt_set(context.get(), "threads", "auto", 0);
     if (sws_init_context(context.get(), nullptr, nullptr) < 0)

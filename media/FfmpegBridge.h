@@ -12,6 +12,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstddef>
 #include <cstdint>
 
 namespace FfmpegBridge {
@@ -73,6 +74,15 @@ inline int ChannelsInLayout(uint64_t mask)
     return layout.nb_channels;
 }
 
+// Writes the layout's name, nothing for a mask of 0.
+inline void DescribeChannelLayout(uint64_t mask, char* text, size_t size)
+{
+    AVChannelLayout layout{};
+    if (mask != 0 && av_channel_layout_from_mask(&layout, mask) >= 0)
+        av_channel_layout_describe(&layout, text, size);
+    av_channel_layout_uninit(&layout);
+}
+
 inline void SetResamplerLayout(SwrContext* resampler, char const* option, uint64_t mask)
 {
     AVChannelLayout layout{};
@@ -122,6 +132,12 @@ inline uint64_t DefaultChannelLayout(int channels)
 inline int ChannelsInLayout(uint64_t mask)
 {
     return av_get_channel_layout_nb_channels(mask);
+}
+
+inline void DescribeChannelLayout(uint64_t mask, char* text, size_t size)
+{
+    if (mask != 0)
+        av_get_channel_layout_string(text, static_cast<int>(size), 0, mask);
 }
 
 inline void SetResamplerInputLayout(SwrContext* resampler, uint64_t mask)

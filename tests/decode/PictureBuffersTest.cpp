@@ -1,0 +1,100 @@
+#include "decode/PictureBuffers.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int pictureSize = 640 * 480 * 3;
+
+} // namespace
+
+TEST(PictureBuffersTest, IsOneStoreForAllWhileAnyoneHoldsIt)
+{
+    auto const first = PictureBuffers::GetShared();
+    EXPECT_EQ(first, PictureBuffers::GetShared());
+}
+
+TEST(PictureBuffersTest, HandsAGivenBufferToTheNextPictureOfItsSize)
+{
+    PictureBuffers store;
+    uint8_t* const buffer = store.Take(pictureSize);
+    store.Give(buffer, pictureSize);
+    uint8_t* const other = store.Take(pictureSize + 4);
+    EXPECT_NE(other, buffer);
+    EXPECT_EQ(store.Take(pictureSize), buffer);
+    store.Give(buffer, pictureSize);
+    store.Give(other, pictureSize + 4);
+}
+
+TEST(PictureBuffersTest, NeverHandsABufferToTwo)
+{
+    PictureBuffers store;
+    std::vector<uint8_t*> taken;
+    for (int round = 0; round < 5; ++round) {
+        for (int i = 0; i < 8; ++i)
+            taken.push_back(store.Take(pictureSize));
+        EXPECT_EQ(std::set<uint8_t*>(taken.begin(), taken.end()).size(), 8u);
+        for (uint8_t* buffer : taken)
+            store.Give(buffer, pictureSize);
+        taken.clear();
+    }
+}
+
+// The buffers are array new's, so that a host may release them itself.
+TEST(PictureBuffersTest, DealsInArrays)
+{
+    PictureBuffers store;
+    delete[] store.Take(pictureSize);
+    store.Give(new uint8_t[pictureSize + 64], pictureSize);
+    store.Give(nullptr, pictureSize);
+    store.Give(store.Take(16), 16);
+}
+
+TEST(PictureBuffersTest, HasRoomToSpareBehindEachBuffer)
+{
+    PictureBuffers store;
+    for (int const size : {0, 1, pictureSize}) {
+        uint8_t* const buffer = store.Take(size);
+        std::memset(buffer, 0xa5, static_cast<size_t>(size) + 64);
+        store.Give(buffer, size);
+    }
+}
+
+TEST(PictureBuffersTest, KeepsWorkingWhileSizesComeAndGo)
+{
+    PictureBuffers store;
+    for (int i = 0; i < 100; ++i)
+        store.Give(store.Take(pictureSize + i * 4), pictureSize + i * 4);
+    uint8_t* const first = store.Take(pictureSize);
+    uint8_t* const second = store.Take(pictureSize);
+    EXPECT_NE(first, second);
+    store.Give(first, pictureSize);
+    store.Give(second, pictureSize);
+}
+
+TEST(PictureBuffersTest, ServesSeveralThreadsAtOnce)
+{
+    PictureBuffers store;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&store, t] {
+            for (int i = 0; i < 200; ++i) {
+                int const size = pictureSize + (i % 3) * 1024;
+                uint8_t* const buffer = store.Take(size);
+                buffer[0] = static_cast<uint8_t>(t);
+                buffer[size - 1] = static_cast<uint8_t>(t);
+                std::this_thread::yield();
+                EXPECT_EQ(buffer[0], t);
+                EXPECT_EQ(buffer[size - 1], t);
+                store.Give(buffer, size);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}

@@ -1,0 +1,14 @@
+#include "tools/AllCommands.h"
+
+#include "tools/DecodeCommand.h"
+#include "tools/FrameCommand.h"
+#include "tools/InfoCommand.h"
+
+std::vector<std::unique_ptr<Command>> AllCommands()
+{
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<InfoCommand>());
+    commands.push_back(std::make_unique<DecodeCommand>());
+    commands.push_back(std::make_unique<FrameCommand>());
+    return commands;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+class MediaSource;
+
+// The description of a source as JSON: ffprobe's names and types where the meaning is the same, our own values in
+// objects named "tavolin".
+namespace InfoJson {
+
+QJsonObject Describe(MediaSource const& source);
+
+// Of a file that could not be described; `code` is FFmpeg's, 0 when there is none.
+QJsonObject DescribeFailure(QString const& path, QString const& message, int code);
+
+} // namespace InfoJson

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "common/Logger.h"
+
+#include <QString>
+
+// Takes the library's messages for as long as it lives: shows them on standard error, each with the source that it is
+// about and runs of one message counted, and remembers the errors. One at a time.
+class MessageLog
+{
+public:
+    MessageLog();
+    ~MessageLog();
+    MessageLog(MessageLog const&) = delete;
+    MessageLog& operator=(MessageLog const&) = delete;
+
+    void BeginSource(QString const& name); // starts the count of errors again
+    void EndSource();
+
+    int GetErrorCount() const { return errorCount; } // of this source
+    QString const& GetLastError() const { return lastError; }
+    int GetLastErrorCode() const { return lastErrorCode; } // FFmpeg's, 0 without one
+
+private:
+    void Take(Logger::Level level, QString const& message, int code);
+    void ShowRepetitions();
+
+    QString source;
+    QString lastLine;
+    int repetitions = 0; // of lastLine, not shown yet
+    int errorCount = 0;
+    QString lastError;
+    int lastErrorCode = 0;
+};

@@ -1,0 +1,50 @@
+#include "media/AvGlobals.h"
+#include "tools/AllCommands.h"
+#include "tools/Command.h"
+#include "tools/CommandLine.h"
+#include "tools/Console.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#include <QTextCodec>
+#endif
+
+namespace {
+
+// More than any layout that FFmpeg has a name for, so that nothing is mixed down unsaid, and yet a bound.
+constexpr int mostChannels = 64;
+
+// File names are UTF-8 in every locale, "C" included.
+void UseUtf8ForFileNames()
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+#endif
+}
+
+QStringList Arguments(int argc, char** argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromUtf8(argv[i]));
+    return arguments;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    UseUtf8ForFileNames();
+    QStringList const arguments = Arguments(argc, argv);
+    QCoreApplication const application(argc, argv);
+    AvGlobals::maxAudioOutputChannels = mostChannels;
+
+    ExitCode const result = CommandLine(AllCommands()).Run(arguments);
+    Console::ClearProgress();
+    if (!Console::FinishData()) {
+        Console::Say(QStringLiteral("the standard output could not be written"));
+        return static_cast<int>(ExitCode::WritingFailed);
+    }
+    return static_cast<int>(result);
+}
