@@ -45,7 +45,7 @@ public:
     // Opens, in place of what was open or is still opening, a movie, a file of sound, a still image, or an image
     // sequence, and stands paused at its start. A sequence is named by a pattern ("take.%04d.png", "take.####.png") or
     // by the folder that holds it; by one of its files with OpenSequence. What cannot be opened ends in Closed with
-    // `error` set. Speed, volume, mute and budget stay as they are, the loop is cleared.
+    // `error` set. Volume, mute and budget stay as they are, the loop is cleared.
     //
     // AvGlobals::maxAudioOutputChannels is set before the first of these; with 0 there is no sound.
     void Open(QString const& path);
