@@ -1,21 +1,26 @@
 #include "playback/PictureCache.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
-constexpr int bytesPerPixel = 3;
+// The cache makes a slot for every picture that the budget could hold, which of tiny pictures are too many to begin
+// with; it grows when they come.
+constexpr long long mostSlotsToBegin = 10000;
 
 } // namespace
 
-std::vector<PictureCache::Picture> PictureCache::SetBudget(long long bytes, int width, int height, long long time)
+std::vector<PictureCache::Picture> PictureCache::SetBudget(long long bytes, long long pictureBytes, long long time)
 {
     std::lock_guard const lock(mutex);
     std::vector<Picture> released = GetAll();
     auto const current = std::find_if(released.begin(), released.end(),
                                       [time](Picture const& picture) { return picture->endTime >= time; });
     cache.ForceClear(); // frees nothing, `released` holds them all
-    cache.SetMaxCacheSize(bytes, width, height, bytesPerPixel);
+    long long const slotBytes = std::max(pictureBytes, bytes / mostSlotsToBegin);
+    cache.SetMaxCacheSize(bytes, static_cast<int>(std::min<long long>(slotBytes, std::numeric_limits<int>::max())), 1,
+                          1);
     auto kept = current;
     for (; kept != released.end() && cache.GetSize() + (*kept)->size <= bytes; ++kept)
         cache.AppendFrame(*kept);

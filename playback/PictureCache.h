@@ -52,7 +52,7 @@ public:
 
     // Keeps what fits of the pictures around `time` and returns the others. `width` and `height` are those of a
     // picture.
-    std::vector<Picture> SetBudget(long long bytes, int width, int height, long long time);
+    std::vector<Picture> SetBudget(long long bytes, long long pictureBytes, long long time);
     std::vector<Picture> TakeAll();
 
     Place Find(long long time, int offset) const;                // the one showing at `time`, moved by `offset`

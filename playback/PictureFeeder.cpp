@@ -38,7 +38,7 @@ bool PictureFeeder::Begin(StopCheck const& stop)
     if (source->Read(picture, stop) != PictureSource::Result::Picture)
         return false;
     NotePicture(picture);
-    cache.SetBudget(EffectiveBudget(), width, height, 0);
+    cache.SetBudget(EffectiveBudget(), pictureBytes, 0);
     cache.Append(picture);
     first = picture->startTime;
     followsCache = true;
@@ -290,7 +290,7 @@ void PictureFeeder::SetBudget(long long bytes, long long position)
 {
     budget = bytes;
     PictureCache::Span const before = cache.GetSpan();
-    released = cache.SetBudget(EffectiveBudget(), width, height, ShownTime(position));
+    released = cache.SetBudget(EffectiveBudget(), pictureBytes, ShownTime(position));
     followsCache = followsCache && cache.GetSpan().end == before.end;
     released.clear();
 }
@@ -298,8 +298,6 @@ void PictureFeeder::SetBudget(long long bytes, long long position)
 // The sizes that the budget is reckoned with follow the pictures.
 void PictureFeeder::NotePicture(Picture const& picture)
 {
-    width = picture->width;
-    height = picture->height;
     pictureBytes = std::max(pictureBytes, static_cast<long long>(picture->size));
 }
 

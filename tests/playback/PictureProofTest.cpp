@@ -85,7 +85,7 @@ protected:
         EXPECT_EQ(shown->startTime, pictures[index].time) << "at picture " << index;
         QByteArray const hash =
             Reference::HashOf(shown->data, shown->width, shown->height, (3 * shown->width + 3) / 4 * 4);
-        EXPECT_EQ(hash.toHex(), pictures[index].hash.toHex()) << "at picture " << index;
+        EXPECT_EQ(hash.toHex().toStdString(), pictures[index].hash.toHex().toStdString()) << "at picture " << index;
     }
 
     size_t IndexAt(long long moment) const
@@ -129,6 +129,7 @@ TEST_P(PictureProofTest, BackwardsShowsEveryPictureOnce)
     long long position = engine->GetStatus().position;
     EXPECT_TRUE(engine->GetStatus().durationKnown);
     engine->SetSpeed(-1.0);
+    Wait();
     for (size_t i = pictures.size(); i-- > 0 && !HasFailure();) {
         time->Advance(position - pictures[i].time);
         position = pictures[i].time;
