@@ -52,6 +52,8 @@ QLabel* MakeText(QWidget* parent, QColor const& colour)
 
 QString SpeedText(double speed)
 {
+    if (speed == 0.0)
+        return "paused";
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
 }
 

@@ -17,24 +17,54 @@ constexpr double groupGap = 12.0;
 constexpr double padding = 26.0;
 constexpr int columns = 2;
 
-// The height of all groups with their headings; a group is not broken between columns.
-double HeightOf(std::vector<KeyMap::Action> const& actions, char const* group)
+// Where each action and each heading stands, in a column and from its top; a group is not broken between columns.
+struct Place
 {
-    auto const rows = std::count_if(actions.begin(), actions.end(), [group](auto const& action) {
-        return QLatin1String(action.group) == QLatin1String(group);
-    });
-    return static_cast<double>(rows + 1) * rowHeight + groupGap;
-}
+    KeyMap::Action const* action;
+    bool beginsGroup; // a heading stands one row above
+    int column;
+    double top;
+};
 
+// The number of rows and gaps of all groups, as a height.
 double TotalHeight(std::vector<KeyMap::Action> const& actions)
 {
     double height = 0.0;
     QLatin1String last("");
     for (auto const& action : actions) {
-        if (QLatin1String(action.group) != last)
-            height += HeightOf(actions, action.group);
+        height += rowHeight + (QLatin1String(action.group) != last ? rowHeight + groupGap : 0.0);
         last = QLatin1String(action.group);
     }
+    return height;
+}
+
+std::vector<Place> PlacesOf(std::vector<KeyMap::Action> const& actions)
+{
+    std::vector<Place> places;
+    double const half = TotalHeight(actions) / columns;
+    QLatin1String last("");
+    int column = 0;
+    double top = 0.0;
+    for (auto const& action : actions) {
+        bool const beginsGroup = QLatin1String(action.group) != last;
+        if (beginsGroup && column == 0 && top + 2.0 * rowHeight > half) {
+            column = 1;
+            top = 0.0;
+        }
+        if (beginsGroup)
+            top += rowHeight + (top > 0.0 ? groupGap : 0.0);
+        places.push_back({&action, beginsGroup, column, top});
+        top += rowHeight;
+        last = QLatin1String(action.group);
+    }
+    return places;
+}
+
+double HeightOf(std::vector<Place> const& places)
+{
+    double height = 0.0;
+    for (auto const& place : places)
+        height = std::max(height, place.top + rowHeight);
     return height;
 }
 
@@ -64,8 +94,7 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    // The tallest group may overhang the half, so the columns have room for it.
-    double const height = TotalHeight(KeyMap::Actions()) / columns + 3.0 * rowHeight + 2.0 * padding;
+    double const height = HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * padding;
     double const wide = columns * columnWidth + 3.0 * padding;
     double const scale = std::min({1.0, (width() - 16.0) / wide, (this->height() - 16.0) / height});
     painter.translate(width() / 2.0, this->height() / 2.0);
@@ -81,31 +110,21 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
 
 void HelpOverlay::PaintGroups(QPainter& painter, QRectF const& area) const
 {
-    auto const& actions = KeyMap::Actions();
-    double const columnEnd = area.top() + TotalHeight(actions) / columns;
-    QPointF place = area.topLeft();
-    QLatin1String last("");
-    for (auto const& action : actions) {
-        if (QLatin1String(action.group) != last) {
-            if (!last.isEmpty() && last.size() > 0)
-                place.ry() += groupGap;
-            bool const halfDone = place.x() == area.left() && place.y() + rowHeight > columnEnd;
-            if (halfDone)
-                place = QPointF(area.left() + columnWidth + padding, area.top());
+    for (Place const& place : PlacesOf(KeyMap::Actions())) {
+        QPointF const corner = area.topLeft() + QPointF(place.column * (columnWidth + padding), place.top);
+        if (place.beginsGroup) {
             painter.setFont(FontOf(font(), 12.0, true));
             painter.setPen(Theme::accent);
-            painter.drawText(QRectF(place, QSizeF(columnWidth, rowHeight)), Qt::AlignVCenter,
-                             QString(action.group).toUpper());
-            place.ry() += rowHeight;
-            last = QLatin1String(action.group);
+            painter.drawText(QRectF(corner - QPointF(0.0, rowHeight), QSizeF(columnWidth, rowHeight)), Qt::AlignVCenter,
+                             QString(place.action->group).toUpper());
         }
         painter.setFont(FontOf(font(), 13.0, true));
         painter.setPen(Theme::text);
-        painter.drawText(QRectF(place, QSizeF(keyWidth, rowHeight)), Qt::AlignVCenter, keys.KeysOf(action.action));
+        painter.drawText(QRectF(corner, QSizeF(keyWidth, rowHeight)), Qt::AlignVCenter,
+                         keys.KeysOf(place.action->action));
         painter.setFont(FontOf(font(), 13.0, false));
         painter.setPen(Theme::quietText.lighter(120));
-        painter.drawText(QRectF(place.x() + keyWidth, place.y(), columnWidth - keyWidth, rowHeight), Qt::AlignVCenter,
-                         action.help);
-        place.ry() += rowHeight;
+        painter.drawText(QRectF(corner + QPointF(keyWidth, 0.0), QSizeF(columnWidth - keyWidth, rowHeight)),
+                         Qt::AlignVCenter, place.action->help);
     }
 }

@@ -21,6 +21,7 @@ void Declare(QCommandLineParser& parser)
         {"speed", "Play at this speed, -16 to 16 and not 0; below 0 is backwards.", "SPEED"},
         {"start", "Start at this time: seconds, or hours:minutes:seconds.", "TIME"},
         {"paused", "Do not begin to play."},
+        {"once", "At the end of the last file print what was shown and dropped, and quit."},
         {"loop", "Repeat; --loop=no does not.", "yes|no"},
         {"cache-mb", "Memory for decoded pictures in megabytes.", "SIZE"},
         {"fps", "Pictures per second of image sequences, 0.1 to 1000.", "RATE"},
@@ -142,6 +143,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
         options.text = QString("tavolin-player %1\n").arg(QCoreApplication::applicationVersion());
     options.files = parser.positionalArguments();
     options.paused = parser.isSet("paused");
+    options.once = parser.isSet("once");
     options.fullScreen = parser.isSet("fullscreen");
 
     Reader reader(parser, options.fault);

@@ -16,6 +16,7 @@ public:
     long long start = 0; // microseconds
     bool paused = false;
     bool fullScreen = false;
+    bool once = false; // print the figures of play at the end of the last file, and quit
     std::optional<bool> loop;
     std::optional<bool> mute;
     std::optional<double> volume; // 0 to 1

@@ -25,6 +25,7 @@
 #include <QtConcurrent>
 
 #include <cmath>
+#include <cstdio>
 
 namespace {
 
@@ -317,11 +318,21 @@ void PlayerWindow::ToggleColours()
 void PlayerWindow::FollowEnd(PlaybackStatus const& status)
 {
     bool const isEnd = !opening && status.state == PlaybackState::Ended && status.kind != SourceKind::Still;
-    if (isEnd && !ended && transport.GetSpeed() > 0.0 && status.position > status.start && playlist.Move(1)) {
-        OpenCurrent();
-        return;
+    if (isEnd && !ended) {
+        if (transport.GetSpeed() > 0.0 && status.position > status.start && playlist.Move(1)) {
+            OpenCurrent();
+            return;
+        }
+        if (options.once)
+            Finish(status);
     }
     ended = isEnd;
+}
+
+void PlayerWindow::Finish(PlaybackStatus const& status)
+{
+    std::printf("%lld pictures shown, %lld dropped\n", status.picturesShown, status.picturesDropped);
+    close();
 }
 
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
@@ -369,8 +380,11 @@ void PlayerWindow::ShowControls()
 
 void PlayerWindow::Perform(PlayerAction action)
 {
+    double const speed = transport.GetSpeed();
     if (transport.Perform(action)) {
         ShowControls();
+        if (transport.GetSpeed() != speed)
+            bar->ShowPassingNote(QString("Speed %1×").arg(transport.GetSpeed()));
         Tick();
         return;
     }

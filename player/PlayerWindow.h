@@ -67,6 +67,7 @@ private:
     void Tick();
     void FollowOpening(PlaybackStatus const& status);
     void FollowEnd(PlaybackStatus const& status);
+    void Finish(PlaybackStatus const& status);
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
     void ShowNotes(PlaybackStatus const& status);

@@ -9,13 +9,17 @@ namespace {
 // A device that asks for nothing for so long has vanished, whatever it says of itself.
 constexpr auto patience = std::chrono::seconds(1);
 
+// Seconds of sound in the device's hands. The engine is told when each block is heard, so a long one costs nothing but
+// the time until a change is heard, and saves gaps where the computer is busy.
+constexpr double calmLatency = 0.08;
+
 PaStreamParameters ParametersOf(PaDeviceIndex device, int channels)
 {
     PaStreamParameters parameters{};
     parameters.device = device;
     parameters.channelCount = channels;
     parameters.sampleFormat = paInt16;
-    parameters.suggestedLatency = Pa_GetDeviceInfo(device)->defaultLowOutputLatency;
+    parameters.suggestedLatency = std::max(calmLatency, Pa_GetDeviceInfo(device)->defaultHighOutputLatency);
     return parameters;
 }
 

@@ -39,7 +39,7 @@ QString SoundText(PlaybackStatus const& status)
 {
     if (status.channels <= 0)
         return "none";
-    return QString("%1 Hz, %2 channels").arg(status.sampleRate).arg(status.channels);
+    return QString("%1 Hz, %2").arg(status.sampleRate).arg(status.channels == 1 ? "mono" : "stereo");
 }
 
 } // namespace

@@ -15,7 +15,7 @@ inline QColor const line(58, 60, 64);         // edges
 inline QColor const text(222, 223, 225);      // to be read
 inline QColor const quietText(146, 149, 154); // beside it
 inline QColor const accent(94, 160, 232);     // what is played, chosen
-inline QColor const cached(82, 140, 104);     // what is decoded
+inline QColor const cached(92, 168, 122);     // what is decoded
 inline QColor const range(226, 170, 74);      // in and out points
 inline QColor const wave(76, 82, 90);         // sound not yet played
 inline QColor const warning(236, 132, 106);   // notes about something missing

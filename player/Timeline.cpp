@@ -101,11 +101,11 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
     QColor tint = Theme::accent;
     tint.setAlpha(40);
     painter.fillRect(played, tint);
+    PaintRange(painter);
     if (cached.end >= cached.start)
         painter.fillRect(QRect(QPoint(XAt(cached.start), groove.bottom() - cachedHeight + 1),
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
-    PaintRange(painter);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
     if (hover)
         PaintHover(painter);

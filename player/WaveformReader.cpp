@@ -50,7 +50,9 @@ bool Initialize(AudioDecoder& decoder, AVCodecContext* context, AVRational timeB
 
 WaveformReader::WaveformReader(QString const& path, long long start, long long duration, QObject* parent)
     : QThread(parent), path(path), mediaStart(start), duration(std::max(1LL, duration))
-{}
+{
+    qRegisterMetaType<QVector<quint8>>("QVector<quint8>"); // travels between threads
+}
 
 WaveformReader::~WaveformReader()
 {

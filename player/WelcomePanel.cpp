@@ -12,9 +12,9 @@ namespace {
 constexpr int panelWidth = 520;
 constexpr int maxFiles = 6;
 constexpr char const* styleRules = R"(
-    QPushButton { border: none; border-radius: 4px; padding: 6px 10px; text-align: left; color: #92959a; }
+    QPushButton { border: none; border-radius: 4px; padding: 6px 10px; color: #92959a; }
     QPushButton:hover { background: #1b1c1e; color: #dedfe1; }
-    QPushButton#open { background: #2b2d30; color: #dedfe1; padding: 8px 18px; text-align: center; }
+    QPushButton#open { background: #2b2d30; color: #dedfe1; padding: 8px 18px; }
     QPushButton#open:hover { background: #3a3c40; }
 )";
 
@@ -39,7 +39,7 @@ WelcomePanel::WelcomePanel(QWidget* parent) : QWidget(parent)
 {
     setStyleSheet(styleRules);
     heading = MakeLabel(this, Theme::text, 20);
-    heading->setText("Drop a movie, a sound, a picture or a folder of pictures here");
+    heading->setText("Drop a movie, sound, picture or folder here");
     message = MakeLabel(this, Theme::warning, 14);
     auto* open = new QPushButton("Open…  Ctrl+O", this);
     open->setObjectName("open");

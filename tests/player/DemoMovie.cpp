@@ -67,6 +67,29 @@ QImage DemoMovie::Picture(int number)
     return image;
 }
 
+QColor DemoMovie::Patch(int column, int row)
+{
+    // Inside what every conversion can show: no channel near its ends, no saturation that another matrix clips.
+    return QColor(70 + 16 * column, 180 - 20 * row, 90 + 12 * ((column + row) % 8));
+}
+
+QString DemoMovie::MakeCard(QString const& matrix, QString const& range)
+{
+    QImage card(width, height, QImage::Format_RGB888);
+    QPainter painter(&card);
+    for (int column = 0; column < 8; ++column)
+        for (int row = 0; row < 6; ++row)
+            painter.fillRect(40 * column, 40 * row, 40, 40, Patch(column, row));
+    painter.end();
+    QString const still = Folder().filePath("card.png");
+    QString const path = Folder().filePath(QString("card-%1-%2.mp4").arg(matrix, range));
+    QString const convert = QString("scale=out_color_matrix=%1:out_range=%2,format=yuv444p").arg(matrix, range);
+    bool const made = card.save(still) &&
+                      RunFfmpeg({"-loop", "1", "-framerate", "25", "-i", still, "-frames:v", "25", "-vf", convert,
+                                 "-c:v", "libx264", "-qp", "0", "-colorspace", matrix, "-color_range", range, path});
+    return made ? path : QString();
+}
+
 QByteArray DemoMovie::Sound(int pictures)
 {
     constexpr int samplesPerPicture = sampleRate / rate;

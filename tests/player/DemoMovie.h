@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QImage>
 #include <QString>
 
@@ -29,6 +30,11 @@ public:
     static QString MakeSequence(int pictures);
 
     static QImage Picture(int number);
+
+    // A card of 8 x 6 patches of 40 pixels, stored without loss with the tags "bt709" and "tv", or "smpte170m" and
+    // "pc", or whatever ffmpeg knows.
+    static QString MakeCard(QString const& matrix, QString const& range);
+    static QColor Patch(int column, int row);
 
 private:
     static QByteArray Sound(int pictures);

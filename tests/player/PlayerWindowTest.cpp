@@ -91,7 +91,8 @@ protected:
         QString const movie = DemoMovie::Make(pictures);
         ASSERT_FALSE(movie.isEmpty());
         Start({movie});
-        ASSERT_TRUE(Eventually([&] { return ShownNumber() == 0; }));
+        ASSERT_TRUE(Eventually([&] { return Child<Timeline>()->TimeAt(viewWidth) > 0; }));
+        ASSERT_TRUE(Shows(0));
     }
 
     QImage Grab()
@@ -471,7 +472,7 @@ TEST_P(PlayerWindowTest, ShowsStatistics)
     ASSERT_TRUE(statistics->isVisible());
     QString const painting = GetParam() == PictureView::Painting::OpenGl ? "OpenGL" : "QPainter";
     EXPECT_TRUE(Eventually([&] { return statistics->GetLines().contains("Picture: 320 × 240, 25 fps"); }));
-    EXPECT_TRUE(statistics->GetLines().contains("Sound: 48000 Hz, 2 channels"));
+    EXPECT_TRUE(statistics->GetLines().contains("Sound: 48000 Hz, stereo"));
     EXPECT_TRUE(statistics->GetLines().contains("Painting: " + painting + ", 200 %, as converted"));
     Press(Qt::Key_Tab);
     EXPECT_FALSE(statistics->isVisible());
@@ -547,6 +548,36 @@ TEST_P(PlayerWindowTest, RemembersSettings)
     StartDemo();
     EXPECT_FALSE(window->GetTransport().IsMuted()); // the command line beats what is remembered
     EXPECT_TRUE(window->GetTransport().IsLooping());
+}
+
+TEST_P(PlayerWindowTest, ShowsTheColoursThatTheFileMeans)
+{
+    for (auto const& [matrix, range] : {std::pair{"bt709", "tv"}, std::pair{"bt709", "pc"},
+                                        std::pair{"smpte170m", "pc"}, std::pair{"smpte170m", "tv"}}) {
+        QString const card = DemoMovie::MakeCard(matrix, range);
+        ASSERT_FALSE(card.isEmpty());
+        Start({card});
+        auto const largestError = [&] {
+            QImage const screen = Grab();
+            int largest = 0;
+            for (int column = 0; column < 8; ++column)
+                for (int row = 0; row < 6; ++row) {
+                    QColor const seen = screen.pixelColor(80 * column + 40, 80 * row + 40);
+                    QColor const meant = DemoMovie::Patch(column, row);
+                    largest = std::max({largest, std::abs(seen.red() - meant.red()),
+                                        std::abs(seen.green() - meant.green()), std::abs(seen.blue() - meant.blue())});
+                }
+            return largest;
+        };
+        EXPECT_TRUE(Eventually([&] { return largestError() <= 3; })) << matrix << range << largestError();
+        if (!window->GetView().GetCorrection().IsIdentity()) {
+            Press(Qt::Key_C); // the switch
+            EXPECT_TRUE(Eventually([&] { return largestError() > 3; })) << matrix << range;
+        }
+        EXPECT_EQ(window->GetView().GetCorrection().IsIdentity(), true);
+        window.reset();
+        settings.correctColours = true;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Painting, PlayerWindowTest,
