@@ -35,7 +35,6 @@ void SoundWorker::Watch()
 {
     if (device->IsRunning())
         return;
-    QString const note = device->GetNote();
+    emit NoteChanged(device->GetNote()); // first: a driver whose device has gone may never come back from closing it
     Stop();
-    emit NoteChanged(note);
 }
