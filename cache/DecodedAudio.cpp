@@ -1,11 +1,10 @@
 #include "cache/DecodedAudio.h"
 
+#include "cache/CacheLock.h"
 #include "cache/OutputBlock.h"
 #include "cache/SharedField.h"
 #include "cache/WrappingTime.h"
 #include "decode/Microseconds.h"
-
-#include <QMutexLocker>
 
 #include <algorithm>
 #include <cmath>
@@ -80,7 +79,7 @@ void DecodedAudio::SetMaxFrameCount(int count)
     if (!ring.FitsInto(length))
         ForceClear();
     FrameRing<DecodedAudioFrame>::Slots resized[2] = {ring.MakeResized(0, length), ring.MakeResized(1, length)};
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     ring.Resize(resized);
 }
 
@@ -228,7 +227,7 @@ void DecodedAudio::PlaceFrame(FramePointer frame)
 void DecodedAudio::Grow()
 {
     auto grown = ring.MakeGrown(); // becomes the old array, released after the mutex
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     ring.Adopt(grown);
     IncrementShared(flushCounter);
 }
@@ -296,7 +295,7 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
     if (!buffer || framesPerBuffer <= 0 || channels <= 0)
         return 0;
     FramePointer left; // the frame last left behind: if nobody else holds it, it goes when the mutex is free again
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     if (reset || LoadShared(flushCounter) != flushCounterSeen)
         left = ResetOutput();
     OutputBlock block(buffer, framesPerBuffer, channels, volume, speed, speedPhase);

@@ -24,6 +24,11 @@ public:
         int outputStride = 0; // bytes, at least 3 x outputWidth
     };
 
+    // How many slices of a picture may be converted at the same time; 1 at first. The bytes do not depend on it.
+    void SetMostThreads(int threads);
+
+    bool CanConvert(Layout const& layout);
+
     // Converts `source`, whose picture is at least as large as the layout says, into `target` of outputStride x
     // outputHeight bytes. The source's size fields are changed to the layout's. False when the conversion is not
     // possible; `target` then holds anything.
@@ -33,9 +38,10 @@ private:
     bool Prepare(Layout const& layout);
     bool ConvertTo(AVFrame& source, Layout const& layout, uint8_t* target, int stride);
 
+    int mostThreads = 1;
     Layout prepared; // what `context` was made for
+    int preparedThreads = 1;
     FfmpegPtr<SwsContext> context;
-    bool threaded = false;                // `context` has slice threads
     std::unique_ptr<uint8_t[]> roomyRows; // scratch picture whose rows have room for the converter's last step
     size_t roomySize = 0;
 };

@@ -9,9 +9,11 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/cpu.h>
 #include <libavutil/imgutils.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -23,6 +25,8 @@ constexpr int bytesPerPixel = 3;
 
 // A drain ends by itself; a context that was never opened would answer with errors for ever.
 constexpr int mostFruitlessReceives = 100;
+
+constexpr int mostScalerThreads = 16;
 
 // Far more than any sane stream completes ahead of its packets, and little enough memory.
 constexpr size_t mostHeldFrames = 16;
@@ -58,8 +62,8 @@ void EncodeGamma(uint8_t* bytes, int size)
 int AspectCorrectedWidth(int width, float aspectRatio)
 {
     float const corrected = static_cast<float>(width) * aspectRatio;
-    constexpr auto limit = static_cast<float>(std::numeric_limits<int>::max() / bytesPerPixel);
-    return corrected >= 0.0f && corrected < limit ? static_cast<int>(corrected) : 0;
+    constexpr int limit = std::numeric_limits<int>::max() / bytesPerPixel;
+    return corrected >= 0.0f && corrected < static_cast<float>(limit) ? static_cast<int>(corrected) : 0;
 }
 
 // The alignment that makes FFmpeg round a row up to a multiple of 4 bytes. Not a power of two, which its rounding by
@@ -67,6 +71,15 @@ int AspectCorrectedWidth(int width, float aspectRatio)
 int RowAlignment(int outputWidth)
 {
     return (4 - outputWidth * bytesPerPixel % 4) % 4 + 1;
+}
+
+// Slices of a picture to convert at the same time: one for each processor. One more, which libswscale would choose,
+// would keep the others waiting. Frame threads use the processors meanwhile; those of a single image have nothing left
+// to do by then.
+int ScalerThreadsBeside(AVCodecContext const& context, bool isImage)
+{
+    bool const hasBusyThreads = !isImage && (context.active_thread_type & FF_THREAD_FRAME) != 0;
+    return std::min(hasBusyThreads ? av_cpu_count() / 2 : av_cpu_count(), mostScalerThreads);
 }
 
 } // namespace
@@ -96,6 +109,7 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
         return false;
     }
     codecContext = newCodecContext;
+    scaler->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
     return true;
 }
 
@@ -125,6 +139,11 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
                          newFrameRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
     frameRate = inRange ? newFrameRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
     frameDuration = 1.0 / frameRate * 1000000.0;
+}
+
+void VideoDecoder::SetTimesOnly(bool newTimesOnly)
+{
+    timesOnly = newTimesOnly;
 }
 
 void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
@@ -258,6 +277,21 @@ bool VideoDecoder::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& f
 
 bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time)
 {
+    auto record = std::make_shared<DecodedVideoFrame>();
+    if (!FillPicture(*record))
+        return false;
+    record->width = outputWidth;
+    record->height = height;
+    record->startTime = time;
+    record->frameRate = frameRate;
+    record->rotation = rotation;
+    record->isLinear = isLinear;
+    frames.append(std::move(record));
+    return true;
+}
+
+bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
+{
     // The context tells the picture's size and format. Around a change of either a held-back picture can still be of
     // the old kind: then the picture's own are what can be read.
     bool const asContextSays = frame->width >= codecContext->width && frame->height >= codecContext->height &&
@@ -270,19 +304,13 @@ bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& fram
     layout.outputHeight = height;
     layout.outputStride = outputStride;
 
-    auto record = std::make_shared<DecodedVideoFrame>();
-    record->TakeFromStore(pictureBuffers, outputSize);
-    if (!record->data || !scaler->Convert(*frame, layout, record->data))
+    if (timesOnly)
+        return scaler->CanConvert(layout);
+    record.TakeFromStore(pictureBuffers, outputSize);
+    if (!record.data || !scaler->Convert(*frame, layout, record.data))
         return false;
-    record->width = outputWidth;
-    record->height = height;
-    record->startTime = time;
-    record->frameRate = frameRate;
-    record->rotation = rotation;
-    record->isLinear = isLinear;
     if (isLinear)
-        EncodeGamma(record->data, record->size);
-    frames.append(std::move(record));
+        EncodeGamma(record.data, record.size);
     return true;
 }
 

@@ -35,6 +35,10 @@ public:
     // set changes nothing, so a new decoder given 0.0 keeps 0.0.
     void SetFrameRate(double frameRate);
 
+    // For who asks for nothing but times: pictures come when they would, but without `data` and at a fraction of the
+    // cost.
+    void SetTimesOnly(bool timesOnly);
+
     // Appends the records that `packet` completes: at most one picture for an ordinary packet; all that are held back
     // and the mark of the end for an empty one (no data, no size); the whole image, without a mark, for an image.
     // Pictures more than Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A
@@ -67,6 +71,7 @@ private:
     bool HasSizeChanged() const;
     void AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time) const;
     bool AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time);
+    bool FillPicture(DecodedVideoFrame& record);
 
     AVCodecContext* codecContext = nullptr; // not owned
     double timeBase = 0.0;                  // microseconds per tick
@@ -83,6 +88,7 @@ private:
     int rotation = 0;
     bool isImage = false;
     bool isLinear = false;
+    bool timesOnly = false;
     FfmpegPtr<AVFrame> frame; // the picture being turned into a record
     FfmpegPtr<AVFrame> spareFrame;
     std::deque<FfmpegPtr<AVFrame>> heldFrames; // decoded by an earlier call and not yet delivered

@@ -153,6 +153,8 @@ FfmpegPtr<AVCodecContext> OpenVideoCodec(AVStream const* stream)
     if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0 ||
         avcodec_open2(context.get(), avcodec_find_decoder(context->codec_id), nullptr) < 0)
         return nullptr;
+    context->skip_loop_filter = AVDISCARD_ALL; // nobody looks at the pictures
+    context->skip_idct = AVDISCARD_ALL;
     return context;
 }
 
@@ -179,6 +181,7 @@ void FindStartTime(VideoStream& record, MediaInfo const& info, AVFormatContext* 
     if (!context)
         return;
     VideoDecoder decoder;
+    decoder.SetTimesOnly(true);
     decoder.Initialize(context.get(), stream->time_base, record.width, record.height, record.pixelAspectRatio, 0,
                        record.frameRate, 0, info.IsImage(), info.IsLinearColorSpace());
     while (AVPacket* packet = head.Next(record.streamIndex)) {

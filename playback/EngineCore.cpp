@@ -69,7 +69,7 @@ void EngineCore::Open(QString const& newPath, bool newIsSequence)
     speed = 0.0;
     forwards = true;
     loopEnd = loopStart = 0;
-    shown.reset();
+    shown = {};
     picturesShown = picturesDropped = 0;
     drift = 0.0;
     Jump(0, Now());
@@ -181,23 +181,32 @@ std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
         Wake(); // the time that goes by makes room for more
     PictureCache::Place const place = media->pictures->Find(GetPosition(now), 0);
     PictureCache::Picture const picture = place.picture ? place.picture : media->pictures->GetPreview(sought);
-    if (picture && picture != shown)
-        CountPicture(picture, place.picture ? place.start : picture->startTime);
-    return shown;
+    if (picture && picture != shown.picture)
+        ShowPicture(place.picture ? place : PictureCache::Place{picture, picture->startTime, picture->startTime});
+    return shown.picture;
 }
 
-void EngineCore::CountPicture(PictureCache::Picture const& picture, long long start)
+void EngineCore::ShowPicture(PictureCache::Place const& place)
 {
-    bool const goesOn = shown && shownSought == sought && speed != 0.0;
-    if (goesOn) {
-        int const between = media->pictures->CountBetween(shownStart, start);
-        long long const estimate = std::abs(start - shownStart) / std::max(media->frameStep, 1LL) - 1;
-        picturesDropped += between >= 0 ? between : std::max(estimate, 0LL);
-    }
+    bool const goesOn = shown.picture && shownSought == sought && speed != 0.0;
+    if (goesOn)
+        picturesDropped += CountBetween(shown, place);
     ++picturesShown;
-    shown = picture;
-    shownStart = start;
+    shown = place;
     shownSought = sought;
+}
+
+// Pictures between two; an estimate when some of them have not been decoded or are gone.
+long long EngineCore::CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const
+{
+    PictureCache::Place const& earlier = one.start < other.start ? one : other;
+    PictureCache::Place const& later = one.start < other.start ? other : one;
+    if (earlier.end + 1 >= later.start)
+        return 0;
+    int const cached = media->pictures->CountBetween(earlier.start, later.start);
+    if (cached >= 0)
+        return cached;
+    return std::max((later.start - earlier.end) / std::max(media->frameStep, 1LL), 1LL);
 }
 
 int EngineCore::FillAudio(short* buffer, int frames, long long delay)

@@ -91,7 +91,8 @@ private:
     bool IsEndKnown() const;
     long long GetStart() const;
     long long GetEnd() const;
-    void CountPicture(PictureCache::Picture const& picture, long long start);
+    void ShowPicture(PictureCache::Place const& place);
+    long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
     void FillStatusOfMedia(PlaybackStatus& status) const;
     PlaybackState GetState() const;
 
@@ -142,8 +143,7 @@ private:
     std::vector<std::shared_ptr<SoundOutput>> formerOutputs; // whose last block may still be on its way
 
     // Pictures.
-    PictureCache::Picture shown;
-    long long shownStart = 0;
+    PictureCache::Place shown;
     long long shownSought = -1;
     long long picturesShown = 0;
     long long picturesDropped = 0;

@@ -36,7 +36,9 @@ bool PictureReader::Open()
     streamStart = stream.startTime;
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
-    isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
+    bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
+    // Old phones mark pictures as key pictures that are not, and this decoder takes any picture to begin with.
+    canLand = isTimed && stream.codecName != QLatin1String("h263");
     return Restart();
 }
 
@@ -72,7 +74,7 @@ PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, 
     Landing landing = ReadOnTo(earliest, stop);
     long long const duration = info->GetDuration();
     long long const latest = duration > 0 ? std::min(time, duration) : time;
-    bool fromStart = !isTimed;
+    bool fromStart = !canLand;
     long long back = instance->RequiresLargeSeekOffset() ? second : 0;
     for (; landing == Landing::Late; back = std::max(2 * back, second)) {
         fromStart = fromStart || (back > 0 && latest - back + GetOrigin() <= 0);
@@ -83,9 +85,12 @@ PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, 
         if (!Restart())
             return Result::End;
         dropBefore = std::max(earliest - back, 0LL);
+        bool const isAll = dropBefore == 0;
         landing = ReadUpTo(earliest, stop);
-        if (dropBefore <= 0 || !isTimed)
+        if (isAll)
             break; // nothing was dropped that could show at that time: this is as early as it gets
+        if (drained)
+            back = earliest;
     }
     if (landing != Landing::Stopped)
         return ready.isEmpty() ? Result::End : Result::Picture;
@@ -99,8 +104,12 @@ PictureReader::Landing PictureReader::SeekAndRead(long long target, long long la
     if (!Land(target, latest, stop))
         return stop() ? Landing::Stopped : Landing::Late;
     bool const keepsAll = brokenBefore != longAgo && brokenBefore >= earliest;
-    dropBefore = keepsAll ? -1 : std::max(earliest - (latest - target), 0LL);
-    return ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
+    dropBefore = keepsAll ? -1 : std::max(std::min(earliest, latest) - (latest - target), 0LL);
+    Landing const landing = ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
+    bool const isBeyondEnd = landing == Landing::Late && drained && dropBefore > 0;
+    if (!isBeyondEnd || !Land(target, latest, stop))
+        return landing;
+    return ReadUpTo(earliest, stop); // all was dropped: the last picture is wanted
 }
 
 // Seeks and takes the first key packet of the pictures in hand. False when there is none, or when its picture shows

@@ -35,11 +35,10 @@ std::vector<Recipe> const& Recipes()
         {"program.mpg", small.arg(8) + tone.arg(8) + "-c:v mpeg1video -bf 2 -g 15 -b:v 2M -c:a mp2"},
         {"flash.flv", small.arg(6) + "-c:v libx264 -preset ultrafast -bf 2 -g 50"},
         {"matroska.mkv", small.arg(6) + tone.arg(6) + "-c:v libx264 -preset ultrafast -bf 2 -g 50 -c:a libvorbis"},
-        {"vfr.mp4", small.arg(12) +
-                        "-vf select='not(mod(n\\,7))+not(mod(n\\,11))+between(n\\,100\\,110)' -fps_mode vfr "
-                        "-c:v libx264 -preset ultrafast -bf 2 -g 20"},
+        {"vfr.mp4", small.arg(12) + "-vf select='not(mod(n\\,7))+not(mod(n\\,11))+between(n\\,100\\,110)' -vsync vfr "
+                                    "-c:v libx264 -preset ultrafast -bf 2 -g 20"},
         {"long-stills.mp4", small.arg(20) + "-vf select='eq(n\\,0)+eq(n\\,1)+eq(n\\,200)+eq(n\\,210)+gt(n\\,480)' "
-                                            "-fps_mode vfr -c:v libx264 -preset ultrafast -bf 0 -g 250"},
+                                            "-vsync vfr -c:v libx264 -preset ultrafast -bf 0 -g 250"},
         {"edit-list.mp4", "-ss 1.3 -i {gop12.mp4} -c copy"},
         {"negative-start.ts", "-i {stream.ts} -c copy -copyts -output_ts_offset -1.52 -muxdelay 0"},
         {"ntsc.mp4",

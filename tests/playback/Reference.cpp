@@ -1,5 +1,6 @@
 #include "Reference.h"
 
+#include "media/FfmpegBridge.h"
 #include "media/FfmpegPtr.h"
 
 #include <QCryptographicHash>
@@ -101,6 +102,23 @@ void BeginAtZero(std::vector<Reference::Picture>& pictures)
         pictures.front().time = std::max(pictures.front().time, 0LL);
 }
 
+FfmpegPtr<SwrContext> MakeResampler(AVCodecContext const* codec)
+{
+    FfmpegPtr<SwrContext> resampler(swr_alloc());
+    uint64_t const stated = FfmpegBridge::ChannelLayoutMask(codec);
+    uint64_t const layout =
+        stated != 0 ? stated : FfmpegBridge::DefaultChannelLayout(FfmpegBridge::ChannelCount(codec));
+    FfmpegBridge::SetResamplerInputLayout(resampler.get(), layout);
+    FfmpegBridge::SetResamplerOutputLayout(resampler.get(), layout);
+    av_opt_set_int(resampler.get(), "in_sample_rate", codec->sample_rate, 0);
+    av_opt_set_int(resampler.get(), "out_sample_rate", codec->sample_rate, 0);
+    av_opt_set_sample_fmt(resampler.get(), "in_sample_fmt", codec->sample_fmt, 0);
+    av_opt_set_sample_fmt(resampler.get(), "out_sample_fmt", AV_SAMPLE_FMT_S16, 0);
+    if (swr_init(resampler.get()) < 0)
+        throw std::runtime_error("cannot convert the sound");
+    return resampler;
+}
+
 } // namespace
 
 QByteArray Reference::HashOf(unsigned char const* data, int width, int height, int stride)
@@ -147,4 +165,28 @@ long long Reference::FirstPictureTime(QString const& path)
         return false;
     });
     return std::max(time, 0LL);
+}
+
+Reference::Sound Reference::DecodeSound(QString const& path)
+{
+    Sound sound;
+    Input input = OpenBest(path, AVMEDIA_TYPE_AUDIO, false);
+    if (!input.stream)
+        return sound;
+    AVCodecContext* const codec = input.codec.get();
+    FfmpegPtr<SwrContext> resampler;
+    DecodeAll(input, [&](AVFrame* frame) {
+        if (!resampler) {
+            sound.channels = FfmpegBridge::ChannelCount(codec);
+            sound.sampleRate = codec->sample_rate;
+            resampler = MakeResampler(codec);
+        }
+        size_t const before = sound.samples.size();
+        sound.samples.resize(before + static_cast<size_t>(frame->nb_samples * sound.channels));
+        auto* target = reinterpret_cast<uint8_t*>(sound.samples.data() + before);
+        swr_convert(resampler.get(), &target, frame->nb_samples, const_cast<uint8_t const**>(frame->extended_data),
+                    frame->nb_samples);
+        return true;
+    });
+    return sound;
 }

@@ -23,7 +23,6 @@ struct Sound
 {
     int channels = 0;
     int sampleRate = 0;
-    long long start = 0; // container time of the first sample, microseconds
     std::vector<short> samples;
 };
 

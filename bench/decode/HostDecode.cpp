@@ -1,0 +1,66 @@
+#include "bench/decode/HostDecode.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+
+#include <deque>
+
+namespace {
+
+using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
+
+// Moves the pictures that came into the window; how many they were.
+int TakePictures(Pictures& pictures, std::deque<std::shared_ptr<DecodedVideoFrame>>& window, size_t windowSize)
+{
+    int count = 0;
+    for (auto const& picture : pictures) {
+        if (!picture->data)
+            continue; // the mark of the end
+        ++count;
+        window.push_back(picture);
+    }
+    pictures.clear();
+    while (window.size() > windowSize)
+        window.pop_front();
+    return count;
+}
+
+} // namespace
+
+std::shared_ptr<MediaInfo> HostDecode::Probe(QString const& path, bool isImage)
+{
+    auto info = std::make_shared<MediaInfo>(path);
+    info->isImage = isImage;
+    MediaReader::ParseMedia(info);
+    return info;
+}
+
+std::vector<std::shared_ptr<MediaInfo>> HostDecode::Probe(QStringList const& paths, bool isImage)
+{
+    std::vector<std::shared_ptr<MediaInfo>> infos;
+    for (QString const& path : paths)
+        infos.push_back(Probe(path, isImage));
+    return infos;
+}
+
+int HostDecode::DecodeAll(std::vector<std::shared_ptr<MediaInfo>> const& infos, size_t windowSize)
+{
+    int count = 0;
+    std::deque<std::shared_ptr<DecodedVideoFrame>> window;
+    QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+    Pictures pictures;
+    for (auto const& info : infos) {
+        MediaInstance instance;
+        if (!instance.Initialize(info, 0))
+            continue;
+        while (instance.HasPacket()) {
+            instance.DecodePacket(sounds, pictures, -1);
+            count += TakePictures(pictures, window, windowSize);
+            sounds.clear();
+        }
+    }
+    return count;
+}
