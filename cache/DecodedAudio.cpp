@@ -294,7 +294,7 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
 {
     if (!buffer || framesPerBuffer <= 0 || channels <= 0)
         return 0;
-    FramePointer left; // the frame last left behind: if nobody else holds it, it goes when the mutex is free again
+    FramePointer left; // a frame that nobody else holds any more: it goes when the mutex is free again
     CacheLock const lock(mutex);
     if (reset || LoadShared(flushCounter) != flushCounterSeen)
         ResetOutput(left);
@@ -346,7 +346,7 @@ void DecodedAudio::ResetOutput(FramePointer& left)
 // the slots came to mean something else in between.
 void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, FramePointer& left)
 {
-    if (outputFrame)
+    if (outputFrame.use_count() == 1)
         left = std::move(outputFrame);
     bool const isLookup = outputSlot < 0;
     if (isLookup)
