@@ -107,12 +107,12 @@ void CompareWithCommand(Case const& one, Source const& source, int pairs)
     std::fflush(stdout);
 }
 
-// A row of images that the host has probed before, one after the other on one thread, against the whole process.
+// A row of images that the host has probed before, decoded on all processors, against the whole process.
 void CompareProbedWithCommand(Case const& one, Source const& source, int pairs)
 {
     auto const infos = HostDecode::Probe(source.files, source.isImage);
     auto const runs = PairedRuns::Measure(
-        pairs, [&] { HostDecode::DecodeAll(infos, window); }, [&] { RunProcess("ffmpeg", FfmpegArguments(source)); });
+        pairs, [&] { HostDecode::DecodeRow(infos, window); }, [&] { RunProcess("ffmpeg", FfmpegArguments(source)); });
     Print(one.clip, "ffmpeg, probed before", runs);
     std::printf("       |\n");
     std::fflush(stdout);
