@@ -1,11 +1,10 @@
 #include "cache/DecodedAudio.h"
 
+#include "cache/CacheLock.h"
 #include "cache/OutputBlock.h"
 #include "cache/SharedField.h"
 #include "cache/WrappingTime.h"
 #include "decode/Microseconds.h"
-
-#include <QMutexLocker>
 
 #include <algorithm>
 #include <cmath>
@@ -80,7 +79,7 @@ void DecodedAudio::SetMaxFrameCount(int count)
     if (!ring.FitsInto(length))
         ForceClear();
     FrameRing<DecodedAudioFrame>::Slots resized[2] = {ring.MakeResized(0, length), ring.MakeResized(1, length)};
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     ring.Resize(resized);
 }
 
@@ -228,7 +227,7 @@ void DecodedAudio::PlaceFrame(FramePointer frame)
 void DecodedAudio::Grow()
 {
     auto grown = ring.MakeGrown(); // becomes the old array, released after the mutex
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     ring.Adopt(grown);
     IncrementShared(flushCounter);
 }
@@ -296,67 +295,75 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
     if (!buffer || framesPerBuffer <= 0 || channels <= 0)
         return 0;
     FramePointer left; // the frame last left behind: if nobody else holds it, it goes when the mutex is free again
-    QMutexLocker const lock(&mutex);
+    CacheLock const lock(mutex);
     if (reset || LoadShared(flushCounter) != flushCounterSeen)
-        left = ResetOutput();
+        ResetOutput(left);
     OutputBlock block(buffer, framesPerBuffer, channels, volume, speed, speedPhase);
-    bool const isPlayable = sampleRate > 0 && speed > 0.0 && std::isfinite(speed);
-    int const mostInVain = ring.GetView().capacity + framesBeyondATurn;
-    for (int inVain = 0; isPlayable && !block.IsFull();) {
-        if (remainingSamples > 0) {
-            inVain = PlayOutputFrame(block) ? 0 : inVain;
-            continue;
-        }
-        left = TakeOutputFrame(time, sampleRate);
-        if (!outputFrame || ++inVain > mostInVain) {
-            outputSlot = -1;
-            break;
-        }
-        if (speed == 1.0) {
-            double const reached =
-                block.written / static_cast<double>(sampleRate) * 1000000.0 + static_cast<double>(time);
-            PaSyncAudio(block.position, framesPerBuffer, TruncatedTime(reached), channels, sampleRate, block.written);
-        }
-    }
+    if (sampleRate > 0 && speed > 0.0 && std::isfinite(speed))
+        PlayFrames(block, time, sampleRate, /*followsDrift=*/speed == 1.0, left);
     if (!block.IsFull())
         block.FillWithSilence();
     speedPhase = block.GetPhase();
     return block.written;
 }
 
-// Gives the frame that was being played. The drift measured so far stays.
-DecodedAudio::FramePointer DecodedAudio::ResetOutput()
+// Until the block is full or there is no frame. Frames without samples, or too short for the speed, come to an end as
+// well, even in a ring without one.
+void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift, FramePointer& left)
+{
+    int const mostInVain = ring.GetView().capacity + framesBeyondATurn;
+    for (int inVain = 0; !block.IsFull();) {
+        if (remainingSamples > 0) {
+            inVain = PlayOutputFrame(block) ? 0 : inVain;
+            continue;
+        }
+        TakeOutputFrame(time, sampleRate, left);
+        if (!outputFrame || ++inVain > mostInVain) {
+            outputSlot = -1;
+            return;
+        }
+        if (followsDrift) {
+            double const played = block.written / static_cast<double>(sampleRate) * 1000000.0;
+            PaSyncAudio(block.position, block.GetFrames(), TruncatedTime(played + static_cast<double>(time)),
+                        block.GetChannels(), sampleRate, block.written);
+        }
+    }
+}
+
+// The drift measured so far stays.
+void DecodedAudio::ResetOutput(FramePointer& left)
 {
     flushCounterSeen = LoadShared(flushCounter);
+    left = std::exchange(outputFrame, nullptr);
     outputSlot = -1;
     outputSamples = nullptr;
     outputFrameStart = 0;
     remainingSamples = 0;
     speedPhase = 0.0;
-    return std::exchange(outputFrame, nullptr);
 }
 
-// Goes on to the next frame, or to the one at `time` when the place is not known, and gives the one that was being
-// played. No frame when there is none, or when the slots came to mean something else in between.
-DecodedAudio::FramePointer DecodedAudio::TakeOutputFrame(long long time, int sampleRate)
+// Goes on to the next frame, or to the one at `time` when the place is not known. No frame when there is none, or when
+// the slots came to mean something else in between.
+void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, FramePointer& left)
 {
+    if (outputFrame)
+        left = std::move(outputFrame);
     bool const isLookup = outputSlot < 0;
     if (isLookup)
         outputGeneration = ring.GetGeneration();
     auto const view = ring.GetView();
     outputSlot = isLookup ? ring.Find(view, time) : SlotAfter(view, view.capacity, outputSlot);
-    FramePointer previous = std::exchange(outputFrame, ring.CopyFrame(view, outputSlot));
+    outputFrame = ring.CopyFrame(view, outputSlot);
     if (ring.GetGeneration() != outputGeneration)
         outputFrame = nullptr;
     if (!outputFrame)
-        return previous;
+        return;
     outputSamples = outputFrame->samples;
     outputFrameStart = LoadShared(outputFrame->startTime);
     long long remaining = LoadShared(outputFrame->frameCount);
     if (isLookup)
         remaining -= WrappedProduct(WrappedDifference(time, outputFrameStart), sampleRate) / 1000000;
     remainingSamples = HeldToInt(remaining);
-    return previous;
 }
 
 // Counts from the end of the frame, which may have moved since: the cache stretches the latest frame when its neighbour

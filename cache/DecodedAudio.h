@@ -100,8 +100,9 @@ private:
     bool StoreFrame(FramePointer frame);
     void PlaceFrame(FramePointer frame);
     void Grow();
-    FramePointer ResetOutput();
-    FramePointer TakeOutputFrame(long long time, int sampleRate);
+    void PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift, FramePointer& left);
+    void ResetOutput(FramePointer& left); // `left` takes the frame that was being played
+    void TakeOutputFrame(long long time, int sampleRate, FramePointer& left);
     bool PlayOutputFrame(OutputBlock& block);
     void RepeatFirstSamples(short* buffer, int framesPerBuffer, int channels, int correction, int& written) const;
 

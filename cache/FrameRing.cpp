@@ -268,9 +268,9 @@ void FrameRing<Frame>::Exchange(Pointer& slot, Pointer frame)
 template <typename Frame>
 void FrameRing<Frame>::ReleaseSlots(Slots& slots)
 {
-    for (Pointer& slot : slots)
-        if (slot)
-            Exchange(slot, nullptr);
+    for (int i = 0; i < slots.size(); ++i)
+        if (slots.at(i))
+            Exchange(slots[i], nullptr);
 }
 
 template <typename Frame>

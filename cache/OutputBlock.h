@@ -20,6 +20,7 @@ public:
     OutputBlock(short* buffer, int framesPerBuffer, int channels, double volume, double speed, double phase);
 
     bool IsFull() const { return written >= framesPerBuffer; }
+    int GetFrames() const { return framesPerBuffer; }
     int GetChannels() const { return channels; }
     double GetPhase() const { return phase; }
 

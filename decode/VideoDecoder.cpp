@@ -62,8 +62,8 @@ void EncodeGamma(uint8_t* bytes, int size)
 int AspectCorrectedWidth(int width, float aspectRatio)
 {
     float const corrected = static_cast<float>(width) * aspectRatio;
-    constexpr auto limit = static_cast<float>(std::numeric_limits<int>::max() / bytesPerPixel);
-    return corrected >= 0.0f && corrected < limit ? static_cast<int>(corrected) : 0;
+    constexpr int limit = std::numeric_limits<int>::max() / bytesPerPixel;
+    return corrected >= 0.0f && corrected < static_cast<float>(limit) ? static_cast<int>(corrected) : 0;
 }
 
 // The alignment that makes FFmpeg round a row up to a multiple of 4 bytes. Not a power of two, which its rounding by

@@ -3,6 +3,7 @@
 #include "tools/DecodeCommand.h"
 #include "tools/FrameCommand.h"
 #include "tools/InfoCommand.h"
+#include "tools/PlayCommand.h"
 
 std::vector<std::unique_ptr<Command>> AllCommands()
 {
@@ -10,5 +11,6 @@ std::vector<std::unique_ptr<Command>> AllCommands()
     commands.push_back(std::make_unique<InfoCommand>());
     commands.push_back(std::make_unique<DecodeCommand>());
     commands.push_back(std::make_unique<FrameCommand>());
+    commands.push_back(std::make_unique<PlayCommand>());
     return commands;
 }

@@ -5,6 +5,7 @@
 #include "tools/MessageLog.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -100,6 +101,10 @@ ExitCode CommandLine::RunCommand(Command& command, QStringList const& arguments)
         QString message = parser.errorText();
         while (message.endsWith(QLatin1Char('.')))
             message.chop(1);
+        for (QString const& argument : arguments) {
+            if (argument.startsWith(QLatin1Char('-')) && QFileInfo::exists(argument))
+                message += QStringLiteral("; for the file \"%1\", write \"./%1\"").arg(argument);
+        }
         return RejectUsage(message, helpWords);
     }
     if (parser.isSet(QStringLiteral("help")))

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Of one kind behind the other in the file, beyond which it is taken to have ended.
+// How far sound may lie behind its pictures in a file, or they behind it, before it is taken to have ended.
 constexpr long long mostLagUs = 10000000;
 
 QString SumLine(char const* kind, long long time, QString const& size, QString const& sum)
@@ -112,7 +112,13 @@ bool DecodeReport::IsRangeDone() const
         return false;
     bool const picturesDone = pictureReached >= range.to || !source.HasPictures() || source.HasCoverOnly();
     bool const soundDone = soundReached >= range.to || !source.HasSound();
-    return (picturesDone && soundDone) || GetReachedTime() - mostLagUs >= range.to;
+    return (picturesDone && soundDone) || GetReachedTime() >= EndWithLag();
+}
+
+long long DecodeReport::EndWithLag() const
+{
+    constexpr long long latest = std::numeric_limits<long long>::max();
+    return range.to < latest - mostLagUs ? range.to + mostLagUs : latest;
 }
 
 long long DecodeReport::GetReachedTime() const

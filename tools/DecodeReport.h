@@ -44,6 +44,7 @@ private:
     void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
     void CountPicture(DecodedVideoFrame const& record);
     void TakeSound(DecodedAudioFrame const& record);
+    long long EndWithLag() const;
     long long StepAfter(DecodedVideoFrame const& record) const;
     QString PictureLine() const;
     QString SoundLine() const;

@@ -147,6 +147,7 @@ ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     SayWhatItIs(*source, request.path);
     SourceReader reader(*source);
     PictureFinder finder(*source, reader);
-    ExitCode const found = Report(request, finder.Find(request.time), finder.GetPicture().get());
+    PictureFinder::Result const result = finder.Find(request.time);
+    ExitCode const found = Report(request, result, finder.GetPicture().get());
     return found == ExitCode::Ok ? Write(*finder.GetPicture(), request) : found;
 }

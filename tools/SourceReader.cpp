@@ -6,6 +6,8 @@
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr long long secondUs = 1000000;
@@ -48,6 +50,7 @@ bool SourceReader::StartOver()
     seekTime = -1;
     ended = false;
     drains = 0;
+    landing = Landing::Trusted;
     nextSoundStart = noSound;
     instance.CloseInput();
     bool const isOpen = instance.HasPacket();
@@ -83,20 +86,23 @@ void SourceReader::Seek(long long time)
     seekTime = time;
     ended = false;
     drains = 0;
+    landing = Landing::Skipping;
     nextSoundStart = noSound;
     instance.Seek(time + source.GetInfo()->GetStartTime());
 }
 
 bool SourceReader::HasLandedBy(long long time)
 {
-    while (!ended && instance.HasPacket()) {
+    while (!ended && landing != Landing::Doubtful && instance.HasPacket()) {
         DecodeOne(ahead);
-        for (auto const& picture : ahead.pictures) {
-            if (IsPicture(*picture))
-                return picture->startTime <= time;
-        }
         if (!source.HasPictures() && !ahead.sounds.isEmpty())
             return source.ToMediaTime(ahead.sounds.first()->startTime) <= time;
+        auto const picture = std::find_if(ahead.pictures.begin(), ahead.pictures.end(),
+                                          [](auto const& record) { return IsPicture(*record); });
+        if (picture != ahead.pictures.end() && (*picture)->startTime > time)
+            return false;
+        if (picture != ahead.pictures.end() && landing == Landing::Trusted)
+            return true;
     }
     return false;
 }
@@ -116,8 +122,24 @@ bool SourceReader::Read(Records& records)
     return true;
 }
 
+// Some decoders make pictures from nothing when they begin between key frames. So the packets up to the first key
+// packet are passed over; and as old phones flag every packet of such a codec, it must be the only one in a row.
+void SourceReader::JudgeLanding()
+{
+    while (landing == Landing::Skipping && instance.IsVideoPacket()) {
+        if (instance.IsKeyPacket()) {
+            landing = source.StartsCleanly() ? Landing::Trusted : Landing::OnKey;
+            return;
+        }
+        instance.PrepareNextPacket(false);
+    }
+    if (landing == Landing::OnKey && instance.IsVideoPacket())
+        landing = instance.IsKeyPacket() ? Landing::Doubtful : Landing::Trusted;
+}
+
 void SourceReader::DecodeOne(Records& records)
 {
+    JudgeLanding();
     bool const isDrain = instance.IsEndOfFile();
     int const firstSound = static_cast<int>(records.sounds.size());
     int const firstPicture = static_cast<int>(records.pictures.size());

@@ -45,9 +45,13 @@ public:
     static bool IsPicture(DecodedVideoFrame const& record); // and no mark
 
 private:
+    // What the packets since the last seek say about the place where it came to.
+    enum class Landing { Skipping, OnKey, Trusted, Doubtful };
+
     void SetMissingRate();
     void Seek(long long time);
     bool HasLandedBy(long long time);
+    void JudgeLanding();
     void DecodeOne(Records& records);
     void StampDrainedSounds(Records& records, int first);
     void ContinueDrain(Records const& records, int firstPicture);
@@ -56,6 +60,7 @@ private:
     MediaInstance instance;
     Records ahead;           // read by StartAt and not handed out yet
     long long seekTime = -1; // as the video decoder takes it
+    Landing landing = Landing::Trusted;
     bool ended = false;
     int drains = 0;                     // since the end was reached
     long long nextSoundStart = noSound; // of the container, behind the last sound decoded

@@ -128,6 +128,31 @@ FfmpegPtr<AVPacket> WrongPacket()
     return packet;
 }
 
+QString Vp9Movie()
+{
+    return MakeMedia("pairs.webm", Picture("64x48", 25, 0.4) + QStringList{"-c:v", "libvpx-vp9", "-b:v", "100k", "-g",
+                                                                           "2", "-keyint_min", "2", "-auto-alt-ref",
+                                                                           "0", "-threads", "1"});
+}
+
+// Two pictures in one packet, the second behind the first, with the index that tells their sizes.
+FfmpegPtr<AVPacket> PairOf(AVPacket const& first, AVPacket const& second)
+{
+    FfmpegPtr<AVPacket> pair(av_packet_alloc());
+    av_new_packet(pair.get(), first.size + second.size + 6);
+    std::memcpy(pair->data, first.data, static_cast<size_t>(first.size));
+    std::memcpy(pair->data + first.size, second.data, static_cast<size_t>(second.size));
+    uint8_t* const index = pair->data + first.size + second.size;
+    index[0] = index[5] = 0xc9; // two sizes of two bytes
+    index[1] = static_cast<uint8_t>(first.size);
+    index[2] = static_cast<uint8_t>(first.size >> 8);
+    index[3] = static_cast<uint8_t>(second.size);
+    index[4] = static_cast<uint8_t>(second.size >> 8);
+    pair->pts = first.pts;
+    pair->dts = first.dts;
+    return pair;
+}
+
 // Puts packets into the codec behind the decoder's back until it takes no more.
 int Fill(Scene& scene)
 {
@@ -575,6 +600,51 @@ TEST(VideoDecoderTest, DeliversWhatTheDecoderHeldBackAndThenTheMark)
     auto const starts = StartsOf(pictures);
     for (size_t i = 1; i < starts.size(); ++i)
         EXPECT_EQ(starts[i] - starts[i - 1], 40000);
+}
+
+// The codec is emptied after each packet, as it would refuse another while pictures wait in it.
+TEST(VideoDecoderTest, DeliversOnePictureForAPacketOfTwoAndLosesNone)
+{
+    LogCapture log;
+    ReferenceInput input(Vp9Movie(), AVMEDIA_TYPE_VIDEO);
+    VideoDecoder decoder;
+    decoder.Initialize(input.Codec(), AVRational{1, 1000}, 64, 48, 1.0f, 0, 25.0, 0, false, false);
+    Pictures pictures;
+    for (int call = 1; call <= 5; ++call) {
+        auto const first = input.NextPacket();
+        auto const second = input.NextPacket();
+        decoder.DecodePacket(PairOf(*first, *second).get(), pictures, -1);
+        EXPECT_EQ(pictures.size(), call);
+    }
+    decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+    ASSERT_EQ(pictures.size(), 11);
+    EXPECT_TRUE(IsEndMark(*pictures[10]));
+    int number = 0;
+    ReferenceInput(Vp9Movie(), AVMEDIA_TYPE_VIDEO).DecodeAll([&](AVFrame& frame) {
+        EXPECT_TRUE(HasBytes(*pictures[number], ConvertPlainly(frame, 64))) << number;
+        ++number;
+    });
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(VideoDecoderTest, ForgetsWaitingPicturesWhenItIsFlushed)
+{
+    ReferenceInput input(Vp9Movie(), AVMEDIA_TYPE_VIDEO);
+    VideoDecoder decoder;
+    decoder.Initialize(input.Codec(), AVRational{1, 1000}, 64, 48, 1.0f, 0, 25.0, 0, false, false);
+    Pictures pictures;
+    auto const first = input.NextPacket();
+    auto const second = input.NextPacket();
+    decoder.DecodePacket(PairOf(*first, *second).get(), pictures, -1);
+    avcodec_flush_buffers(input.Codec());
+    decoder.Flush();
+    auto const keyFrame = input.NextPacket();
+    ASSERT_NE(keyFrame->flags & AV_PKT_FLAG_KEY, 0);
+    decoder.DecodePacket(keyFrame.get(), pictures, -1);
+    decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+    ASSERT_EQ(pictures.size(), 3);
+    EXPECT_EQ(pictures[1]->startTime, keyFrame->pts * 1000);
+    EXPECT_TRUE(IsEndMark(*pictures[2]));
 }
 
 // A picture dropped while draining ends the call and leaves the others inside; each further empty packet goes on.

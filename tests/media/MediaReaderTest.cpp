@@ -558,6 +558,8 @@ TEST(MediaReaderTest, RoundsTheRateToThreeDecimalsAndCutsTheStep)
     EXPECT_EQ(VideoAt(24000, 1001).frameStep, 41708);
     EXPECT_EQ(VideoAt(60000, 1001).frameRate, 59.94);
     EXPECT_EQ(VideoAt(60000, 1001).frameStep, 16683);
+    EXPECT_EQ(VideoAt(20, 3).frameRate, 6.667); // 6.6667
+    EXPECT_EQ(VideoAt(20, 3).frameStep, 149992);
     EXPECT_EQ(VideoAt(25, 1).frameStep, 40000);
     EXPECT_EQ(VideoAt(750000, 71393).frameRate, 10.505);
 }

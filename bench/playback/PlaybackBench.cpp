@@ -1,0 +1,181 @@
+#include "decode/DecodedVideoFrame.h"
+#include "playback/PlaybackEngine.h"
+#include "playback/TimeSource.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <thread>
+#include <vector>
+
+// How fast the engine plays backwards beside forwards, steps, seeks and opens:
+//
+//     PlaybackBench MOVIE GROUP
+//
+// GROUP is the number of pictures from key picture to key picture in the movie. Time goes on as fast as pictures are
+// decoded. Each figure stands on a line of its own.
+
+namespace {
+
+constexpr int patience = 60000; // milliseconds
+
+using SteadyClock = std::chrono::steady_clock;
+
+class BenchTime : public TimeSource
+{
+public:
+    long long GetTime() const override { return time; }
+    void Advance(long long microseconds) { time += microseconds; }
+
+private:
+    std::atomic<long long> time = 0;
+};
+
+double SecondsSince(SteadyClock::time_point begin)
+{
+    return std::chrono::duration<double>(SteadyClock::now() - begin).count();
+}
+
+void Wait(PlaybackEngine const& engine)
+{
+    if (engine.WaitUntilReady(patience))
+        return;
+    std::fprintf(stderr, "The engine does not get ready.\n");
+    std::exit(1);
+}
+
+struct Bench
+{
+    explicit Bench(QString const& path, long long budget = 512LL * 1024 * 1024)
+    {
+        PlaybackOptions options;
+        options.withSound = false;
+        options.cacheBudget = budget;
+        engine = std::make_unique<PlaybackEngine>(options, time);
+        engine->Open(path);
+        Wait(*engine);
+        step = engine->GetStatus().frameStep;
+        if (!engine->GetStatus().error.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qPrintable(engine->GetStatus().error));
+            std::exit(1);
+        }
+    }
+
+    // Pictures a second over `count` pictures from `position` on.
+    double Play(double speed, long long position, int count)
+    {
+        engine->Seek(position);
+        Wait(*engine);
+        engine->SetCacheBudget(0); // nothing of it is decoded already
+        auto const begin = SteadyClock::now();
+        engine->SetCacheBudget(budget);
+        engine->SetSpeed(speed);
+        Wait(*engine);
+        for (int i = 0; i < count; ++i) {
+            time->Advance(step);
+            Wait(*engine);
+            engine->GetPicture();
+        }
+        double const seconds = SecondsSince(begin);
+        engine->Pause();
+        return count / seconds;
+    }
+
+    long long budget = 512LL * 1024 * 1024;
+    long long step = 0;
+    std::shared_ptr<BenchTime> time = std::make_shared<BenchTime>();
+    std::unique_ptr<PlaybackEngine> engine;
+};
+
+double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void MeasureDirections(QString const& path, int group)
+{
+    Bench bench(path);
+    PlaybackStatus const status = bench.engine->GetStatus();
+    long long const pictureBytes = (3LL * status.width + 3) / 4 * 4 * status.height;
+    int const count =
+        static_cast<int>(std::min<long long>(status.duration / bench.step - 2, 2LL * std::max(group, 120)));
+    long long const begin = 0;
+    long long const end = (count + 1) * bench.step;
+    for (double groups : {2.0, 0.5}) {
+        bench.budget = static_cast<long long>(groups * group) * pictureBytes;
+        std::vector<double> forwards;
+        std::vector<double> backwards;
+        for (int run = 0; run < 3; ++run) {
+            forwards.push_back(bench.Play(1.0, begin, count));
+            backwards.push_back(bench.Play(-1.0, end, count));
+        }
+        std::printf("budget of %.1f groups: forwards %.1f, backwards %.1f pictures/s, ratio %.2f\n", groups,
+                    Median(forwards), Median(backwards), Median(backwards) / Median(forwards));
+    }
+}
+
+void MeasureSteps(QString const& path)
+{
+    Bench bench(path);
+    bench.engine->Seek(40 * bench.step);
+    Wait(*bench.engine);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the cache fills around it
+    std::vector<double> times;
+    for (int i = 0; i < 1000; ++i) {
+        auto const begin = SteadyClock::now();
+        bench.engine->Step(i / 10 % 2 == 0 ? 1 : -1);
+        bench.engine->GetPicture();
+        times.push_back(SecondsSince(begin));
+    }
+    std::sort(times.begin(), times.end());
+    std::printf("step inside the cache: p50 %.4f ms, p99 %.4f ms\n", times[500] * 1e3, times[990] * 1e3);
+}
+
+void MeasureSeeks(QString const& path)
+{
+    Bench bench(path, 0);
+    std::mt19937 random(3);
+    std::uniform_int_distribution<long long> anyTime(0, bench.engine->GetStatus().duration - bench.step);
+    std::vector<double> times;
+    for (int i = 0; i < 30; ++i) {
+        auto const begin = SteadyClock::now();
+        bench.engine->Seek(anyTime(random));
+        Wait(*bench.engine);
+        times.push_back(SecondsSince(begin));
+    }
+    std::printf("exact random seek: median %.1f ms\n", Median(times) * 1e3);
+}
+
+void MeasureOpening(QString const& path)
+{
+    std::vector<double> times;
+    for (int i = 0; i < 5; ++i) {
+        PlaybackEngine engine;
+        auto const begin = SteadyClock::now();
+        engine.Open(path);
+        while (!engine.GetPicture())
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        times.push_back(SecondsSince(begin));
+    }
+    std::printf("from open to the first picture: median %.1f ms\n", Median(times) * 1e3);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3 || std::atoi(argv[2]) <= 0) {
+        std::fprintf(stderr, "Usage: PlaybackBench MOVIE GROUP\n");
+        return 2;
+    }
+    QString const path = QString::fromLocal8Bit(argv[1]);
+    MeasureOpening(path);
+    MeasureSteps(path);
+    MeasureSeeks(path);
+    MeasureDirections(path, std::atoi(argv[2]));
+    return 0;
+}

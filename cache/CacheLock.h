@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QMutex>
+
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TAVOLIN_THREAD_SANITIZER 1
+#endif
+#endif
+#if defined(__SANITIZE_THREAD__)
+#define TAVOLIN_THREAD_SANITIZER 1
+#endif
+#if defined(TAVOLIN_THREAD_SANITIZER)
+#include <sanitizer/tsan_interface.h>
+#endif
+
+// A mutex held for a scope. ThreadSanitizer does not see into Qt's library and has to be told what the mutex orders.
+class CacheLock
+{
+public:
+    explicit CacheLock(QMutex& mutex) : mutex(mutex)
+    {
+        mutex.lock();
+#if defined(TAVOLIN_THREAD_SANITIZER)
+        __tsan_acquire(&mutex);
+#endif
+    }
+
+    ~CacheLock()
+    {
+#if defined(TAVOLIN_THREAD_SANITIZER)
+        __tsan_release(&mutex);
+#endif
+        mutex.unlock();
+    }
+
+    CacheLock(CacheLock const&) = delete;
+    CacheLock& operator=(CacheLock const&) = delete;
+
+private:
+    QMutex& mutex;
+};

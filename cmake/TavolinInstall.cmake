@@ -1,0 +1,116 @@
+# What `cmake --install` puts down of the libraries: themselves, their headers, and the package files of CMake and
+# pkg-config. Nothing in it names the prefix, so an installed tree may be moved. The programs install themselves.
+
+include(CMakePackageConfigHelpers)
+
+set(TAVOLIN_HEADER_DIR "${CMAKE_INSTALL_INCLUDEDIR}/tavolin")
+set(TAVOLIN_CONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/TavolinAV")
+set(TAVOLIN_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# How a pkg-config file names an install folder.
+function(tavolin_pkgconfig_path result folder)
+    if(IS_ABSOLUTE "${folder}")
+        set(${result} "${folder}" PARENT_SCOPE)
+    else()
+        set(${result} "\${prefix}/${folder}" PARENT_SCOPE)
+    endif()
+endfunction()
+
+# Adds to the list `result` the headers (paths from the root) and every header of ours that they include, so that a
+# private header goes along exactly when a public one cannot do without it.
+function(tavolin_add_headers result)
+    set(found ${${result}})
+    foreach(header IN LISTS ARGN)
+        if(header IN_LIST found)
+            continue()
+        endif()
+        list(APPEND found "${header}")
+        file(STRINGS "${PROJECT_SOURCE_DIR}/${header}" lines REGEX "^#include \"[a-z]+/")
+        list(TRANSFORM lines REPLACE "^#include \"([^\"]+)\".*" "\\1")
+        tavolin_add_headers(found ${lines})
+    endforeach()
+    set(${result} ${found} PARENT_SCOPE)
+endfunction()
+
+function(tavolin_install_pkgconfig_file target module)
+    if(IS_ABSOLUTE "${TAVOLIN_PKGCONFIG_DIR}")
+        set(PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+    else()
+        file(RELATIVE_PATH PC_PREFIX "/${TAVOLIN_PKGCONFIG_DIR}" "/")
+        set(PC_PREFIX "\${pcfiledir}/${PC_PREFIX}")
+        string(REGEX REPLACE "/$" "" PC_PREFIX "${PC_PREFIX}")
+    endif()
+    tavolin_pkgconfig_path(PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
+    tavolin_pkgconfig_path(PC_INCLUDEDIR "${TAVOLIN_HEADER_DIR}")
+    set(PC_QT "Qt${TAVOLIN_QT_MAJOR}Core")
+    set(PC_FFMPEG "libavformat, libavcodec, libavutil, libswscale, libswresample")
+    if(BUILD_SHARED_LIBS)
+        set(PC_DEFINITIONS "")
+        set(PC_PRIVATE "Requires.private: ${PC_FFMPEG}")
+        set(PC_PUBLIC "")
+    else() # public, because "pkg-config --static" would ask for a static FFmpeg and all that it uses, too
+        string(TOUPPER ${target} upper)
+        set(PC_DEFINITIONS " -D${upper}_STATIC_DEFINE")
+        set(PC_PRIVATE "")
+        set(PC_PUBLIC ", ${PC_FFMPEG}")
+    endif()
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/pkgconfig/${module}.pc.in" "${PROJECT_BINARY_DIR}/${module}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${module}.pc" DESTINATION "${TAVOLIN_PKGCONFIG_DIR}" COMPONENT development)
+endfunction()
+
+# tavolin_install_library(TavolinAV tavolinav): the library, its export header and its pkg-config file.
+function(tavolin_install_library target module)
+    install(TARGETS ${target} EXPORT TavolinTargets
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT libraries
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT libraries NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+    install(FILES "${PROJECT_BINARY_DIR}/generated/${target}Export.h" DESTINATION "${TAVOLIN_HEADER_DIR}"
+        COMPONENT development)
+    tavolin_install_pkgconfig_file(${target} ${module})
+endfunction()
+
+# Adds to the list `result` the headers of a folder (paths from the root) that export something.
+function(tavolin_find_exporting_headers folder macro result)
+    file(GLOB candidates RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.h")
+    foreach(header IN LISTS candidates)
+        file(STRINGS "${PROJECT_SOURCE_DIR}/${header}" exports REGEX "${macro}")
+        if(exports)
+            list(APPEND ${result} "${header}")
+        endif()
+    endforeach()
+    set(${result} ${${result}} PARENT_SCOPE)
+endfunction()
+
+# What a host includes.
+set(public
+    common/AudioStream.h common/Logger.h common/Settings.h common/VideoStream.h
+    media/AvGlobals.h media/MediaInfo.h media/MediaReader.h
+    decode/AudioDecoder.h decode/DecodedAudioFrame.h decode/DecodedVideoFrame.h decode/MediaInstance.h
+    decode/VideoDecoder.h)
+if(EXISTS "${PROJECT_SOURCE_DIR}/cache/DecodedVideo.h")
+    list(APPEND public cache/DecodedAudio.h cache/DecodedVideo.h)
+endif()
+
+tavolin_install_library(TavolinCommon tavolincommon)
+tavolin_install_library(TavolinAV tavolinav)
+if(TARGET TavolinPlayback)
+    tavolin_install_library(TavolinPlayback tavolinplayback)
+    tavolin_find_exporting_headers(playback TAVOLINPLAYBACK_EXPORT public)
+endif()
+
+set(headers "")
+tavolin_add_headers(headers ${public})
+foreach(header IN LISTS headers)
+    get_filename_component(folder "${header}" DIRECTORY)
+    install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${TAVOLIN_HEADER_DIR}/${folder}"
+        COMPONENT development)
+endforeach()
+
+install(EXPORT TavolinTargets NAMESPACE Tavolin:: DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)
+configure_package_config_file(
+    "${PROJECT_SOURCE_DIR}/cmake/TavolinAVConfig.cmake.in" "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake"
+    INSTALL_DESTINATION "${TAVOLIN_CONFIG_DIR}" NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion) # before 1.0 each minor version may change the interface
+install(FILES "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake" "${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
+    DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)

@@ -1,0 +1,88 @@
+# Debian packages by CPack, one for each component of the installation; scripts/package builds and checks them.
+
+set(TAVOLIN_PACKAGE_VERSION "${PROJECT_VERSION}-1")
+set(libraries_package "libtavolinav${PROJECT_VERSION_MAJOR}")
+set(development_package "libtavolinav-dev")
+set(tools_package "tavolin-tools")
+set(player_package "tavolin-player")
+
+set(components libraries development)
+if(TARGET tavolin)
+    list(APPEND components tools)
+endif()
+if(TARGET tavolin-player)
+    list(APPEND components player)
+endif()
+
+# What Debian wants of every package.
+set(TAVOLIN_LICENCE "All rights reserved.")
+if(EXISTS "${PROJECT_SOURCE_DIR}/LICENSE")
+    file(READ "${PROJECT_SOURCE_DIR}/LICENSE" TAVOLIN_LICENCE)
+endif()
+string(TIMESTAMP TAVOLIN_PACKAGE_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
+set(files_dir "${PROJECT_BINARY_DIR}/packaging")
+configure_file("${PROJECT_SOURCE_DIR}/packaging/copyright.in" "${files_dir}/copyright" @ONLY)
+configure_file("${PROJECT_SOURCE_DIR}/packaging/changelog.in" "${files_dir}/changelog.Debian" @ONLY)
+execute_process(COMMAND gzip -9nfk "${files_dir}/changelog.Debian")
+foreach(component IN LISTS components)
+    install(FILES "${files_dir}/copyright" "${files_dir}/changelog.Debian.gz"
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/${${component}_package}" COMPONENT ${component})
+    string(TOUPPER ${component} upper)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME "${${component}_package}")
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL ${components})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_PACKAGE_NAME tavolin)
+set(CPACK_DEBIAN_PACKAGE_SOURCE tavolin)
+set(CPACK_PACKAGE_CONTACT "Tavolin developers <developers@tavolin.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each component has its own
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/CompressManualPages.cmake")
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS # our own libraries, which the programs' packages ask for by name
+    "${PROJECT_BINARY_DIR}" "${PROJECT_BINARY_DIR}/common" "${PROJECT_BINARY_DIR}/playback")
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(ours "${libraries_package} (= ${TAVOLIN_PACKAGE_VERSION})")
+
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
+set(CPACK_DEBIAN_LIBRARIES_DESCRIPTION "media decoding library
+Probes and decodes movies, sound, still images and image sequences, and keeps
+pictures and sound around a play position for playing both ways at variable
+speed, exact to the picture. This package holds the shared libraries.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+if(TAVOLIN_QT_MAJOR EQUAL 5)
+    set(qt_package qtbase5-dev)
+else()
+    set(qt_package qt6-base-dev)
+endif()
+string(JOIN ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${ours}" ${qt_package} libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "media decoding library (development files)
+Probes and decodes movies, sound, still images and image sequences, and keeps
+pictures and sound around a play position for playing both ways at variable
+speed, exact to the picture. This package holds the headers and what CMake and
+pkg-config need.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${ours}")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "describe and decode media files on the command line
+The command tavolin describes movies, sound, still images and image sequences,
+decodes and checks them, and takes exact pictures out of them.")
+
+set(CPACK_DEBIAN_PLAYER_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_PLAYER_PACKAGE_DEPENDS "${ours}")
+set(CPACK_DEBIAN_PLAYER_DESCRIPTION "media player exact to the picture
+Plays movies, sound, still images and image sequences forwards and backwards
+at variable speed, for people who review pictures.")
+
+include(CPack)

@@ -1,0 +1,618 @@
+#include "playback/EngineCore.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+#include "media/MediaInfo.h"
+#include "playback/OpenedSource.h"
+#include "playback/TimeSource.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace {
+
+constexpr long long second = 1000000;
+constexpr double fastest = 16.0;
+
+// Sound decoded ahead, in time of playing: below the first it comes before pictures, up to the second after them.
+constexpr long long soundUrgent = second / 2;
+constexpr long long soundAhead = 2 * second;
+
+// With this much of it play begins, and with this much a caller who waits is told so.
+constexpr long long soundToBegin = second / 5;
+constexpr long long soundToWaitFor = second;
+
+constexpr long long farAway =
+    std::numeric_limits<long long>::max() / 4; // no position is beyond, so that sums stay small
+
+double Finite(double value)
+{
+    return std::isnan(value) ? 0.0 : value;
+}
+
+} // namespace
+
+EngineCore::EngineCore(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
+    : options(newOptions),
+      timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
+      budget(newOptions.cacheBudget),
+      muteAboveSpeed(newOptions.muteAboveSpeed),
+      thread([this] { Run(); })
+{}
+
+EngineCore::~EngineCore()
+{
+    {
+        std::lock_guard const lock(mutex);
+        quitting = true;
+        ++opened; // stops what is under way
+        Wake();
+    }
+    thread.join();
+}
+
+// ---- Commands
+
+void EngineCore::Open(QString const& newPath, bool newIsSequence)
+{
+    std::lock_guard const lock(mutex);
+    path = newPath;
+    isSequence = newIsSequence;
+    openingAsked = true;
+    opening = !path.isEmpty();
+    soundOpening = false;
+    error.clear();
+    ++opened;
+    speed = 0.0;
+    forwards = true;
+    loopEnd = loopStart = 0;
+    shown = {};
+    picturesShown = picturesDropped = 0;
+    drift = 0.0;
+    Jump(0, Now());
+    soughtAtOpening = sought;
+    Wake();
+}
+
+void EngineCore::Close()
+{
+    Open({}, false);
+}
+
+void EngineCore::SetSpeed(double newSpeed)
+{
+    std::lock_guard const lock(mutex);
+    newSpeed = std::clamp(Finite(newSpeed), -fastest, fastest);
+    long long const now = Now();
+    Settle(now);
+    bool const begins = speed == 0.0 || ended || (newSpeed > 0.0) != (speed > 0.0);
+    PlaceAt(GetPosition(now), now);
+    speed = newSpeed;
+    if (speed != 0.0) {
+        forwards = speed > 0.0;
+        steps = 0;
+        ended = false;
+        waiting = waiting || begins;
+        preview = false;
+    } else {
+        waiting = false;
+    }
+    clock.SetSpeed(waiting ? 0.0 : speed, now);
+    Settle(now);
+    Wake();
+}
+
+void EngineCore::Step(int pictures)
+{
+    std::lock_guard const lock(mutex);
+    long long const now = Now();
+    Settle(now);
+    PlaceAt(GetPosition(now), now);
+    speed = 0.0;
+    clock.SetSpeed(0.0, now);
+    waiting = false;
+    ended = false;
+    preview = false;
+    constexpr int most = 1000000;
+    steps = std::clamp(steps + std::clamp(pictures, -most, most), -most, most);
+    Settle(now);
+    Wake();
+}
+
+void EngineCore::Seek(long long time, bool isPreview)
+{
+    std::lock_guard const lock(mutex);
+    long long const now = Now();
+    Jump(std::clamp(time, -farAway, farAway), now);
+    preview = isPreview;
+    previewUntil = now + options.previewRest;
+    Settle(now);
+    Wake();
+}
+
+void EngineCore::SetLoop(long long start, long long end)
+{
+    std::lock_guard const lock(mutex);
+    loopStart = std::clamp(start, -farAway, farAway);
+    loopEnd = std::clamp(end, -farAway, farAway);
+    Wake();
+}
+
+void EngineCore::SetVolume(double newVolume)
+{
+    std::lock_guard const lock(mutex);
+    volume = std::max(Finite(newVolume), 0.0);
+}
+
+void EngineCore::SetMuted(bool newMuted)
+{
+    std::lock_guard const lock(mutex);
+    muted = newMuted;
+}
+
+void EngineCore::SetMuteAboveSpeed(double newSpeed)
+{
+    std::lock_guard const lock(mutex);
+    muteAboveSpeed = Finite(newSpeed);
+    Wake();
+}
+
+void EngineCore::SetCacheBudget(long long bytes)
+{
+    std::lock_guard const lock(mutex);
+    budget = std::max(bytes, 0LL);
+    budgetAsked = true;
+    Wake();
+}
+
+// ---- What the display and the output take
+
+std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
+{
+    std::lock_guard const lock(mutex);
+    long long const now = Now();
+    Settle(now);
+    if (opening || !media || !media->pictures)
+        return nullptr;
+    if (speed != 0.0)
+        Wake(); // the time that goes by makes room for more
+    PictureCache::Place const place = media->pictures->Find(GetPosition(now), 0);
+    PictureCache::Picture const picture = place.picture ? place.picture : media->pictures->GetPreview(sought);
+    if (picture && picture != shown.picture)
+        ShowPicture(place.picture ? place : PictureCache::Place{picture, picture->startTime, picture->startTime});
+    return shown.picture;
+}
+
+void EngineCore::ShowPicture(PictureCache::Place const& place)
+{
+    bool const goesOn = shown.picture && shownSought == sought && speed != 0.0;
+    if (goesOn)
+        picturesDropped += CountBetween(shown, place);
+    ++picturesShown;
+    shown = place;
+    shownSought = sought;
+}
+
+// Pictures between two; an estimate when some of them have not been decoded or are gone.
+long long EngineCore::CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const
+{
+    PictureCache::Place const& earlier = one.start < other.start ? one : other;
+    PictureCache::Place const& later = one.start < other.start ? other : one;
+    if (earlier.end + 1 >= later.start)
+        return 0;
+    int const cached = media->pictures->CountBetween(earlier.start, later.start);
+    if (cached >= 0)
+        return cached;
+    return std::max((later.start - earlier.end) / std::max(media->frameStep, 1LL), 1LL);
+}
+
+int EngineCore::FillAudio(short* buffer, int frames, long long delay)
+{
+    std::shared_ptr<SoundOutput> output;
+    SoundRun run;
+    {
+        std::lock_guard const lock(mutex);
+        if (opening || !media || !media->sound || !buffer || frames <= 0)
+            return 0;
+        output = media->sound->GetOutput();
+        long long const origin = media->sound->GetOrigin();
+        long long const now = Now();
+        Settle(now);
+        auto const describe = [&] {
+            bool const runs = speed != 0.0 && !waiting && !ended;
+            run.sought = sought;
+            run.speed = runs ? speed : 0.0;
+            run.sounding = runs && !muted && std::fabs(speed) <= muteAboveSpeed;
+            run.volume = volume;
+        };
+        describe();
+        if (run.speed != 0.0 && output->Follows(run)) {
+            // What has been handed out tells where play is, and where it will be heard.
+            double const position = output->GetPosition() - static_cast<double>(origin);
+            clock.SetPosition(position, now + delay);
+            drift = position - static_cast<double>(freeClock.GetPosition(now));
+            Settle(now);
+            describe();
+        } else {
+            freeClock = clock;
+        }
+        run.position = GetPosition(now) + origin;
+        Wake();
+    }
+    output->Fill(buffer, frames, run);
+    return frames;
+}
+
+PlaybackStatus EngineCore::GetStatus()
+{
+    std::lock_guard const lock(mutex);
+    long long const now = Now();
+    Settle(now);
+    PlaybackStatus status;
+    status.state = GetState();
+    status.path = path;
+    status.error = error;
+    status.position = GetPosition(now);
+    status.speed = speed;
+    status.waiting = waiting;
+    status.cacheBudget = budget;
+    status.picturesShown = picturesShown;
+    status.picturesDropped = picturesDropped;
+    status.drift = drift;
+    if (media && !opening)
+        FillStatusOfMedia(status);
+    return status;
+}
+
+void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
+{
+    status.kind = media->kind;
+    status.start = GetStart();
+    status.duration = std::max(GetEnd() - GetStart(), 0LL);
+    status.durationKnown = IsEndKnown();
+    status.width = media->width;
+    status.height = media->height;
+    status.frameRate = media->frameRate;
+    status.frameStep = media->frameStep;
+    if (media->pictures) {
+        PictureCache::Span const span = media->pictures->GetSpan();
+        status.cacheStart = span.start;
+        status.cacheEnd = span.end;
+        status.cachedBytes = span.bytes + media->pictures->GetPendingBytes();
+        status.picturesDecoded = media->pictures->GetDecodedCount();
+        status.decodeRate = media->pictures->GetDecodeRate();
+        if (status.error.isEmpty())
+            status.error = media->pictures->GetError();
+    }
+    if (media->sound) {
+        status.channels = media->sound->GetOutput()->GetChannelCount();
+        status.sampleRate = media->sound->GetOutput()->GetSampleRate();
+        media->sound->GetSpan(forwards, status.soundStart, status.soundEnd);
+    }
+}
+
+PlaybackState EngineCore::GetState() const
+{
+    if (opening)
+        return PlaybackState::Opening;
+    if (!media)
+        return PlaybackState::Closed;
+    if (ended)
+        return PlaybackState::Ended;
+    return speed == 0.0 ? PlaybackState::Paused : PlaybackState::Playing;
+}
+
+bool EngineCore::WaitUntilReady(int milliseconds)
+{
+    auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
+    Lock lock(mutex);
+    while (true) {
+        long long const now = Now();
+        Settle(now);
+        if (!opening && !openingAsked && !soundOpening && (!media || IsReady(now, soundToWaitFor)))
+            return true;
+        if (progress.wait_until(lock, until) == std::cv_status::timeout)
+            return false;
+    }
+}
+
+// ---- The state of play
+
+long long EngineCore::Now() const
+{
+    return timeSource->GetTime();
+}
+
+void EngineCore::Wake()
+{
+    ++wakes;
+    wake.notify_one();
+}
+
+PlayNeed EngineCore::GetNeed(long long now)
+{
+    PlayNeed need;
+    need.position = GetPosition(now);
+    need.playing = speed != 0.0 && !ended;
+    need.forwards = forwards;
+    need.speed = clock.GetSpeed();
+    need.steps = steps;
+    need.preview = preview;
+    need.hushed = std::fabs(speed) > muteAboveSpeed;
+    need.opened = opened;
+    need.sought = sought;
+    return need;
+}
+
+// Blocks of sound are not asked for as evenly as they play: the clock that they set may fall back a little, which must
+// not show.
+long long EngineCore::GetPosition(long long now)
+{
+    long long const position = clock.GetPosition(now);
+    if (speed == 0.0)
+        return position;
+    reported = speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
+    return reported;
+}
+
+void EngineCore::PlaceAt(long long position, long long now)
+{
+    clock.SetPosition(static_cast<double>(position), now);
+    reported = position;
+}
+
+void EngineCore::Jump(long long position, long long now)
+{
+    PlaceAt(position, now);
+    clock.SetSpeed(0.0, now);
+    waiting = speed != 0.0;
+    ended = false;
+    preview = false;
+    steps = 0;
+    ++sought;
+}
+
+// What has come about since somebody looked last.
+void EngineCore::Settle(long long now)
+{
+    if (opening || !media)
+        return;
+    if (preview && now >= previewUntil) {
+        preview = false;
+        Wake();
+    }
+    TakeSteps(now);
+    KeepWithinMedia(now);
+    if (waiting && !soundOpening && IsReady(now, soundToBegin)) {
+        waiting = false;
+        PlaceAt(clock.GetPosition(now), now);
+        clock.SetSpeed(speed, now);
+    }
+}
+
+void EngineCore::TakeSteps(long long now)
+{
+    while (steps != 0 && media->pictures) {
+        int const direction = steps > 0 ? 1 : -1;
+        PictureCache::Place const current = media->pictures->Find(clock.GetPosition(now), 0);
+        if (!current.picture)
+            return;
+        bool const isAtEnd = steps > 0 ? media->pictures->IsLast(current) : media->pictures->IsFirst(current);
+        PictureCache::Place const next = media->pictures->Find(current.start, direction);
+        if (!isAtEnd && !next.picture)
+            return;
+        PlaceAt(next.picture && !isAtEnd ? next.start : current.start, now);
+        steps = isAtEnd ? 0 : steps - direction;
+    }
+    steps = media->pictures ? steps : 0;
+}
+
+void EngineCore::KeepWithinMedia(long long now)
+{
+    long long const position = GetPosition(now);
+    long long const first = std::max(loopStart, GetStart());
+    long long const last = std::min(loopEnd, IsEndKnown() ? GetEnd() : farAway) - 1;
+    bool const loops = first <= last && speed != 0.0 && !ended;
+    if (loops && speed > 0.0 && position > last) {
+        Jump(first, now);
+    } else if (loops && speed < 0.0 && position < first) {
+        Jump(last, now);
+    } else if (IsEndKnown() && position >= GetEnd()) {
+        PlaceAt(GetEnd(), now);
+        ended = speed > 0.0;
+    } else if (position <= GetStart() && (speed < 0.0 || position < GetStart()) && !waiting && !soundOpening) {
+        PlaceAt(GetStart(), now);
+        ended = speed < 0.0;
+    }
+    if (ended) {
+        clock.SetSpeed(0.0, now);
+        waiting = false;
+    }
+}
+
+bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
+{
+    PlayNeed const need = GetNeed(now);
+    bool const hasPicture = !media->pictures || (steps == 0 && media->pictures->IsReady(need));
+    return hasPicture && (!media->sound || media->sound->HasSound(need, soundAheadNeeded));
+}
+
+bool EngineCore::IsEndKnown() const
+{
+    return (!media->pictures || media->pictures->GetEnd() >= 0) && (!media->sound || media->sound->IsEndKnown());
+}
+
+long long EngineCore::GetStart() const
+{
+    return media->sound ? std::min(media->sound->GetStart(), 0LL) : 0;
+}
+
+// The later one of the pictures' and the sound's. As long as that is not known, as the container says.
+long long EngineCore::GetEnd() const
+{
+    if (media->kind == SourceKind::Still)
+        return 0;
+    long long end = 0;
+    if (media->pictures)
+        end = std::max(end, media->pictures->GetEnd());
+    if (media->sound && media->sound->IsEndKnown())
+        end = std::max(end, media->sound->GetEnd());
+    return IsEndKnown() ? end : std::max(end, media->expectedDuration);
+}
+
+// ---- The decoding thread
+
+void EngineCore::Run()
+{
+    AskNeed const ask = [this] {
+        std::lock_guard const lock(mutex);
+        return GetNeed(Now());
+    };
+    Lock lock(mutex);
+    while (!quitting) {
+        HandleOpening(lock);
+        long long const seen = wakes;
+        bool worked = false;
+        if (media && !opening) {
+            Settle(Now());
+            PlayNeed const need = GetNeed(Now());
+            long long const newBudget = budget;
+            bool const changesBudget = std::exchange(budgetAsked, false);
+            lock.unlock();
+            if (changesBudget && media->pictures)
+                media->pictures->SetBudget(newBudget, need.position);
+            worked = Feed(*media, need, ask);
+            lock.lock();
+            Settle(Now());
+        }
+        progress.notify_all();
+        wake.wait(lock, [&] { return worked || quitting || wakes != seen; });
+    }
+    lock.unlock();
+    LetGo(std::move(media));
+}
+
+bool EngineCore::Feed(Media& fed, PlayNeed const& need, AskNeed const& ask)
+{
+    return (fed.sound && fed.sound->Work(need, ask, soundUrgent)) || (fed.pictures && fed.pictures->Work(need, ask)) ||
+           (fed.sound && fed.sound->Work(need, ask, soundAhead));
+}
+
+void EngineCore::HandleOpening(Lock& lock)
+{
+    while (openingAsked && !quitting) {
+        openingAsked = false;
+        auto former = std::move(media);
+        QString const asked = path;
+        bool const askedSequence = isSequence;
+        lock.unlock();
+        LetGo(std::move(former));
+        lock.lock();
+        if (!asked.isEmpty() && !openingAsked)
+            OpenMedia(lock, asked, askedSequence);
+    }
+}
+
+// First the pictures, which are there to be shown at once; then the sound.
+void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
+{
+    long long const serial = opened;
+    StopCheck const stop = [this, serial] {
+        std::lock_guard const inner(mutex);
+        return opened != serial;
+    };
+    lock.unlock();
+    OpenedSource source = OpenedSource::Open(asked, askedSequence, options, stop);
+    bool const wantsSound = source.hasSound && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
+    QString trouble;
+    auto made = MakeMedia(std::move(source), trouble, stop);
+    bool const soundFirst = made && !made->pictures;
+    if (soundFirst && wantsSound)
+        made->sound = MakeSound(*made, stop);
+    if (soundFirst && !made->sound) {
+        trouble = QStringLiteral("The sound of \"%1\" cannot be decoded.").arg(asked);
+        made.reset();
+    }
+    lock.lock();
+    if (opened != serial) {
+        lock.unlock();
+        LetGo(std::move(made));
+        lock.lock();
+        return;
+    }
+    media = std::move(made);
+    error = trouble;
+    opening = false;
+    soundOpening = media && wantsSound && !soundFirst;
+    if (!soundOpening)
+        return;
+
+    progress.notify_all();
+    lock.unlock();
+    auto sound = MakeSound(*media, stop);
+    lock.lock();
+    if (opened != serial)
+        return; // the sound dies here, and the rest with the next opening
+    media->sound = std::move(sound);
+    soundOpening = false;
+    if (sought == soughtAtOpening)
+        PlaceAt(GetStart(), Now()); // before the first picture, where the sound begins earlier
+}
+
+std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop)
+{
+    trouble = source.error;
+    if (source.kind == SourceKind::None)
+        return nullptr;
+    auto made = std::make_unique<Media>();
+    made->kind = source.kind;
+    made->info = source.info;
+    made->expectedDuration = source.expectedDuration;
+    made->width = source.width;
+    made->height = source.height;
+    made->frameRate = source.frameRate;
+    made->frameStep = source.frameStep;
+    if (!source.pictures)
+        return made;
+    long long newBudget = 0;
+    {
+        std::lock_guard const lock(mutex);
+        newBudget = budget;
+        budgetAsked = false;
+    }
+    made->pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, newBudget);
+    if (made->pictures->Begin(stop)) {
+        made->width = made->width > 0 ? made->width : made->pictures->Find(0, 0).picture->width;
+        made->height = made->height > 0 ? made->height : made->pictures->Find(0, 0).picture->height;
+        return made;
+    }
+    made->pictures.reset();
+    trouble = QStringLiteral("No picture of it can be decoded.");
+    if (!source.hasSound)
+        return nullptr;
+    made->kind = SourceKind::Sound;
+    return made;
+}
+
+std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck const& stop)
+{
+    auto reader = std::make_unique<SoundReader>(of.info);
+    if (!reader->Open())
+        return nullptr;
+    auto sound = std::make_unique<SoundFeeder>(std::move(reader), of.pictures ? of.pictures->GetOrigin() : 0);
+    return sound->Begin(stop) ? std::move(sound) : nullptr;
+}
+
+// An output whose last block is still being filled outlives its media, so that its memory is not freed by the output
+// thread.
+void EngineCore::LetGo(std::unique_ptr<Media> former)
+{
+    if (former && former->sound)
+        formerOutputs.push_back(former->sound->GetOutput());
+    former.reset();
+    auto const isUnused = [](std::shared_ptr<SoundOutput> const& output) { return output.use_count() == 1; };
+    formerOutputs.erase(std::remove_if(formerOutputs.begin(), formerOutputs.end(), isUnused), formerOutputs.end());
+}

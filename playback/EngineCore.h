@@ -1,0 +1,152 @@
+#pragma once
+
+#include "playback/PictureFeeder.h"
+#include "playback/PlayClock.h"
+#include "playback/PlaybackOptions.h"
+#include "playback/PlaybackStatus.h"
+#include "playback/SoundFeeder.h"
+
+#include <QString>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+class TimeSource;
+struct OpenedSource;
+
+// What PlaybackEngine is made of: the state of play, which every thread may change under one short lock, and the
+// decoding thread, which looks at that state again before each piece of work and asks what is needed most.
+//
+//     any thread          state of play: clock, speed, loop, steps...        changes take effect at once
+//         | wakes                 ^ asks
+//     decoding thread     PictureFeeder -> PictureCache        SoundFeeder -> SoundOutput
+//                                               |                                 |
+//     display, output                      GetPicture                         FillAudio
+//
+// Nothing is posted and nothing queues up: a command only changes what is needed. What play itself brings about (the
+// end of a wait, steps, the loop, the end of the media) is settled by whoever looks next. Locks are taken in the order
+// state, then cache; decoding holds neither.
+class EngineCore
+{
+public:
+    EngineCore(PlaybackOptions const& options, std::shared_ptr<TimeSource const> timeSource);
+    ~EngineCore();
+
+    void Open(QString const& path, bool isSequence);
+    void Close();
+    void SetSpeed(double speed);
+    void Step(int pictures);
+    void Seek(long long time, bool isPreview);
+    void SetLoop(long long start, long long end);
+    void SetVolume(double volume);
+    void SetMuted(bool muted);
+    void SetMuteAboveSpeed(double speed);
+    void SetCacheBudget(long long bytes);
+
+    std::shared_ptr<DecodedVideoFrame const> GetPicture();
+    int FillAudio(short* buffer, int frames, long long delay);
+    PlaybackStatus GetStatus();
+    bool WaitUntilReady(int milliseconds);
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    // What is open. The decoding thread makes and destroys it; the others look into it under the lock.
+    struct Media
+    {
+        SourceKind kind = SourceKind::None;
+        std::shared_ptr<MediaInfo> info;
+        std::unique_ptr<PictureFeeder> pictures; // null without pictures
+        std::unique_ptr<SoundFeeder> sound;      // null without sound
+        long long expectedDuration = -1;
+        int width = 0;
+        int height = 0;
+        double frameRate = 0.0;
+        long long frameStep = 0;
+    };
+
+    // The decoding thread.
+    void Run();
+    void HandleOpening(Lock& lock);
+    void OpenMedia(Lock& lock, QString const& path, bool isSequence);
+    std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);
+    std::unique_ptr<SoundFeeder> MakeSound(Media const& media, StopCheck const& stop);
+    bool Feed(Media& media, PlayNeed const& need, AskNeed const& ask);
+    void LetGo(std::unique_ptr<Media> former);
+
+    // Under the lock.
+    long long Now() const;
+    void Wake();
+    PlayNeed GetNeed(long long now);
+    long long GetPosition(long long now);
+    void Settle(long long now);
+    void TakeSteps(long long now);
+    void KeepWithinMedia(long long now);
+    void Jump(long long position, long long now);
+    void PlaceAt(long long position, long long now);
+    bool IsReady(long long now, long long soundAhead);
+    bool IsEndKnown() const;
+    long long GetStart() const;
+    long long GetEnd() const;
+    void ShowPicture(PictureCache::Place const& place);
+    long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
+    void FillStatusOfMedia(PlaybackStatus& status) const;
+    PlaybackState GetState() const;
+
+    PlaybackOptions const options;
+    std::shared_ptr<TimeSource const> const timeSource;
+
+    std::mutex mutex; // of everything below
+    std::condition_variable wake;
+    std::condition_variable progress;
+    long long wakes = 0;
+    bool quitting = false;
+
+    // What is asked for.
+    bool openingAsked = false;
+    QString path;
+    bool isSequence = false;
+    long long budget;
+    bool budgetAsked = false;
+
+    std::unique_ptr<Media> media;
+    bool opening = false;      // until there is a picture or a sound to begin with, or the failure is known
+    bool soundOpening = false; // the sound of a movie is opened once its first picture is there
+    QString error;
+
+    // The state of play.
+    PlayClock clock; // stands still while waiting
+    double speed = 0.0;
+    bool forwards = true;
+    bool waiting = false; // for what a new place begins with
+    bool ended = false;
+    int steps = 0;
+    bool preview = false;
+    long long previewUntil = 0;
+    long long opened = 0;
+    long long sought = 0;
+    long long soughtAtOpening = 0;
+    long long reported = 0; // position given out last: it never goes against the direction of play
+    long long loopStart = 0;
+    long long loopEnd = 0; // not after the start: no loop
+
+    // Sound.
+    double volume = 1.0;
+    bool muted = false;
+    double muteAboveSpeed;
+    PlayClock freeClock; // runs by the time source alone since the output took up the run
+    long long freeClockRun = -1;
+    double drift = 0.0;
+    std::vector<std::shared_ptr<SoundOutput>> formerOutputs; // whose last block may still be on its way
+
+    // Pictures.
+    PictureCache::Place shown;
+    long long shownSought = -1;
+    long long picturesShown = 0;
+    long long picturesDropped = 0;
+
+    std::thread thread; // last: it runs on all of the above
+};

@@ -1,0 +1,155 @@
+#include "playback/OpenedSource.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/AvGlobals.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "playback/ImageFormat.h"
+#include "playback/ImageSequence.h"
+#include "playback/PictureReader.h"
+#include "playback/SequenceReader.h"
+#include "playback/SinglePicture.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr double second = 1000000.0;
+
+OpenedSource Failed(QString const& error)
+{
+    OpenedSource source;
+    source.error = error;
+    return source;
+}
+
+template <typename Stream>
+bool HasValid(QList<Stream> const& streams)
+{
+    return std::any_of(streams.begin(), streams.end(), [](Stream const& stream) { return stream.valid; });
+}
+
+bool IsStillFormat(QString const& format, PlaybackOptions const& options)
+{
+    return AvGlobals::IsImageFormat(format) || options.furtherImageFormats.contains(format);
+}
+
+// A cover is a stream of one picture in a file of sound, at a rate that no movie has.
+bool IsCover(MediaInfo const& info, PlaybackOptions const& options)
+{
+    if (!HasValid(info.GetAudioStreams()) || info.GetNumVideoStreams() == 0)
+        return false;
+    VideoStream const& stream = info.GetVideoStreams().first();
+    bool const isImage = IsStillFormat(stream.codecName, options) || stream.codecName == QLatin1String("gif");
+    return isImage && stream.frameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+}
+
+// Some image decoders hold their one picture back until the end of the file.
+std::shared_ptr<DecodedVideoFrame> ReadCover(std::shared_ptr<MediaInfo> const& info, StopCheck const& stop)
+{
+    MediaInstance instance;
+    instance.Initialize(info, 0);
+    QList<std::shared_ptr<DecodedVideoFrame>> pictures;
+    while (pictures.isEmpty() && instance.HasPacket() && !stop()) {
+        QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+        if (instance.IsAudioPacket())
+            instance.PrepareNextPacket(false);
+        else
+            instance.DecodeOnePacket(sounds, pictures, -1);
+    }
+    bool const isPicture = !pictures.isEmpty() && pictures.first()->data && pictures.first()->status == 0;
+    return isPicture ? pictures.first() : nullptr;
+}
+
+OpenedSource OpenImages(QString const& path, bool isSequence, PlaybackOptions const& options)
+{
+    OpenedSource source;
+    ImageSequence sequence =
+        isSequence ? ImageSequence::Find(path, options.sequenceHoles, source.error) : ImageSequence::FromFile(path);
+    if (sequence.IsEmpty())
+        return source;
+    source.kind = isSequence ? SourceKind::Sequence : SourceKind::Still;
+    auto reader = std::make_unique<SequenceReader>(std::move(sequence), options);
+    source.frameRate = isSequence ? reader->GetRate() : 0.0;
+    source.frameStep = static_cast<long long>(second / reader->GetRate());
+    source.expectedDuration = isSequence ? reader->GetEnd() : 0;
+    source.pictures = std::move(reader);
+    return source;
+}
+
+// The rate of the stream, or the one that pictures without times are given.
+void TakeRate(OpenedSource& source, PlaybackOptions const& options)
+{
+    source.width = source.info->GetVideoWidth();
+    source.height = source.info->GetVideoHeight();
+    source.frameRate = std::max(source.info->GetFrameRate(), 0.0);
+    source.frameStep = source.info->GetFrameStep() > 0 ? source.info->GetFrameStep()
+                                                       : static_cast<long long>(second / options.untimedRate);
+}
+
+void OpenMovie(OpenedSource& source, PlaybackOptions const& options)
+{
+    auto reader = std::make_unique<PictureReader>(source.info, options.untimedRate);
+    if (reader->Open()) {
+        source.kind = SourceKind::Movie;
+        source.pictures = std::move(reader);
+        TakeRate(source, options);
+    } else if (source.hasSound) {
+        source.kind = SourceKind::Sound;
+        source.error = QStringLiteral("The pictures of \"%1\" cannot be decoded.").arg(source.info->GetFileName());
+    } else {
+        source.error =
+            QStringLiteral("\"%1\" holds a stream for which there is no decoder.").arg(source.info->GetFileName());
+    }
+}
+
+void OpenSound(OpenedSource& source, bool hasCover, StopCheck const& stop)
+{
+    source.kind = SourceKind::Sound;
+    auto const cover = hasCover ? ReadCover(source.info, stop) : nullptr;
+    if (!cover)
+        return;
+    source.kind = SourceKind::SoundWithCover;
+    source.width = cover->width;
+    source.height = cover->height;
+    source.pictures = std::make_unique<SinglePicture>(cover);
+}
+
+} // namespace
+
+OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOptions const& options,
+                                StopCheck const& stop)
+{
+    if (isSequence || ImageSequence::IsPattern(path))
+        return OpenImages(path, true, options);
+    QFileInfo const file(path);
+    if (!file.exists())
+        return Failed(QStringLiteral("There is no file \"%1\".").arg(path));
+    if (!file.isFile() || !file.isReadable())
+        return Failed(QStringLiteral("\"%1\" cannot be read.").arg(path));
+    if (file.size() == 0)
+        return Failed(QStringLiteral("\"%1\" is empty.").arg(path));
+    if (IsStillFormat(ImageFormatOf(path), options))
+        return OpenImages(path, false, options);
+
+    OpenedSource source;
+    source.info = std::make_shared<MediaInfo>(path);
+    source.info->isLinearColorSpace = options.isLinearColorSpace;
+    if (!MediaReader::ParseMedia(source.info))
+        return Failed(QStringLiteral("\"%1\" is not a media file that can be read.").arg(path));
+    source.hasSound = HasValid(source.info->GetAudioStreams());
+    source.expectedDuration = source.info->GetDuration();
+    bool const hasCover = IsCover(*source.info, options);
+    if (!hasCover && HasValid(source.info->GetVideoStreams()))
+        OpenMovie(source, options);
+    else if (source.hasSound)
+        OpenSound(source, hasCover, stop);
+    else
+        source.error = QStringLiteral("\"%1\" holds neither pictures nor sound that can be decoded.").arg(path);
+    return source;
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "TavolinPlaybackExport.h"
+
+#include "cache/DecodedVideo.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+// The cached pictures of a DecodedVideo behind one short lock, so that the display looks up while the decoding thread
+// appends. Pictures follow each other without a gap; each is given with its exact span. Nothing is decoded, converted
+// or freed under the lock: what leaves the cache is handed back to be let go of. Any thread.
+class TAVOLINPLAYBACK_EXPORT PictureCache
+{
+public:
+    using Picture = std::shared_ptr<DecodedVideoFrame>;
+
+    // A cached picture with its span, both ends inclusive. The record's own end changes under the lock: this one
+    // counts.
+    struct Place
+    {
+        Picture picture; // null: not cached
+        long long start = 0;
+        long long end = -1;
+    };
+
+    struct Span
+    {
+        long long start = 0;
+        long long end = -1; // of the last picture, inclusive
+        int count = 0;
+        long long bytes = 0;
+    };
+
+    enum class Advice { Nothing, Forwards, Backwards };
+
+    // The bytes that pictures before and after the one showing at a time take; that one itself in `current`.
+    struct Balance
+    {
+        long long before = 0;
+        long long current = 0;
+        long long after = 0;
+    };
+
+    // What play wants to be cached, for UpdateCache.
+    struct Window
+    {
+        long long time = 0;     // the play position
+        long long mediaEnd = 0; // last moment of the last picture; the highest possible time when unknown
+        bool playing = false;
+        bool forwards = true;
+    };
+
+    // Keeps what fits of the pictures around `time` and returns the others. `width` and `height` are those of a
+    // picture.
+    std::vector<Picture> SetBudget(long long bytes, long long pictureBytes, long long time);
+    std::vector<Picture> TakeAll();
+
+    Place Find(long long time, int offset) const;                // the one showing at `time`, moved by `offset`
+    int CountBetween(long long time, long long otherTime) const; // pictures between two; -1 when not all are cached
+    Span GetSpan() const;
+    Balance GetBalance(long long time) const;
+
+    void Append(Picture const& picture); // behind the last or in front of the first
+
+    // Once for each picture appended: UpdateCache and its advice where to decode on. What it lets go of for that is
+    // moved to `released`; while paused it lets go of nothing, as filling one side at the cost of the other would never
+    // end.
+    Advice Update(Window const& window, std::vector<Picture>& released);
+
+    Picture TakeFirst(); // null when only one is left
+    Picture TakeLast();
+
+private:
+    std::vector<Picture> GetAll() const;
+
+    mutable std::mutex mutex;
+    DecodedVideo cache;
+};

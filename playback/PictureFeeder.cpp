@@ -1,0 +1,410 @@
+#include "playback/PictureFeeder.h"
+
+#include "decode/DecodedVideoFrame.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+namespace {
+
+constexpr long long second = 1000000;
+
+// So close ahead of what is cached, reading on keeps the cache in one piece.
+constexpr long long nearAhead = second;
+
+// Play that is behind by more than this goes on further ahead instead of decoding everything that it missed.
+constexpr long long lateness = second / 10;
+
+constexpr int fewestPictures = 4;   // cached whatever the budget
+constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
+constexpr double measureSpan = 0.5; // seconds of decoding for one measurement
+
+using SteadyClock = std::chrono::steady_clock;
+
+} // namespace
+
+PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
+    : source(std::move(newSource)), frameStep(std::max(newFrameStep, 1LL)), budget(newBudget), aim(smallestSegment)
+{}
+
+PictureFeeder::~PictureFeeder() = default;
+
+bool PictureFeeder::Begin(StopCheck const& stop)
+{
+    Picture picture;
+    if (source->Read(picture, stop) != PictureSource::Result::Picture)
+        return false;
+    NotePicture(picture);
+    cache.SetBudget(EffectiveBudget(), pictureBytes, 0);
+    cache.Append(picture);
+    first = picture->startTime;
+    followsCache = true;
+    NoteProgress();
+    return true;
+}
+
+bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
+{
+    long long const decodedBefore = source->GetDecodedCount();
+    auto const begin = SteadyClock::now();
+    bool const worked = need.sought != failedFor && DoWork(need, ask);
+    released.clear();
+    NoteProgress();
+    Measure(decodedBefore, std::chrono::duration<double>(SteadyClock::now() - begin).count());
+    return worked;
+}
+
+bool PictureFeeder::DoWork(PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Place const current = Find(need.position, 0);
+    if (current.picture)
+        return WorkAround(current, need, ask);
+    return need.preview ? ShowPreview(need, ask) : Reach(need, ask);
+}
+
+// The picture for the position is there; what about the next ones?
+bool PictureFeeder::WorkAround(PictureCache::Place const& current, PlayNeed const& need, AskNeed const& ask)
+{
+    if (need.steps > 0 && !IsLast(current) && !cache.Find(current.start, 1).picture)
+        return ReadForwards(need, ask);
+    if (need.steps < 0 && !IsFirst(current) && !cache.Find(current.start, -1).picture)
+        return FillBackwards(need, ask);
+    if (need.playing && !need.forwards)
+        return FillBackwards(need, ask);
+    // While paused nothing gives way to what may never be wanted.
+    if (!need.playing && cache.GetSpan().bytes + pictureBytes > EffectiveBudget())
+        return false;
+    switch (cache.Update(WindowFor(need), released)) {
+    case PictureCache::Advice::Forwards:
+        return ReadForwards(need, ask);
+    case PictureCache::Advice::Backwards:
+        return FillBackwards(need, ask);
+    default:
+        return false;
+    }
+}
+
+// The picture for the position is not there.
+bool PictureFeeder::Reach(PlayNeed const& need, AskNeed const& ask)
+{
+    long long const time = ShownTime(need.position);
+    PictureCache::Span const span = cache.GetSpan();
+    bool const runs = need.playing && need.speed != 0.0;
+    long long const tolerance =
+        static_cast<long long>(static_cast<double>(lateness) * std::max(1.0, std::abs(need.speed)));
+    if (span.count > 0 && followsCache && time > span.end && time - span.end < (runs ? tolerance : nearAhead))
+        return ReadForwards(need, ask);
+    bool const isBackwards = need.playing && !need.forwards;
+    if (span.count > 0 && isBackwards && time < span.start && span.start - time < tolerance)
+        return FillBackwards(need, ask);
+    long long const ahead = runs ? (need.forwards ? lead : -lead) : 0;
+    return SeekTo(ShownTime(std::max(time + ahead, 0LL)), need, ask);
+}
+
+bool PictureFeeder::SeekTo(long long time, PlayNeed const& need, AskNeed const& ask)
+{
+    StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
+        PlayNeed const now = ask();
+        return now.opened != opened || (mayBeStopped && now.sought != sought);
+    };
+    followsCache = false;
+    Picture picture;
+    PictureSource::Result result = source->SeekTo(time, time, stop);
+    if (result == PictureSource::Result::Picture)
+        result = source->Read(picture, [] { return false; });
+    if (result == PictureSource::Result::Stopped) {
+        mayBeStopped = false;
+        return true;
+    }
+    mayBeStopped = true;
+    if (!picture) {
+        failedFor = need.sought;
+        return true;
+    }
+    // A source that cannot find an earlier picture shows this one from there on.
+    picture->startTime = std::min(picture->startTime, time);
+    released = cache.TakeAll();
+    NotePicture(picture);
+    cache.Append(picture);
+    followsCache = true;
+    aim = smallestSegment;
+    lead = std::abs(ask().position - need.position);
+    return true;
+}
+
+bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
+{
+    if (GetPreview(need.sought))
+        return false;
+    followsCache = false;
+    StopCheck const stop = [&, opened = need.opened] { return ask().opened != opened; };
+    Picture picture;
+    if (source->SeekTo(ShownTime(need.position), 0, stop) == PictureSource::Result::Picture)
+        source->Read(picture, stop);
+    if (!picture)
+        failedFor = need.sought;
+    std::lock_guard const lock(mutex);
+    preview = picture;
+    previewFor = need.sought;
+    return true;
+}
+
+// What is worth stopping the decoding of pictures around the position for: another source, or a place without picture.
+StopCheck PictureFeeder::StopForOthers(PlayNeed const& need, AskNeed const& ask)
+{
+    return [this, &ask, opened = need.opened, sought = need.sought] {
+        PlayNeed const now = ask();
+        return now.opened != opened || (now.sought != sought && !Find(now.position, 0).picture);
+    };
+}
+
+bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
+{
+    StopCheck const stop = StopForOthers(need, ask);
+    if (!followsCache) {
+        long long const next = cache.GetSpan().end + 1;
+        if (source->SeekTo(next, next, stop) != PictureSource::Result::Picture)
+            return true;
+        followsCache = true;
+    }
+    Picture picture;
+    PictureSource::Result const result = source->Read(picture, stop);
+    if (result == PictureSource::Result::Stopped)
+        return true;
+    if (result == PictureSource::Result::End) {
+        auto const mark = std::make_shared<DecodedVideoFrame>();
+        mark->endTime = source->GetEnd() - 1;
+        cache.Append(mark);
+        return true;
+    }
+    NotePicture(picture);
+    MakeRoomBefore(picture->size, need);
+    cache.Append(picture);
+    return true;
+}
+
+bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    bool const isUrgent = cache.GetBalance(ShownTime(need.position)).before == 0;
+    long long const room = RoomBackwards(need);
+    if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
+        return false;
+    long long const most = std::max(std::min(room, EffectiveBudget() / 2) / std::max(pictureBytes, 1LL), 1LL);
+    long long const atLeast = std::clamp(most / 2, 1LL, aim);
+    long long const earliest = std::max(span.start - most * frameStep, 0LL);
+    long long const target = std::max(span.start - atLeast * frameStep, earliest);
+    aim = std::min(2 * aim, most);
+
+    followsCache = false;
+    StopCheck const stop = StopForOthers(need, ask);
+    bool const isComplete =
+        source->SeekTo(std::min(target, span.start - 1), earliest, stop) == PictureSource::Result::Picture &&
+        ReadSegment(span.start, need, stop);
+    if (isComplete && segment.empty())
+        first = span.start;
+    if (isComplete)
+        AppendSegment(ask);
+    segment.clear();
+    pendingBytes = 0;
+    return true;
+}
+
+// Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.
+bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop)
+{
+    Picture picture;
+    PictureSource::Result result = source->Read(picture, stop);
+    for (; result == PictureSource::Result::Picture && picture->startTime < until;
+         result = source->Read(picture, stop)) {
+        NotePicture(picture);
+        pendingBytes += picture->size;
+        segment.push_back(std::move(picture));
+        while (cache.GetSpan().bytes + pendingBytes > EffectiveBudget() && !MakeRoomBehind(need) &&
+               segment.size() > 1) {
+            pendingBytes -= segment.front()->size;
+            segment.pop_front();
+        }
+        released.clear();
+    }
+    return result != PictureSource::Result::Stopped;
+}
+
+// From the last to the first, because the cache takes only what lies outside of what it holds.
+void PictureFeeder::AppendSegment(AskNeed const& ask)
+{
+    while (!segment.empty()) {
+        Picture const picture = std::move(segment.back());
+        segment.pop_back();
+        pendingBytes -= picture->size;
+        cache.Append(picture);
+        PlayNeed const now = ask();
+        if (now.playing && !now.forwards)
+            cache.Update(WindowFor(now), released);
+    }
+}
+
+// Bytes that a segment may take: playing or stepping backwards, what shows later than now gives way.
+long long PictureFeeder::RoomBackwards(PlayNeed const& need) const
+{
+    PictureCache::Balance const balance = cache.GetBalance(ShownTime(need.position));
+    bool const givesWay = (need.playing && !need.forwards) || need.steps < 0;
+    return EffectiveBudget() - balance.before - balance.current - (givesWay ? 0 : balance.after);
+}
+
+// Lets go of the last cached picture when it shows later than now.
+bool PictureFeeder::MakeRoomBehind(PlayNeed const& need)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    if (cache.Find(ShownTime(need.position), 0).end >= span.end || need.position >= span.end)
+        return false;
+    Picture last = cache.TakeLast();
+    if (!last)
+        return false;
+    released.push_back(std::move(last));
+    return true;
+}
+
+// Lets go of what shows earlier than now until `bytes` more are within the budget.
+void PictureFeeder::MakeRoomBefore(long long bytes, PlayNeed const& need)
+{
+    long long const time = ShownTime(need.position);
+    while (cache.GetSpan().bytes + bytes > EffectiveBudget() && cache.Find(cache.GetSpan().start, 0).end < time) {
+        Picture first = cache.TakeFirst();
+        if (!first)
+            return;
+        released.push_back(std::move(first));
+    }
+}
+
+PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
+{
+    long long const mediaEnd = end >= 0 ? end - 1 : std::numeric_limits<long long>::max();
+    return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
+}
+
+void PictureFeeder::SetBudget(long long bytes, long long position)
+{
+    budget = bytes;
+    PictureCache::Span const before = cache.GetSpan();
+    released = cache.SetBudget(EffectiveBudget(), pictureBytes, ShownTime(position));
+    followsCache = followsCache && cache.GetSpan().end == before.end;
+    released.clear();
+}
+
+// The sizes that the budget is reckoned with follow the pictures.
+void PictureFeeder::NotePicture(Picture const& picture)
+{
+    pictureBytes = std::max(pictureBytes, static_cast<long long>(picture->size));
+}
+
+void PictureFeeder::NoteProgress()
+{
+    decodedCount = source->GetDecodedCount();
+    end = source->GetEnd();
+    std::lock_guard const lock(mutex);
+    error = source->GetError();
+}
+
+void PictureFeeder::Measure(long long decodedBefore, double seconds)
+{
+    long long const pictures = source->GetDecodedCount() - decodedBefore;
+    if (pictures <= 0)
+        return;
+    measuredPictures += pictures;
+    measuredSeconds += seconds;
+    if (decodeRate == 0.0 || measuredSeconds >= measureSpan)
+        decodeRate = static_cast<double>(measuredPictures) / std::max(measuredSeconds, 1e-6);
+    if (measuredSeconds < measureSpan)
+        return;
+    measuredPictures = 0;
+    measuredSeconds = 0.0;
+}
+
+long long PictureFeeder::EffectiveBudget() const
+{
+    return std::max(budget, fewestPictures * pictureBytes);
+}
+
+long long PictureFeeder::ShownTime(long long position) const
+{
+    long long const known = end;
+    long long const time = std::max(position, first.load());
+    return known >= 0 ? std::min(time, known - 1) : time;
+}
+
+PictureCache::Place PictureFeeder::Find(long long position, int offset) const
+{
+    return cache.Find(ShownTime(position), offset);
+}
+
+bool PictureFeeder::IsFirst(PictureCache::Place const& place) const
+{
+    return place.start <= first;
+}
+
+bool PictureFeeder::IsLast(PictureCache::Place const& place) const
+{
+    return end >= 0 && place.end + 1 >= end;
+}
+
+// Going backwards, the picture before it too, so that a turn does not begin with a gap.
+bool PictureFeeder::IsReady(PlayNeed const& need) const
+{
+    if (failedFor == need.sought)
+        return true;
+    PictureCache::Place const current = Find(need.position, 0);
+    if (!current.picture)
+        return need.preview && GetPreview(need.sought);
+    return need.forwards || !need.playing || IsFirst(current) || Find(current.start, -1).picture;
+}
+
+PictureFeeder::Picture PictureFeeder::GetPreview(long long sought) const
+{
+    std::lock_guard const lock(mutex);
+    return previewFor == sought ? preview : nullptr;
+}
+
+long long PictureFeeder::GetOrigin() const
+{
+    return source->GetOrigin();
+}
+
+int PictureFeeder::CountBetween(long long time, long long otherTime) const
+{
+    return cache.CountBetween(time, otherTime);
+}
+
+PictureCache::Span PictureFeeder::GetSpan() const
+{
+    return cache.GetSpan();
+}
+
+long long PictureFeeder::GetEnd() const
+{
+    return end;
+}
+
+long long PictureFeeder::GetPendingBytes() const
+{
+    return pendingBytes;
+}
+
+long long PictureFeeder::GetDecodedCount() const
+{
+    return decodedCount;
+}
+
+double PictureFeeder::GetDecodeRate() const
+{
+    return decodeRate;
+}
+
+QString PictureFeeder::GetError() const
+{
+    std::lock_guard const lock(mutex);
+    return error;
+}

@@ -1,0 +1,282 @@
+#include "playback/PictureReader.h"
+
+#include "common/VideoStream.h"
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr long long second = 1000000;
+
+// A packet that drains gives a picture, or drops one, or ends the drain. No decoder holds more pictures than this.
+constexpr int mostFruitlessDrains = 1000;
+
+// So close before a target, decoding on is quicker than going back to a key picture.
+constexpr long long nearAhead = second / 2;
+
+} // namespace
+
+PictureReader::PictureReader(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate)
+    : info(std::move(newInfo)), untimedRate(newUntimedRate)
+{}
+
+PictureReader::~PictureReader() = default;
+
+bool PictureReader::Open()
+{
+    if (!Restart() || instance->GetActiveVideoStreamIndex() < 0)
+        return false;
+    VideoStream stream;
+    info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
+    streamStart = stream.startTime;
+    while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
+        instance->PrepareNextPacket(false);
+    bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
+    // Old phones mark pictures as key pictures that are not, and this decoder takes any picture to begin with.
+    canLand = isTimed && stream.codecName != QLatin1String("h263");
+    return Restart();
+}
+
+// A new instance, because the decoder's count for pictures without times goes on through any seek.
+bool PictureReader::Restart()
+{
+    Forget();
+    instance = std::make_unique<MediaInstance>();
+    if (!instance->Initialize(info, 0) || !instance->HasPacket())
+        return false;
+    VideoStream stream;
+    info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
+    if (stream.frameRate == 0.0)
+        instance->SetDecoderFrameRate(untimedRate);
+    return true;
+}
+
+void PictureReader::Forget()
+{
+    ready.clear();
+    newest.reset();
+    dropBefore = -1;
+    brokenBefore = longAgo;
+    lastStart = longAgo;
+    drained = false;
+    fruitlessDrains = 0;
+}
+
+PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, StopCheck const& stop)
+{
+    if (!FindFirst(stop))
+        return drained ? Result::End : Result::Stopped;
+    Landing landing = ReadOnTo(earliest, stop);
+    long long const duration = info->GetDuration();
+    long long const latest = duration > 0 ? std::min(time, duration) : time;
+    bool fromStart = !canLand;
+    long long back = instance->RequiresLargeSeekOffset() ? second : 0;
+    for (; landing == Landing::Late; back = std::max(2 * back, second)) {
+        fromStart = fromStart || (back > 0 && latest - back + GetOrigin() <= 0);
+        if (!fromStart) {
+            landing = SeekAndRead(latest - back, latest, earliest, stop);
+            continue;
+        }
+        if (!Restart())
+            return Result::End;
+        dropBefore = std::max(earliest - back, 0LL);
+        bool const isAll = dropBefore == 0;
+        landing = ReadUpTo(earliest, stop);
+        if (isAll)
+            break; // nothing was dropped that could show at that time: this is as early as it gets
+        if (drained)
+            back = earliest;
+    }
+    if (landing != Landing::Stopped)
+        return ready.isEmpty() ? Result::End : Result::Picture;
+    Forget();
+    return Result::Stopped;
+}
+
+PictureReader::Landing PictureReader::SeekAndRead(long long target, long long latest, long long earliest,
+                                                  StopCheck const& stop)
+{
+    if (!Land(target, latest, stop))
+        return stop() ? Landing::Stopped : Landing::Late;
+    bool const keepsAll = brokenBefore != longAgo && brokenBefore >= earliest;
+    dropBefore = keepsAll ? -1 : std::max(std::min(earliest, latest) - (latest - target), 0LL);
+    Landing const landing = ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
+    bool const isBeyondEnd = landing == Landing::Late && drained && dropBefore > 0;
+    if (!isBeyondEnd || !Land(target, latest, stop))
+        return landing;
+    return ReadUpTo(earliest, stop); // all was dropped: the last picture is wanted
+}
+
+// Seeks and takes the first key packet of the pictures in hand. False when there is none, or when its picture shows
+// only after `latest`.
+bool PictureReader::Land(long long time, long long latest, StopCheck const& stop)
+{
+    Forget();
+    instance->Seek(std::max(time + GetOrigin(), 0LL));
+    for (; !instance->IsVideoPacket() || !instance->IsKeyPacket(); instance->PrepareNextPacket(false)) {
+        bool const isTooLate = instance->IsVideoPacket() && instance->GetPacketTime() > latest + GetOrigin() + second;
+        if (isTooLate || !instance->HasPacket() || instance->IsEndOfFile() || stop())
+            return false;
+    }
+    if (instance->GetPacketTime() != longAgo)
+        brokenBefore = instance->GetPacketTime() - GetOrigin();
+    return brokenBefore <= latest;
+}
+
+// Goes on reading where the wanted picture lies just ahead; Late when it does not.
+PictureReader::Landing PictureReader::ReadOnTo(long long time, StopCheck const& stop)
+{
+    if (!IsShortlyAhead(time))
+        return Landing::Late;
+    // With pictures dropped in between, the end of what has been read already could not be told.
+    ready.clear();
+    newest.reset();
+    dropBefore = time;
+    return ReadUpTo(time, stop);
+}
+
+bool PictureReader::IsShortlyAhead(long long time) const
+{
+    auto const& next = ready.isEmpty() ? newest : ready.first();
+    return next && !drained && next->startTime <= time && time - next->startTime < nearAhead;
+}
+
+// Reads until the next picture is the one showing at `time`; the last one when the stream ends before. Late when it
+// begins with a later one or has none at all.
+PictureReader::Landing PictureReader::ReadUpTo(long long time, StopCheck const& stop)
+{
+    std::shared_ptr<DecodedVideoFrame> last;
+    std::shared_ptr<DecodedVideoFrame> picture;
+    Result result = Read(picture, stop);
+    for (; result == Result::Picture && picture->endTime < time; result = Read(picture, stop))
+        last = std::move(picture);
+    if (result == Result::Stopped)
+        return Landing::Stopped;
+    if (result == Result::End)
+        picture = last;
+    if (!picture)
+        return Landing::Late;
+    dropBefore = -1;
+    ready.prepend(picture);
+    return picture->startTime <= time ? Landing::Found : Landing::Late;
+}
+
+PictureSource::Result PictureReader::Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop)
+{
+    while (ready.isEmpty()) {
+        if (drained)
+            return Result::End;
+        if (stop())
+            return Result::Stopped;
+        DecodePacket();
+    }
+    picture = ready.takeFirst();
+    return Result::Picture;
+}
+
+// Where media time 0 lies is known from the first picture of all.
+bool PictureReader::FindFirst(StopCheck const& stop)
+{
+    while (firstTime == longAgo && !drained && !stop())
+        DecodePacket();
+    return firstTime != longAgo;
+}
+
+void PictureReader::DecodePacket()
+{
+    if (!instance->HasPacket()) {
+        // A dropped picture ends the drain; what it left in the decoder comes with another empty packet.
+        instance->PrepareNextPacket(true);
+        drained = ++fruitlessDrains > mostFruitlessDrains;
+    }
+    if (instance->IsAudioPacket()) {
+        instance->PrepareNextPacket(false);
+        return;
+    }
+    QList<std::shared_ptr<DecodedAudioFrame>> sounds; // of the drain, not ours
+    QList<std::shared_ptr<DecodedVideoFrame>> records;
+    instance->DecodeOnePacket(sounds, records, dropBefore < 0 ? -1 : dropBefore + Shift());
+    TakeRecords(std::move(records));
+    if (drained && newest)
+        ReleaseNewest(newest->startTime + DurationOf(*newest) - 1);
+}
+
+void PictureReader::TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> records)
+{
+    QList<std::shared_ptr<DecodedVideoFrame>> resized;
+    for (auto const& record : records) {
+        if (!record->data)
+            drained = true;
+        else if (record->status == 0)
+            TakePicture(record);
+        else if (instance->FollowSizeChange(resized) && !resized.isEmpty())
+            TakePicture(resized.takeLast());
+        else
+            error = QStringLiteral("A picture of %1 x %2 pixels could not be decoded.")
+                        .arg(record->width)
+                        .arg(record->height);
+    }
+}
+
+void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
+{
+    ++decodedCount;
+    if (firstTime == longAgo)
+        firstTime = picture->startTime;
+    picture->startTime -= Shift();
+    if (picture->startTime < brokenBefore || picture->startTime <= lastStart)
+        return;
+    lastStart = picture->startTime;
+    if (newest)
+        ReleaseNewest(picture->startTime - 1);
+    newest = std::move(picture);
+}
+
+// What shows wholly before 0 is no part of the media; what reaches into it begins there.
+void PictureReader::ReleaseNewest(long long endTime)
+{
+    auto const picture = std::move(newest);
+    picture->endTime = endTime;
+    picture->startTime = std::max(picture->startTime, 0LL);
+    if (drained)
+        end = endTime + 1;
+    if (endTime >= 0)
+        ready.append(picture);
+}
+
+// Streams without times, and some that are not what their head says, do not begin at the decoder's 0.
+long long PictureReader::Shift() const
+{
+    return firstTime == longAgo ? 0 : std::max(firstTime, 0LL);
+}
+
+long long PictureReader::GetOrigin() const
+{
+    return streamStart + Shift();
+}
+
+long long PictureReader::DurationOf(DecodedVideoFrame const& picture) const
+{
+    double const rate = picture.frameRate > 0.0 ? picture.frameRate : untimedRate;
+    return std::max(static_cast<long long>(1000000.0 / rate), 1LL);
+}
+
+long long PictureReader::GetEnd() const
+{
+    return end;
+}
+
+QString PictureReader::GetError() const
+{
+    return error;
+}
+
+long long PictureReader::GetDecodedCount() const
+{
+    return decodedCount;
+}

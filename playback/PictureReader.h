@@ -1,0 +1,74 @@
+#pragma once
+
+#include "TavolinPlaybackExport.h"
+
+#include "playback/PictureSource.h"
+
+#include <QList>
+
+#include <limits>
+
+class MediaInfo;
+class MediaInstance;
+struct DecodedAudioFrame;
+
+// Reads the pictures of one stream in order and finds any of them exactly. Packets of sound are passed over undecoded.
+//
+// How a picture is found: the container is asked for the key picture before it. Where that lands too late (transport
+// streams do, and pictures that stay for long begin far before the time at which they show), it is asked again for 1,
+// 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a key packet, and
+// pictures that show before that key picture are left out, because they may refer to what was not decoded.
+class TAVOLINPLAYBACK_EXPORT PictureReader : public PictureSource
+{
+public:
+    // `untimedRate`: pictures per second of a stream that says no rate.
+    PictureReader(std::shared_ptr<MediaInfo> info, double untimedRate);
+    ~PictureReader() override;
+
+    bool Open(); // false when there is no stream of pictures that can be decoded
+
+    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
+    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
+    long long GetEnd() const override;
+    QString GetError() const override;
+    long long GetDecodedCount() const override;
+    long long GetOrigin() const override;
+
+private:
+    enum class Landing { Found, Late, Stopped };
+
+    bool Restart();
+    void Forget();
+    bool Land(long long time, long long latest, StopCheck const& stop);
+    Landing ReadOnTo(long long time, StopCheck const& stop);
+    Landing ReadUpTo(long long time, StopCheck const& stop);
+    Landing SeekAndRead(long long target, long long latest, long long earliest, StopCheck const& stop);
+    bool IsShortlyAhead(long long time) const;
+    bool FindFirst(StopCheck const& stop);
+    void DecodePacket();
+    void TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> records);
+    void TakePicture(std::shared_ptr<DecodedVideoFrame> picture);
+    void ReleaseNewest(long long endTime);
+    long long Shift() const;
+    long long DurationOf(DecodedVideoFrame const& picture) const;
+
+    static constexpr long long longAgo = std::numeric_limits<long long>::min();
+
+    std::shared_ptr<MediaInfo> info;
+    double untimedRate;
+    std::unique_ptr<MediaInstance> instance;
+    bool canLand = true;       // what is found after a seek can be trusted; otherwise everything is read from the start
+    long long streamStart = 0; // container time that the decoder takes for 0
+    long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off
+    long long dropBefore = -1;     // media time for the decoder's filter; negative: none
+    long long brokenBefore = longAgo;
+    long long lastStart = longAgo; // of the pictures taken since the last landing
+    bool drained = false;          // the mark of the end has come
+    int fruitlessDrains = 0;
+    long long end = -1;
+    long long decodedCount = 0;
+    QString error;
+
+    QList<std::shared_ptr<DecodedVideoFrame>> ready; // with their ends
+    std::shared_ptr<DecodedVideoFrame> newest;       // waits for the start of the next one, which is its end
+};

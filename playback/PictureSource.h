@@ -1,0 +1,47 @@
+#pragma once
+
+#include "TavolinPlaybackExport.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+struct DecodedVideoFrame;
+
+// Asked again and again during long work on the decoding thread: true when nobody wants its result any more.
+using StopCheck = std::function<bool()>;
+
+// Where pictures come from: a stream, or the files of a sequence. Pictures are read in order; each has its exact span,
+// whose end is one microsecond before the next picture's start. Times are microseconds of media time, never negative.
+// One thread at a time.
+class TAVOLINPLAYBACK_EXPORT PictureSource
+{
+public:
+    enum class Result {
+        Picture,
+        End,     // there is none any more
+        Stopped, // by the check; after a stopped SeekTo the next call is to be another one
+    };
+
+    virtual ~PictureSource() = default;
+
+    // So that the next picture read is the one showing at `time` (the last one for a later time), or an earlier one
+    // that has to be decoded for it anyway: not before the one showing at `earliest`, though, which is at most `time`.
+    virtual Result SeekTo(long long time, long long earliest, StopCheck const& stop) = 0;
+
+    // The next picture, the caller's to keep.
+    virtual Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) = 0;
+
+    // One microsecond after the last picture; -1 as long as the end has not been reached.
+    virtual long long GetEnd() const = 0;
+
+    // The container's time of media time 0; known once a picture has been read.
+    virtual long long GetOrigin() const = 0;
+
+    // What could not be read last, one sentence; empty when there was nothing.
+    virtual QString GetError() const = 0;
+
+    // Pictures that have come out of decoding so far.
+    virtual long long GetDecodedCount() const = 0;
+};

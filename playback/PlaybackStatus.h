@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QString>
+
+enum class PlaybackState {
+    Closed,  // nothing open, or what was asked for could not be opened: see `error`
+    Opening, // not yet a picture or a sound to begin with
+    Paused,
+    Playing,
+    Ended, // played up to an end of the media; a seek, or a speed the other way, goes on from there
+};
+
+enum class SourceKind {
+    None,
+    Movie,
+    Sound,
+    SoundWithCover, // a file of sound whose one picture is the cover
+    Still,
+    Sequence,
+};
+
+// What an engine tells about itself at one moment. Times are microseconds of media time, where 0 is the first picture
+// (or, in a file of sound, the container's 0).
+struct PlaybackStatus
+{
+    PlaybackState state = PlaybackState::Closed;
+    SourceKind kind = SourceKind::None;
+    QString path;  // as it was given to Open
+    QString error; // what went wrong last in what is open, one sentence for the reader; empty when nothing did
+
+    long long position = 0;
+    long long start = 0;        // below 0 where the sound begins before the first picture
+    long long duration = 0;     // from `start` to the end
+    bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
+    double speed = 0.0;         // 0 while paused, below 0 backwards
+    bool waiting = false;       // the clock stands still until the first picture (and sound) of a new place is decoded
+
+    // Of the pictures, as coded and not yet turned; 0 without pictures.
+    int width = 0;
+    int height = 0;
+    double frameRate = 0.0;  // pictures per second, 0 when the stream says none
+    long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
+
+    // Of the sound at output; 0 without sound.
+    int channels = 0;
+    int sampleRate = 0; // Hz
+
+    long long cacheStart = 0;  // first and last moment for which a picture is cached;
+    long long cacheEnd = -1;   // the end lies before the start when none is
+    long long cachedBytes = 0; // decoded pictures, those on their way into the cache included
+    long long cacheBudget = 0;
+    long long soundStart = 0; // the same for sound
+    long long soundEnd = -1;
+
+    long long picturesShown = 0;   // different pictures handed out since Open
+    long long picturesDropped = 0; // whose time passed while playing without being handed out
+    long long picturesDecoded = 0; // that came out of the decoder
+    double decodeRate = 0.0;       // pictures per second of decoding, over the last second or so of it
+    double drift = 0.0; // microseconds by which the sound output is ahead of the time source since it started
+};

@@ -1,0 +1,192 @@
+#include "playback/SequenceReader.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// Any thread; null for a file that cannot be decoded.
+std::shared_ptr<DecodedVideoFrame> DecodeImage(QString const& path, bool isLinear)
+{
+    auto const info = std::make_shared<MediaInfo>(path);
+    info->isImage = true;
+    info->isLinearColorSpace = isLinear;
+    MediaInstance instance;
+    if (!MediaReader::ParseMedia(info) || !instance.Initialize(info, 0) || !instance.HasPacket())
+        return nullptr;
+    QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+    QList<std::shared_ptr<DecodedVideoFrame>> pictures;
+    instance.DecodePacket(sounds, pictures, -1);
+    bool const isPicture = !pictures.isEmpty() && pictures.first()->data && pictures.first()->status == 0;
+    return isPicture ? pictures.first() : nullptr;
+}
+
+size_t ThreadsFor(PlaybackOptions const& options)
+{
+    if (options.sequenceThreads > 0)
+        return static_cast<size_t>(options.sequenceThreads);
+    return std::max(std::thread::hardware_concurrency(), 1u);
+}
+
+double RateFor(PlaybackOptions const& options)
+{
+    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    return isInRange ? options.sequenceRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+}
+
+} // namespace
+
+SequenceReader::SequenceReader(ImageSequence newSequence, PlaybackOptions const& options)
+    : sequence(std::move(newSequence)),
+      rate(RateFor(options)),
+      holes(options.sequenceHoles),
+      threads(ThreadsFor(options)),
+      isLinear(options.isLinearColorSpace)
+{}
+
+SequenceReader::~SequenceReader() = default;
+
+double SequenceReader::GetRate() const
+{
+    return rate;
+}
+
+long long SequenceReader::TimeOf(long long index) const
+{
+    return static_cast<long long>(static_cast<double>(index) * 1000000.0 / rate);
+}
+
+// Of the number showing at `time`, whether it has a file or not.
+long long SequenceReader::IndexAt(long long time) const
+{
+    long long index = static_cast<long long>(static_cast<double>(time) * rate / 1000000.0);
+    while (index > 0 && TimeOf(index) > time)
+        --index;
+    while (TimeOf(index + 1) <= time)
+        ++index;
+    return std::clamp(index, 0LL, sequence.GetCount() - 1);
+}
+
+long long SequenceReader::IndexAfter(long long index) const
+{
+    return holes == SequenceHoles::Black ? index + 1 : sequence.GetIndexAfter(index);
+}
+
+PictureSource::Result SequenceReader::SeekTo(long long time, long long, StopCheck const& stop)
+{
+    long long index = IndexAt(std::clamp(time, 0LL, GetEnd() - 1)); // nothing needs an earlier one
+    // A file that cannot be read shows the picture before it, which then is the one to begin with.
+    while (true) {
+        if (holes != SequenceHoles::Black)
+            index = sequence.GetIndexUpTo(index);
+        GoTo(index);
+        newest = TakeNext();
+        if ((newest && newest->startTime <= std::max(time, 0LL)) || index == 0)
+            break;
+        if (stop())
+            return Result::Stopped;
+        --index;
+    }
+    return newest ? Result::Picture : Result::End;
+}
+
+PictureSource::Result SequenceReader::Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop)
+{
+    if (stop())
+        return Result::Stopped;
+    if (!newest)
+        newest = TakeNext();
+    if (!newest)
+        return Result::End;
+    picture = std::move(newest);
+    newest = TakeNext();
+    picture->endTime = (newest ? newest->startTime : GetEnd()) - 1;
+    return Result::Picture;
+}
+
+void SequenceReader::GoTo(long long index)
+{
+    newest.reset();
+    while (!underWay.empty() && underWay.front().index < index)
+        underWay.pop_front();
+    if (!underWay.empty() && underWay.front().index == index)
+        return; // under way already
+    underWay.clear();
+    nextToStart = index;
+}
+
+void SequenceReader::StartMore()
+{
+    while (underWay.size() < threads && nextToStart < sequence.GetCount()) {
+        QString const file = sequence.GetFile(nextToStart);
+        std::future<Picture> picture;
+        if (!file.isEmpty())
+            picture = std::async(std::launch::async, DecodeImage, file, isLinear);
+        underWay.push_back({nextToStart, std::move(picture)});
+        nextToStart = IndexAfter(nextToStart);
+    }
+}
+
+// The next picture that can be read, its end not yet set; null when there is none any more.
+std::shared_ptr<DecodedVideoFrame> SequenceReader::TakeNext()
+{
+    for (StartMore(); !underWay.empty(); StartMore()) {
+        long long const index = underWay.front().index;
+        bool const isHole = !underWay.front().picture.valid();
+        Picture picture = isHole ? nullptr : underWay.front().picture.get();
+        underWay.pop_front();
+        if (picture) {
+            ++decodedCount;
+            width = picture->width;
+            height = picture->height;
+        } else if (!isHole) {
+            error = QStringLiteral("\"%1\" cannot be read as an image.").arg(sequence.GetFile(index));
+        }
+        if (!picture && holes == SequenceHoles::Black)
+            picture = Black(index);
+        if (!picture)
+            continue;
+        picture->startTime = TimeOf(index);
+        picture->frameRate = rate;
+        return picture;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<DecodedVideoFrame> SequenceReader::Black(long long index) const
+{
+    int const stride = (3 * std::max(width, 1) + 3) / 4 * 4;
+    std::vector<uint8_t> const bytes(static_cast<size_t>(stride) * static_cast<size_t>(std::max(height, 1)));
+    return std::make_shared<DecodedVideoFrame>(bytes.data(), static_cast<int>(bytes.size()), std::max(width, 1),
+                                               std::max(height, 1), TimeOf(index), rate, 0, false);
+}
+
+long long SequenceReader::GetEnd() const
+{
+    return TimeOf(sequence.GetCount());
+}
+
+long long SequenceReader::GetOrigin() const
+{
+    return 0;
+}
+
+QString SequenceReader::GetError() const
+{
+    return error;
+}
+
+long long SequenceReader::GetDecodedCount() const
+{
+    return decodedCount;
+}

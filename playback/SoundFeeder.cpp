@@ -1,0 +1,186 @@
+#include "playback/SoundFeeder.h"
+
+#include "decode/DecodedAudioFrame.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr long long second = 1000000;
+constexpr long long kept = second;      // of the past
+constexpr long long batch = second / 5; // read at a time
+constexpr long long piece = 2 * second; // of sound played backwards
+
+double Haste(PlayNeed const& need)
+{
+    return std::max(std::fabs(need.speed), 1.0);
+}
+
+long long Scaled(long long duration, PlayNeed const& need)
+{
+    return static_cast<long long>(static_cast<double>(duration) * Haste(need));
+}
+
+} // namespace
+
+SoundFeeder::SoundFeeder(std::unique_ptr<SoundReader> newReader, long long newOrigin)
+    : reader(std::move(newReader)),
+      origin(newOrigin),
+      output(std::make_shared<SoundOutput>(reader->GetChannelCount(), reader->GetSampleRate()))
+{}
+
+SoundFeeder::~SoundFeeder() = default;
+
+bool SoundFeeder::Begin(StopCheck const& stop)
+{
+    std::shared_ptr<DecodedAudioFrame> frame;
+    if (reader->Read(frame, stop) != SoundReader::Result::Picture)
+        return false;
+    begin = std::max(frame->startTime, 0LL); // what lies before the container's 0 is not played
+    output->Append(frame, true);
+    Set(forwardCover, frame->startTime, frame->endTime);
+    followsForwards = true;
+    return true;
+}
+
+bool SoundFeeder::Work(PlayNeed const& need, AskNeed const& ask, long long ahead)
+{
+    if (need.hushed || Reaches(need, ahead))
+        return false;
+    StopCheck const stop = [&ask, opened = need.opened] { return ask().opened != opened; };
+    bool const worked = need.forwards ? ReadForwards(need, stop) : ReadBackwards(need, stop);
+    NoteEnd();
+    return worked;
+}
+
+bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
+{
+    long long const time = std::max(need.position + origin, 0LL);
+    Cover cover = forwardCover;
+    if (time < cover.from || time > cover.to + 1) {
+        RestartForwards(time, stop);
+        return true;
+    }
+    if (!followsForwards && reader->SeekTo(cover.to + 1, stop) != SoundReader::Result::Picture) {
+        Set(forwardCover, cover.from, stop() ? cover.to : forEver);
+        return true;
+    }
+    followsForwards = true;
+    std::shared_ptr<DecodedAudioFrame> frame;
+    for (long long const until = cover.to + batch; cover.to < until;) {
+        SoundReader::Result const result = reader->Read(frame, stop);
+        if (result == SoundReader::Result::End)
+            cover.to = forEver;
+        if (result != SoundReader::Result::Picture)
+            break;
+        output->Append(frame, true);
+        cover.to = std::max(cover.to, frame->endTime);
+    }
+    cover.from = std::max(cover.from, std::min(time - kept, cover.to));
+    output->Trim(cover.from, forEver, true);
+    Set(forwardCover, cover.from, cover.to);
+    return true;
+}
+
+void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
+{
+    Set(forwardCover, time, time - 1);
+    output->Clear(true);
+    followsForwards = true;
+    std::shared_ptr<DecodedAudioFrame> frame;
+    SoundReader::Result result = reader->SeekTo(time, stop);
+    if (result == SoundReader::Result::Picture)
+        result = reader->Read(frame, stop);
+    if (result == SoundReader::Result::Picture) {
+        output->Append(frame, true);
+        Set(forwardCover, time, frame->endTime);
+    } else if (result == SoundReader::Result::End) {
+        Set(forwardCover, time, forEver);
+    } else {
+        followsForwards = false;
+    }
+}
+
+// One piece before what is covered, decoded forwards and appended last to first, which mirrored is in order.
+bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
+{
+    long long const time = std::max(need.position + origin, 0LL);
+    Cover cover = backwardCover;
+    if (time > cover.to + 1 || time + 1 < cover.from) {
+        output->Clear(false);
+        cover = {time + 1, time};
+    }
+    long long const target = std::max(cover.from - Scaled(piece, need), 0LL);
+    followsForwards = false;
+    std::vector<std::shared_ptr<DecodedAudioFrame>> frames;
+    std::shared_ptr<DecodedAudioFrame> frame;
+    SoundReader::Result result = reader->SeekTo(target, stop);
+    if (result == SoundReader::Result::Picture)
+        result = reader->Read(frame, stop);
+    for (; result == SoundReader::Result::Picture && frame->startTime < cover.from; result = reader->Read(frame, stop))
+        frames.push_back(frame);
+    if (result == SoundReader::Result::Stopped)
+        return true;
+    for (auto next = frames.rbegin(); next != frames.rend(); ++next)
+        output->Append(*next, false);
+    bool const isFirst = target == 0 || frames.empty() || frames.front()->startTime > target;
+    bool const isAll = isFirst && target <= begin;
+    cover.from = isAll ? unknown : (frames.empty() ? target : frames.front()->startTime);
+    cover.to = std::max(std::min(cover.to, time + kept), time);
+    output->Trim(unknown / 2, cover.to, false);
+    Set(backwardCover, cover.from, cover.to);
+    return true;
+}
+
+void SoundFeeder::NoteEnd()
+{
+    if (reader->GetEnd() != unknown)
+        end = reader->GetEnd();
+}
+
+void SoundFeeder::Set(Cover& cover, long long from, long long to)
+{
+    std::lock_guard const lock(mutex);
+    cover = {from, to};
+}
+
+bool SoundFeeder::HasSound(PlayNeed const& need, long long ahead) const
+{
+    return need.hushed || Reaches(need, ahead);
+}
+
+bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const
+{
+    long long const time = std::max(need.position + origin, 0LL);
+    std::lock_guard const lock(mutex);
+    if (need.forwards)
+        return forwardCover.from <= time && time <= forwardCover.to && forwardCover.to - time >= Scaled(ahead, need);
+    return time <= backwardCover.to + 1 && backwardCover.from <= std::max(time - Scaled(ahead, need), begin.load());
+}
+
+long long SoundFeeder::GetStart() const
+{
+    return begin - origin;
+}
+
+long long SoundFeeder::GetEnd() const
+{
+    return IsEndKnown() ? end - origin : unknown;
+}
+
+bool SoundFeeder::IsEndKnown() const
+{
+    return end != unknown;
+}
+
+void SoundFeeder::GetSpan(bool forwards, long long& start, long long& last) const
+{
+    std::lock_guard const lock(mutex);
+    Cover const& cover = forwards ? forwardCover : backwardCover;
+    long long const lastSound = end != unknown ? end - 1 : forEver;
+    start = std::max(cover.from, begin.load()) - origin;
+    last = std::min(cover.to, lastSound) - origin;
+}

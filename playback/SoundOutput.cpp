@@ -1,0 +1,162 @@
+#include "playback/SoundOutput.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+constexpr double second = 1000000.0;
+constexpr int fadesPerSecond = 200; // 5 ms each
+constexpr int firstSlots = 1024;
+
+// Times are reflected about this moment: later than any sound (31 years), so that reflected times are not negative.
+constexpr long long mirror = 1000000000000000;
+
+std::shared_ptr<DecodedAudioFrame> Mirrored(DecodedAudioFrame const& frame, int channels)
+{
+    auto mirrored = std::make_shared<DecodedAudioFrame>();
+    int const values = std::min(frame.sampleCount, frame.sampleCapacity) / channels * channels;
+    mirrored->samples = new short[static_cast<size_t>(values)];
+    for (int i = 0; i < values; i += channels)
+        std::copy_n(frame.samples + values - channels - i, channels, mirrored->samples + i);
+    mirrored->sampleCount = values;
+    mirrored->sampleCapacity = values;
+    mirrored->sampleRate = frame.sampleRate;
+    mirrored->frameCount = values / channels;
+    mirrored->startTime = mirror - frame.endTime;
+    mirrored->endTime = mirror - frame.startTime;
+    return mirrored;
+}
+
+short Scaled(short sample, int numerator, int denominator)
+{
+    return static_cast<short>(sample * numerator / denominator);
+}
+
+} // namespace
+
+SoundOutput::SoundOutput(int newChannels, int newSampleRate)
+    : channels(newChannels),
+      sampleRate(newSampleRate),
+      fadeFrames(std::max(newSampleRate / fadesPerSecond, 1)),
+      prepared(static_cast<size_t>(fadeFrames) * static_cast<size_t>(newChannels))
+{
+    forwardCache.SetMaxFrameCount(firstSlots);
+    backwardCache.SetMaxFrameCount(firstSlots);
+}
+
+void SoundOutput::Append(std::shared_ptr<DecodedAudioFrame> const& frame, bool forwards)
+{
+    if (forwards)
+        forwardCache.AppendFrame(frame);
+    else
+        backwardCache.AppendFrame(Mirrored(*frame, channels));
+}
+
+void SoundOutput::Clear(bool forwards)
+{
+    (forwards ? forwardCache : backwardCache).Clear();
+}
+
+void SoundOutput::Trim(long long from, long long to, bool forwards)
+{
+    if (forwards)
+        forwardCache.UpdateCache(from, to);
+    else
+        backwardCache.UpdateCache(mirror - to, mirror - from);
+}
+
+void SoundOutput::Fill(short* buffer, int frames, SoundRun const& run)
+{
+    if (!Follows(run))
+        Begin(run);
+    current.speed = run.speed;
+    current.volume = run.volume;
+    int const written = WriteTail(buffer, frames);
+    short* const rest = buffer + static_cast<size_t>(written) * static_cast<size_t>(channels);
+    if (!current.sounding) {
+        std::fill_n(rest, static_cast<size_t>(frames - written) * static_cast<size_t>(channels), short{0});
+        readPosition += Duration(frames - written) * current.speed;
+    } else if (written < frames) {
+        WriteRun(rest, frames - written);
+    }
+}
+
+bool SoundOutput::Follows(SoundRun const& run) const
+{
+    return run.sought == current.sought && run.sounding == current.sounding &&
+           std::signbit(run.speed) == std::signbit(current.speed);
+}
+
+double SoundOutput::GetPosition() const
+{
+    return readPosition - Duration(preparedFrames - tailFrames) * preparedSpeed;
+}
+
+// What has been made ahead of the former run becomes the tail that goes out fading.
+void SoundOutput::Begin(SoundRun const& run)
+{
+    if (current.sounding && tailFrames == 0) {
+        tailFrames = preparedFrames;
+        tailLength = preparedFrames;
+    }
+    preparedFrames = tailFrames;
+    current = run;
+    readPosition = static_cast<double>(run.position);
+    begun = false;
+    fadedIn = 0;
+}
+
+// The time goes on for the new run meanwhile.
+int SoundOutput::WriteTail(short* buffer, int frames)
+{
+    int const count = std::min(frames, tailFrames);
+    for (int i = 0; i < count * channels; ++i)
+        buffer[i] = Scaled(prepared[static_cast<size_t>(i)], tailFrames - i / channels - 1, tailLength);
+    tailFrames -= count;
+    preparedFrames -= count;
+    std::memmove(prepared.data(), PreparedAt(count), static_cast<size_t>(tailFrames * channels) * sizeof(short));
+    readPosition += Duration(count) * current.speed;
+    return count;
+}
+
+void SoundOutput::WriteRun(short* buffer, int frames)
+{
+    int const ready = std::min(frames, preparedFrames);
+    std::copy_n(prepared.data(), ready * channels, buffer);
+    preparedFrames -= ready;
+    std::memmove(prepared.data(), PreparedAt(ready), static_cast<size_t>(preparedFrames * channels) * sizeof(short));
+    if (frames > ready)
+        Render(buffer + ready * channels, frames - ready);
+    if (preparedFrames < fadeFrames)
+        Render(PreparedAt(preparedFrames), fadeFrames - preparedFrames);
+    preparedFrames = fadeFrames;
+    preparedSpeed = current.speed;
+}
+
+void SoundOutput::Render(short* buffer, int frames)
+{
+    bool const forwards = current.speed > 0.0;
+    DecodedAudio& cache = forwards ? forwardCache : backwardCache;
+    auto const time = static_cast<long long>(forwards ? readPosition : static_cast<double>(mirror) - readPosition);
+    cache.PaFillBuffer(buffer, frames, channels, sampleRate, time, current.volume, !begun, std::fabs(current.speed));
+    begun = true;
+    readPosition += Duration(frames) * current.speed;
+    for (int i = 0; fadedIn < fadeFrames && i < frames; ++i, ++fadedIn) {
+        for (int channel = 0; channel < channels; ++channel) {
+            short& sample = buffer[i * channels + channel];
+            sample = Scaled(sample, fadedIn, fadeFrames);
+        }
+    }
+}
+
+double SoundOutput::Duration(int frames) const
+{
+    return static_cast<double>(frames) * second / sampleRate;
+}
+
+short* SoundOutput::PreparedAt(int frame)
+{
+    return prepared.data() + static_cast<size_t>(frame) * static_cast<size_t>(channels);
+}

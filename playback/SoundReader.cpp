@@ -1,0 +1,187 @@
+#include "playback/SoundReader.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr long long second = 1000000;
+
+// From here before a target on packets are decoded: overlapping windows, bit reservoirs and filters have settled then.
+constexpr long long settling = second / 2;
+
+// So close before a target, decoding on is quicker than another landing.
+constexpr long long nearAhead = 2 * second;
+
+// Times of packets are rounded, up to a millisecond and more; what is missing beyond that is a hole.
+constexpr long long smallestHole = 20000;
+
+// A hole in the sound of a damaged file can be as long as the file says: it is filled piece by piece, and not beyond.
+constexpr long long longestSilence = second;
+constexpr long long longestHole = 600 * second;
+
+} // namespace
+
+SoundReader::SoundReader(std::shared_ptr<MediaInfo> newInfo) : info(std::move(newInfo)) {}
+
+SoundReader::~SoundReader() = default;
+
+bool SoundReader::Open()
+{
+    return Restart() && instance->GetOutputChannelCount() > 0 && instance->GetSampleRate() > 0;
+}
+
+bool SoundReader::Restart()
+{
+    Forget();
+    instance = std::make_unique<MediaInstance>();
+    if (!instance->Initialize(info, 0))
+        return false;
+    // Pictures that cannot be decoded are no reason to be silent: the sound's side is open by then.
+    if (!instance->HasPacket())
+        instance->PrepareNextPacket(true);
+    return instance->HasPacket();
+}
+
+void SoundReader::Forget()
+{
+    ready.clear();
+    lastStart = unknown;
+    nextTime = unknown;
+    ended = false;
+}
+
+int SoundReader::GetChannelCount() const
+{
+    return instance->GetOutputChannelCount();
+}
+
+int SoundReader::GetSampleRate() const
+{
+    return instance->GetSampleRate();
+}
+
+long long SoundReader::GetEnd() const
+{
+    return end;
+}
+
+SoundReader::Result SoundReader::SeekTo(long long time, StopCheck const& stop)
+{
+    if (IsShortlyAhead(time))
+        return PassUpTo(time, stop);
+    long long const wanted = time - settling;
+    for (long long back = 0; !stop(); back = std::max(2 * back, second)) {
+        long long const target = wanted - back;
+        if (target > 0 && Land(target, wanted, stop))
+            return PassUpTo(time, stop);
+        if (target <= 0)
+            return Restart() ? PassUpTo(time, stop) : Result::End;
+    }
+    return Result::Stopped;
+}
+
+bool SoundReader::IsShortlyAhead(long long time) const
+{
+    long long const next = ready.isEmpty() ? nextTime : ready.first()->startTime;
+    return next != unknown && next <= time && time - next < nearAhead;
+}
+
+// Seeks, and passes over what sounds before `latest`. False when nothing is found from there on, or only later sound.
+bool SoundReader::Land(long long time, long long latest, StopCheck const& stop)
+{
+    Forget();
+    instance->Seek(time);
+    while (!stop() && instance->HasPacket() && !instance->IsEndOfFile()) {
+        if (instance->IsAudioPacket() && instance->GetPacketTime() != unknown)
+            return instance->GetPacketTime() <= latest;
+        instance->PrepareNextPacket(false);
+    }
+    return false;
+}
+
+SoundReader::Result SoundReader::PassUpTo(long long time, StopCheck const& stop)
+{
+    std::shared_ptr<DecodedAudioFrame> frame;
+    Result result = Read(frame, stop);
+    while (result == Result::Picture && frame->endTime < time)
+        result = Read(frame, stop);
+    if (result == Result::Picture)
+        ready.prepend(frame);
+    return result;
+}
+
+SoundReader::Result SoundReader::Read(std::shared_ptr<DecodedAudioFrame>& frame, StopCheck const& stop)
+{
+    while (ready.isEmpty()) {
+        if (ended)
+            return Result::End;
+        if (stop())
+            return Result::Stopped;
+        DecodePacket();
+    }
+    frame = ready.takeFirst();
+    return Result::Picture;
+}
+
+void SoundReader::DecodePacket()
+{
+    bool const drains = instance->IsEndOfFile() || !instance->HasPacket();
+    if (!drains && !instance->IsAudioPacket()) {
+        instance->PrepareNextPacket(false);
+        return;
+    }
+    bool hasTime = !drains && instance->GetPacketTime() != unknown;
+    QList<std::shared_ptr<DecodedAudioFrame>> frames;
+    QList<std::shared_ptr<DecodedVideoFrame>> pictures; // of the drain, not ours
+    if (instance->HasPacket())
+        instance->DecodeOnePacket(frames, pictures, -1);
+    for (auto const& frame : frames) {
+        TakeFrame(frame, hasTime);
+        hasTime = false;
+    }
+    if (drains) {
+        ended = true;
+        end = std::max(end, nextTime);
+    }
+}
+
+void SoundReader::TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTime)
+{
+    if (frame->frameCount <= 0)
+        return;
+    long long const duration = frame->endTime - frame->startTime;
+    bool const isFirst = lastStart == unknown;
+    bool const isBehind = frame->startTime <= lastStart || frame->startTime < nextTime - smallestHole;
+    if (!isFirst && (!hasTime || isBehind))
+        frame->startTime = nextTime;
+    if (!isFirst && frame->startTime > nextTime + smallestHole)
+        FillHole(nextTime, frame->startTime);
+    frame->endTime = frame->startTime + duration;
+    lastStart = frame->startTime;
+    nextTime = frame->endTime + 1;
+    ready.append(std::move(frame));
+}
+
+void SoundReader::FillHole(long long from, long long to)
+{
+    if (to - from > longestHole)
+        return;
+    for (long long length = 0; from < to; from += length) {
+        length = std::min(to - from, longestSilence);
+        auto silence = std::make_shared<DecodedAudioFrame>();
+        silence->sampleRate = GetSampleRate();
+        silence->frameCount = static_cast<int>(length * GetSampleRate() / second);
+        silence->sampleCount = silence->frameCount * GetChannelCount();
+        silence->sampleCapacity = silence->sampleCount;
+        silence->samples = new short[static_cast<size_t>(silence->sampleCount)]();
+        silence->startTime = from;
+        silence->endTime = from + length - 1;
+        ready.append(std::move(silence));
+    }
+}

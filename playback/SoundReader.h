@@ -1,0 +1,61 @@
+#pragma once
+
+#include "TavolinPlaybackExport.h"
+
+#include "playback/PictureSource.h"
+
+#include <QList>
+
+#include <limits>
+
+class MediaInfo;
+class MediaInstance;
+struct DecodedAudioFrame;
+struct DecodedVideoFrame;
+
+// Reads the sound of a source in order and without holes, and finds any moment of it. Packets of pictures are passed
+// over undecoded. Times are microseconds of the container's time. One thread at a time.
+//
+// Decoding begins well before a target, because most decoders need some packets until their samples are right. Frames
+// without a time of their own, those drained at the end and the further ones of one packet, continue from the last end.
+// What is missing between two frames is filled with silence, so that everything after it keeps its time.
+class TAVOLINPLAYBACK_EXPORT SoundReader
+{
+public:
+    using Result = PictureSource::Result; // Picture stands for a frame
+
+    explicit SoundReader(std::shared_ptr<MediaInfo> info);
+    ~SoundReader();
+
+    bool Open(); // false when there is no sound that can be decoded
+
+    int GetChannelCount() const; // at output
+    int GetSampleRate() const;   // Hz
+
+    // So that the next frame read is the one sounding at `time`, or the first one after it; End when there is none.
+    Result SeekTo(long long time, StopCheck const& stop);
+    Result Read(std::shared_ptr<DecodedAudioFrame>& frame, StopCheck const& stop);
+
+    // One microsecond after the last frame; the lowest possible time as long as the end has not been reached.
+    long long GetEnd() const;
+
+private:
+    bool Restart();
+    void Forget();
+    bool Land(long long time, long long latest, StopCheck const& stop);
+    bool IsShortlyAhead(long long time) const;
+    Result PassUpTo(long long time, StopCheck const& stop);
+    void DecodePacket();
+    void TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTime);
+    void FillHole(long long from, long long to);
+
+    static constexpr long long unknown = std::numeric_limits<long long>::min();
+
+    std::shared_ptr<MediaInfo> info;
+    std::unique_ptr<MediaInstance> instance;
+    QList<std::shared_ptr<DecodedAudioFrame>> ready;
+    long long lastStart = unknown; // of the last frame taken since the last landing
+    long long nextTime = unknown;  // one microsecond after its end
+    bool ended = false;
+    long long end = unknown;
+};

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "player/ColourCorrection.h"
+#include "player/PictureSurface.h"
+
+#include <QImage>
+#include <QWidget>
+
+// Paints the picture with QPainter, for computers without OpenGL.
+class PainterSurface : public QWidget, public PictureSurface
+{
+    Q_OBJECT
+
+public:
+    explicit PainterSurface(QWidget* parent);
+
+    QWidget* GetWidget() override;
+    void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
+    void SetTransform(QTransform const& pictureToView) override;
+    void SetCorrection(ColourCorrection const& correction) override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QImage const& Image();
+
+    std::shared_ptr<DecodedVideoFrame const> picture; // owns the bytes of `image` unless that is a corrected copy
+    QImage image;                                     // null until the picture is painted
+    QTransform transform;
+    ColourCorrection correction;
+};

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "player/ColourCorrection.h"
+#include "player/PictureGeometry.h"
+
+#include <QWidget>
+
+#include <memory>
+
+class PictureSurface;
+class QImage;
+struct DecodedVideoFrame;
+
+// The part of the window that shows the picture: which record, how large, where, in which colours. Dragging moves a
+// picture that is larger than the view, Ctrl and the wheel change its size at the pointer.
+class PictureView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum class Painting { Automatic, OpenGl, Painter };
+
+    // Automatic takes OpenGL where this computer has it.
+    explicit PictureView(Painting painting, QWidget* parent = nullptr);
+
+    bool PaintsWithOpenGl() const;
+
+    // Shows the record until the next call; null, and a record that is no picture, for an empty view.
+    void Show(std::shared_ptr<DecodedVideoFrame const> picture);
+    std::shared_ptr<DecodedVideoFrame const> GetShown() const;
+
+    void SetCorrection(ColourCorrection const& correction);
+
+    PictureGeometry const& GetGeometry() const;
+    void ToggleFit();         // between fitted and pixel for pixel
+    void Zoom(double factor); // around the middle
+    void Fit();
+
+    // The picture as seen, upright and in corrected colours, in its own size; null without one. Any thread.
+    static QImage Render(DecodedVideoFrame const& picture, ColourCorrection const& correction);
+    ColourCorrection const& GetCorrection() const;
+
+signals:
+    void DoubleClicked();
+    void WheelTurned(int notches); // without Ctrl, up is positive
+    void PointerMoved(QPoint position);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void Place();
+
+    bool openGl = false;
+    PictureSurface* surface = nullptr; // a child widget
+    std::shared_ptr<DecodedVideoFrame const> shown;
+    PictureGeometry geometry;
+    ColourCorrection correction;
+    QPoint dragFrom;
+    int wheelRest = 0; // eighths of a degree that are no notch yet
+};

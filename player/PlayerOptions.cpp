@@ -1,0 +1,161 @@
+#include "player/PlayerOptions.h"
+
+#include "player/TimeText.h"
+
+#include <QCommandLineParser>
+#include <QRegularExpression>
+
+#include <cmath>
+
+namespace {
+
+constexpr double maxSpeed = 16.0;
+
+void Declare(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription("Plays movies, sound, pictures and image sequences, forwards and backwards.");
+    parser.addPositionalArgument("FILE", "What to play, one after another.", "[FILE...]");
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addOptions({
+        {"speed", "Play at this speed, -16 to 16 and not 0; below 0 is backwards.", "SPEED"},
+        {"start", "Start at this time: seconds, or hours:minutes:seconds.", "TIME"},
+        {"paused", "Do not begin to play."},
+        {"once", "At the end of the last file print what was shown and dropped, and quit."},
+        {"loop", "Repeat; --loop=no does not.", "yes|no"},
+        {"cache-mb", "Memory for decoded pictures in megabytes.", "SIZE"},
+        {"fps", "Pictures per second of image sequences, 0.1 to 1000.", "RATE"},
+        {"fullscreen", "Start in full screen."},
+        {"mute", "Start without sound; --mute=no with sound.", "yes|no"},
+        {"volume", "Volume in percent, 0 to 100.", "PERCENT"},
+        {"geometry", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP.", "GEOMETRY"},
+        {"audio", "Where sound goes: portaudio, null (nowhere) or wav:PATH.", "OUTPUT"},
+        {"opengl", "Paint with OpenGL: yes, no, or auto.", "yes|no|auto"},
+    });
+}
+
+// Options that say yes by themselves: "--loop" means "--loop=yes".
+QStringList WithValues(QStringList arguments)
+{
+    for (QString& argument : arguments)
+        if (argument == "--loop" || argument == "--mute")
+            argument += "=yes";
+    return arguments;
+}
+
+std::optional<double> Number(QString const& text, double lowest, double highest)
+{
+    bool isNumber = false;
+    double const value = text.toDouble(&isNumber);
+    if (!isNumber || !(value >= lowest && value <= highest))
+        return std::nullopt;
+    return value;
+}
+
+std::optional<QRect> Geometry(QString const& text)
+{
+    static QRegularExpression const pattern("^(\\d{1,5})x(\\d{1,5})(?:\\+(\\d{1,5})\\+(\\d{1,5}))?$");
+    auto const match = pattern.match(text);
+    if (!match.hasMatch() || match.captured(1).toInt() < 1 || match.captured(2).toInt() < 1)
+        return std::nullopt;
+    QPoint const place =
+        match.captured(3).isEmpty() ? QPoint(-1, -1) : QPoint(match.captured(3).toInt(), match.captured(4).toInt());
+    return QRect(place, QSize(match.captured(1).toInt(), match.captured(2).toInt()));
+}
+
+std::optional<bool> YesOrNo(QString const& text)
+{
+    if (text == "yes" || text == "no")
+        return text == "yes";
+    return std::nullopt;
+}
+
+// Reads single options into their places and keeps the first fault.
+class Reader
+{
+public:
+    Reader(QCommandLineParser const& parser, QString& fault) : parser(parser), fault(fault) {}
+
+    template <typename T, typename Convert>
+    void Read(char const* name, T& place, Convert const& convert)
+    {
+        if (!parser.isSet(name))
+            return;
+        if (auto const value = convert(parser.value(name)))
+            place = *value;
+        else if (fault.isEmpty())
+            fault = QString("--%1 does not take \"%2\".").arg(name, parser.value(name));
+    }
+
+private:
+    QCommandLineParser const& parser;
+    QString& fault;
+};
+
+std::optional<double> Speed(QString const& text)
+{
+    auto const speed = Number(text, -maxSpeed, maxSpeed);
+    return speed && *speed != 0.0 ? speed : std::nullopt;
+}
+
+std::optional<int> CacheSize(QString const& text)
+{
+    auto const size = Number(text, 1.0, 1024.0 * 1024.0);
+    return size ? std::optional<int>(static_cast<int>(*size)) : std::nullopt;
+}
+
+std::optional<double> Volume(QString const& text)
+{
+    auto const percent = Number(text, 0.0, 100.0);
+    return percent ? std::optional<double>(*percent / 100.0) : std::nullopt;
+}
+
+std::optional<QString> Audio(QString const& text)
+{
+    bool const isKnown = text == "portaudio" || text == "null" || (text.startsWith("wav:") && text.size() > 4);
+    return isKnown ? std::optional<QString>(text) : std::nullopt;
+}
+
+std::optional<PictureView::Painting> Painting(QString const& text)
+{
+    if (text == "auto")
+        return PictureView::Painting::Automatic;
+    auto const wanted = YesOrNo(text);
+    if (!wanted)
+        return std::nullopt;
+    return *wanted ? PictureView::Painting::OpenGl : PictureView::Painting::Painter;
+}
+
+} // namespace
+
+PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
+{
+    PlayerOptions options;
+    QCommandLineParser parser;
+    Declare(parser);
+    if (!parser.parse(WithValues(arguments))) {
+        options.fault = parser.errorText();
+        return options;
+    }
+    if (parser.isSet("help"))
+        options.text = parser.helpText();
+    else if (parser.isSet("version"))
+        options.text = QString("tavolin-player %1\n").arg(QCoreApplication::applicationVersion());
+    options.files = parser.positionalArguments();
+    options.paused = parser.isSet("paused");
+    options.once = parser.isSet("once");
+    options.fullScreen = parser.isSet("fullscreen");
+
+    Reader reader(parser, options.fault);
+    reader.Read("speed", options.speed, Speed);
+    reader.Read("start", options.start, TimeText::Parse);
+    reader.Read("loop", options.loop, YesOrNo);
+    reader.Read("mute", options.mute, YesOrNo);
+    reader.Read("volume", options.volume, Volume);
+    reader.Read("cache-mb", options.cacheMegabytes, CacheSize);
+    reader.Read("fps", options.sequenceRate, [](QString const& text) { return Number(text, 0.1, 1000.0); });
+    reader.Read("geometry", options.geometry, Geometry);
+    reader.Read("audio", options.audio, Audio);
+    reader.Read("opengl", options.painting, Painting);
+    return options;
+}

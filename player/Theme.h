@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QColor>
+
+class QApplication;
+
+// The window's colours, in one place: dark and without a tint of their own, so that they do not colour the eye that
+// judges the picture.
+namespace Theme {
+
+inline QColor const backdrop(14, 14, 15);     // around the picture
+inline QColor const panel(27, 28, 30);        // behind the controls
+inline QColor const raised(43, 45, 48);       // buttons, the timeline's groove
+inline QColor const line(58, 60, 64);         // edges
+inline QColor const text(222, 223, 225);      // to be read
+inline QColor const quietText(146, 149, 154); // beside it
+inline QColor const accent(94, 160, 232);     // what is played, chosen
+inline QColor const cached(92, 168, 122);     // what is decoded
+inline QColor const range(226, 170, 74);      // in and out points
+inline QColor const wave(76, 82, 90);         // sound not yet played
+inline QColor const warning(236, 132, 106);   // notes about something missing
+
+void Apply(QApplication& application);
+
+} // namespace Theme

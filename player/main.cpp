@@ -1,0 +1,52 @@
+#include "common/Logger.h"
+#include "media/AvGlobals.h"
+#include "player/PlayerOptions.h"
+#include "player/PlayerSettings.h"
+#include "player/PlayerWindow.h"
+#include "player/Theme.h"
+
+#include <QApplication>
+#include <QIcon>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <cstdio>
+
+namespace {
+
+// Sound has two channels at most: the order of more differs from device to device.
+constexpr int outputChannels = 2;
+
+int Run(PlayerOptions const& options)
+{
+    AvGlobals::maxAudioOutputChannels = outputChannels;
+    av_log_set_level(AV_LOG_FATAL); // what concerns the person at the window is said on the window
+    Logger::GetInstance().SetSink([](Logger::Level, QString const&, int) {});
+    PlayerWindow window(options, PlayerSettings::Load());
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("tavolin-player");
+    QApplication::setApplicationVersion(TAVOLIN_VERSION);
+    QApplication::setDesktopFileName("tavolin-player");
+    QApplication::setWindowIcon(QIcon::fromTheme("tavolin-player"));
+    Theme::Apply(application);
+    PlayerOptions const options = PlayerOptions::Parse(QApplication::arguments());
+    if (!options.fault.isEmpty()) {
+        std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(options.fault));
+        return 2;
+    }
+    if (!options.text.isEmpty()) {
+        std::fputs(qUtf8Printable(options.text), stdout);
+        return 0;
+    }
+    return Run(options);
+}

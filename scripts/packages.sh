@@ -1,0 +1,56 @@
+# shellcheck shell=bash disable=SC2034
+# Sourced by run and test. Debian and its relatives get what is missing; elsewhere it is only named.
+
+build_packages=(
+    cmake ninja-build g++ pkg-config qtbase5-dev
+    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
+)
+test_packages=(ffmpeg libgtest-dev libbenchmark-dev)
+
+is_installed() {
+    [[ $(dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | head -n 1) == installed ]]
+}
+
+# need_packages NAME...: installs those that are missing, and does nothing when none is.
+need_packages() {
+    local name missing=() as_root=()
+    if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+        echo "Not a Debian system; these packages, or their likes, are needed: $*" >&2
+        return 0
+    fi
+    for name in "$@"; do
+        is_installed "$name" || missing+=("$name")
+    done
+    ((${#missing[@]} > 0)) || return 0
+
+    if ((EUID != 0)); then
+        if ! command -v sudo >/dev/null; then
+            echo "Please install as root: apt-get install ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}" >&2
+    "${as_root[@]}" apt-get update -qq >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# build PRESET [TARGET...]: configures and builds, quietly unless it fails.
+build() {
+    local preset=$1 target options=() log=build/$1.log
+    shift
+    for target in "$@"; do
+        options+=(--target "$target")
+    done
+    if command -v ccache >/dev/null; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    fi
+    mkdir -p build
+    echo "Building $preset" >&2
+    if ! { cmake --preset "$preset" && cmake --build "build/$preset" -j "$(nproc)" "${options[@]}"; } >"$log" 2>&1; then
+        tail -n 60 "$log" >&2
+        echo "The build of $preset failed; all of its output is in $log" >&2
+        return 1
+    fi
+}

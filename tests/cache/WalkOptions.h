@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+#include <string>
+
+// A random walk repeats itself exactly: TAVOLIN_WALK_SEED and TAVOLIN_WALK_STEPS in the environment choose another one.
+class WalkRandom
+{
+public:
+    explicit WalkRandom(unsigned long long seed) : engine(seed) {}
+
+    long long Between(long long oneEnd, long long otherEnd)
+    {
+        auto const [least, most] = std::minmax(oneEnd, otherEnd);
+        return least + static_cast<long long>(engine() % static_cast<unsigned long long>(most - least + 1));
+    }
+    bool OneIn(int n) { return Between(1, n) == 1; }
+
+    template <typename T, size_t size>
+    T const& AnyOf(T const (&choices)[size])
+    {
+        return choices[Between(0, size - 1)];
+    }
+
+private:
+    std::mt19937_64 engine;
+};
+
+inline unsigned long long WalkOption(char const* name, unsigned long long otherwise)
+{
+    char const* const value = std::getenv(name);
+    return value ? std::stoull(value) : otherwise;
+}
+
+inline unsigned long long WalkSeed()
+{
+    return WalkOption("TAVOLIN_WALK_SEED", 20240607);
+}
+
+inline unsigned long long WalkSteps()
+{
+    return WalkOption("TAVOLIN_WALK_STEPS", 120000);
+}

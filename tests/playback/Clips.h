@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <string>
+#include <vector>
+
+// Media files for tests: real ones that lie beside the checkout, and small ones made when first asked for.
+namespace Clips {
+
+bool HasReal();
+QString Real(QString const& name);
+
+// Made by the ffmpeg program from test pictures and tones, once a build folder.
+QString Made(QString const& name);
+
+std::vector<std::string> MadeNames(); // with pictures
+
+// Files in a folder, named by a printf pattern, each of another plain grey: number x 8 (mod 256).
+void WriteNumberedPictures(QString const& folder, QString const& pattern, std::vector<long long> const& numbers);
+
+} // namespace Clips

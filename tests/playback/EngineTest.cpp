@@ -1,0 +1,438 @@
+#include "Clips.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <thread>
+
+namespace {
+
+constexpr int patience = 10000; // milliseconds
+
+class EngineTest : public testing::Test
+{
+protected:
+    void SetUp() override { AvGlobals::maxAudioOutputChannels = 2; }
+
+    void Open(char const* name)
+    {
+        engine.Open(Clips::Made(name));
+        Wait();
+    }
+
+    void Wait() { ASSERT_TRUE(engine.WaitUntilReady(patience)); }
+
+    long long Shown()
+    {
+        auto const picture = engine.GetPicture();
+        return picture ? picture->startTime : -1;
+    }
+
+    PlaybackStatus Status() { return engine.GetStatus(); }
+
+    std::vector<short> Block(int frames)
+    {
+        std::vector<short> block(static_cast<size_t>(frames) * 2);
+        EXPECT_EQ(engine.FillAudio(block.data(), frames), frames);
+        return block;
+    }
+
+    std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine{PlaybackOptions(), time};
+};
+
+// ---- Opening
+
+TEST_F(EngineTest, BeginsClosed)
+{
+    EXPECT_EQ(Status().state, PlaybackState::Closed);
+    EXPECT_FALSE(engine.GetPicture());
+    short sample[2] = {7, 7};
+    EXPECT_EQ(engine.FillAudio(sample, 1), 0);
+    EXPECT_EQ(sample[0], 7);
+    EXPECT_TRUE(engine.WaitUntilReady(0));
+}
+
+TEST_F(EngineTest, OpensPausedAtTheFirstPicture)
+{
+    engine.Open(Clips::Made("gop12.mp4"));
+    EXPECT_EQ(Status().state, PlaybackState::Opening);
+    Wait();
+    PlaybackStatus const status = Status();
+    EXPECT_EQ(status.state, PlaybackState::Paused);
+    EXPECT_EQ(status.kind, SourceKind::Movie);
+    EXPECT_EQ(status.width, 192);
+    EXPECT_EQ(status.height, 108);
+    EXPECT_EQ(status.frameRate, 25.0);
+    EXPECT_EQ(status.frameStep, 40000);
+    EXPECT_EQ(Shown(), 0);
+}
+
+TEST_F(EngineTest, TellsWhyAFileCannotBeOpened)
+{
+    engine.Open("/nowhere/none.mp4");
+    Wait();
+    EXPECT_EQ(Status().state, PlaybackState::Closed);
+    EXPECT_EQ(Status().error, QString("There is no file \"/nowhere/none.mp4\"."));
+    engine.Open("/dev/null");
+    Wait();
+    EXPECT_EQ(Status().error, QString("\"/dev/null\" cannot be read."));
+    engine.Open(Clips::Made("gop12.mp4"));
+    Wait();
+    EXPECT_EQ(Status().error, QString());
+}
+
+TEST_F(EngineTest, AnotherOpenReplacesTheFirst)
+{
+    engine.Open(Clips::Made("gop250.mp4"));
+    engine.Open(Clips::Made("ntsc.mp4"));
+    Wait();
+    EXPECT_EQ(Status().frameRate, 59.94);
+    EXPECT_EQ(Status().path, Clips::Made("ntsc.mp4"));
+}
+
+TEST_F(EngineTest, CloseCancelsAnOpening)
+{
+    engine.Open(Clips::Made("gop250.mp4"));
+    engine.Close();
+    Wait();
+    EXPECT_EQ(Status().state, PlaybackState::Closed);
+    EXPECT_FALSE(engine.GetPicture());
+}
+
+TEST_F(EngineTest, WhatIsOrderedWhileOpeningHoldsAfterwards)
+{
+    engine.Open(Clips::Made("gop12.mp4"));
+    engine.Seek(2010000);
+    engine.SetSpeed(1.0);
+    Wait();
+    EXPECT_EQ(Status().state, PlaybackState::Playing);
+    EXPECT_EQ(Shown(), 2000000);
+}
+
+// ---- Time
+
+TEST_F(EngineTest, TheClockWaitsForTheFirstPictureAndThenForNothing)
+{
+    Open("gop12.mp4");
+    engine.Seek(4000000);
+    engine.SetSpeed(1.0);
+    time->Advance(500000);
+    Wait();
+    EXPECT_EQ(Status().position, 4000000);
+    time->Advance(500000);
+    EXPECT_EQ(Status().position, 4500000);
+    time->Advance(500000);
+    EXPECT_EQ(Status().position, 5000000);
+}
+
+TEST_F(EngineTest, AChangeOfSpeedGoesOnFromThePosition)
+{
+    Open("gop12.mp4");
+    engine.SetSpeed(2.0);
+    Wait();
+    time->Advance(500000);
+    EXPECT_EQ(Status().position, 1000000);
+    engine.SetSpeed(0.5);
+    time->Advance(500000);
+    EXPECT_EQ(Status().position, 1250000);
+    engine.Pause();
+    time->Advance(500000);
+    EXPECT_EQ(Status().position, 1250000);
+}
+
+TEST_F(EngineTest, SpeedIsHeldToItsRange)
+{
+    Open("gop12.mp4");
+    engine.SetSpeed(100.0);
+    EXPECT_EQ(Status().speed, 16.0);
+    engine.SetSpeed(-100.0);
+    EXPECT_EQ(Status().speed, -16.0);
+    engine.SetSpeed(std::nan(""));
+    EXPECT_EQ(Status().speed, 0.0);
+}
+
+TEST_F(EngineTest, PositionsStayWithinTheMedia)
+{
+    Open("gop12.mp4");
+    engine.Seek(-5000000);
+    Wait();
+    EXPECT_EQ(Status().position, 0);
+    engine.Seek(std::numeric_limits<long long>::max());
+    Wait();
+    EXPECT_EQ(Status().position, Status().duration);
+    EXPECT_EQ(Shown(), 7960000);
+    engine.Seek(std::numeric_limits<long long>::min());
+    Wait();
+    EXPECT_EQ(Status().position, 0);
+}
+
+TEST_F(EngineTest, EndsAtEitherEndAndGoesOnTheOtherWay)
+{
+    Open("gop250.mp4");
+    engine.Seek(21900000);
+    Wait();
+    engine.SetSpeed(1.0);
+    Wait();
+    time->Advance(1000000);
+    Wait();
+    EXPECT_EQ(Status().state, PlaybackState::Ended);
+    EXPECT_EQ(Status().position, 22000000);
+    EXPECT_EQ(Shown(), 21960000);
+    engine.SetSpeed(-1.0);
+    Wait();
+    time->Advance(100000);
+    Wait();
+    EXPECT_EQ(Status().state, PlaybackState::Playing);
+    EXPECT_EQ(Shown(), 21880000);
+    engine.Seek(50000);
+    Wait();
+    time->Advance(100000);
+    EXPECT_EQ(Status().state, PlaybackState::Ended);
+    EXPECT_EQ(Status().position, 0);
+}
+
+TEST_F(EngineTest, LoopsEitherWay)
+{
+    Open("gop250.mp4");
+    engine.SetLoop(2000000, 2400000);
+    engine.Seek(2000000);
+    engine.SetSpeed(1.0);
+    std::vector<long long> forwards;
+    for (int i = 0; i < 25; ++i) {
+        Wait();
+        forwards.push_back(Shown());
+        time->Advance(40000);
+    }
+    for (size_t i = 0; i < forwards.size(); ++i)
+        EXPECT_EQ(forwards[i], 2000000 + static_cast<long long>(i % 10) * 40000) << i;
+    engine.SetSpeed(-1.0);
+    Wait();
+    time->Advance(1000000);
+    Wait();
+    EXPECT_GE(Status().position, 2000000);
+    EXPECT_LT(Status().position, 2400000);
+}
+
+TEST_F(EngineTest, StepsAskedForFasterThanDecodingAreAllMade)
+{
+    Open("gop250.mp4");
+    engine.Seek(12000000);
+    for (int i = 0; i < 30; ++i)
+        engine.Step(-1);
+    engine.Step(3);
+    Wait();
+    EXPECT_EQ(Shown(), 12000000 - 27 * 40000);
+    engine.Step(-1000000);
+    Wait();
+    EXPECT_EQ(Shown(), 0);
+}
+
+// ---- Cache
+
+TEST_F(EngineTest, TurningDecodesNothingAnewThatIsCached)
+{
+    Open("gop250.mp4");
+    engine.SetSpeed(1.0);
+    Wait();
+    for (int i = 0; i < 60; ++i) {
+        time->Advance(40000);
+        Wait();
+        Shown();
+    }
+    engine.Pause();
+    for (int tries = 0; tries < 500 && Status().cacheEnd < 21999999; ++tries) { // all of it fits
+        engine.WaitUntilReady(10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_EQ(Status().cacheEnd, 21999999);
+    long long const decoded = Status().picturesDecoded;
+    engine.SetSpeed(-1.0);
+    for (int i = 0; i < 20; ++i) {
+        Wait();
+        time->Advance(40000);
+        Shown();
+    }
+    engine.SetSpeed(1.0);
+    Wait();
+    EXPECT_EQ(Status().picturesDecoded, decoded);
+}
+
+TEST_F(EngineTest, TheBudgetHoldsBothWays)
+{
+    Open("gop250.mp4");
+    long long const picture = 192 * 108 * 3;
+    long long const budget = 40 * picture;
+    engine.SetCacheBudget(budget);
+    engine.Seek(15000000);
+    Wait();
+    engine.SetSpeed(-1.0);
+    for (int i = 0; i < 300; ++i) {
+        Wait();
+        EXPECT_LE(Status().cachedBytes, budget + picture) << i;
+        EXPECT_EQ(Shown(), 15000000 - i * 40000);
+        time->Advance(40000);
+    }
+    engine.SetSpeed(1.0);
+    for (int i = 0; i < 100; ++i) {
+        Wait();
+        EXPECT_LE(Status().cachedBytes, budget + picture) << i;
+        time->Advance(40000);
+        Shown();
+    }
+    engine.SetCacheBudget(10 * picture);
+    Wait();
+    for (int tries = 0; tries < 100 && Status().cachedBytes > 11 * picture; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_LE(Status().cachedBytes, 11 * picture);
+    EXPECT_EQ(Status().picturesDropped, 0);
+}
+
+TEST_F(EngineTest, PicturesThatPlayPassesOverAreCounted)
+{
+    Open("gop12.mp4");
+    engine.SetSpeed(1.0);
+    Wait();
+    EXPECT_EQ(Shown(), 0);
+    time->Advance(200000);
+    Wait();
+    EXPECT_EQ(Shown(), 200000);
+    EXPECT_EQ(Status().picturesDropped, 4);
+    EXPECT_EQ(Status().picturesShown, 2);
+}
+
+TEST_F(EngineTest, APreviewIsAnyPictureAndTheExactOneFollows)
+{
+    engine.SetCacheBudget(0);
+    Open("gop250.mp4");
+    engine.SeekPreview(18000000);
+    Wait();
+    EXPECT_EQ(Shown(), 10000000); // the key picture
+    EXPECT_EQ(Status().position, 18000000);
+    time->Advance(200000);
+    Wait();
+    EXPECT_EQ(Shown(), 18000000);
+}
+
+// ---- Sound
+
+TEST_F(EngineTest, TheSoundOutputIsTheClock)
+{
+    Open("gop12.mp4");
+    engine.SetSpeed(1.0);
+    Wait();
+    for (int i = 0; i < 10; ++i) {
+        Wait();
+        Block(4410); // 100 ms each, and the time source stands still
+    }
+    EXPECT_EQ(Status().position, 900000); // where the last block begins
+    EXPECT_NEAR(Status().drift, 900000.0, 1000.0);
+}
+
+TEST_F(EngineTest, PausedAndMutedAreSilent)
+{
+    Open("tone.wav");
+    std::vector<short> const silence(2000, 0);
+    EXPECT_EQ(Block(1000), silence);
+    engine.SetMuted(true);
+    engine.SetSpeed(1.0);
+    Wait();
+    EXPECT_EQ(Block(1000), silence);
+    engine.SetMuted(false);
+    EXPECT_NE(Block(1000), silence);
+}
+
+TEST_F(EngineTest, SoundIsMutedAboveTheSpeedThatWasSet)
+{
+    Open("tone.wav");
+    std::vector<short> const silence(2000, 0);
+    engine.SetSpeed(5.0);
+    Wait();
+    EXPECT_EQ(Block(1000), silence);
+    engine.SetMuteAboveSpeed(5.0);
+    Wait();
+    EXPECT_NE(Block(1000), silence);
+}
+
+// The tone's own steps from sample to sample are up to 1030; a cut in the middle of it would be thousands.
+TEST_F(EngineTest, NothingClicks)
+{
+    Open("pure.wav");
+    std::vector<short> out;
+    auto const take = [&] {
+        Wait();
+        auto const block = Block(441);
+        out.insert(out.end(), block.begin(), block.end());
+        time->Advance(10000);
+    };
+    engine.SetVolume(4.0);
+    engine.SetSpeed(1.0);
+    for (int i = 0; i < 200; ++i) {
+        switch (i % 40) {
+        case 5:
+            engine.Pause();
+            break;
+        case 8:
+            engine.SetSpeed(1.0);
+            break;
+        case 12:
+            engine.Seek(i * 20000 + 1234);
+            break;
+        case 20:
+            engine.SetSpeed(-1.0);
+            break;
+        case 28:
+            engine.SetSpeed(1.0);
+            break;
+        case 33:
+            engine.SetMuted(true);
+            break;
+        case 36:
+            engine.SetMuted(false);
+            break;
+        default:
+            break;
+        }
+        take();
+    }
+    int largest = 0;
+    int loudest = 0;
+    for (size_t i = 2; i < out.size(); i += 2) {
+        largest = std::max(largest, std::abs(out[i] - out[i - 2]));
+        loudest = std::max(loudest, std::abs(static_cast<int>(out[i])));
+    }
+    EXPECT_GT(loudest, 10000);
+    EXPECT_LT(largest, 1500);
+}
+
+TEST_F(EngineTest, PicturesGoOnAfterTheSoundAndSoundAfterThePictures)
+{
+    Open("short-video.mp4");
+    engine.Seek(4000000);
+    Wait();
+    EXPECT_EQ(Shown(), 1960000);
+    engine.SetSpeed(1.0);
+    Wait();
+    auto const block = Block(4000);
+    EXPECT_NE(std::count(block.begin(), block.end(), 0), 8000);
+    EXPECT_GT(Status().duration, 4900000);
+    Open("long-video.mp4");
+    engine.Seek(4010000);
+    engine.SetSpeed(1.0);
+    Wait();
+    EXPECT_EQ(Shown(), 4000000);
+    time->Advance(500000);
+    Wait();
+    EXPECT_EQ(Shown(), 4480000);
+}
+
+} // namespace

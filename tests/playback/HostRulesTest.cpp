@@ -1,0 +1,318 @@
+#include "Clips.h"
+#include "Reference.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "playback/PictureCache.h"
+#include "playback/PictureReader.h"
+#include "playback/PlaybackEngine.h"
+#include "playback/SoundReader.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+// The ten things that a host of the library has to know, one by one, and some that follow from them. The proofs over
+// whole clips hold them together; here each one stands alone.
+
+namespace {
+
+constexpr int patience = 10000; // milliseconds
+
+bool Never()
+{
+    return false;
+}
+
+std::shared_ptr<MediaInfo> Probe(QString const& path)
+{
+    auto const info = std::make_shared<MediaInfo>(path);
+    EXPECT_TRUE(MediaReader::ParseMedia(info));
+    return info;
+}
+
+class HostRulesTest : public testing::Test
+{
+protected:
+    void SetUp() override { AvGlobals::maxAudioOutputChannels = 2; }
+
+    void Open(QString const& path, bool asSequence = false)
+    {
+        if (asSequence)
+            engine.OpenSequence(path);
+        else
+            engine.Open(path);
+        Wait();
+    }
+
+    void Wait() { ASSERT_TRUE(engine.WaitUntilReady(patience)); }
+
+    std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine{PlaybackOptions(), time};
+};
+
+// Rule 1: each picture has its end before it goes into the cache.
+
+TEST_F(HostRulesTest, TheNewestCachedPictureShowsUntilItsEnd)
+{
+    PictureReader reader(Probe(Clips::Made("gop12.mp4")), 25.0);
+    ASSERT_TRUE(reader.Open());
+    PictureCache cache;
+    cache.SetBudget(100000000, 1, 0);
+    std::shared_ptr<DecodedVideoFrame> picture;
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(reader.Read(picture, Never), PictureSource::Result::Picture);
+        cache.Append(picture);
+    }
+    EXPECT_EQ(cache.Find(79999, 0).start, 40000);
+    EXPECT_TRUE(cache.Find(79999, 0).picture);
+    EXPECT_FALSE(cache.Find(80000, 0).picture);
+}
+
+TEST_F(HostRulesTest, PicturesOverBeforeZeroAreNotTheFirst)
+{
+    QString const clip = Clips::Made("negative-start.ts");
+    auto const info = Probe(clip);
+    ASSERT_EQ(info->GetStartTime(), 0);
+    PictureReader reader(info, 25.0);
+    ASSERT_TRUE(reader.Open());
+    std::shared_ptr<DecodedVideoFrame> picture;
+    ASSERT_EQ(reader.Read(picture, Never), PictureSource::Result::Picture);
+    auto const expected = Reference::DecodePictures(clip).front();
+    EXPECT_EQ(picture->startTime, 0);
+    EXPECT_EQ(Reference::HashOf(picture->data, picture->width, picture->height, 576), expected.hash);
+}
+
+TEST_F(HostRulesTest, TheLastPictureEndsWithTheMedia)
+{
+    Open(Clips::Made("gop12.mp4"));
+    engine.Seek(1000000000);
+    Wait();
+    EXPECT_EQ(engine.GetStatus().cacheEnd, 7999999);
+}
+
+// Rule 2: backwards, a segment is appended last to first.
+
+TEST_F(HostRulesTest, BackwardsTheCacheGrowsWithoutGaps)
+{
+    Open(Clips::Made("gop12.mp4"));
+    engine.Seek(4000000);
+    Wait();
+    engine.SetSpeed(-1.0);
+    Wait();
+    EXPECT_LE(engine.GetStatus().cacheStart, 3960000);
+    for (int i = 0; i < 20; ++i) {
+        time->Advance(40000);
+        Wait();
+        ASSERT_TRUE(engine.GetPicture());
+        EXPECT_EQ(engine.GetPicture()->startTime, 4000000 - (i + 1) * 40000);
+    }
+}
+
+// Rule 3: with fewer than 30 pictures the cache's own advice is to go forwards.
+
+TEST_F(HostRulesTest, BackwardsNothingIsDecodedForwards)
+{
+    PictureCache cache;
+    cache.SetBudget(1000, 10, 0);
+    for (long long start : {400000, 440000, 480000}) {
+        uint8_t const bytes[10] = {};
+        auto picture = std::make_shared<DecodedVideoFrame>(bytes, 10, 1, 1, start, 25.0, 0, false);
+        picture->endTime = start + 39999;
+        cache.Append(picture);
+    }
+    std::vector<PictureCache::Picture> released;
+    PictureCache::Window window;
+    window.time = 440000;
+    window.mediaEnd = 10000000;
+    window.playing = true;
+    window.forwards = false;
+    EXPECT_EQ(cache.Update(window, released), PictureCache::Advice::Backwards);
+    window.forwards = true;
+    EXPECT_EQ(cache.Update(window, released), PictureCache::Advice::Forwards);
+}
+
+TEST_F(HostRulesTest, EachUpdateLetsGoOfOnePictureAndNeverOfTheOneShowing)
+{
+    PictureCache cache;
+    cache.SetBudget(40, 10, 0);
+    for (long long start : {0, 40000, 80000, 120000}) {
+        uint8_t const bytes[10] = {};
+        auto picture = std::make_shared<DecodedVideoFrame>(bytes, 10, 1, 1, start, 25.0, 0, false);
+        picture->endTime = start + 39999;
+        cache.Append(picture);
+    }
+    std::vector<PictureCache::Picture> released;
+    PictureCache::Window window;
+    window.time = 20000;
+    window.mediaEnd = 10000000;
+    window.playing = true;
+    EXPECT_EQ(cache.Update(window, released), PictureCache::Advice::Nothing); // nothing is behind
+    EXPECT_TRUE(released.empty());
+    window.time = 60000;
+    EXPECT_EQ(cache.Update(window, released), PictureCache::Advice::Forwards);
+    ASSERT_EQ(released.size(), 1U);
+    EXPECT_EQ(released.front()->startTime, 0);
+    EXPECT_EQ(cache.GetSpan().start, 40000);
+}
+
+// Rule 4: pictures count from the first one, sound and seeks in the container's time.
+
+TEST_F(HostRulesTest, SeeksAndSoundAreInTheContainersTime)
+{
+    QString const clip = Clips::Made("stream.ts");
+    long long const first = Reference::FirstPictureTime(clip);
+    ASSERT_GT(first, 1000000);
+    PictureReader reader(Probe(clip), 25.0);
+    ASSERT_TRUE(reader.Open());
+    ASSERT_EQ(reader.SeekTo(4000000, 4000000, Never), PictureSource::Result::Picture);
+    EXPECT_EQ(reader.GetOrigin(), first);
+    std::shared_ptr<DecodedVideoFrame> picture;
+    reader.Read(picture, Never);
+    EXPECT_EQ(picture->startTime, 4000000);
+    Open(clip);
+    EXPECT_NEAR(static_cast<double>(engine.GetStatus().soundStart), 0.0, 60000.0);
+}
+
+TEST_F(HostRulesTest, SoundThatBeginsBeforeThePicturesIsPlayed)
+{
+    Open(Clips::Made("late-video.mp4"));
+    EXPECT_NEAR(static_cast<double>(engine.GetStatus().start), -1000000.0, 50000.0);
+    EXPECT_EQ(engine.GetStatus().position, engine.GetStatus().start);
+    ASSERT_TRUE(engine.GetPicture());
+    EXPECT_EQ(engine.GetPicture()->startTime, 0);
+}
+
+// Rule 5: where the container lands too late, it is asked for earlier.
+
+TEST_F(HostRulesTest, ASeekThatLandsLateIsRepeatedEarlier)
+{
+    for (char const* name : {"stream.ts", "program.mpg", "flash.flv"}) {
+        PictureReader reader(Probe(Clips::Made(name)), 25.0);
+        ASSERT_TRUE(reader.Open());
+        for (long long moment : {200000LL, 1960000LL, 2040000LL, 3999999LL, 5900000LL}) {
+            ASSERT_EQ(reader.SeekTo(moment, moment, Never), PictureSource::Result::Picture);
+            std::shared_ptr<DecodedVideoFrame> picture;
+            reader.Read(picture, Never);
+            EXPECT_LE(picture->startTime, moment) << name;
+            EXPECT_GE(picture->endTime, moment) << name;
+        }
+    }
+}
+
+TEST_F(HostRulesTest, APictureThatStaysForLongIsFoundFromItsLastMoment)
+{
+    PictureReader reader(Probe(Clips::Made("long-stills.mp4")), 25.0);
+    ASSERT_TRUE(reader.Open());
+    ASSERT_EQ(reader.SeekTo(7990000, 7990000, Never), PictureSource::Result::Picture);
+    std::shared_ptr<DecodedVideoFrame> picture;
+    reader.Read(picture, Never);
+    EXPECT_EQ(picture->startTime, 40000);
+    EXPECT_EQ(picture->endTime, 7999999);
+}
+
+// Rule 6: sound drained at the end has lost its time.
+
+TEST_F(HostRulesTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
+{
+    for (char const* name : {"tone.mp3", "tone.m4a", "tone.ogg", "gop12.mp4"}) {
+        SoundReader reader(Probe(Clips::Made(name)));
+        ASSERT_TRUE(reader.Open());
+        std::shared_ptr<DecodedAudioFrame> frame;
+        long long last = -1000000;
+        long long end = 0;
+        while (reader.Read(frame, Never) == SoundReader::Result::Picture) {
+            EXPECT_GT(frame->startTime, last) << name;
+            last = frame->startTime;
+            end = frame->endTime;
+        }
+        EXPECT_GT(end, 5900000) << name;
+        EXPECT_EQ(reader.GetEnd(), end + 1) << name;
+    }
+}
+
+// Rule 7: a cover is a picture to show, and the file is one of sound.
+
+TEST_F(HostRulesTest, ACoverMakesNoMovie)
+{
+    for (char const* name : {"cover.mp3", "cover-png.mp3"}) {
+        Open(Clips::Made(name));
+        EXPECT_EQ(engine.GetStatus().kind, SourceKind::SoundWithCover) << name;
+        engine.Seek(2000000);
+        Wait();
+        ASSERT_TRUE(engine.GetPicture()) << name;
+        EXPECT_EQ(engine.GetPicture()->width, 64) << name;
+        EXPECT_GT(engine.GetStatus().duration, 2900000) << name;
+        std::vector<short> block(2000);
+        EXPECT_EQ(engine.FillAudio(block.data(), 1000), 1000) << name;
+    }
+}
+
+// Rule 8: still or movie is told before probing.
+
+TEST_F(HostRulesTest, AMotionJpegMovieIsAMovieAndAJpegIsAStill)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    Open(Clips::Real("camera-mjpeg-pcm16.avi"));
+    EXPECT_EQ(engine.GetStatus().kind, SourceKind::Movie);
+    for (char const* name : {"still-camera-444.jpg", "still-10bit.dpx", "still-alpha-135x135.png",
+                             "still-half-alpha.exr", "still-rgba.tif", "still-rle24.tga"}) {
+        Open(Clips::Real(name));
+        EXPECT_EQ(engine.GetStatus().kind, SourceKind::Still) << name;
+        ASSERT_TRUE(engine.GetPicture()) << name;
+        EXPECT_EQ(engine.GetStatus().duration, 0) << name;
+        engine.Seek(5000000);
+        Wait();
+        EXPECT_EQ(engine.GetStatus().position, 0) << name;
+        EXPECT_TRUE(engine.GetPicture()) << name;
+    }
+}
+
+TEST_F(HostRulesTest, ASequenceTimesItsPicturesByTheirNumbers)
+{
+    QTemporaryDir const folder;
+    Clips::WriteNumberedPictures(folder.path(), "take.%04d.ppm", {7, 8, 9, 10});
+    Open(folder.filePath("take.%04d.ppm"));
+    EXPECT_EQ(engine.GetStatus().kind, SourceKind::Sequence);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(engine.GetPicture()->startTime, i * 1000000LL / 24);
+        EXPECT_EQ(engine.GetPicture()->data[0], (7 + i) * 8);
+        engine.Step(1);
+        Wait();
+    }
+}
+
+// Rule 9: rows are 3 x width rounded up to 4.
+
+TEST_F(HostRulesTest, RowsAreRoundedUpToFourBytes)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    Open(Clips::Real("webm-vp9-161x121.webm"));
+    ASSERT_TRUE(engine.GetPicture());
+    EXPECT_EQ(engine.GetPicture()->width, 161);
+    EXPECT_EQ(engine.GetPicture()->size, 484 * 121);
+}
+
+// Rule 10: the output is at the source's own rate.
+
+TEST_F(HostRulesTest, TheOutputTellsTheRateToOpenTheDeviceWith)
+{
+    Open(Clips::Made("tone.wav"));
+    EXPECT_EQ(engine.GetStatus().sampleRate, 44100);
+    EXPECT_EQ(engine.GetStatus().channels, 2);
+    if (!Clips::HasReal())
+        return;
+    Open(Clips::Real("phone-h263-amr-vfr.3gp"));
+    EXPECT_EQ(engine.GetStatus().sampleRate, 8000);
+    EXPECT_EQ(engine.GetStatus().channels, 1);
+}
+
+} // namespace

@@ -1,0 +1,222 @@
+#include "Clips.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "playback/ImageFormat.h"
+#include "playback/ImageSequence.h"
+#include "playback/PlaybackEngine.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int patience = 10000; // milliseconds
+
+class ImageSequenceTest : public testing::Test
+{
+protected:
+    void Write(QString const& pattern, std::vector<long long> const& numbers)
+    {
+        Clips::WriteNumberedPictures(folder.path(), pattern, numbers);
+    }
+
+    ImageSequence Find(QString const& name, SequenceHoles holes = SequenceHoles::Hold)
+    {
+        return ImageSequence::Find(name.isEmpty() ? folder.path() : folder.filePath(name), holes, error);
+    }
+
+    QStringList Names(ImageSequence const& sequence) const
+    {
+        QStringList names;
+        for (long long i = 0; i < sequence.GetCount(); ++i)
+            names << QFileInfo(sequence.GetFile(i)).fileName();
+        return names;
+    }
+
+    // The greys shown from the first picture to the last, at a rate of 10 a second, in steps of the rate.
+    std::vector<int> Greys(PlaybackEngine& engine, int count, double speed)
+    {
+        std::vector<int> greys;
+        EXPECT_TRUE(engine.WaitUntilReady(patience));
+        engine.SetSpeed(speed);
+        for (int i = 0; i < count; ++i) {
+            EXPECT_TRUE(engine.WaitUntilReady(patience));
+            auto const picture = engine.GetPicture();
+            greys.push_back(picture ? picture->data[0] : -1);
+            time->Advance(100000);
+        }
+        return greys;
+    }
+
+    QTemporaryDir folder;
+    QString error;
+    std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+};
+
+TEST_F(ImageSequenceTest, APatternOfDigitsFindsItsRow)
+{
+    Write("a.%04d.ppm", {1, 2, 3});
+    Write("b.%04d.ppm", {4});
+    EXPECT_EQ(Names(Find("a.%04d.ppm")), (QStringList{"a.0001.ppm", "a.0002.ppm", "a.0003.ppm"}));
+    EXPECT_EQ(Names(Find("a.####.ppm")), (QStringList{"a.0001.ppm", "a.0002.ppm", "a.0003.ppm"}));
+}
+
+TEST_F(ImageSequenceTest, NumbersOutgrowTheirZeros)
+{
+    Write("a.%03d.ppm", {998, 999, 1000, 1001});
+    QStringList const row = {"a.998.ppm", "a.999.ppm", "a.1000.ppm", "a.1001.ppm"};
+    EXPECT_EQ(Names(Find("a.%03d.ppm")), row);
+    EXPECT_EQ(Names(Find("a.###.ppm")), row);
+    EXPECT_EQ(Names(Find("a.998.ppm")), row);
+    EXPECT_EQ(Names(Find("a.1001.ppm")), row);
+}
+
+TEST_F(ImageSequenceTest, NumbersOfAnotherWidthAreAnotherRow)
+{
+    Write("a.%04d.ppm", {1, 2});
+    Write("a.%02d.ppm", {1, 2, 3});
+    EXPECT_EQ(Names(Find("a.%04d.ppm")), (QStringList{"a.0001.ppm", "a.0002.ppm"}));
+    EXPECT_EQ(Names(Find("a.02.ppm")), (QStringList{"a.01.ppm", "a.02.ppm", "a.03.ppm"}));
+}
+
+TEST_F(ImageSequenceTest, NumbersWithoutZerosAreOneRow)
+{
+    Write("a%d.ppm", {8, 9, 10, 11});
+    EXPECT_EQ(Names(Find("a9.ppm")), (QStringList{"a8.ppm", "a9.ppm", "a10.ppm", "a11.ppm"}));
+    EXPECT_EQ(Names(Find("a%d.ppm")), (QStringList{"a8.ppm", "a9.ppm", "a10.ppm", "a11.ppm"}));
+}
+
+TEST_F(ImageSequenceTest, TheLastNumberOfANameCounts)
+{
+    Write("take2_v01.%02d.ppm", {5, 6});
+    EXPECT_EQ(Names(Find("take2_v01.05.ppm")), (QStringList{"take2_v01.05.ppm", "take2_v01.06.ppm"}));
+}
+
+TEST_F(ImageSequenceTest, AFolderStandsForItsLongestRow)
+{
+    Write("a.%04d.ppm", {1, 2});
+    Write("b.%04d.ppm", {1, 2, 3});
+    QFile text(folder.filePath("notes1.txt"));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    EXPECT_TRUE(ImageSequence::IsPattern(folder.path()));
+    EXPECT_EQ(Names(Find("")), (QStringList{"b.0001.ppm", "b.0002.ppm", "b.0003.ppm"}));
+}
+
+TEST_F(ImageSequenceTest, AHoleHasNoFile)
+{
+    Write("a.%04d.ppm", {1, 4});
+    ImageSequence const sequence = Find("a.####.ppm");
+    EXPECT_EQ(sequence.GetCount(), 4);
+    EXPECT_EQ(sequence.GetFile(1), QString());
+    EXPECT_EQ(sequence.GetIndexAfter(0), 3);
+    EXPECT_EQ(sequence.GetIndexUpTo(2), 0);
+    EXPECT_EQ(sequence.GetIndexAfter(3), 4);
+}
+
+TEST_F(ImageSequenceTest, AHoleIsRefusedByItsNumber)
+{
+    Write("a.%04d.ppm", {1, 2, 4});
+    EXPECT_TRUE(Find("a.####.ppm", SequenceHoles::Refuse).IsEmpty());
+    EXPECT_TRUE(error.startsWith("Picture 3 of the sequence ")) << error.toStdString();
+    EXPECT_FALSE(Find("a.####.ppm", SequenceHoles::Black).IsEmpty());
+}
+
+TEST_F(ImageSequenceTest, NothingFoundIsAnError)
+{
+    EXPECT_TRUE(Find("a.####.ppm").IsEmpty());
+    EXPECT_TRUE(error.startsWith("No numbered image was found"));
+    EXPECT_TRUE(Find("missing.0001.ppm").IsEmpty());
+}
+
+TEST_F(ImageSequenceTest, PlaysInOrderBothWays)
+{
+    std::vector<long long> numbers;
+    std::vector<int> greys;
+    for (int i = 0; i < 25; ++i) {
+        numbers.push_back(990 + i);
+        greys.push_back((990 + i) * 8 % 256);
+    }
+    Write("a.%03d.ppm", numbers);
+    for (int threads : {1, 4}) {
+        PlaybackOptions options;
+        options.sequenceRate = 10.0;
+        options.sequenceThreads = threads;
+        PlaybackEngine engine(options, time);
+        engine.Open(folder.filePath("a.###.ppm"));
+        EXPECT_EQ(Greys(engine, 25, 1.0), greys);
+        EXPECT_EQ(engine.GetStatus().duration, 2500000);
+        EXPECT_TRUE(engine.GetStatus().durationKnown);
+        engine.Seek(2400000);
+        std::vector<int> const reversed(greys.rbegin(), greys.rend());
+        EXPECT_EQ(Greys(engine, 25, -1.0), reversed);
+        EXPECT_EQ(engine.GetStatus().picturesDropped, 0);
+    }
+}
+
+TEST_F(ImageSequenceTest, AHoleHoldsThePictureBeforeIt)
+{
+    Write("a.%04d.ppm", {1, 2, 5});
+    PlaybackOptions options;
+    options.sequenceRate = 10.0;
+    PlaybackEngine engine(options, time);
+    engine.Open(folder.filePath("a.####.ppm"));
+    EXPECT_EQ(Greys(engine, 5, 1.0), (std::vector<int>{8, 16, 16, 16, 40}));
+    engine.Seek(450000);
+    EXPECT_EQ(Greys(engine, 5, -1.0), (std::vector<int>{40, 16, 16, 16, 8}));
+}
+
+TEST_F(ImageSequenceTest, AHoleIsBlackWhenSoChosen)
+{
+    Write("a.%04d.ppm", {1, 2, 5});
+    PlaybackOptions options;
+    options.sequenceRate = 10.0;
+    options.sequenceHoles = SequenceHoles::Black;
+    PlaybackEngine engine(options, time);
+    engine.Open(folder.filePath("a.####.ppm"));
+    EXPECT_EQ(Greys(engine, 5, 1.0), (std::vector<int>{8, 16, 0, 0, 40}));
+    EXPECT_EQ(engine.GetPicture()->width, 16);
+}
+
+TEST_F(ImageSequenceTest, AFileThatCannotBeReadHoldsAndIsReported)
+{
+    Write("a.%04d.ppm", {1, 2, 3, 4});
+    QFile broken(folder.filePath("a.0003.ppm"));
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("P6");
+    broken.close();
+    PlaybackOptions options;
+    options.sequenceRate = 10.0;
+    PlaybackEngine engine(options, time);
+    engine.Open(folder.filePath("a.####.ppm"));
+    EXPECT_EQ(Greys(engine, 4, 1.0), (std::vector<int>{8, 16, 16, 32}));
+    EXPECT_TRUE(engine.GetStatus().error.endsWith("a.0003.ppm\" cannot be read as an image."));
+}
+
+TEST_F(ImageSequenceTest, OneFileOfARowOpensTheRowOrJustItself)
+{
+    Write("a.%04d.ppm", {1, 2, 3});
+    PlaybackEngine engine(PlaybackOptions(), time);
+    engine.OpenSequence(folder.filePath("a.0002.ppm"));
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_EQ(engine.GetStatus().kind, SourceKind::Sequence);
+    EXPECT_EQ(engine.GetPicture()->data[0], 8);
+    engine.Open(folder.filePath("a.0002.ppm"));
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_EQ(engine.GetStatus().kind, SourceKind::Still);
+    EXPECT_EQ(engine.GetPicture()->data[0], 16);
+}
+
+TEST_F(ImageSequenceTest, FormatsAreToldByTheirFirstBytes)
+{
+    Write("a%d.txt", {1});
+    EXPECT_EQ(ImageFormatOf(folder.filePath("a1.txt")), QString("pnm"));
+    EXPECT_EQ(ImageFormatOf(folder.path()), QString());
+    EXPECT_EQ(ImageFormatOf(folder.filePath("none")), QString());
+    EXPECT_EQ(ImageFormatOf(Clips::Made("xvid.avi")), QString());
+}
+
+} // namespace

@@ -1,0 +1,208 @@
+#include "Clips.h"
+#include "Reference.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+// Every picture that the engine shows, whichever way it got there, is the one that a plain decode of the whole file has
+// at that time.
+
+namespace {
+
+constexpr int patience = 10000; // milliseconds
+constexpr long long farAhead = 1000000000000LL;
+
+std::vector<std::string> AllClips()
+{
+    std::vector<std::string> names = Clips::MadeNames();
+    for (char const* name : {"asf-msmpeg4-avg-rate-0.wmv",
+                             "camera-avchd-1080i-ac3-pgs.mts",
+                             "camera-mjpeg-pcm16.avi",
+                             "cut-in-packet.ts",
+                             "edit-dv-pal-720x576-sar59x54.mov",
+                             "edit-prores-422-proxy.mov",
+                             "edit-xdcam-hd-1440x1080-sar4x3.mov",
+                             "flv-h264-avg-rate-1000.flv",
+                             "h264-1x1-pixel.mp4",
+                             "h264-bpyramid-sar64x45.mp4",
+                             "h264-editlist-video-starts-at-1s.mp4",
+                             "h264-raw-size-change-352x288-640x480.264",
+                             "h264-start-10s-sar.mp4",
+                             "mkv-two-audio-subtitles-between.mkv",
+                             "ogg-theora-400x300-vorbis.ogv",
+                             "phone-h263-amr-vfr.3gp",
+                             "phone-hdr-hevc10-rot90-data-streams.mov",
+                             "phone-portrait-rot90-h264.mov",
+                             "phone-sideways-vfr-rot90.mov",
+                             "phone-vfr10fps-rot180-h264.mp4",
+                             "ps-mpeg1-sar64x45-cut.mpg",
+                             "rotate-tag-90.mkv",
+                             "ts-h264-854x480-start1.47s.ts",
+                             "ts-h264-first-picture-negative.ts",
+                             "ts-mpeg2-1080p-start1.5s.ts",
+                             "webm-vp9-161x121.webm",
+                             "webm-vp9-opus-no-duration.webm"})
+        names.push_back(std::string("real/") + name);
+    return names;
+}
+
+class PictureProofTest : public testing::TestWithParam<std::string>
+{
+protected:
+    void SetUp() override
+    {
+        AvGlobals::maxAudioOutputChannels = 2;
+        QString const name = QString::fromStdString(GetParam());
+        bool const isReal = name.startsWith("real/");
+        if (isReal && !Clips::HasReal())
+            GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+        path = isReal ? Clips::Real(name.mid(5)) : Clips::Made(name);
+        pictures = Reference::DecodePictures(path);
+        ASSERT_FALSE(pictures.empty());
+        options.withSound = false;
+    }
+
+    void Open()
+    {
+        engine = std::make_unique<PlaybackEngine>(options, time);
+        engine->Open(path);
+        Wait();
+        ASSERT_EQ(engine->GetStatus().error, QString());
+    }
+
+    void Wait() { ASSERT_TRUE(engine->WaitUntilReady(patience)); }
+
+    void ExpectShown(size_t index)
+    {
+        auto const shown = engine->GetPicture();
+        ASSERT_TRUE(shown) << "at picture " << index;
+        EXPECT_EQ(shown->startTime, pictures[index].time) << "at picture " << index;
+        QByteArray const hash =
+            Reference::HashOf(shown->data, shown->width, shown->height, (3 * shown->width + 3) / 4 * 4);
+        EXPECT_EQ(hash.toHex().toStdString(), pictures[index].hash.toHex().toStdString()) << "at picture " << index;
+    }
+
+    size_t IndexAt(long long moment) const
+    {
+        size_t index = 0;
+        while (index + 1 < pictures.size() && pictures[index + 1].time <= moment)
+            ++index;
+        return index;
+    }
+
+    QString path;
+    std::vector<Reference::Picture> pictures;
+    PlaybackOptions options;
+    std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+    std::unique_ptr<PlaybackEngine> engine;
+};
+
+TEST_P(PictureProofTest, ForwardsShowsEveryPictureOnce)
+{
+    Open();
+    engine->SetSpeed(1.0);
+    for (size_t i = 0; i < pictures.size() && !HasFailure(); ++i) {
+        time->Advance(i == 0 ? 0 : pictures[i].time - pictures[i - 1].time);
+        Wait();
+        ExpectShown(i);
+    }
+    EXPECT_EQ(engine->GetStatus().picturesDropped, 0);
+    EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
+    time->Advance(60000000);
+    Wait();
+    ExpectShown(pictures.size() - 1);
+    EXPECT_EQ(engine->GetStatus().state, PlaybackState::Ended);
+    EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
+}
+
+TEST_P(PictureProofTest, BackwardsShowsEveryPictureOnce)
+{
+    Open();
+    engine->Seek(farAhead);
+    Wait();
+    long long position = engine->GetStatus().position;
+    EXPECT_TRUE(engine->GetStatus().durationKnown);
+    engine->SetSpeed(-1.0);
+    Wait();
+    for (size_t i = pictures.size(); i-- > 0 && !HasFailure();) {
+        time->Advance(position - pictures[i].time);
+        position = pictures[i].time;
+        Wait();
+        ExpectShown(i);
+    }
+    EXPECT_EQ(engine->GetStatus().picturesDropped, 0);
+    EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
+}
+
+TEST_P(PictureProofTest, FiftyRandomSeeksShowThePictureOfTheirTime)
+{
+    Open();
+    std::mt19937 random(7);
+    std::uniform_int_distribution<long long> anyTime(0, pictures.back().time + 30000);
+    for (int i = 0; i < 50 && !HasFailure(); ++i) {
+        long long const moment = anyTime(random);
+        engine->Seek(moment);
+        Wait();
+        ExpectShown(IndexAt(moment));
+    }
+}
+
+TEST_P(PictureProofTest, StepsShowTheNeighbours)
+{
+    Open();
+    size_t const count = std::min(pictures.size(), size_t{60});
+    for (size_t i = 0; i < count && !HasFailure(); ++i) {
+        Wait();
+        ExpectShown(i);
+        engine->Step(1);
+    }
+    engine->Seek(farAhead);
+    Wait();
+    for (size_t i = 0; i < count && !HasFailure(); ++i) {
+        ExpectShown(pictures.size() - 1 - i);
+        engine->Step(-1);
+        Wait();
+    }
+}
+
+TEST_P(PictureProofTest, ABudgetSmallerThanAGroupChangesNothing)
+{
+    options.cacheBudget = 1; // the least, four pictures
+    Open();
+    size_t const from = std::min(pictures.size() - 1, size_t{70});
+    engine->Seek(pictures[from].time);
+    Wait();
+    engine->SetSpeed(-1.0);
+    for (size_t i = from; i > 0 && !HasFailure(); --i) {
+        Wait();
+        ExpectShown(i);
+        time->Advance(pictures[i].time - pictures[i - 1].time);
+    }
+    Wait();
+    ExpectShown(0);
+    engine->SetSpeed(1.0);
+    for (size_t i = 0; i < std::min(from, size_t{30}) && !HasFailure(); ++i) {
+        Wait();
+        ExpectShown(i);
+        time->Advance(pictures[i + 1].time - pictures[i].time);
+    }
+    EXPECT_EQ(engine->GetStatus().picturesDropped, 0);
+}
+
+std::string TestName(testing::TestParamInfo<std::string> const& info)
+{
+    std::string name = info.param;
+    for (char& character : name)
+        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, PictureProofTest, testing::ValuesIn(AllClips()), TestName);
+
+} // namespace

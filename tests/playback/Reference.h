@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+// What FFmpeg, called directly and from the file's beginning to its end, makes of a file.
+namespace Reference {
+
+struct Picture
+{
+    long long time = 0; // microseconds from the first picture
+    QByteArray hash;    // MD5 of the packed RGB rows, without padding
+};
+
+// Those that show at 0 or later and whose times rise. `untimedRate` is for pictures without times.
+std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
+
+QByteArray HashOf(unsigned char const* data, int width, int height, int stride);
+
+struct Sound
+{
+    int channels = 0;
+    int sampleRate = 0;
+    std::vector<short> samples;
+};
+
+// All samples of the best stream of sound one after the other, as 16 bits, whatever their times.
+Sound DecodeSound(QString const& path);
+
+// The container's time of the first picture of the best stream; 0 without one.
+long long FirstPictureTime(QString const& path);
+
+} // namespace Reference

@@ -1,0 +1,201 @@
+#include "Clips.h"
+#include "Reference.h"
+#include "VirtualTime.h"
+
+#include "media/AvGlobals.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+// The sound that the engine puts out, at any speed and either way, is made of the samples of a plain decode of the
+// whole file by the rules of the fill, reckoned anew here.
+
+namespace {
+
+constexpr int patience = 10000; // milliseconds
+constexpr int blockFrames = 700;
+constexpr int fadesPerSecond = 200;
+
+// The fill's way with speed, frame by frame: which frame of the source each frame of the output is.
+class Follower
+{
+public:
+    explicit Follower(double speed) : step(speed > 1.0 ? 1.0 - speed : speed < 1.0 ? 1.0 / speed - 1.0 : 0.0) {}
+
+    // As one call of the fill: `count` frames. The repeats that a full block cuts off come in the next one.
+    void Fill(std::vector<long long>& out, int count)
+    {
+        size_t const full = out.size() + static_cast<size_t>(count);
+        while (out.size() < full) {
+            long long const frame = next++;
+            if (phase <= -1.0) {
+                phase += 1.0;
+                continue;
+            }
+            out.push_back(frame);
+            phase += step;
+            while (phase > 1.0 && out.size() < full) {
+                out.push_back(frame);
+                phase -= 1.0;
+            }
+        }
+    }
+
+private:
+    double step;
+    double phase = 0.0;
+    long long next = 0;
+};
+
+std::vector<std::string> AllSounds()
+{
+    std::vector<std::string> names = {"tone.wav",  "tone.flac", "tone.mp3",    "tone.m4a",     "tone.ogg",
+                                      "gop12.mp4", "stream.ts", "program.mpg", "matroska.mkv", "cover.mp3"};
+    for (char const* name : {"wav-s24-mono.wav", "wav-f32-5.1.wav", "mka-dts-hd-7.1.mkv", "mxf-pcm24-5.1.mxf",
+                             "ogg-theora-400x300-vorbis.ogv", "ts-mpeg2-1080p-start1.5s.ts", "camera-mjpeg-pcm16.avi",
+                             "mp4-two-audio-ac3-5.1-aac-stereo.mp4"})
+        names.push_back(std::string("real/") + name);
+    return names;
+}
+
+class SoundProofTest : public testing::TestWithParam<std::string>
+{
+protected:
+    void SetUp() override
+    {
+        AvGlobals::maxAudioOutputChannels = 8;
+        QString const name = QString::fromStdString(GetParam());
+        bool const isReal = name.startsWith("real/");
+        if (isReal && !Clips::HasReal())
+            GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+        path = isReal ? Clips::Real(name.mid(5)) : Clips::Made(name);
+        reference = Reference::DecodeSound(path);
+        Open();
+        ASSERT_EQ(engine->GetStatus().sampleRate, reference.sampleRate);
+        ASSERT_EQ(engine->GetStatus().channels, reference.channels);
+        position = std::min(engine->GetStatus().soundEnd / 2, 700000LL);
+        ASSERT_GT(position, 0);
+    }
+
+    void Open()
+    {
+        engine = std::make_unique<PlaybackEngine>(PlaybackOptions(), time);
+        engine->Open(path);
+        ASSERT_TRUE(engine->WaitUntilReady(patience));
+    }
+
+    // The first `blocks` blocks of what plays from `position` on.
+    std::vector<short> Play(double speed, int blocks)
+    {
+        engine->Seek(position);
+        EXPECT_TRUE(engine->WaitUntilReady(patience));
+        engine->SetSpeed(speed);
+        std::vector<short> out;
+        std::vector<short> block(static_cast<size_t>(blockFrames * reference.channels));
+        for (int i = 0; i < blocks; ++i) {
+            EXPECT_TRUE(engine->WaitUntilReady(patience));
+            EXPECT_EQ(engine->FillAudio(block.data(), blockFrames), blockFrames);
+            out.insert(out.end(), block.begin(), block.end());
+            time->Advance(blockFrames * 1000000LL / reference.sampleRate);
+        }
+        return out;
+    }
+
+    // Each block is made of a few milliseconds made ahead, the rest, and the next few milliseconds.
+    std::vector<long long> Frames(double speed, int blocks) const
+    {
+        int const ahead = reference.sampleRate / fadesPerSecond;
+        Follower follower(std::fabs(speed));
+        std::vector<long long> frames;
+        follower.Fill(frames, blockFrames);
+        follower.Fill(frames, ahead);
+        for (int i = 1; i < blocks; ++i) {
+            follower.Fill(frames, blockFrames - ahead);
+            follower.Fill(frames, ahead);
+        }
+        frames.resize(static_cast<size_t>(blocks * blockFrames));
+        return frames;
+    }
+
+    bool Matches(std::vector<short> const& out, std::vector<long long> const& frames, long long first,
+                 int direction) const
+    {
+        auto const channels = static_cast<size_t>(reference.channels);
+        auto const fade = static_cast<size_t>(reference.sampleRate / fadesPerSecond);
+        for (size_t i = fade; i < frames.size(); ++i) {
+            auto const frame = static_cast<size_t>(first + direction * frames[i]);
+            if ((frame + 1) * channels > reference.samples.size() ||
+                !std::equal(&out[i * channels], &out[i * channels] + channels, &reference.samples[frame * channels]))
+                return false;
+        }
+        return true;
+    }
+
+    // Where in the decoded samples the output begins is found near where times say it is: they are rounded, and the
+    // container's time of the first sample is not known to the reference.
+    void ExpectRender(double speed)
+    {
+        int const blocks = 6;
+        auto const out = Play(speed, blocks);
+        auto const frames = Frames(speed, blocks);
+        long long const about = position * reference.sampleRate / 1000000;
+        long long const reach = 2 * reference.sampleRate;
+        int const direction = speed > 0.0 ? 1 : -1;
+        bool found = false;
+        for (long long distance = 0; distance < reach && !found; ++distance) {
+            foundAt = about + distance;
+            found = Matches(out, frames, foundAt, direction);
+            if (!found && distance < about) {
+                foundAt = about - distance;
+                found = Matches(out, frames, foundAt, direction);
+            }
+        }
+        EXPECT_TRUE(found);
+    }
+
+    QString path;
+    Reference::Sound reference;
+    long long position = 0;
+    long long foundAt = -1;
+    std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+    std::unique_ptr<PlaybackEngine> engine;
+};
+
+TEST_P(SoundProofTest, AtNormalSpeedEverySampleIsThatOfTheDecode)
+{
+    ExpectRender(1.0);
+}
+
+TEST_P(SoundProofTest, AtDoubleSpeedEverySecondFrameIsLeftOut)
+{
+    ExpectRender(2.0);
+}
+
+TEST_P(SoundProofTest, AtHalfSpeedEveryFrameComesTwice)
+{
+    ExpectRender(0.5);
+}
+
+TEST_P(SoundProofTest, BackwardsTheSamplesComeInReverse)
+{
+    ExpectRender(-1.0);
+    long long const backwards = foundAt;
+    Open();
+    ExpectRender(1.0);
+    EXPECT_NEAR(backwards, foundAt - 1, 2);
+}
+
+std::string TestName(testing::TestParamInfo<std::string> const& info)
+{
+    std::string name = info.param;
+    for (char& character : name)
+        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, SoundProofTest, testing::ValuesIn(AllSounds()), TestName);
+
+} // namespace

@@ -1,0 +1,15 @@
+#include "media/AvGlobals.h"
+#include "player/Theme.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    Theme::Apply(application);
+    AvGlobals::maxAudioOutputChannels = 2;
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,154 @@
+#include "tests/support/Media.h"
+#include "tests/tools/ToolMedia.h"
+#include "tests/tools/ToolRun.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString Movie()
+{
+    return MovingPicture("plain.mp4", {"-c:v", "libx264"});
+}
+
+} // namespace
+
+TEST(CommandLineTest, HelpsOnStandardOutput)
+{
+    for (QStringList const& arguments : {QStringList{"--help"}, QStringList{"-h"}, QStringList{"help"}}) {
+        ToolRun const run = RunTavolin(arguments);
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.errors, "");
+        for (char const* command : {"info", "decode", "frame"})
+            EXPECT_TRUE(run.Output().contains(QStringLiteral("\n  %1 ").arg(command))) << command;
+    }
+}
+
+TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
+{
+    for (QString const& command : QStringList{"info", "decode", "frame"}) {
+        ToolRun const run = RunTavolin({"help", command});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_TRUE(run.output.startsWith("Usage: tavolin " + command.toUtf8() + " FILE"));
+        EXPECT_EQ(RunTavolin({command, "--help"}).output, run.output);
+    }
+}
+
+TEST(CommandLineTest, KeepsHelpWithin80Columns)
+{
+    for (QStringList const& arguments : {QStringList{"help"}, QStringList{"help", "info"},
+                                         QStringList{"help", "decode"}, QStringList{"help", "frame"}}) {
+        for (QString const& line : RunTavolin(arguments).Lines())
+            EXPECT_LE(line.size(), 80) << line.toStdString();
+    }
+}
+
+TEST(CommandLineTest, TellsItsVersion)
+{
+    ToolRun const run = RunTavolin({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.Lines().first(), "tavolin " TAVOLIN_VERSION);
+}
+
+TEST(CommandLineTest, AnswersWrongUsageWithTwo)
+{
+    QList<QStringList> const wrong = {{},
+                                      {"nothing"},
+                                      {"help", "nothing"},
+                                      {"info"},
+                                      {"decode"},
+                                      {"info", "--what", "a.mp4"},
+                                      {"decode", "--from", "x", "a.mp4"},
+                                      {"decode", "--from", "2", "--to", "1", "a.mp4"},
+                                      {"decode", "--from"},
+                                      {"frame", "a.mp4"},
+                                      {"frame", "a.mp4", "--at", "1"},
+                                      {"frame", "a.mp4", "-o", "a.png"},
+                                      {"frame", "a.mp4", "--at", "-1", "-o", "a.png"},
+                                      {"frame", "a.mp4", "--at", "1", "-o", "a.gif"},
+                                      {"frame", "a.mp4", "b.mp4", "--at", "1", "-o", "a.png"}};
+    for (QStringList const& arguments : wrong) {
+        ToolRun const run = RunTavolin(arguments);
+        EXPECT_EQ(run.exitCode, 2) << arguments.join(' ').toStdString();
+        EXPECT_EQ(run.output, "");
+        EXPECT_TRUE(run.errors.contains("try \"tavolin ")) << run.errors.toStdString();
+    }
+}
+
+TEST(CommandLineTest, AnswersUnreadableFilesWithThree)
+{
+    QString const damaged = WriteMedia("damaged.mp4", "nothing of the kind");
+    QString const empty = WriteMedia("empty.mov", "");
+    for (QString const& path : {QStringLiteral("/nowhere/a.mp4"), QStringLiteral("/"), QString(), damaged, empty}) {
+        for (QStringList const& command :
+             {QStringList{"info"}, QStringList{"decode"}, QStringList{"frame", "--at", "0", "-o", "/nowhere/a.png"}}) {
+            ToolRun const run = RunTavolin(command + QStringList{path});
+            EXPECT_EQ(run.exitCode, 3) << path.toStdString();
+            EXPECT_EQ(run.output, "");
+            EXPECT_EQ(run.errors.count('\n'), 1) << run.errors.toStdString();
+        }
+    }
+}
+
+TEST(CommandLineTest, AnswersASingleFailureAmongSeveralFilesWithOne)
+{
+    ToolRun const run = RunTavolin({"info", Movie(), "/nowhere/a.mp4", Movie()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.output.count("movie without sound"), 2);
+    EXPECT_EQ(run.errors, "tavolin: /nowhere/a.mp4: File not found: /nowhere/a.mp4\n");
+}
+
+TEST(CommandLineTest, AnswersAFullOutputWithFive)
+{
+    ToolRun const run = RunInShell("exec \"$1\" info \"$2\" >/dev/full", {Movie()});
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_EQ(run.errors, "tavolin: the standard output could not be written\n");
+}
+
+TEST(CommandLineTest, ShowsNoProgressBesideATerminal)
+{
+    ToolRun const run = RunTavolin({"decode", Movie()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.errors, "");
+}
+
+TEST(CommandLineTest, TakesNamesOfAllKindsInEveryLocale)
+{
+    QTemporaryDir const folder;
+    for (QString const& name : {QStringLiteral("-x.mp4"), QStringLiteral("\u00e9t\u00e9 \u65e5\u672c.mp4"),
+                                QStringLiteral("a b:c%03d[1].mp4"), QStringLiteral("--help")}) {
+        ASSERT_TRUE(QFile::copy(Movie(), folder.filePath(name)));
+        ToolRun const run = RunInShell("cd \"$2\" && LC_ALL=C exec \"$1\" info -- \"$3\"", {folder.path(), name});
+        EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
+        EXPECT_EQ(run.Lines().first(), name);
+    }
+}
+
+TEST(CommandLineTest, SaysHowToNameAFileThatLooksLikeAnOption)
+{
+    QTemporaryDir const folder;
+    ASSERT_TRUE(QFile::copy(Movie(), folder.filePath("-x.mp4")));
+    ToolRun const run = RunInShell("cd \"$2\" && exec \"$1\" info -x.mp4", {folder.path()});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.errors.contains("write \"./-x.mp4\"")) << run.errors.toStdString();
+}
+
+TEST(CommandLineTest, SaysThatANameIsNotUtf8)
+{
+    QTemporaryDir const folder;
+    ToolRun const run = RunInShell("name=$(printf 'caf\\351.mp4'); cp \"$2\" \"$3/$name\" && { \"$1\" info "
+                                   "\"$3/$name\"; answer=$?; rm \"$3/$name\"; exit $answer; }",
+                                   {Movie(), folder.path()});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("name is not UTF-8")) << run.errors.toStdString();
+}
+
+TEST(CommandLineTest, ShowsFfmpegsOwnMessagesOnlyWhenAsked)
+{
+    QString const damaged = WithDamagedPictures(1);
+    EXPECT_FALSE(RunTavolin({"decode", damaged}).errors.contains("png @"));
+    EXPECT_TRUE(RunTavolin({"decode", "--verbose", damaged}).errors.contains("png @"));
+}

@@ -1,0 +1,149 @@
+#include "tests/support/Media.h"
+#include "tests/support/Reference.h"
+#include "tests/tools/ToolMedia.h"
+#include "tests/tools/ToolRun.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace {
+
+class FrameCommandTest : public testing::Test
+{
+protected:
+    QString PathOf(QString const& name) const { return folder.filePath(name); }
+
+    QByteArray Written(QString const& name) const
+    {
+        QFile file(PathOf(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QTemporaryDir folder;
+};
+
+QString PlainMovie()
+{
+    return Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+}
+
+QByteArray Md5(QByteArray const& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
+}
+
+// 64x32 with a red left half, to be turned a quarter clockwise.
+QString TurnedMovie()
+{
+    QString const movie =
+        MakeMedia("halves.mp4", {"-f", "lavfi", "-i", "color=red:size=32x32:rate=5:duration=1", "-f", "lavfi", "-i",
+                                 "color=blue:size=32x32:rate=5:duration=1", "-filter_complex", "hstack", "-c:v",
+                                 "libx264", "-pix_fmt", "yuv444p"});
+    return WithTrackMatrix("turned.mp4", movie, {0, 1, 0, -1, 0, 0, 32, 0, 1});
+}
+
+bool IsRed(QByteArray const& ppm, int headerSize, int pixel)
+{
+    auto const byte = [&](int i) { return static_cast<unsigned char>(ppm.at(headerSize + 3 * pixel + i)); };
+    return byte(0) > 200 && byte(2) < 50;
+}
+
+} // namespace
+
+TEST_F(FrameCommandTest, WritesTheVeryPicture)
+{
+    ToolRun const run = RunTavolin({"frame", PlainMovie(), "--at", "00:00:02.050", "-o", PathOf("a.ppm")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.Output(), PathOf("a.ppm") + ": the picture at 00:00:02.040 (2040000us), 96x64\n");
+    QByteArray const header = "P6\n96 64\n255\n";
+    QByteArray const written = Written("a.ppm");
+    ASSERT_TRUE(written.startsWith(header));
+    EXPECT_EQ(Md5(written.mid(header.size())), ShowingAt(DecodePlainly(PlainMovie()), 2050000).md5);
+}
+
+TEST_F(FrameCommandTest, WritesEachFormat)
+{
+    for (QString const& name : QStringList{"a.png", "a.jpg", "a.JPEG"}) {
+        EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "--output", PathOf(name)}).exitCode, 0);
+        ReferenceInput(PathOf(name), 0).DecodeAll([](AVFrame& frame) {
+            EXPECT_EQ(frame.width, 96);
+            EXPECT_EQ(frame.height, 64);
+        });
+    }
+    EXPECT_TRUE(Written("a.png").startsWith("\x89PNG"));
+    EXPECT_TRUE(Written("a.jpg").startsWith("\xff\xd8\xff"));
+}
+
+TEST_F(FrameCommandTest, TurnsThePictureUpright)
+{
+    ASSERT_EQ(RunTavolin({"frame", TurnedMovie(), "--at", "0", "-o", PathOf("up.ppm")}).exitCode, 0);
+    QByteArray const upright = Written("up.ppm");
+    QByteArray const header = "P6\n32 64\n255\n";
+    ASSERT_TRUE(upright.startsWith(header)) << upright.left(20).toStdString();
+    EXPECT_TRUE(IsRed(upright, header.size(), 0)); // the left half is the upper one now
+    EXPECT_TRUE(IsRed(upright, header.size(), 31));
+    EXPECT_FALSE(IsRed(upright, header.size(), 63 * 32));
+}
+
+TEST_F(FrameCommandTest, LeavesThePictureAsStoredWhenAsked)
+{
+    ASSERT_EQ(RunTavolin({"frame", "--as-stored", TurnedMovie(), "--at", "0", "-o", PathOf("as.ppm")}).exitCode, 0);
+    QByteArray const stored = Written("as.ppm");
+    QByteArray const header = "P6\n64 32\n255\n";
+    ASSERT_TRUE(stored.startsWith(header));
+    EXPECT_TRUE(IsRed(stored, header.size(), 0));
+    EXPECT_FALSE(IsRed(stored, header.size(), 63));
+    EXPECT_TRUE(IsRed(stored, header.size(), 31 * 64));
+}
+
+TEST_F(FrameCommandTest, AnswersATimePastTheEndWithFourAndWritesNothing)
+{
+    ToolRun const run = RunTavolin({"frame", PlainMovie(), "--at", "60", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains("00:01:00.000 is past the end; the last picture starts at 00:00:03.960"));
+    EXPECT_FALSE(QFile::exists(PathOf("a.png")));
+}
+
+TEST_F(FrameCommandTest, AnswersAPictureThatCannotBeWrittenWithFive)
+{
+    ToolRun const run = RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("none/a.png")});
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_TRUE(run.errors.contains("none/a.png: cannot be written: No such file or directory"));
+}
+
+TEST_F(FrameCommandTest, SaysThatSoundHasNoPictures)
+{
+    QString const sound = MakeMedia("sound.wav", Tone(8000, 1, 1.0));
+    ToolRun const run = RunTavolin({"frame", sound, "--at", "0", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("there are no pictures in it, only sound"));
+}
+
+TEST_F(FrameCommandTest, GivesTheCoverOfSound)
+{
+    QString const cover = MakeMedia("cover.png", Picture("40x30", 1, 1.0) + QStringList{"-frames:v", "1"});
+    QString const sound =
+        MakeMedia("cover.mp3", Tone(44100, 2, 2.0) + QStringList{"-i", cover, "-map", "0", "-map", "1", "-c:v", "copy",
+                                                                 "-disposition:v", "attached_pic"});
+    ToolRun const run = RunTavolin({"frame", sound, "--at", "1.5", "-o", PathOf("a.ppm")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.errors.contains("its only picture is cover art"));
+    EXPECT_EQ(Md5(Written("a.ppm").mid(13)), DecodePlainly(cover).front().md5);
+}
+
+TEST_F(FrameCommandTest, GivesAStillImageAtAnyTime)
+{
+    QString const still = MakeMedia("one.png", Picture("40x30", 1, 1.0) + QStringList{"-frames:v", "1"});
+    ToolRun const run = RunTavolin({"frame", still, "--at", "99", "-o", PathOf("a.ppm")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.errors.contains("a still image"));
+    EXPECT_EQ(Md5(Written("a.ppm").mid(13)), DecodePlainly(still).front().md5);
+}

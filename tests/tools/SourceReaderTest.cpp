@@ -1,0 +1,167 @@
+#include "tools/SourceReader.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/Media.h"
+#include "tests/support/Sessions.h"
+#include "tests/tools/ToolMedia.h"
+#include "tools/MediaSource.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Session
+{
+    explicit Session(QString const& path) : source(path), isOpen(source.Open()), reader(source) {}
+
+    SourceReader::Records ReadAll()
+    {
+        SourceReader::Records records;
+        while (reader.Read(records)) {
+        }
+        return records;
+    }
+
+    OutputChannels channels{8};
+    LogCapture log;
+    MediaSource source;
+    bool isOpen;
+    SourceReader reader;
+};
+
+QString const h264 = "libx264";
+
+QString MovieWithReordering()
+{
+    return Movie("movie.mp4", {"-c:v", h264, "-g", "50", "-bf", "3", "-c:a", "aac"});
+}
+
+std::vector<long long> StartsOf(SourceReader::Records const& records)
+{
+    std::vector<long long> starts;
+    for (auto const& picture : records.pictures) {
+        if (SourceReader::IsPicture(*picture))
+            starts.push_back(picture->startTime);
+    }
+    return starts;
+}
+
+} // namespace
+
+TEST(SourceReaderTest, DeliversEveryPictureAndOneMarkOfTheEnd)
+{
+    Session session(MovieWithReordering());
+    ASSERT_TRUE(session.reader.StartOver());
+    auto const records = session.ReadAll();
+    ASSERT_EQ(records.pictures.size(), 101);
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(records.pictures[i]->startTime, i * 40000);
+    EXPECT_FALSE(records.pictures.last()->data);
+    EXPECT_FALSE(session.reader.Read(const_cast<SourceReader::Records&>(records)));
+}
+
+// Pictures 25 to 99 lie behind the target; the ones before it, which the drain meets and drops, must not end it.
+TEST(SourceReaderTest, FinishesADrainThatDroppedPicturesBreakOff)
+{
+    QString const path = MovingPicture("long-delay.mp4", {"-c:v", h264, "-x264-params", "keyint=250:bframes=3"});
+    Session session(path);
+    ASSERT_TRUE(session.reader.StartAt(3920000));
+    auto const starts = StartsOf(session.ReadAll());
+    ASSERT_FALSE(starts.empty());
+    EXPECT_EQ(starts.back(), 3960000);
+    EXPECT_LE(starts.front(), 3920000);
+}
+
+TEST(SourceReaderTest, StartsByThePictureThatShowsAtTheTime)
+{
+    Session session(Rewrapped("movie.ts", MovieWithReordering()));
+    for (long long const time : {100000LL, 1990000LL, 2000000LL, 2010000LL, 3970000LL}) {
+        ASSERT_TRUE(session.reader.StartAt(time));
+        auto const starts = StartsOf(session.ReadAll());
+        ASSERT_FALSE(starts.empty()) << time;
+        EXPECT_LE(starts.front(), time);
+        EXPECT_EQ(starts.back(), 3960000);
+    }
+}
+
+TEST(SourceReaderTest, StartsSoundByTheTime)
+{
+    Session session(MakeMedia("sound.ogg", Tone(44100, 2, 10.0) + QStringList{"-c:a", "libvorbis"}));
+    ASSERT_TRUE(session.isOpen);
+    ASSERT_TRUE(session.reader.StartAt(7000000));
+    auto const records = session.ReadAll();
+    ASSERT_FALSE(records.sounds.isEmpty());
+    EXPECT_LE(records.sounds.first()->startTime, 7000000);
+    EXPECT_GT(records.sounds.first()->startTime, 0);
+}
+
+TEST(SourceReaderTest, GivesTheSoundOfTheDrainItsTrueTimes)
+{
+    // The decoder of this format holds its last frame back.
+    Session session(MakeMedia("delayed.wma", Tone(44100, 1, 2.0) + QStringList{"-c:a", "wmav2"}));
+    ASSERT_TRUE(session.reader.StartOver());
+    auto const sounds = session.ReadAll().sounds;
+    ASSERT_GT(sounds.size(), 2);
+    DecodedAudioFrame const& last = *sounds.last();
+    EXPECT_EQ(last.startTime, sounds.at(sounds.size() - 2)->endTime + 1);
+    EXPECT_EQ(last.endTime, last.startTime + 46439 - 1); // 2048 samples
+}
+
+TEST(SourceReaderTest, FollowsChangesOfTheSize)
+{
+    QString const small = MakeMedia("small.h264", Picture("64x48", 25, 0.4) + QStringList{"-c:v", h264});
+    QString const large = MakeMedia("large.h264", Picture("96x64", 25, 0.4) + QStringList{"-c:v", h264});
+    Session session(WriteMedia("both.h264", ReadMedia(small) + ReadMedia(large)));
+    ASSERT_TRUE(session.reader.StartOver());
+    auto const records = session.ReadAll();
+    int smallOnes = 0, largeOnes = 0, marks = 0;
+    for (auto const& picture : records.pictures) {
+        marks += picture->data && !SourceReader::IsPicture(*picture) ? 1 : 0;
+        smallOnes += SourceReader::IsPicture(*picture) && picture->width == 64 ? 1 : 0;
+        largeOnes += SourceReader::IsPicture(*picture) && picture->width == 96 ? 1 : 0;
+    }
+    // A decoder that runs ahead tells the new size a few pictures early.
+    EXPECT_EQ(smallOnes + largeOnes, 20);
+    EXPECT_GT(smallOnes, 0);
+    EXPECT_GE(largeOnes, 10);
+    EXPECT_EQ(marks, 1);
+}
+
+TEST(SourceReaderTest, GivesPicturesWithoutTimesARateOfTheirOwn)
+{
+    Session session(MovingPicture("timeless.h264", {"-c:v", h264}));
+    ASSERT_TRUE(session.reader.StartOver());
+    auto const starts = StartsOf(session.ReadAll());
+    ASSERT_EQ(starts.size(), 100u);
+    EXPECT_EQ(starts[23] - starts[0], 958333); // 23 of 24 a second
+}
+
+TEST(SourceReaderTest, CanStartAgainAfterTheEnd)
+{
+    Session session(MovieWithReordering());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(session.reader.StartOver());
+        EXPECT_EQ(StartsOf(session.ReadAll()).size(), 100u);
+        ASSERT_TRUE(session.reader.StartAt(2000000));
+        EXPECT_EQ(StartsOf(session.ReadAll()).back(), 3960000);
+    }
+}
+
+TEST(SourceReaderTest, DeliversAnImageOnce)
+{
+    Session session(MakeMedia("one.png", Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"}));
+    ASSERT_TRUE(session.reader.StartAt(5000000));
+    EXPECT_EQ(session.ReadAll().pictures.size(), 1);
+}
+
+TEST(SourceReaderTest, CannotStartWithoutADescription)
+{
+    Session session("/nowhere/a.mp4");
+    EXPECT_FALSE(session.reader.StartOver());
+    EXPECT_FALSE(session.reader.StartAt(1000000));
+    SourceReader::Records records;
+    EXPECT_FALSE(session.reader.Read(records));
+}
