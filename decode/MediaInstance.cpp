@@ -172,6 +172,8 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
         return false;
     }
     videoCodecContext->thread_count = 0; // FFmpeg chooses
+    if (info.IsImage())
+        videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads never work together on one picture
     if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
         logger.Error("Failed to open video decoder."); // without the code, unlike the sound's
         return false;

@@ -151,7 +151,7 @@ void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedV
     if (!packet || !codecContext)
         return;
     bool const drains = isImage || IsEmpty(*packet);
-    int const sent = avcodec_send_packet(codecContext, packet);
+    int const sent = SendPacket(*packet, seekTime);
     if (sent < 0 && sent != AVERROR_EOF) {
         LogDecodingError();
         return;
@@ -169,6 +169,17 @@ void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedV
         if (step == Step::Picture)
             fruitless = 0;
     }
+}
+
+// A picture that the seek filter would drop is not even decoded when no other one is made from it.
+int VideoDecoder::SendPacket(AVPacket const& packet, long long seekTime)
+{
+    AVDiscard const skipFrame = codecContext->skip_frame;
+    if (IsOverBeforeSeek(packet, seekTime))
+        codecContext->skip_frame = std::max(skipFrame, AVDISCARD_NONREF);
+    int const sent = avcodec_send_packet(codecContext, &packet);
+    codecContext->skip_frame = skipFrame;
+    return sent;
 }
 
 VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
@@ -240,10 +251,14 @@ long long VideoDecoder::TakeTime()
         lastTime += frameDuration;
         return TruncatedTime(lastTime);
     }
-    long long const time =
-        TruncatedTime(static_cast<double>(frame->best_effort_timestamp) * timeBase - static_cast<double>(startTime));
+    long long const time = TimeOf(frame->best_effort_timestamp);
     lastTime = static_cast<double>(time);
     return time;
+}
+
+long long VideoDecoder::TimeOf(long long timestamp) const
+{
+    return TruncatedTime(static_cast<double>(timestamp) * timeBase - static_cast<double>(startTime));
 }
 
 // A few pictures before the target stay, so that the cache holds some behind it.
@@ -251,6 +266,13 @@ bool VideoDecoder::IsBeforeSeek(long long time, long long seekTime) const
 {
     return seekTime >= 0 && static_cast<double>(seekTime) - Settings::maxTrailingFramesAfterSeek * frameDuration >
                                 static_cast<double>(time);
+}
+
+// The picture's duration is room for a second field in a packet of its own: the two go together.
+bool VideoDecoder::IsOverBeforeSeek(AVPacket const& packet, long long seekTime) const
+{
+    return packet.pts != AV_NOPTS_VALUE &&
+           IsBeforeSeek(TruncatedTime(static_cast<double>(TimeOf(packet.pts)) + frameDuration), seekTime);
 }
 
 bool VideoDecoder::HasSizeChanged() const

@@ -63,11 +63,14 @@ private:
     enum class Step { Picture, TryAgain, Done };
 
     bool SetSize(int codedWidth, int codedHeight);
+    int SendPacket(AVPacket const& packet, long long seekTime);
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
     int TakeFrame();
     void HoldFurtherPictures();
     long long TakeTime();
+    long long TimeOf(long long timestamp) const;
     bool IsBeforeSeek(long long time, long long seekTime) const;
+    bool IsOverBeforeSeek(AVPacket const& packet, long long seekTime) const;
     bool HasSizeChanged() const;
     void AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time) const;
     bool AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time);

@@ -6,7 +6,10 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 
+#include <algorithm>
+#include <atomic>
 #include <deque>
+#include <thread>
 
 namespace {
 
@@ -62,5 +65,21 @@ int HostDecode::DecodeAll(std::vector<std::shared_ptr<MediaInfo>> const& infos, 
             sounds.clear();
         }
     }
+    return count;
+}
+
+int HostDecode::DecodeRow(std::vector<std::shared_ptr<MediaInfo>> const& infos, size_t window)
+{
+    std::atomic<size_t> next = 0;
+    std::atomic<int> count = 0;
+    auto const work = [&] {
+        for (size_t i = next++; i < infos.size(); i = next++)
+            count += DecodeAll({infos[i]}, window);
+    };
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < std::max(std::thread::hardware_concurrency(), 1U); ++i)
+        threads.emplace_back(work);
+    for (std::thread& thread : threads)
+        thread.join();
     return count;
 }

@@ -18,4 +18,7 @@ std::vector<std::shared_ptr<MediaInfo>> Probe(QStringList const& paths, bool isI
 // out.
 int DecodeAll(std::vector<std::shared_ptr<MediaInfo>> const& infos, size_t window);
 
+// Decodes a row of images on as many threads as there are processors, each file by one of them.
+int DecodeRow(std::vector<std::shared_ptr<MediaInfo>> const& infos, size_t window);
+
 } // namespace HostDecode

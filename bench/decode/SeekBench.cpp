@@ -1,1 +1,95 @@
-int main() {}
+// Exact random seeks in a long group of pictures, against a plain seek that decodes every picture up to the target and
+// converts only that one:
+//
+//     SeekBench MOVIE [PAIRS]     each pair is one target, the same for both
+
+#include "bench/decode/HostDecode.h"
+#include "bench/decode/PairedRuns.h"
+#include "bench/decode/PlainDecode.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+
+#include <QString>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+namespace {
+
+constexpr int defaultPairs = 40;
+
+// The first picture that is not before `time`, found as a host does; its time, -1 when there is none. What a dropped
+// picture leaves in the decoder at the end comes with further packets.
+long long SeekExactly(MediaInstance& instance, long long startTime, long long time)
+{
+    instance.Seek(time + startTime);
+    QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+    QList<std::shared_ptr<DecodedVideoFrame>> pictures;
+    while (true) {
+        if (!instance.HasPacket())
+            instance.PrepareNextPacket(/*force=*/true);
+        instance.DecodePacket(sounds, pictures, time);
+        for (auto const& picture : pictures) {
+            if (!picture->data)
+                return -1; // the mark of the end
+            if (picture->startTime >= time)
+                return picture->startTime;
+        }
+        pictures.clear();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    av_log_set_level(AV_LOG_ERROR);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: SeekBench MOVIE [PAIRS]\n");
+        return 2;
+    }
+    QString const path = QString::fromLocal8Bit(argv[1]);
+    int const pairs = argc > 2 ? std::atoi(argv[2]) : defaultPairs;
+    auto const info = HostDecode::Probe(path, false);
+    MediaInstance instance;
+    PlainDecode plain(0);
+    if (!info->IsInitialized() || !instance.Initialize(info, 0) || !instance.OpenInput() || !plain.Open(path, false))
+        return 1;
+
+    std::mt19937 random(1);
+    std::uniform_int_distribution<long long> anywhere(0, info->GetDuration() - info->GetFrameStep());
+    long long target = anywhere(random);
+    int calls = 0;
+    int differences = 0;
+    long long ours = 0;
+    long long theirs = 0;
+    auto const finish = [&] {
+        if (++calls % 2 != 0)
+            return;
+        differences += ours == theirs ? 0 : 1;
+        target = anywhere(random);
+    };
+    auto const runs = PairedRuns::Measure(
+        pairs,
+        [&] {
+            ours = SeekExactly(instance, info->GetStartTime(), target);
+            finish();
+        },
+        [&] {
+            theirs = plain.DecodeUpTo(target + info->GetStartTime()) - info->GetStartTime();
+            finish();
+        });
+    std::printf("ours %.1f ms, plain %.1f ms (medians); ratio %.3f / **%.3f** / %.3f (lowest / median / highest), "
+                "processor time %.3f; %d targets differ\n",
+                runs.ours * 1000.0, runs.theirs * 1000.0, runs.ratio.lowest, runs.ratio.median, runs.ratio.highest,
+                runs.cpuRatio.median, differences);
+    return differences == 0 ? 0 : 1;
+}

@@ -1,0 +1,241 @@
+#include "common/Settings.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/VideoDecoder.h"
+#include "media/FfmpegPtr.h"
+#include "media/MediaInfo.h"
+#include "tests/support/Media.h"
+#include "tests/support/Reference.h"
+#include "tests/support/Sessions.h"
+
+#include <gtest/gtest.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+// Pictures that the seek filter drops and that no other picture needs are not decoded. What is delivered is the same as
+// without a seek time, when everything is decoded and the early pictures are sorted out afterwards.
+
+namespace {
+
+constexpr int rate = 25;
+constexpr double frameDuration = 1000000.0 / rate;
+constexpr long long lengthUs = 6000000;
+constexpr int picturesAfterTarget = 6;
+
+struct Recipe
+{
+    char const* name; // of the file
+    QStringList encoder;
+};
+
+QStringList X264(QString const& parameters)
+{
+    return {"-c:v",     "libx264", "-preset",      "ultrafast",
+            "-pix_fmt", "yuv420p", "-x264-params", "keyint=60:scenecut=0:b-adapt=0:ref=3:" + parameters};
+}
+
+QStringList Encoder(QString const& name, QStringList const& more)
+{
+    return QStringList{"-c:v", name, "-pix_fmt", "yuv420p"} + more;
+}
+
+std::vector<Recipe> Recipes()
+{
+    QStringList const mpeg = {"-bf", "2", "-g", "50", "-b:v", "1M"};
+    QString const x265 = "log-level=0:bframes=4:b-adapt=0:keyint=60";
+    return {
+        {"skip-plain.mp4", X264("bframes=0")},
+        {"skip-b.mp4", X264("bframes=3:b-pyramid=none")},
+        {"skip-pyramid.mkv", X264("bframes=7:b-pyramid=normal")},
+        {"skip-open.mkv", X264("bframes=3:open-gop=1")},
+        {"skip-open.ts", X264("bframes=3:open-gop=1")},
+        {"skip-interlaced.mp4", X264("bframes=3:interlaced=1")},
+        {"skip-refresh.mp4", X264("bframes=3:intra-refresh=1")},
+        {"skip-b.flv", X264("bframes=3")},
+        {"skip-b.avi", X264("bframes=3")},
+        {"skip-late.mov", X264("bframes=3") + QStringList{"-output_ts_offset", "5"}},
+        {"skip-mpeg1.mpg", Encoder("mpeg1video", mpeg)},
+        {"skip-mpeg2.mkv", Encoder("mpeg2video", mpeg)},
+        {"skip-mpeg2i.ts", Encoder("mpeg2video", mpeg + QStringList{"-flags", "+ildct+ilme"})},
+        {"skip-mpeg4.mp4", Encoder("mpeg4", mpeg)},
+        {"skip-mpeg4.avi", Encoder("mpeg4", mpeg)},
+        {"skip-hevc.mp4", Encoder("libx265", {"-preset", "ultrafast", "-x265-params", x265})},
+        {"skip-hevc-open.mkv", Encoder("libx265", {"-preset", "ultrafast", "-x265-params", x265 + ":open-gop=1"})},
+        {"skip-vp8.webm", Encoder("libvpx", {"-deadline", "realtime", "-cpu-used", "8", "-g", "60"})},
+        {"skip-vp9.webm", Encoder("libvpx-vp9", {"-deadline", "realtime", "-cpu-used", "8", "-g", "60"})},
+    };
+}
+
+QString Make(Recipe const& recipe)
+{
+    return MakeMedia(recipe.name, Picture("128x96", rate, lengthUs / 1000000.0) + recipe.encoder);
+}
+
+void PrintTo(Recipe const& recipe, std::ostream* stream)
+{
+    *stream << recipe.name;
+}
+
+struct Delivered
+{
+    long long time = 0;
+    std::vector<uint8_t> bytes;
+
+    bool operator==(Delivered const& other) const { return time == other.time && bytes == other.bytes; }
+};
+
+void PrintTo(Delivered const& picture, std::ostream* stream)
+{
+    *stream << picture.time;
+}
+
+int CountBuffer(AVCodecContext* context, AVFrame* frame, int flags)
+{
+    ++*static_cast<int*>(context->opaque);
+    return avcodec_default_get_buffer2(context, frame, flags);
+}
+
+// A session that seeks as a host does, with as many threads as one likes.
+class Session
+{
+public:
+    Session(QString const& path, int threads, bool counts = false)
+        : input(path, AVMEDIA_TYPE_VIDEO), codec(avcodec_alloc_context3(nullptr))
+    {
+        AVStream const* stream = Stream();
+        auto const info = Probed(path);
+        VideoStream record;
+        info->GetVideoStream(input.StreamIndex(), record);
+        startTime = record.startTime;
+        avcodec_parameters_to_context(codec.get(), stream->codecpar);
+        codec->thread_count = threads;
+        if (counts) {
+            codec->opaque = &decodedPictures;
+            codec->get_buffer2 = CountBuffer;
+        }
+        avcodec_open2(codec.get(), avcodec_find_decoder(codec->codec_id), nullptr);
+        decoder.Initialize(codec.get(), stream->time_base, record.width, record.height, record.pixelAspectRatio,
+                           startTime, rate, 0, false, false);
+    }
+
+    // The first pictures from just before `target` on. The decoder hears of the target when `tellsTarget` is set;
+    // otherwise it decodes everything, and the pictures before the filter's bound are left out here.
+    std::vector<Delivered> Seek(long long target, bool tellsTarget)
+    {
+        AVRational const microseconds = {1, AV_TIME_BASE};
+        auto const ticks = av_rescale_q(target + startTime, microseconds, Stream()->time_base);
+        avformat_seek_file(input.Format(), input.StreamIndex(), 0, ticks, ticks, AVSEEK_FLAG_FRAME);
+        avcodec_flush_buffers(codec.get());
+        decoder.Flush();
+        std::vector<Delivered> delivered;
+        int forced = 0;
+        while (!IsComplete(delivered, target) && forced < 200) {
+            auto packet = input.NextPacket();
+            if (!packet)
+                ++forced; // what a dropped picture left in the decoder comes with further empty packets
+            Pictures pictures;
+            decoder.DecodePacket(packet ? packet.get() : EmptyPacket().get(), pictures, tellsTarget ? target : -1);
+            for (auto const& picture : pictures)
+                Take(*picture, target, delivered);
+        }
+        return delivered;
+    }
+
+    AVCodecContext* Codec() const { return codec.get(); }
+    int DecodedPictures() const { return decodedPictures; } // by a session that counts
+
+private:
+    AVStream* Stream() const { return input.Format()->streams[input.StreamIndex()]; }
+
+    static bool IsComplete(std::vector<Delivered> const& delivered, long long target)
+    {
+        return std::count_if(delivered.begin(), delivered.end(),
+                             [target](Delivered const& one) { return one.time >= target; }) >= picturesAfterTarget;
+    }
+
+    static void Take(DecodedVideoFrame const& picture, long long target, std::vector<Delivered>& delivered)
+    {
+        double const bound = static_cast<double>(target) - Settings::maxTrailingFramesAfterSeek * frameDuration;
+        if (picture.data && static_cast<double>(picture.startTime) >= bound)
+            delivered.push_back({picture.startTime, {picture.data, picture.data + picture.size}});
+    }
+
+    ReferenceInput input;
+    int decodedPictures = 0;
+    long long startTime = 0;
+    FfmpegPtr<AVCodecContext> codec;
+    VideoDecoder decoder; // uses the context
+};
+
+class SeekSkippingFormatTest : public testing::TestWithParam<Recipe>
+{};
+
+std::string RecipeName(testing::TestParamInfo<Recipe> const& info)
+{
+    std::string name = info.param.name;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '-' || c == '.'; }, '_');
+    return name;
+}
+
+} // namespace
+
+TEST_P(SeekSkippingFormatTest, DeliversTheSamePicturesAsWithoutSkipping)
+{
+    QString const path = Make(GetParam());
+    for (int const threads : {1, 0}) {
+        Session skipping(path, threads);
+        Session plain(path, threads);
+        size_t pictures = 0;
+        for (int i = 0; i < 8; ++i) {
+            long long const target = i * 1234567LL % lengthUs + 17;
+            auto const expected = plain.Seek(target, false);
+            EXPECT_EQ(skipping.Seek(target, true), expected) << "target " << target << ", threads " << threads;
+            pictures += expected.size();
+        }
+        EXPECT_GT(pictures, 4U * picturesAfterTarget); // a transport stream has none behind its last key picture
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SeekSkippingFormatTest, testing::ValuesIn(Recipes()), RecipeName);
+
+TEST(SeekSkippingTest, LeavesOutPicturesThatNothingRefersTo)
+{
+    // A key picture each 60, three of four pictures in between are nobody's reference.
+    Session skipping(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
+    int const decodedBefore = skipping.DecodedPictures();
+    skipping.Seek(4600000, true); // picture 115; the key picture is the 60th
+    int const decoded = skipping.DecodedPictures() - decodedBefore;
+    EXPECT_LT(decoded, 30); // 64 without skipping: 55 up to the target, 6 behind it, and what they need
+    EXPECT_GT(decoded, 20);
+}
+
+TEST(SeekSkippingTest, KeepsWhatTheHostHasSetInTheContext)
+{
+    for (AVDiscard const own : {AVDISCARD_NONE, AVDISCARD_DEFAULT, AVDISCARD_BIDIR, AVDISCARD_NONKEY}) {
+        Session session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1);
+        session.Codec()->skip_frame = own;
+        session.Seek(1500000, true);
+        EXPECT_EQ(session.Codec()->skip_frame, own);
+    }
+}
+
+// More is left out when the host wants it so: of six seconds from the start the three key pictures alone are decoded.
+TEST(SeekSkippingTest, SkipsNoLessThanTheHostAskedFor)
+{
+    Session session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
+    session.Codec()->skip_frame = AVDISCARD_NONKEY;
+    std::vector<long long> times;
+    for (Delivered const& picture : session.Seek(1500000, true))
+        times.push_back(picture.time);
+    EXPECT_EQ(times, (std::vector<long long>{2400000, 4800000}));
+    EXPECT_EQ(session.DecodedPictures(), 3);
+}
