@@ -216,6 +216,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
 // Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.
 bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop)
 {
+    source->ReadOnlyBefore(until);
     Picture picture;
     PictureSource::Result result = source->Read(picture, stop);
     for (; result == PictureSource::Result::Picture && picture->startTime < until;
