@@ -310,6 +310,13 @@ bool MediaInstance::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& 
     return videoDecoder && videoDecoder->FollowSizeChange(videoFrames);
 }
 
+void MediaInstance::DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime)
+{
+    FfmpegPtr<AVPacket> const empty(av_packet_alloc());
+    if (videoDecoder && empty)
+        videoDecoder->DecodePacket(empty.get(), videoFrames, seekTime);
+}
+
 void MediaInstance::Seek(long long time)
 {
     auto const info = mediaInfo.lock();

@@ -78,6 +78,11 @@ public:
     // up for the new coded size and appends the picture that the record stood for. False when that cannot be.
     bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames);
 
+    // Drains the video decoder as the end of the input does and leaves the packet in hand alone: appends the pictures
+    // that are held back and the mark of the end. Only a seek makes the decoder take packets again. For hosts that want
+    // a stretch of pictures and nothing after it.
+    void DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
+
     // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
     // packet found there. Images are reopened instead. A seek that fails changes nothing.
     void Seek(long long time);

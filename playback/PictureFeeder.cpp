@@ -195,8 +195,10 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
         return false;
     long long const most = std::max(std::min(room, EffectiveBudget() / 2) / std::max(pictureBytes, 1LL), 1LL);
     long long const atLeast = std::clamp(most / 2, 1LL, aim);
-    long long const earliest = std::max(span.start - most * frameStep, 0LL);
-    long long const target = std::max(span.start - atLeast * frameStep, earliest);
+    // The rate that a stream says can be far from what its pictures do: what is cached tells better.
+    long long const step = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
+    long long const earliest = std::max(span.start - most * step, 0LL);
+    long long const target = std::max(span.start - atLeast * step, earliest);
     aim = std::min(2 * aim, most);
 
     followsCache = false;
@@ -216,6 +218,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
 // Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.
 bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop)
 {
+    source->ReadOnlyBefore(until);
     Picture picture;
     PictureSource::Result result = source->Read(picture, stop);
     for (; result == PictureSource::Result::Picture && picture->startTime < until;

@@ -63,6 +63,7 @@ void PictureReader::Forget()
     dropBefore = -1;
     brokenBefore = longAgo;
     lastStart = longAgo;
+    limit = longAgo;
     drained = false;
     fruitlessDrains = 0;
 }
@@ -71,6 +72,7 @@ PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, 
 {
     if (!FindFirst(stop))
         return drained ? Result::End : Result::Stopped;
+    limit = longAgo;
     Landing landing = ReadOnTo(earliest, stop);
     long long const duration = info->GetDuration();
     long long const latest = duration > 0 ? std::min(time, duration) : time;
@@ -166,14 +168,22 @@ PictureReader::Landing PictureReader::ReadUpTo(long long time, StopCheck const& 
     return picture->startTime <= time ? Landing::Found : Landing::Late;
 }
 
+void PictureReader::ReadOnlyBefore(long long time)
+{
+    limit = time;
+}
+
 PictureSource::Result PictureReader::Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop)
 {
     while (ready.isEmpty()) {
         if (drained)
-            return Result::End;
+            return limit == longAgo || hasClosedGroups ? Result::End : Result::Stopped;
         if (stop())
             return Result::Stopped;
-        DecodePacket();
+        if (IsGroupComplete())
+            DrainGroup();
+        else
+            DecodePacket();
     }
     picture = ready.takeFirst();
     return Result::Picture;
@@ -185,6 +195,28 @@ bool PictureReader::FindFirst(StopCheck const& stop)
     while (firstTime == longAgo && !drained && !stop())
         DecodePacket();
     return firstTime != longAgo;
+}
+
+// The packet in hand begins a group of which nothing is wanted.
+bool PictureReader::IsGroupComplete() const
+{
+    bool const isWanted = limit != longAgo && hasClosedGroups && shortestStep != noStep;
+    return isWanted && instance->IsVideoPacket() && instance->IsKeyPacket() &&
+           instance->GetPacketTime() - GetOrigin() >= limit;
+}
+
+void PictureReader::DrainGroup()
+{
+    for (int i = 0; i < mostFruitlessDrains && !drained; ++i) {
+        QList<std::shared_ptr<DecodedVideoFrame>> records;
+        instance->DrainVideo(records, dropBefore < 0 ? -1 : dropBefore + Shift());
+        TakeRecords(std::move(records));
+    }
+    drained = true;
+    // Two steps are room for a picture that comes only after the key picture.
+    hasClosedGroups = newest && limit - newest->startTime < 2 * shortestStep;
+    if (hasClosedGroups)
+        ReleaseNewest(limit - 1);
 }
 
 void PictureReader::DecodePacket()
@@ -202,6 +234,8 @@ void PictureReader::DecodePacket()
     QList<std::shared_ptr<DecodedVideoFrame>> records;
     instance->DecodeOnePacket(sounds, records, dropBefore < 0 ? -1 : dropBefore + Shift());
     TakeRecords(std::move(records));
+    if (drained) // the end of the stream, whatever was wanted of it
+        limit = longAgo;
     if (drained && newest)
         ReleaseNewest(newest->startTime + DurationOf(*newest) - 1);
 }
@@ -231,6 +265,8 @@ void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
     picture->startTime -= Shift();
     if (picture->startTime < brokenBefore || picture->startTime <= lastStart)
         return;
+    if (lastStart != longAgo)
+        shortestStep = std::min(shortestStep, picture->startTime - lastStart);
     lastStart = picture->startTime;
     if (newest)
         ReleaseNewest(picture->startTime - 1);
@@ -243,7 +279,7 @@ void PictureReader::ReleaseNewest(long long endTime)
     auto const picture = std::move(newest);
     picture->endTime = endTime;
     picture->startTime = std::max(picture->startTime, 0LL);
-    if (drained)
+    if (drained && limit == longAgo)
         end = endTime + 1;
     if (endTime >= 0)
         ready.append(picture);

@@ -18,6 +18,10 @@ struct DecodedAudioFrame;
 // streams do, and pictures that stay for long begin far before the time at which they show), it is asked again for 1,
 // 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a key packet, and
 // pictures that show before that key picture are left out, because they may refer to what was not decoded.
+//
+// Where a stretch ends with a group, the decoder is drained there, as the pictures that it holds back would otherwise
+// come only with some of the next group. Groups are not always closed, though: should a picture be missing between the
+// last one and the end of the stretch, reading stops there and the stretch is read again without that.
 class TAVOLINPLAYBACK_EXPORT PictureReader : public PictureSource
 {
 public:
@@ -28,6 +32,7 @@ public:
     bool Open(); // false when there is no stream of pictures that can be decoded
 
     Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
+    void ReadOnlyBefore(long long time) override;
     Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
     long long GetEnd() const override;
     QString GetError() const override;
@@ -45,6 +50,8 @@ private:
     Landing SeekAndRead(long long target, long long latest, long long earliest, StopCheck const& stop);
     bool IsShortlyAhead(long long time) const;
     bool FindFirst(StopCheck const& stop);
+    bool IsGroupComplete() const;
+    void DrainGroup();
     void DecodePacket();
     void TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> records);
     void TakePicture(std::shared_ptr<DecodedVideoFrame> picture);
@@ -53,6 +60,7 @@ private:
     long long DurationOf(DecodedVideoFrame const& picture) const;
 
     static constexpr long long longAgo = std::numeric_limits<long long>::min();
+    static constexpr long long noStep = std::numeric_limits<long long>::max();
 
     std::shared_ptr<MediaInfo> info;
     double untimedRate;
@@ -62,8 +70,11 @@ private:
     long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off
     long long dropBefore = -1;     // media time for the decoder's filter; negative: none
     long long brokenBefore = longAgo;
-    long long lastStart = longAgo; // of the pictures taken since the last landing
-    bool drained = false;          // the mark of the end has come
+    long long lastStart = longAgo;   // of the pictures taken since the last landing
+    long long limit = longAgo;       // no picture from here on is wanted
+    long long shortestStep = noStep; // between two pictures so far
+    bool hasClosedGroups = true;     // as far as is known: no picture before a key picture comes after it in the stream
+    bool drained = false;            // the mark of the end has come
     int fruitlessDrains = 0;
     long long end = -1;
     long long decodedCount = 0;

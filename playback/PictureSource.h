@@ -24,11 +24,15 @@ public:
         Stopped, // by the check; after a stopped SeekTo the next call is to be another one
     };
 
-    virtual ~PictureSource() = default;
+    virtual ~PictureSource();
 
     // So that the next picture read is the one showing at `time` (the last one for a later time), or an earlier one
     // that has to be decoded for it anyway: not before the one showing at `earliest`, though, which is at most `time`.
     virtual Result SeekTo(long long time, long long earliest, StopCheck const& stop) = 0;
+
+    // No picture from `time` on, at which one starts, will be read before the next seek: a source that can tell where
+    // what lies before it is complete then says End, and spares itself what comes after.
+    virtual void ReadOnlyBefore(long long time);
 
     // The next picture, the caller's to keep.
     virtual Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) = 0;

@@ -259,8 +259,8 @@ TEST_F(EngineTest, TurningDecodesNothingAnewThatIsCached)
     engine.SetSpeed(-1.0);
     for (int i = 0; i < 20; ++i) {
         Wait();
-        time->Advance(40000);
         Shown();
+        time->Advance(40000);
     }
     engine.SetSpeed(1.0);
     Wait();
@@ -286,8 +286,8 @@ TEST_F(EngineTest, TheBudgetHoldsBothWays)
     for (int i = 0; i < 100; ++i) {
         Wait();
         EXPECT_LE(Status().cachedBytes, budget + picture) << i;
-        time->Advance(40000);
         Shown();
+        time->Advance(40000);
     }
     engine.SetCacheBudget(10 * picture);
     Wait();

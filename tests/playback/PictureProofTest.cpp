@@ -175,7 +175,7 @@ TEST_P(PictureProofTest, ABudgetSmallerThanAGroupChangesNothing)
 {
     options.cacheBudget = 1; // the least, four pictures
     Open();
-    size_t const from = std::min(pictures.size() - 1, size_t{70});
+    size_t const from = std::min(pictures.size() - 1, size_t{30});
     engine->Seek(pictures[from].time);
     Wait();
     engine->SetSpeed(-1.0);

@@ -1,0 +1,5 @@
+#include "playback/PictureSource.h"
+
+PictureSource::~PictureSource() = default;
+
+void PictureSource::ReadOnlyBefore(long long) {}
