@@ -25,7 +25,7 @@ bool IsPicture(DecodedVideoFrame const* record)
 PictureView::PictureView(Painting painting, QWidget* parent) : QWidget(parent)
 {
     setMouseTracking(true);
-    openGl = painting == Painting::OpenGl || (painting == Painting::Automatic && OpenGlSurface::IsAvailable());
+    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable();
     if (openGl)
         surface = new OpenGlSurface(this);
     else

@@ -18,9 +18,9 @@ class PictureView : public QWidget
     Q_OBJECT
 
 public:
-    enum class Painting { Automatic, OpenGl, Painter };
+    enum class Painting { OpenGl, Painter };
 
-    // Automatic takes OpenGL where this computer has it.
+    // With OpenGL only where this computer has it, else with the painter.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
 
     bool PaintsWithOpenGl() const;

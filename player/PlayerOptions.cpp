@@ -30,7 +30,7 @@ void Declare(QCommandLineParser& parser)
         {"volume", "Volume in percent, 0 to 100.", "PERCENT"},
         {"geometry", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP.", "GEOMETRY"},
         {"audio", "Where sound goes: portaudio, null (nowhere) or wav:PATH.", "OUTPUT"},
-        {"opengl", "Paint with OpenGL: yes, no, or auto.", "yes|no|auto"},
+        {"opengl", "Paint with OpenGL; --opengl=no does not, nor does a computer without it.", "yes|no"},
     });
 }
 
@@ -118,8 +118,6 @@ std::optional<QString> Audio(QString const& text)
 
 std::optional<PictureView::Painting> Painting(QString const& text)
 {
-    if (text == "auto")
-        return PictureView::Painting::Automatic;
     auto const wanted = YesOrNo(text);
     if (!wanted)
         return std::nullopt;

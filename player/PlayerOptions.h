@@ -24,7 +24,7 @@ public:
     std::optional<double> sequenceRate; // pictures per second
     std::optional<QRect> geometry;      // the position is (-1, -1) when only a size was given
     QString audio = "portaudio";
-    PictureView::Painting painting = PictureView::Painting::Automatic;
+    PictureView::Painting painting = PictureView::Painting::OpenGl;
 
     // `arguments` begin with the program's name. On a fault the sentence is in `fault`; when help or the version were
     // asked for, their text is in `text`.

@@ -273,6 +273,13 @@ void PlayerWindow::TakeFailed(PlaybackStatus const& status)
     view->Show(nullptr);
     welcome->Show(status.error, recentFiles.Load());
     setWindowTitle("Tavolin Player");
+    if (!options.once)
+        return;
+    std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(status.error));
+    if (playlist.Move(1))
+        OpenCurrent();
+    else
+        close();
 }
 
 void PlayerWindow::StartSound(PlaybackStatus const& status)

@@ -32,7 +32,7 @@ constexpr PlayerOption playerOptions[] = {
     {"volume", "PERCENT", "Volume, 0 to 100."},
     {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
     {"audio", "OUTPUT", "Where sound goes: portaudio, null or wav:PATH."},
-    {"opengl", "yes|no|auto", "Whether to paint with OpenGL."},
+    {"opengl", "yes|no", "Whether to paint with OpenGL."},
 };
 
 QStringList PlayerArguments(QCommandLineParser const& parser)

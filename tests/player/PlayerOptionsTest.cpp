@@ -36,7 +36,7 @@ TEST(PlayerOptionsTest, LeavesToTheSettingsWhatIsNotSaid)
     EXPECT_EQ(options.cacheMegabytes, std::nullopt);
     EXPECT_EQ(options.geometry, std::nullopt);
     EXPECT_EQ(options.audio, "portaudio");
-    EXPECT_EQ(options.painting, PictureView::Painting::Automatic);
+    EXPECT_EQ(options.painting, PictureView::Painting::OpenGl);
     EXPECT_EQ(Parsed({"--loop=no"}).loop, false);
 }
 
