@@ -526,6 +526,10 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     };
     lock.unlock();
     OpenedSource source = OpenedSource::Open(asked, askedSequence, options, stop);
+    if (!options.withPictures && source.hasSound) {
+        source.kind = SourceKind::Sound;
+        source.pictures.reset();
+    }
     bool const wantsSound = source.hasSound && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
     QString trouble;
     auto made = MakeMedia(std::move(source), trouble, stop);

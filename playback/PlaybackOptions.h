@@ -32,6 +32,7 @@ struct PlaybackOptions
 
     bool isLinearColorSpace = false; // pictures of what is opened are in linear light and become gamma-encoded
     bool withSound = true;           // false leaves the sound of movies alone
+    bool withPictures = true;        // false plays a source that has sound by it alone: 0 is the container's 0 then
     double muteAboveSpeed = 4.0;     // a higher speed, either way, is played without sound
     long long previewRest = 150000;  // microseconds without a new preview seek after which the exact picture is decoded
 };

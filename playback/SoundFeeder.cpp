@@ -24,6 +24,18 @@ long long Scaled(long long duration, PlayNeed const& need)
     return static_cast<long long>(static_cast<double>(duration) * Haste(need));
 }
 
+// Packets of raw sound begin wherever a seek lands, so that the last one of a piece can reach into the next.
+void CutAt(DecodedAudioFrame& frame, long long time)
+{
+    if (frame.endTime < time || frame.frameCount <= 0)
+        return;
+    int const channels = frame.sampleCount / frame.frameCount;
+    double const seconds = static_cast<double>(time - frame.startTime) / static_cast<double>(second);
+    frame.frameCount = std::min(static_cast<int>(std::lround(seconds * frame.sampleRate)), frame.frameCount);
+    frame.sampleCount = frame.frameCount * channels;
+    frame.endTime = time - 1;
+}
+
 } // namespace
 
 SoundFeeder::SoundFeeder(std::unique_ptr<SoundReader> newReader, long long newOrigin)
@@ -124,6 +136,9 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
         frames.push_back(frame);
     if (result == SoundReader::Result::Stopped)
         return true;
+    bool const isBeforeOthers = cover.from <= cover.to;
+    if (isBeforeOthers && !frames.empty())
+        CutAt(*frames.back(), cover.from);
     for (auto next = frames.rbegin(); next != frames.rend(); ++next)
         output->Append(*next, false);
     bool const isFirst = target == 0 || frames.empty() || frames.front()->startTime > target;

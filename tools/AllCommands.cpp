@@ -1,5 +1,6 @@
 #include "tools/AllCommands.h"
 
+#include "tools/AudioCommand.h"
 #include "tools/DecodeCommand.h"
 #include "tools/FrameCommand.h"
 #include "tools/InfoCommand.h"
@@ -11,6 +12,7 @@ std::vector<std::unique_ptr<Command>> AllCommands()
     commands.push_back(std::make_unique<InfoCommand>());
     commands.push_back(std::make_unique<DecodeCommand>());
     commands.push_back(std::make_unique<FrameCommand>());
+    commands.push_back(std::make_unique<AudioCommand>());
     commands.push_back(std::make_unique<PlayCommand>());
     return commands;
 }

@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
 constexpr int progressIntervalMs = 200;
 
+std::mutex mutex; // of standard error
 bool progressShown = false;
 
 void Write(FILE* file, QByteArray const& bytes)
@@ -28,6 +30,13 @@ bool IsTimeForProgress()
     return true;
 }
 
+void EraseProgress()
+{
+    if (progressShown)
+        Write(stderr, "\r\033[K");
+    progressShown = false;
+}
+
 } // namespace
 
 void Console::WriteData(QString const& text)
@@ -42,12 +51,14 @@ bool Console::FinishData()
 
 void Console::Say(QString const& message)
 {
-    ClearProgress();
+    std::lock_guard const lock(mutex);
+    EraseProgress();
     Write(stderr, "tavolin: " + message.toUtf8() + '\n');
 }
 
 void Console::ShowProgress(QString const& message)
 {
+    std::lock_guard const lock(mutex);
     if (!IsTimeForProgress())
         return;
     Write(stderr, "\r\033[K" + message.toUtf8());
@@ -56,7 +67,6 @@ void Console::ShowProgress(QString const& message)
 
 void Console::ClearProgress()
 {
-    if (progressShown)
-        Write(stderr, "\r\033[K");
-    progressShown = false;
+    std::lock_guard const lock(mutex);
+    EraseProgress();
 }

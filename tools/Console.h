@@ -3,7 +3,7 @@
 #include <QString>
 
 // The two ways out of a command: data on standard output, for programs and people, and everything said about the work
-// on standard error. Text is written as UTF-8 whatever the locale. One thread.
+// on standard error. Text is written as UTF-8 whatever the locale. Any thread.
 namespace Console {
 
 void WriteData(QString const& text); // as it stands

@@ -8,6 +8,7 @@
 #include "tools/MessageLog.h"
 #include "tools/SourceReader.h"
 #include "tools/TimeRange.h"
+#include "tools/TimeRangeOptions.h"
 #include "tools/TimeText.h"
 
 #include <QCommandLineParser>
@@ -25,31 +26,6 @@ struct Request
     TimeRange range;
     bool withSums = false;
 };
-
-bool TakeTime(QCommandLineParser const& parser, QString const& option, long long& time)
-{
-    if (!parser.isSet(option))
-        return true;
-    auto const parsed = TimeText::Parse(parser.value(option));
-    if (!parsed) {
-        Console::Say(QStringLiteral("\"%1\" is not a time").arg(parser.value(option)));
-        return false;
-    }
-    time = *parsed;
-    return true;
-}
-
-bool TakeRequest(QCommandLineParser const& parser, Request& request)
-{
-    request.withSums = parser.isSet(QStringLiteral("md5"));
-    if (!TakeTime(parser, QStringLiteral("from"), request.range.from) ||
-        !TakeTime(parser, QStringLiteral("to"), request.range.to))
-        return false;
-    if (request.range.from < request.range.to)
-        return true;
-    Console::Say(QStringLiteral("--from must come before --to"));
-    return false;
-}
 
 bool Start(SourceReader& reader, MediaSource const& source, TimeRange const& range)
 {
@@ -151,14 +127,14 @@ QString DecodeCommand::GetDescription() const
 void DecodeCommand::AddOptions(QCommandLineParser& parser) const
 {
     parser.addOption({QStringLiteral("md5"), QStringLiteral("Print a line with an MD5 sum for each record.")});
-    parser.addOption({QStringLiteral("from"), QStringLiteral("Begin at this time."), QStringLiteral("TIME")});
-    parser.addOption({QStringLiteral("to"), QStringLiteral("End before this time."), QStringLiteral("TIME")});
+    TimeRangeOptions::Add(parser);
 }
 
 ExitCode DecodeCommand::Run(QCommandLineParser const& parser, MessageLog& log)
 {
     Request request;
-    if (!TakeRequest(parser, request))
+    request.withSums = parser.isSet(QStringLiteral("md5"));
+    if (!TimeRangeOptions::Take(parser, request.range))
         return ExitCode::Usage;
     return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Decode(path, request, log); });
 }

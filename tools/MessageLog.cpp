@@ -25,13 +25,14 @@ MessageLog::MessageLog()
 
 MessageLog::~MessageLog()
 {
-    ShowRepetitions();
     Logger::GetInstance().SetSink(nullptr);
+    ShowRepetitions();
 }
 
 void MessageLog::BeginSource(QString const& name)
 {
     EndSource();
+    std::lock_guard const lock(mutex);
     source = name;
     errorCount = 0;
     lastError.clear();
@@ -40,13 +41,33 @@ void MessageLog::BeginSource(QString const& name)
 
 void MessageLog::EndSource()
 {
+    std::lock_guard const lock(mutex);
     ShowRepetitions();
     source.clear();
     lastLine.clear();
 }
 
+int MessageLog::GetErrorCount() const
+{
+    std::lock_guard const lock(mutex);
+    return errorCount;
+}
+
+QString MessageLog::GetLastError() const
+{
+    std::lock_guard const lock(mutex);
+    return lastError;
+}
+
+int MessageLog::GetLastErrorCode() const
+{
+    std::lock_guard const lock(mutex);
+    return lastErrorCode;
+}
+
 void MessageLog::Take(Logger::Level level, QString const& message, int code)
 {
+    std::lock_guard const lock(mutex);
     if (level == Logger::Level::Error) {
         ++errorCount;
         lastError = message;

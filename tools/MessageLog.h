@@ -4,8 +4,10 @@
 
 #include <QString>
 
+#include <mutex>
+
 // Takes the library's messages for as long as it lives: shows them on standard error, each with the source that it is
-// about and runs of one message counted, and remembers the errors. One at a time.
+// about and runs of one message counted, and remembers the errors. One at a time; messages may come on any thread.
 class MessageLog
 {
 public:
@@ -17,14 +19,15 @@ public:
     void BeginSource(QString const& name); // starts the count of errors again
     void EndSource();
 
-    int GetErrorCount() const { return errorCount; } // of this source
-    QString const& GetLastError() const { return lastError; }
-    int GetLastErrorCode() const { return lastErrorCode; } // FFmpeg's, 0 without one
+    int GetErrorCount() const; // of this source
+    QString GetLastError() const;
+    int GetLastErrorCode() const; // FFmpeg's, 0 without one
 
 private:
     void Take(Logger::Level level, QString const& message, int code);
     void ShowRepetitions();
 
+    mutable std::mutex mutex; // of everything below
     QString source;
     QString lastLine;
     int repetitions = 0; // of lastLine, not shown yet

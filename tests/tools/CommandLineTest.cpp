@@ -22,14 +22,14 @@ TEST(CommandLineTest, HelpsOnStandardOutput)
         ToolRun const run = RunTavolin(arguments);
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.errors, "");
-        for (char const* command : {"info", "decode", "frame"})
+        for (char const* command : {"info", "decode", "frame", "audio"})
             EXPECT_TRUE(run.Output().contains(QStringLiteral("\n  %1 ").arg(command))) << command;
     }
 }
 
 TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 {
-    for (QString const& command : QStringList{"info", "decode", "frame"}) {
+    for (QString const& command : QStringList{"info", "decode", "frame", "audio"}) {
         ToolRun const run = RunTavolin({"help", command});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_TRUE(run.output.startsWith("Usage: tavolin " + command.toUtf8() + " FILE"));
@@ -39,8 +39,9 @@ TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 
 TEST(CommandLineTest, KeepsHelpWithin80Columns)
 {
-    for (QStringList const& arguments : {QStringList{"help"}, QStringList{"help", "info"},
-                                         QStringList{"help", "decode"}, QStringList{"help", "frame"}}) {
+    for (QStringList const& arguments :
+         {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
+          QStringList{"help", "audio"}, QStringList{"help"}}) {
         for (QString const& line : RunTavolin(arguments).Lines())
             EXPECT_LE(line.size(), 80) << line.toStdString();
     }
@@ -69,7 +70,15 @@ TEST(CommandLineTest, AnswersWrongUsageWithTwo)
                                       {"frame", "a.mp4", "-o", "a.png"},
                                       {"frame", "a.mp4", "--at", "-1", "-o", "a.png"},
                                       {"frame", "a.mp4", "--at", "1", "-o", "a.gif"},
-                                      {"frame", "a.mp4", "b.mp4", "--at", "1", "-o", "a.png"}};
+                                      {"frame", "a.mp4", "b.mp4", "--at", "1", "-o", "a.png"},
+                                      {"audio", "-o", "a.wav"},
+                                      {"audio", "a.mp4"},
+                                      {"audio", "a.mp4", "-o", "a.mp3"},
+                                      {"audio", "a.mp4", "-o", "a.wav", "--speed", "0"},
+                                      {"audio", "a.mp4", "-o", "a.wav", "--speed", "17"},
+                                      {"audio", "a.mp4", "-o", "a.wav", "--speed", "x"},
+                                      {"audio", "a.mp4", "-o", "a.wav", "--volume", "-1"},
+                                      {"audio", "a.mp4", "-o", "a.wav", "--from", "2", "--to", "1"}};
     for (QStringList const& arguments : wrong) {
         ToolRun const run = RunTavolin(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments.join(' ').toStdString();

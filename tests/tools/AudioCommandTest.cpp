@@ -1,0 +1,185 @@
+#include "tests/support/Media.h"
+#include "tests/tools/ToolMedia.h"
+#include "tests/tools/ToolRun.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+constexpr int rate = 8000;
+constexpr int fade = rate / 200; // frames of the 5 ms at the start
+
+// Two channels whose every frame tells its number: it, and its negative.
+QByteArray Counting(int frames)
+{
+    QByteArray bytes;
+    for (int i = 0; i < frames; ++i) {
+        for (int sample : {i, -i}) {
+            bytes.append(static_cast<char>(sample & 0xFF));
+            bytes.append(static_cast<char>(sample >> 8 & 0xFF));
+        }
+    }
+    return bytes;
+}
+
+// Three seconds.
+QString CountingFile()
+{
+    return WriteMedia("counting.wav", WavBytes(1, 2, rate, 16, Counting(3 * rate)));
+}
+
+class AudioCommandTest : public testing::Test
+{
+protected:
+    ToolRun Render(QString const& source, QStringList const& options)
+    {
+        return RunTavolin(QStringList{"audio", source, "-o", PathOf("out.wav")} + options);
+    }
+
+    QString PathOf(QString const& name) const { return folder.filePath(name); }
+
+    // Behind the head of 44 bytes.
+    std::vector<short> Written() const
+    {
+        QByteArray const bytes = ReadMedia(PathOf("out.wav")).mid(44);
+        std::vector<short> samples(static_cast<size_t>(bytes.size()) / 2);
+        qFromLittleEndian<short>(bytes.constData(), static_cast<qsizetype>(samples.size()), samples.data());
+        return samples;
+    }
+
+    // That each frame behind the fade is the source's at `first`, and `step` further for each one.
+    void ExpectCount(int frames, int first, int step)
+    {
+        std::vector<short> const samples = Written();
+        ASSERT_EQ(samples.size(), static_cast<size_t>(2 * frames));
+        for (int i = fade; i < frames; ++i) {
+            auto const place = static_cast<size_t>(2 * i);
+            ASSERT_EQ(samples[place], first + i * step) << i;
+            ASSERT_EQ(samples[place + 1], -(first + i * step)) << i;
+        }
+        EXPECT_EQ(samples[0], 0);
+        EXPECT_LT(std::abs(samples[2 * fade / 2]), std::abs(first + fade / 2 * step) + 1);
+    }
+
+    QTemporaryDir folder;
+};
+
+} // namespace
+
+TEST_F(AudioCommandTest, GivesTheSamplesThemselvesAtNormalSpeed)
+{
+    ToolRun const run = Render(CountingFile(), {});
+    EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
+    EXPECT_EQ(run.Output(), PathOf("out.wav") + ": 00:00:03.000 of sound, 24000 frames, 2 channels at 8000 Hz\n");
+    ExpectCount(24000, 0, 1);
+    QByteArray const samples = Counting(3 * rate);
+    EXPECT_EQ(ReadMedia(PathOf("out.wav")).left(44), WavBytes(1, 2, rate, 16, samples).left(44));
+}
+
+TEST_F(AudioCommandTest, GivesTheReverseBackwards)
+{
+    ASSERT_EQ(Render(CountingFile(), {"--speed", "-1"}).exitCode, 0);
+    ExpectCount(24000, 23999, -1);
+}
+
+TEST_F(AudioCommandTest, GivesTheRangeAlone)
+{
+    ASSERT_EQ(Render(CountingFile(), {"--from", "1", "--to", "2.5"}).exitCode, 0);
+    ExpectCount(12000, 8000, 1);
+    ASSERT_EQ(Render(CountingFile(), {"--from", "1", "--to", "2.5", "--speed=-1"}).exitCode, 0);
+    ExpectCount(12000, 19999, -1);
+    ASSERT_EQ(Render(CountingFile(), {"--from", "2", "--to", "99"}).exitCode, 0);
+    ExpectCount(8000, 16000, 1);
+}
+
+TEST_F(AudioCommandTest, LeavesOutAndRepeatsFramesAtOtherSpeeds)
+{
+    ASSERT_EQ(Render(CountingFile(), {"--speed", "2"}).exitCode, 0);
+    std::vector<short> const fast = Written();
+    ASSERT_EQ(fast.size(), 2U * 12000);
+    for (size_t i = fade; i + 1 < fast.size() / 2; ++i)
+        ASSERT_EQ(fast[2 * (i + 1)] - fast[2 * i], 2) << i;
+    ASSERT_EQ(Render(CountingFile(), {"--speed", "0.5"}).exitCode, 0);
+    std::vector<short> const slow = Written();
+    ASSERT_EQ(slow.size(), 2U * 48000);
+    EXPECT_NEAR(slow[slow.size() / 2], 12000, 20);
+}
+
+TEST_F(AudioCommandTest, IsHeardAtEverySpeed)
+{
+    ASSERT_EQ(Render(CountingFile(), {"--speed", "-16"}).exitCode, 0);
+    std::vector<short> const samples = Written();
+    ASSERT_EQ(samples.size(), 2U * 1500);
+    EXPECT_NEAR(samples[samples.size() / 2], 12000, 50);
+}
+
+TEST_F(AudioCommandTest, ScalesBySound)
+{
+    ASSERT_EQ(Render(CountingFile(), {"--volume", "0.5"}).exitCode, 0);
+    EXPECT_EQ(Written().at(2 * 10001), 5000);
+}
+
+TEST_F(AudioCommandTest, TakesTheSoundOfAMovieWithoutItsPictures)
+{
+    QString const movie = Movie("sound.mov", {"-c:v", "libx264", "-c:a", "pcm_s16le"});
+    QString const plain = MakeMedia("sound-alone.wav", {"-i", movie, "-vn", "-c:a", "copy", "-bitexact"});
+    ASSERT_EQ(Render(movie, {}).exitCode, 0);
+    QByteArray const expected = ReadMedia(plain).mid(44);
+    QByteArray const written = ReadMedia(PathOf("out.wav")).mid(44);
+    EXPECT_EQ(written.size(), expected.size());
+    int const faded = 4 * 44100 / 200;
+    EXPECT_EQ(written.mid(faded), expected.mid(faded));
+}
+
+TEST_F(AudioCommandTest, ReadsAFileWhoseNameLooksLikeAPattern)
+{
+    ASSERT_TRUE(QFile::copy(CountingFile(), PathOf("take%03d.wav")));
+    ASSERT_EQ(Render(PathOf("take%03d.wav"), {}).exitCode, 0);
+    ExpectCount(24000, 0, 1);
+}
+
+TEST_F(AudioCommandTest, AnswersARangeWithoutSoundWithFour)
+{
+    ToolRun const run = Render(CountingFile(), {"--from", "3"});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains("there is no sound in the time asked for"));
+    EXPECT_FALSE(QFile::exists(PathOf("out.wav")));
+}
+
+TEST_F(AudioCommandTest, SaysThatPicturesHaveNoSound)
+{
+    ToolRun const run = Render(MovingPicture("mute.mp4", {"-c:v", "libx264"}), {});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("there is no sound in it"));
+}
+
+TEST_F(AudioCommandTest, LeavesNothingWhereWritingFails)
+{
+    ToolRun const run = RunInShell("ulimit -f 16; trap '' XFSZ; exec \"$1\" audio \"$2\" -o \"$3\"",
+                                   {CountingFile(), PathOf("out.wav")});
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_TRUE(run.errors.contains("out.wav: cannot be written: ")) << run.errors.toStdString();
+    EXPECT_TRUE(QDir(folder.path()).isEmpty());
+}
+
+TEST_F(AudioCommandTest, RefusesMoreThanTheFormatHolds)
+{
+    // 22 MiB of bytes, of which each becomes a hundred samples of two.
+    QFile file(PathOf("long.wav"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(WavBytes(1, 1, 48000, 8, QByteArray(22 << 20, '\0')).left(44));
+    ASSERT_TRUE(file.resize(44 + (22 << 20)));
+    file.close();
+    ToolRun const run = Render(PathOf("long.wav"), {"--speed", "0.01"});
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_TRUE(run.errors.contains("a WAV file holds 4 GiB at most, and this takes ")) << run.errors.toStdString();
+    EXPECT_FALSE(QFile::exists(PathOf("out.wav")));
+}
