@@ -157,7 +157,7 @@ void SoundReader::TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTi
         return;
     long long const duration = frame->endTime - frame->startTime;
     bool const isFirst = lastStart == unknown;
-    bool const isBehind = frame->startTime <= lastStart || frame->startTime < nextTime - smallestHole;
+    bool const isBehind = !isFirst && (frame->startTime <= lastStart || frame->startTime < nextTime - smallestHole);
     if (!isFirst && (!hasTime || isBehind))
         frame->startTime = nextTime;
     if (!isFirst && frame->startTime > nextTime + smallestHole)
