@@ -202,7 +202,7 @@ bool PictureReader::IsGroupComplete() const
 {
     bool const isWanted = limit != longAgo && hasClosedGroups && shortestStep != noStep;
     return isWanted && instance->IsVideoPacket() && instance->IsKeyPacket() &&
-           instance->GetPacketTime() - GetOrigin() >= limit;
+           instance->GetPacketTime() >= limit + GetOrigin();
 }
 
 void PictureReader::DrainGroup()
