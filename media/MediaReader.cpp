@@ -16,6 +16,7 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -45,19 +46,57 @@ public:
         return closing.get();
     }
 
+    // Whether no picture that the stream decodes after `first`, its first packet, is shown before it, and a codec that
+    // holds back `delay` pictures would deliver it within the head. The packets that tell so are read and kept: a later
+    // picture is never shown before its own decoding time, nor before an earlier one's.
+    bool IsShownFirst(AVPacket const& first, int streamIndex, int delay)
+    {
+        if ((first.flags & AV_PKT_FLAG_KEY) == 0 || first.pts == AV_NOPTS_VALUE)
+            return false;
+        int const fewestAhead = 2 * (delay + 1); // each picture can come as two fields
+        bool isFirst = false;
+        for (int ahead = 0; !isFirst || ahead < fewestAhead; ++ahead) {
+            AVPacket const* later = ahead < mostAhead ? Peek(streamIndex, ahead) : nullptr;
+            if (!later)
+                return ended;
+            if (!isFirst && (later->pts == AV_NOPTS_VALUE || later->pts <= first.pts))
+                return false;
+            isFirst = isFirst || (later->dts != AV_NOPTS_VALUE && later->dts >= first.pts);
+        }
+        return true;
+    }
+
 private:
+    using Packets = std::list<FfmpegPtr<AVPacket>>;
+
     static constexpr int mostPackets = 250;
+    static constexpr int mostAhead = 40; // two fields of each picture that a codec can hold back, and some
+
+    Packets::iterator FindKept(int streamIndex, int position = 0)
+    {
+        return std::find_if(kept.begin(), kept.end(),
+                            [&](auto const& packet) { return packet->stream_index == streamIndex && position-- == 0; });
+    }
+
+    // The packet of the stream that has `position` others before it, all of them kept; null when there is none.
+    AVPacket const* Peek(int streamIndex, int position)
+    {
+        auto packet = FindKept(streamIndex, position);
+        while (packet == kept.end() && !ended && packetsRead < mostPackets) {
+            if (auto next = Read(streamIndex))
+                packet = kept.insert(kept.end(), std::move(next));
+        }
+        return packet == kept.end() ? nullptr : packet->get();
+    }
 
     FfmpegPtr<AVPacket> TakeKept(int streamIndex)
     {
-        for (auto packet = kept.begin(); packet != kept.end(); ++packet) {
-            if ((*packet)->stream_index == streamIndex) {
-                auto found = std::move(*packet);
-                kept.erase(packet);
-                return found;
-            }
-        }
-        return nullptr;
+        auto const packet = FindKept(streamIndex);
+        if (packet == kept.end())
+            return nullptr;
+        auto found = std::move(*packet);
+        kept.erase(packet);
+        return found;
     }
 
     // The next packet of the file when it belongs to the stream. One of another video stream is kept for its reader.
@@ -84,7 +123,7 @@ private:
     int closingReader = -1; // the stream that got the closing packet last
     FfmpegPtr<AVPacket> closing;
     FfmpegPtr<AVPacket> current;
-    std::list<FfmpegPtr<AVPacket>> kept;
+    Packets kept;
 };
 
 // The stream's rate, rounded to three decimals; 0.0 when it says none that can be used.
@@ -169,6 +208,21 @@ void SetStartTime(VideoStream& record, MediaInfo const& info, long long startTim
             .arg(QString::number(record.streamIndex), info.GetFileName(), QString::number(startTime)));
 }
 
+// Takes the picture of the stream's first packet out of a codec that would deliver it only after the pictures that it
+// decodes meanwhile. A codec that has none to give starts anew with that packet.
+void DrainFirstPicture(VideoDecoder& decoder, AVCodecContext* context, AVPacket const* first,
+                       QList<std::shared_ptr<DecodedVideoFrame>>& frames)
+{
+    FfmpegPtr<AVPacket> const empty(av_packet_alloc());
+    decoder.DecodePacket(empty.get(), frames, -1);
+    bool const hasPicture = !frames.isEmpty() && frames.first()->width > 0;
+    if (hasPicture)
+        return;
+    frames.clear();
+    avcodec_flush_buffers(context);
+    avcodec_send_packet(context, first);
+}
+
 // Decodes until `frames` holds a record. The list is the caller's for all video streams and is never emptied: with
 // several of them, the later ones start when the first record of all starts.
 void FindStartTime(VideoStream& record, MediaInfo const& info, AVFormatContext* formatContext, FileHead& head,
@@ -184,8 +238,13 @@ void FindStartTime(VideoStream& record, MediaInfo const& info, AVFormatContext* 
     decoder.SetTimesOnly(true);
     decoder.Initialize(context.get(), stream->time_base, record.width, record.height, record.pixelAspectRatio, 0,
                        record.frameRate, 0, info.IsImage(), info.IsLinearColorSpace());
+    bool isFirst = true;
     while (AVPacket* packet = head.Next(record.streamIndex)) {
         decoder.DecodePacket(packet, frames, -1);
+        if (isFirst && frames.isEmpty() &&
+            head.IsShownFirst(*packet, record.streamIndex, stream->codecpar->video_delay))
+            DrainFirstPicture(decoder, context.get(), packet, frames);
+        isFirst = false;
         if (!frames.isEmpty()) {
             SetStartTime(record, info, frames.first()->startTime);
             return;

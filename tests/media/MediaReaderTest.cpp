@@ -146,6 +146,16 @@ long long FirstPictureUs(QString const& path)
     return times.at(0);
 }
 
+long long FirstPacketUs(QString const& path)
+{
+    AVFormatContext* opened = nullptr;
+    avformat_open_input(&opened, path.toUtf8().constData(), nullptr, nullptr);
+    FfmpegPtr<AVFormatContext> const context(opened);
+    FfmpegPtr<AVPacket> const packet(av_packet_alloc());
+    av_read_frame(opened, packet.get());
+    return av_rescale_q(packet->pts, opened->streams[packet->stream_index]->time_base, AV_TIME_BASE_Q);
+}
+
 } // namespace
 
 // Opening
@@ -653,6 +663,21 @@ TEST(MediaReaderTest, DrainsAShortFileForItsFirstPicture)
                                                            "b-pyramid=normal:bframes=2", "-output_ts_offset", "3"});
     EXPECT_EQ(Probed(path)->GetStartTime(), FirstPictureUs(path));
     EXPECT_GE(Probed(path)->GetStartTime(), 3000000);
+}
+
+// A key frame that others lead is not the first one to be shown, though the first to be decoded.
+TEST(MediaReaderTest, StartsAtAPictureThatLeadsTheFirstKeyFrame)
+{
+    QString const whole =
+        MakeMedia("leading-whole.ts",
+                  Picture("320x240", 25, 3) +
+                      QStringList{"-c:v", "libx265", "-x265-params",
+                                  "log-level=none:open-gop=0:radl=2:keyint=20:min-keyint=20:bframes=4:scenecut=0"});
+    QString const cut =
+        MakeMedia("leading.ts", QStringList{"-ss", "0.9", "-i", whole, "-c", "copy", "-copyts", "-muxdelay", "0"});
+    long long const firstPacket = FirstPacketUs(cut);
+    EXPECT_EQ(FirstPictureUs(cut), firstPacket - 80000);
+    EXPECT_EQ(Probed(cut)->GetStartTime(), firstPacket - 80000);
 }
 
 // The head of a file is 250 packets. Sound comes first here, and then the only pictures.
