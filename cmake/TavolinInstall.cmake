@@ -111,6 +111,6 @@ configure_package_config_file(
     "${PROJECT_SOURCE_DIR}/cmake/TavolinAVConfig.cmake.in" "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake"
     INSTALL_DESTINATION "${TAVOLIN_CONFIG_DIR}" NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
-    COMPATIBILITY SameMinorVersion) # before 1.0 each minor version may change the interface
+    COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake" "${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
     DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)

@@ -2,10 +2,15 @@
 # Sourced by run and test. Debian and its relatives get what is missing; elsewhere it is only named.
 
 build_packages=(
-    cmake ninja-build g++ pkg-config qtbase5-dev
+    cmake ninja-build g++ pkg-config qtbase5-dev portaudio19-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
 )
-test_packages=(ffmpeg libgtest-dev libbenchmark-dev)
+test_packages=(
+    ffmpeg libgtest-dev libbenchmark-dev
+    xvfb xauth libgl1-mesa-dri
+    pulseaudio pulseaudio-utils libasound2-plugins
+    desktop-file-utils appstream mandoc
+)
 
 is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | head -n 1) == installed ]]
