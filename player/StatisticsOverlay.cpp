@@ -11,7 +11,7 @@ namespace {
 constexpr int padding = 12;
 constexpr int rowHeight = 19;
 constexpr int nameWidth = 78;
-constexpr int cardWidth = 320;
+constexpr int cardWidth = 352;
 constexpr double megabyte = 1024.0 * 1024.0;
 
 QString Megabytes(long long bytes)
