@@ -17,6 +17,7 @@
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/frame.h>
 }
 
 #include <algorithm>
@@ -33,6 +34,17 @@ QSet<QString> const damaged = {"corrupt-h264.mp4", "cut-in-packet.ts", "ps-mpeg1
 
 // Longer durations than a frame's are estimates, other ones in other versions.
 QSet<QString> const estimated = {"ps-mpeg1-sar64x45-cut.mpg"};
+
+// Sounds of which FFmpeg 4.3 decodes far more or less than later versions.
+QSet<QString> const countedDifferently = {"phone-h263-amr-vfr.3gp"};
+
+// What FFmpeg itself decodes of the sound.
+long long SampleCount(QString const& path)
+{
+    long long count = 0;
+    ReferenceInput(path, AVMEDIA_TYPE_AUDIO).DecodeAll([&](AVFrame& frame) { count += frame.nb_samples; });
+    return count;
+}
 
 std::vector<std::string> ClipNames()
 {
@@ -299,12 +311,14 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
         for (QJsonObject const& sound : clip.Streams("audio")) {
             if (sound["index"].toInt() != instance.GetActiveAudioStreamIndex())
                 continue;
-            auto const expected = sound["decoded"].toObject()["samples"].toInt();
-            // The last block of Vorbis is cut by some versions only.
-            int const tolerance = sound["codec_name"].toString() == "vorbis" ? 1024
-                                  : damaged.contains(clip.name)              ? 2304
-                                                                             : 0;
-            EXPECT_NEAR(static_cast<double>(sampleFrames), expected, tolerance);
+            auto const known = sound["decoded"].toObject()["samples"].toInt();
+            // Versions differ in what they make of the last block; without damage FFmpeg itself tells.
+            long long const expected = damaged.contains(clip.name) ? known : SampleCount(clip.path);
+            EXPECT_NEAR(static_cast<double>(sampleFrames), static_cast<double>(expected),
+                        damaged.contains(clip.name) ? 2304 : 0);
+            if (!countedDifferently.contains(clip.name)) {
+                EXPECT_NEAR(static_cast<double>(sampleFrames), known, damaged.contains(clip.name) ? 2304 : 1024);
+            }
         }
     }
     if (instance.GetActiveVideoStreamIndex() < 0) {
