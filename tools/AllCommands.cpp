@@ -1,6 +1,7 @@
 #include "tools/AllCommands.h"
 
 #include "tools/AudioCommand.h"
+#include "tools/CheckCommand.h"
 #include "tools/DecodeCommand.h"
 #include "tools/FrameCommand.h"
 #include "tools/InfoCommand.h"
@@ -13,6 +14,7 @@ std::vector<std::unique_ptr<Command>> AllCommands()
     commands.push_back(std::make_unique<DecodeCommand>());
     commands.push_back(std::make_unique<FrameCommand>());
     commands.push_back(std::make_unique<AudioCommand>());
+    commands.push_back(std::make_unique<CheckCommand>());
     commands.push_back(std::make_unique<PlayCommand>());
     return commands;
 }

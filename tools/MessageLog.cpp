@@ -85,7 +85,9 @@ void MessageLog::Take(Logger::Level level, QString const& message, int code)
 
 void MessageLog::ShowRepetitions()
 {
-    if (repetitions > 0)
+    if (repetitions == 1)
+        Console::Say(QStringLiteral("%1: the last message came once more").arg(source));
+    else if (repetitions > 1)
         Console::Say(QStringLiteral("%1: the last message came %2 times more").arg(source).arg(repetitions));
     repetitions = 0;
 }

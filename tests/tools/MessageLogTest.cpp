@@ -45,6 +45,16 @@ TEST(MessageLogTest, CountsRepetitionsInsteadOfShowingThem)
               "tavolin: a: No.\ntavolin: a: the last message came 999 times more\ntavolin: a: Other.\n");
 }
 
+TEST(MessageLogTest, SaysThatAMessageCameOnceMore)
+{
+    EXPECT_EQ(Shown([](MessageLog& log) {
+                  log.BeginSource("a");
+                  Logger::GetInstance().Error("No.");
+                  Logger::GetInstance().Error("No.");
+              }),
+              "tavolin: a: No.\ntavolin: a: the last message came once more\n");
+}
+
 TEST(MessageLogTest, RemembersTheErrorsOfASourceButNoNotes)
 {
     Shown([](MessageLog& log) {

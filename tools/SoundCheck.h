@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QList>
+#include <QStringList>
+
+#include <limits>
+#include <memory>
+
+class MediaSource;
+class SoundReader;
+struct DecodedAudioFrame;
+
+// What is wrong with the sound of a source: takes it as it comes forwards, and then finds it again from the end to the
+// beginning, stretch by stretch, as playing backwards does. Times are the container's, microseconds. One thread.
+class SoundCheck
+{
+public:
+    explicit SoundCheck(MediaSource const& source); // which must outlive it
+
+    // The frames of one packet. Some containers give times to packets that overlap what the packet before has brought.
+    void TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& frames);
+    void ReadBackwards();
+
+    QStringList GetFaults() const; // parts of sentences
+    long long GetDuration() const; // of all that was taken
+    bool HasAny() const { return end != unknown; }
+    long long GetEnd() const { return end; } // when HasAny
+
+private:
+    bool HasLostSound() const;
+    bool IsFoundBackwards(SoundReader& reader, long long from, long long to) const;
+
+    static constexpr long long unknown = std::numeric_limits<long long>::min();
+
+    MediaSource const& source;
+    long long firstStart = unknown;
+    long long packetStart = unknown; // of the latest packet
+    long long end = unknown;         // of the latest sound
+    double seconds = 0.0;
+    long long packets = 0;
+    long long unordered = 0; // of the packets
+    long long holes = 0;
+    long long firstHole = unknown;
+    long long missingBackwards = unknown; // where the last stretch begins that was not found; unknown: none
+};
