@@ -6,6 +6,7 @@
 #include "tools/FrameCommand.h"
 #include "tools/InfoCommand.h"
 #include "tools/PlayCommand.h"
+#include "tools/SheetCommand.h"
 
 std::vector<std::unique_ptr<Command>> AllCommands()
 {
@@ -15,6 +16,7 @@ std::vector<std::unique_ptr<Command>> AllCommands()
     commands.push_back(std::make_unique<FrameCommand>());
     commands.push_back(std::make_unique<AudioCommand>());
     commands.push_back(std::make_unique<CheckCommand>());
+    commands.push_back(std::make_unique<SheetCommand>());
     commands.push_back(std::make_unique<PlayCommand>());
     return commands;
 }

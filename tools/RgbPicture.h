@@ -18,5 +18,8 @@ struct RgbPicture
     // By whole quarters only: other angles give the picture as it is.
     RgbPicture TurnedClockwise(int degrees) const;
 
+    // At another size of at least one pixel: each pixel is the mean of what it covers.
+    RgbPicture ScaledTo(int newWidth, int newHeight) const;
+
     size_t RowBytes() const { return 3 * static_cast<size_t>(width); }
 };

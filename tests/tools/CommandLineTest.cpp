@@ -22,14 +22,14 @@ TEST(CommandLineTest, HelpsOnStandardOutput)
         ToolRun const run = RunTavolin(arguments);
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.errors, "");
-        for (char const* command : {"info", "decode", "frame", "audio", "check"})
+        for (char const* command : {"info", "decode", "frame", "audio", "check", "sheet"})
             EXPECT_TRUE(run.Output().contains(QStringLiteral("\n  %1 ").arg(command))) << command;
     }
 }
 
 TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 {
-    for (QString const& command : QStringList{"info", "decode", "frame", "audio", "check"}) {
+    for (QString const& command : QStringList{"info", "decode", "frame", "audio", "check", "sheet"}) {
         ToolRun const run = RunTavolin({"help", command});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_TRUE(run.output.startsWith("Usage: tavolin " + command.toUtf8() + " FILE"));
@@ -41,7 +41,8 @@ TEST(CommandLineTest, KeepsHelpWithin80Columns)
 {
     for (QStringList const& arguments :
          {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
-          QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "play"}}) {
+          QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "sheet"},
+          QStringList{"help", "play"}}) {
         for (QString const& line : RunTavolin(arguments).Lines())
             EXPECT_LE(line.size(), 80) << line.toStdString();
     }
@@ -73,6 +74,12 @@ TEST(CommandLineTest, AnswersWrongUsageWithTwo)
                                       {"frame", "a.mp4", "b.mp4", "--at", "1", "-o", "a.png"},
                                       {"check"},
                                       {"check", "--what", "a.mp4"},
+                                      {"sheet", "a.mp4"},
+                                      {"sheet", "-o", "a.png"},
+                                      {"sheet", "a.mp4", "-o", "a.gif"},
+                                      {"sheet", "a.mp4", "-o", "a.png", "--columns", "0"},
+                                      {"sheet", "a.mp4", "-o", "a.png", "--width", "x"},
+                                      {"sheet", "a.mp4", "-o", "a.png", "--rows", "2", "--count", "3"},
                                       {"audio", "-o", "a.wav"},
                                       {"audio", "a.mp4"},
                                       {"audio", "a.mp4", "-o", "a.mp3"},

@@ -80,3 +80,28 @@ TEST(RgbPictureTest, KeepsThePixelsBytesInOrder)
     picture.bytes = {1, 2, 3, 4, 5, 6};
     EXPECT_EQ(picture.TurnedClockwise(180).bytes, (std::vector<uint8_t>{4, 5, 6, 1, 2, 3}));
 }
+
+TEST(RgbPictureTest, ScalesDownToTheMeanOfWhatEachPixelCovers)
+{
+    RgbPicture const scaled = PictureOf(4, {10, 20, 100, 100, 30, 40, 100, 104}).ScaledTo(2, 1);
+    EXPECT_EQ(scaled.width, 2);
+    EXPECT_EQ(scaled.height, 1);
+    EXPECT_EQ(PixelsOf(scaled), (std::vector<uint8_t>{25, 101}));
+}
+
+// Three pixels in two: each new one covers one and a half old ones.
+TEST(RgbPictureTest, ScalesByPartsOfPixels)
+{
+    EXPECT_EQ(PixelsOf(PictureOf(3, {30, 60, 90}).ScaledTo(2, 1)), (std::vector<uint8_t>{40, 80}));
+    EXPECT_EQ(PixelsOf(PictureOf(1, {30, 60, 90}).ScaledTo(1, 2)), (std::vector<uint8_t>{40, 80}));
+}
+
+TEST(RgbPictureTest, ScalesUpAndKeepsColoursApart)
+{
+    RgbPicture dot;
+    dot.width = 1;
+    dot.height = 1;
+    dot.bytes = {255, 128, 1};
+    EXPECT_EQ(dot.ScaledTo(2, 1).bytes, (std::vector<uint8_t>{255, 128, 1, 255, 128, 1}));
+    EXPECT_EQ(PixelsOf(PictureOf(2, {0, 200}).ScaledTo(4, 1)), (std::vector<uint8_t>{0, 0, 200, 200}));
+}
