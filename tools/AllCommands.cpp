@@ -7,6 +7,7 @@
 #include "tools/InfoCommand.h"
 #include "tools/PlayCommand.h"
 #include "tools/SheetCommand.h"
+#include "tools/WaveCommand.h"
 
 std::vector<std::unique_ptr<Command>> AllCommands()
 {
@@ -17,6 +18,7 @@ std::vector<std::unique_ptr<Command>> AllCommands()
     commands.push_back(std::make_unique<AudioCommand>());
     commands.push_back(std::make_unique<CheckCommand>());
     commands.push_back(std::make_unique<SheetCommand>());
+    commands.push_back(std::make_unique<WaveCommand>());
     commands.push_back(std::make_unique<PlayCommand>());
     return commands;
 }

@@ -22,14 +22,14 @@ TEST(CommandLineTest, HelpsOnStandardOutput)
         ToolRun const run = RunTavolin(arguments);
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.errors, "");
-        for (char const* command : {"info", "decode", "frame", "audio", "check", "sheet"})
+        for (char const* command : {"info", "decode", "frame", "audio", "check", "sheet", "wave"})
             EXPECT_TRUE(run.Output().contains(QStringLiteral("\n  %1 ").arg(command))) << command;
     }
 }
 
 TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 {
-    for (QString const& command : QStringList{"info", "decode", "frame", "audio", "check", "sheet"}) {
+    for (QString const& command : QStringList{"info", "decode", "frame", "audio", "check", "sheet", "wave"}) {
         ToolRun const run = RunTavolin({"help", command});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_TRUE(run.output.startsWith("Usage: tavolin " + command.toUtf8() + " FILE"));
@@ -42,7 +42,7 @@ TEST(CommandLineTest, KeepsHelpWithin80Columns)
     for (QStringList const& arguments :
          {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
           QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "sheet"},
-          QStringList{"help", "play"}}) {
+          QStringList{"help", "wave"}, QStringList{"help", "play"}}) {
         for (QString const& line : RunTavolin(arguments).Lines())
             EXPECT_LE(line.size(), 80) << line.toStdString();
     }
@@ -80,6 +80,11 @@ TEST(CommandLineTest, AnswersWrongUsageWithTwo)
                                       {"sheet", "a.mp4", "-o", "a.png", "--columns", "0"},
                                       {"sheet", "a.mp4", "-o", "a.png", "--width", "x"},
                                       {"sheet", "a.mp4", "-o", "a.png", "--rows", "2", "--count", "3"},
+                                      {"wave", "a.mp4"},
+                                      {"wave", "-o", "a.png"},
+                                      {"wave", "a.mp4", "-o", "a.wav"},
+                                      {"wave", "a.mp4", "-o", "a.png", "--width", "159"},
+                                      {"wave", "a.mp4", "-o", "a.png", "--height", "0"},
                                       {"audio", "-o", "a.wav"},
                                       {"audio", "a.mp4"},
                                       {"audio", "a.mp4", "-o", "a.mp3"},
