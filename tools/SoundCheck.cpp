@@ -90,9 +90,9 @@ QStringList SoundCheck::GetFaults() const
 {
     QStringList faults;
     if (unordered > 0)
-        faults << QStringLiteral("%1 packet%2 of sound at or before the time of the one before")
-                      .arg(unordered)
-                      .arg(unordered == 1 ? QStringLiteral(" comes") : QStringLiteral("s come"));
+        faults << QStringLiteral("%1 at or before the time of the one before")
+                      .arg(unordered == 1 ? QStringLiteral("1 packet of sound comes")
+                                          : QStringLiteral("%1 packets of sound come").arg(unordered));
     if (HasLostSound())
         faults << QStringLiteral("%1 in the sound, the first at %2")
                       .arg(holes == 1 ? QStringLiteral("1 hole") : QStringLiteral("%1 holes").arg(holes),

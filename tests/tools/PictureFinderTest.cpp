@@ -127,9 +127,10 @@ TEST(PictureFinderTest, IsExactWithOpenGroups)
 // These decoders make pictures from nothing when they begin between key frames, where a transport stream lands.
 TEST(PictureFinderTest, IsExactWhereSeeksLandBetweenKeyFrames)
 {
-    ExpectExact(MovingPicture("p.ts", {"-c:v", "mpeg4", "-g", "50", "-bf", "2"}));
-    ExpectExact(
-        MovingPicture("h.ts", {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "keyint=50:log-level=none"}));
+    QStringList const picture = {"-f", "lavfi", "-i", "testsrc2=size=320x240:rate=25:duration=8"};
+    ExpectExact(MakeMedia("p.ts", picture + QStringList{"-c:v", "mpeg4", "-q:v", "2", "-g", "60", "-bf", "2"}));
+    ExpectExact(MakeMedia("h.ts", picture + QStringList{"-c:v", "libx265", "-preset", "ultrafast", "-x265-params",
+                                                        "keyint=60:log-level=none"}));
 }
 
 TEST(PictureFinderTest, IsExactWhereEveryPacketIsFlaggedAsKeyFrame)
