@@ -2,7 +2,7 @@
 
 #include "tools/ExitCode.h"
 
-#include <QString>
+#include <QStringList>
 
 class MessageLog;
 class QCommandLineParser;
@@ -18,6 +18,9 @@ public:
     virtual QString GetUsage() const = 0;       // what follows the name: "FILE... [--json]"
     virtual QString GetDescription() const = 0; // what it does, prints and answers; wrapped by hand at 80 columns
     virtual void AddOptions(QCommandLineParser& parser) const = 0;
+
+    // The arguments as the parser is to take them, for options that may come with and without a value.
+    virtual QStringList Completed(QStringList const& arguments) const { return arguments; }
 
     // `parser` has taken the arguments and knows all the options. A command that finds a fault in them says so and
     // answers ExitCode::Usage.

@@ -97,7 +97,7 @@ ExitCode CommandLine::RunCommand(Command& command, QStringList const& arguments)
     QCommandLineParser parser;
     Prepare(parser, command);
     QString const helpWords = QStringLiteral("help ") + command.GetName();
-    if (!parser.parse(QStringList(program) + arguments)) {
+    if (!parser.parse(QStringList(program) + command.Completed(arguments))) {
         QString message = parser.errorText();
         while (message.endsWith(QLatin1Char('.')))
             message.chop(1);

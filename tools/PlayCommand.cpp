@@ -23,16 +23,16 @@ constexpr PlayerOption playerOptions[] = {
     {"speed", "SPEED", "Play at this speed, -16 to 16 and not 0; below 0 is backwards."},
     {"start", "TIME", "Start at this time."},
     {"paused", nullptr, "Do not begin to play."},
-    {"once", nullptr, "At the end print what was shown and dropped, and quit."},
-    {"loop", nullptr, "Repeat."},
+    {"once", nullptr, "At the end of the last file print what was shown and dropped, and quit."},
+    {"loop", "yes|no", "Repeat; --loop=no does not."},
     {"cache-mb", "SIZE", "Memory for decoded pictures in megabytes."},
-    {"fps", "RATE", "Pictures per second of image sequences."},
+    {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000."},
     {"fullscreen", nullptr, "Start in full screen."},
-    {"mute", nullptr, "Start without sound."},
-    {"volume", "PERCENT", "Volume, 0 to 100."},
+    {"mute", "yes|no", "Start without sound; --mute=no with sound."},
+    {"volume", "PERCENT", "Volume in percent, 0 to 100."},
     {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
-    {"audio", "OUTPUT", "Where sound goes: portaudio, null or wav:PATH."},
-    {"opengl", "yes|no", "Whether to paint with OpenGL."},
+    {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
+    {"opengl", "yes|no", "Paint with OpenGL; --opengl=no does not."},
 };
 
 QStringList PlayerArguments(QCommandLineParser const& parser)
@@ -84,6 +84,19 @@ void PlayCommand::AddOptions(QCommandLineParser& parser) const
     for (PlayerOption const& option : playerOptions)
         parser.addOption({QString::fromLatin1(option.name), QString::fromLatin1(option.help),
                           QString::fromLatin1(option.valueName)});
+}
+
+// "--loop" alone means "--loop=yes", for the player, too.
+QStringList PlayCommand::Completed(QStringList const& arguments) const
+{
+    QStringList completed = arguments;
+    for (QString& argument : completed) {
+        if (argument == QLatin1String("--"))
+            break;
+        if (argument == QLatin1String("--loop") || argument == QLatin1String("--mute"))
+            argument += QStringLiteral("=yes");
+    }
+    return completed;
 }
 
 ExitCode PlayCommand::Run(QCommandLineParser const& parser, MessageLog& /*log*/)

@@ -12,5 +12,6 @@ public:
     QString GetUsage() const override;
     QString GetDescription() const override;
     void AddOptions(QCommandLineParser& parser) const override;
+    QStringList Completed(QStringList const& arguments) const override;
     ExitCode Run(QCommandLineParser const& parser, MessageLog& log) override;
 };

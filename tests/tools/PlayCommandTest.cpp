@@ -61,6 +61,13 @@ TEST_F(PlayCommandTest, HandsFilesAndOptionsThrough)
                                         "a b.mp4", "-x.mp4"}));
 }
 
+TEST_F(PlayCommandTest, TakesLoopAndMuteWithAndWithoutAValue)
+{
+    PutPlayer("path");
+    EXPECT_EQ(Play({"--loop", "--mute=no", "--", "--loop"}).Lines().mid(1),
+              (QStringList{"--loop=yes", "--mute=no", "--", "--loop"}));
+}
+
 TEST_F(PlayCommandTest, PrefersThePlayerBesideItself)
 {
     PutPlayer("path");
