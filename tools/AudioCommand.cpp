@@ -141,7 +141,8 @@ void AudioCommand::AddOptions(QCommandLineParser& parser) const
                       QStringLiteral("WAV")});
     parser.addOption(
         {QStringLiteral("speed"), QStringLiteral("From -16 to 16; below 0 plays backwards."), QStringLiteral("S")});
-    parser.addOption({QStringLiteral("volume"), QStringLiteral("Factor of every sample."), QStringLiteral("V")});
+    parser.addOption(
+        {QStringLiteral("volume"), QStringLiteral("Factor of every sample, 0 to 100."), QStringLiteral("V")});
     TimeRangeOptions::Add(parser);
 }
 

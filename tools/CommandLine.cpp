@@ -132,7 +132,7 @@ ExitCode CommandLine::RejectUnknown(QString const& name) const
 
 QString CommandLine::GeneralHelp() const
 {
-    QString text = QStringLiteral("tavolin looks into media files and decodes them.\n\n"
+    QString text = QStringLiteral("tavolin looks into media files, decodes and plays them.\n\n"
                                   "Usage: tavolin COMMAND [ARGUMENTS]\n\nCommands:\n");
     for (auto const& command : commands)
         text += QStringLiteral("  %1%2\n").arg(command->GetName().leftJustified(10), command->GetSummary());

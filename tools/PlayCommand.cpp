@@ -76,7 +76,9 @@ QString PlayCommand::GetUsage() const
 QString PlayCommand::GetDescription() const
 {
     return QStringLiteral("Opens the player's window, which is the program tavolin-player, with each FILE\n"
-                          "one after another. \"?\" in the window shows all keys.\n");
+                          "one after another. \"?\" in the window shows all keys. Options that are not given\n"
+                          "are as the player remembers them.\n\n"
+                          "Exit code 3 when there is no such program here, or when it fails.\n");
 }
 
 void PlayCommand::AddOptions(QCommandLineParser& parser) const

@@ -62,16 +62,22 @@ SoundLevels::Result SoundLevels::Read(TimeRange const& range, int newColumns)
     channels = reader.GetChannelCount();
     columns = newColumns;
     levels.assign(static_cast<size_t>(channels) * static_cast<size_t>(columns), {});
+    ReadRange(reader);
+    return Result::Done;
+}
+
+void SoundLevels::ReadRange(SoundReader& reader)
+{
     std::shared_ptr<DecodedAudioFrame> frame;
     auto result = reader.SeekTo(from + source.GetInfo()->GetStartTime(), never);
-    while (result == SoundReader::Result::Picture && reader.Read(frame, never) == SoundReader::Result::Picture) {
-        if (source.ToMediaTime(frame->startTime) >= to)
-            break;
+    while (result == SoundReader::Result::Picture) {
+        result = reader.Read(frame, never);
+        if (result != SoundReader::Result::Picture || source.ToMediaTime(frame->startTime) >= to)
+            return;
         Take(*frame);
         Console::ShowProgress(
             QStringLiteral("%1 of %2").arg(TimeText::Clock(source.ToMediaTime(frame->startTime)), TimeText::Clock(to)));
     }
-    return Result::Done;
 }
 
 void SoundLevels::Take(DecodedAudioFrame const& frame)
