@@ -38,8 +38,8 @@ long long WithoutRounds(long long steps, int capacity)
 
 DecodedVideo::DecodedVideo()
 {
-    for (auto& slots : ring.frameBuffers)
-        slots.resize(leastCapacity);
+    for (auto& slotArray : ring.frameBuffers)
+        slotArray.resize(leastCapacity);
 }
 
 DecodedVideo::~DecodedVideo()
@@ -256,10 +256,10 @@ void DecodedVideo::GetDirectionalCacheSizes(long long time, long long& forwardSi
 // Every picture is asked for its size anew at each tick: a host may have changed it, as the record is shared.
 long long DecodedVideo::SumSizes(int first, int last) const
 {
-    auto const& slots = ring.frameBuffers[ring.currentBuffer];
+    auto const& slotArray = ring.frameBuffers[ring.currentBuffer];
     long long sum = 0;
     for (int i = first; i <= last; ++i)
-        if (auto const& frame = slots.at(i))
+        if (auto const& frame = slotArray.at(i))
             sum += frame->size;
     return sum;
 }
@@ -267,9 +267,9 @@ long long DecodedVideo::SumSizes(int first, int last) const
 void DecodedVideo::SplitSizes(int first, int last, long long time, long long& forwardSize,
                               long long& backwardSize) const
 {
-    auto const& slots = ring.frameBuffers[ring.currentBuffer];
+    auto const& slotArray = ring.frameBuffers[ring.currentBuffer];
     for (int i = first; i <= last; ++i)
-        if (auto const& frame = slots.at(i))
+        if (auto const& frame = slotArray.at(i))
             (frame->startTime < time ? backwardSize : forwardSize) += frame->size;
 }
 

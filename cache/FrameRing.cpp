@@ -111,8 +111,8 @@ template <typename Frame>
 typename FrameRing<Frame>::Pointer const& FrameRing<Frame>::GetFrame(int index) const
 {
     static Pointer const none;
-    Slots const& slots = frameBuffers[currentBuffer];
-    return index >= 0 && index < slots.size() ? slots.at(index) : none;
+    Slots const& slotArray = frameBuffers[currentBuffer];
+    return index >= 0 && index < slotArray.size() ? slotArray.at(index) : none;
 }
 
 template <typename Frame>
@@ -171,8 +171,8 @@ void FrameRing<Frame>::ReleaseRetired()
 template <typename Frame>
 void FrameRing<Frame>::ReleaseAll()
 {
-    for (Slots& slots : frameBuffers)
-        ReleaseSlots(slots);
+    for (Slots& slotArray : frameBuffers)
+        ReleaseSlots(slotArray);
     SetFirstIndex(-1);
     SetLastIndex(-1);
     IncrementShared(generation);
@@ -209,9 +209,9 @@ bool FrameRing<Frame>::FitsInto(int length) const
 template <typename Frame>
 typename FrameRing<Frame>::Slots FrameRing<Frame>::MakeResized(int buffer, int length) const
 {
-    Slots const& slots = frameBuffers[buffer];
+    Slots const& slotArray = frameBuffers[buffer];
     Slots resized(length);
-    std::copy_n(slots.cbegin(), std::min<int>(length, slots.size()), resized.begin());
+    std::copy_n(slotArray.cbegin(), std::min<int>(length, slotArray.size()), resized.begin());
     return resized;
 }
 
@@ -232,8 +232,8 @@ int FrameRing<Frame>::GetGeneration() const
 template <typename Frame>
 typename FrameRing<Frame>::View FrameRing<Frame>::GetView() const
 {
-    Slots const& slots = frameBuffers[LoadShared(currentBuffer)];
-    return {slots.constData(), static_cast<int>(slots.size()), LoadShared(firstIndex), LoadShared(lastIndex)};
+    Slots const& slotArray = frameBuffers[LoadShared(currentBuffer)];
+    return {slotArray.constData(), static_cast<int>(slotArray.size()), LoadShared(firstIndex), LoadShared(lastIndex)};
 }
 
 template <typename Frame>
@@ -266,11 +266,11 @@ void FrameRing<Frame>::Exchange(Pointer& slot, Pointer frame)
 } // what the slot held is released here, when no reader is turned away any more
 
 template <typename Frame>
-void FrameRing<Frame>::ReleaseSlots(Slots& slots)
+void FrameRing<Frame>::ReleaseSlots(Slots& slotArray)
 {
-    for (int i = 0; i < slots.size(); ++i)
-        if (slots.at(i))
-            Exchange(slots[i], nullptr);
+    for (int i = 0; i < slotArray.size(); ++i)
+        if (slotArray.at(i))
+            Exchange(slotArray[i], nullptr);
 }
 
 template <typename Frame>
@@ -279,7 +279,7 @@ void FrameRing<Frame>::Inspect(View const& view, int index, Read read) const
 {
     if (index < 0 || index >= view.capacity)
         return;
-    Pointer const* const slot = view.slots + index;
+    Pointer const* const slot = view.slotArray + index;
     StoreShared(slotInReading, slot, std::memory_order_seq_cst);
     if (LoadShared(slotInWriting, std::memory_order_seq_cst) != slot)
         read(*slot);

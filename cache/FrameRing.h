@@ -62,7 +62,7 @@ struct FrameRing
     // be stale or of the other array, so every use is checked against the array.
     struct View
     {
-        Pointer const* slots = nullptr;
+        Pointer const* slotArray = nullptr;
         int capacity = 0;
         int firstIndex = -1;
         int lastIndex = -1;
@@ -84,7 +84,7 @@ struct FrameRing
 
 private:
     void Exchange(Pointer& slot, Pointer frame);
-    void ReleaseSlots(Slots& slots);
+    void ReleaseSlots(Slots& slotArray);
     template <typename Read>
     void Inspect(View const& view, int index, Read read) const;
 

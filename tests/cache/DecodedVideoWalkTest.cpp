@@ -1,3 +1,5 @@
+#include <QObject> // first, as a program with windows may: its keywords must not meet names in our headers
+
 #include "tests/cache/DecodedVideoModel.h"
 #include "tests/cache/WalkOptions.h"
 
