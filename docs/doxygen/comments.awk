@@ -2,18 +2,10 @@
 # behind a declaration ///<. A block also speaks for the declarations directly behind the one it stands before, up to the
 # next one with a comment of its own. What has nothing to tell is said here: destructors, and deleted operations.
 
-# A percent sign would be taken for an order to Doxygen.
-function text(line)
-{
-    if (line !~ /^ {4}/)
-        gsub(/%/, "\\%", line)
-    return line
-}
-
 function flush_block(mark,    i)
 {
     for (i = 1; i <= blockLines; ++i)
-        print indent[i] mark text(block[i])
+        print indent[i] mark block[i]
     blockLines = 0
 }
 
@@ -44,12 +36,12 @@ NR == 1 && /^#pragma once/ {
     if (isDocumented) {
         shared = ""
         for (i = 1; i <= blockLines; ++i)
-            shared = shared text(block[i])
+            shared = shared block[i]
         flush_block("///")
     }
     line = $0
     if (match(line, / +\/\/ /)) {
-        line = substr(line, 1, RSTART) "///< " text(substr(line, RSTART + RLENGTH))
+        line = substr(line, 1, RSTART) "///< " substr(line, RSTART + RLENGTH)
         isDocumented = 1
         shared = ""
     }
