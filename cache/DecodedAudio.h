@@ -52,13 +52,13 @@ public:
     void Clear();      // at once; frames are released two by two by later appends
     void ForceClear(); // releases every frame that is not being played
 
-    int GetMaxFrameCount() const; // slots of the array in use; it grows
-    int GetFrameCount() const;
+    int GetMaxFrameCount() const;                             // slots of the array in use; it grows
+    int GetFrameCount() const;                                // frames cached
     long long GetSize() const { return cacheSize; }           // sample values of all frames
     long long GetStartTime() const { return cacheStartTime; } // of the earliest frame; 0 when empty
     long long GetEndTime() const { return cacheEndTime; }     // of the latest
     std::shared_ptr<DecodedAudioFrame> FirstFrame() const;    // the earliest; empty when none
-    std::shared_ptr<DecodedAudioFrame> LastFrame() const;
+    std::shared_ptr<DecodedAudioFrame> LastFrame() const;     // the latest; empty when none
 
     // Slots, as they lie in the array, or -1. The search gives -1 for a time that no frame covers.
     int GetFrameIndex(long long time) const;
@@ -91,7 +91,7 @@ public:
     void PushFront(std::shared_ptr<DecodedAudioFrame> frame);
     void PopFront();
     void PopBack();
-    void UpdateStartEndTimes();
+    void UpdateStartEndTimes(); // takes them from the frames at both ends
 
 private:
     using FramePointer = std::shared_ptr<DecodedAudioFrame>;

@@ -22,7 +22,7 @@
 class TAVOLINAV_EXPORT DecodedVideo
 {
 public:
-    DecodedVideo();
+    DecodedVideo();  // 25 slots and no budget: SetMaxCacheSize comes first
     ~DecodedVideo(); // releases every picture
     DecodedVideo(DecodedVideo const&) = delete;
     DecodedVideo& operator=(DecodedVideo const&) = delete;
@@ -40,8 +40,8 @@ public:
     // Once a display tick, with the play position and the end of the media: advises where to decode further, and when
     // the budget is spent makes room for it by dropping at most one picture, from the other side.
     void UpdateCache(long long time, long long mediaEndTime, bool playing, bool playingForwards);
-    bool CanCacheForwards() const { return canCacheForwards; } // append later pictures: as of the last UpdateCache
-    bool CanCacheBackwards() const { return canCacheBackwards; }
+    bool CanCacheForwards() const { return canCacheForwards; }   // append later pictures: as of the last UpdateCache
+    bool CanCacheBackwards() const { return canCacheBackwards; } // append earlier pictures
 
     // The picture showing at `time`, moved `offset` pictures later (or earlier, when negative); empty when none.
     std::shared_ptr<DecodedVideoFrame> GetFrame(long long time, int offset) const;
@@ -53,14 +53,14 @@ public:
     void ForceClear(); // releases every picture
 
     std::shared_ptr<DecodedVideoFrame> FirstFrame() const; // the earliest; empty when none
-    std::shared_ptr<DecodedVideoFrame> LastFrame() const;
-    int GetFrameCount() const; // the number of slots once pops have removed every picture: see PopFront
-    int GetMaxFrameCount() const;
-    long long GetSize() const { return cacheSize; }
-    long long GetMaxCacheSize() const { return maxCacheSize; }
-    long long GetStartTime() const { return cacheStartTime; } // of the earliest picture; 0 when empty
-    long long GetEndTime() const { return cacheEndTime; }     // of the latest, even before its start
-    bool IsCacheFull() const;                                 // budget spent, or no free slot
+    std::shared_ptr<DecodedVideoFrame> LastFrame() const;  // the latest; empty when none
+    int GetFrameCount() const;    // the number of slots once pops have removed every picture: see PopFront
+    int GetMaxFrameCount() const; // slots of the array in use; it grows
+    long long GetSize() const { return cacheSize; }            // bytes of all pictures
+    long long GetMaxCacheSize() const { return maxCacheSize; } // the budget
+    long long GetStartTime() const { return cacheStartTime; }  // of the earliest picture; 0 when empty
+    long long GetEndTime() const { return cacheEndTime; }      // of the latest, even before its start
+    bool IsCacheFull() const;                                  // budget spent, or no free slot
 
     // Bytes cached at or after `time`, and before it. The latest picture has no proper end yet, so the balance leaves
     // it out, but for a stretch that goes round the end of the array.
@@ -80,7 +80,7 @@ public:
     // Removing the only picture leaves a ring that counts as full of empty slots; only a clear makes it empty again.
     void PopFront();
     void PopBack();
-    void UpdateStartEndTimes();
+    void UpdateStartEndTimes(); // takes them from the pictures at both ends
 
 private:
     bool IsEmpty() const;

@@ -282,7 +282,7 @@ void FrameRing<Frame>::Inspect(View const& view, int index, Read read) const
     Pointer const* const slot = view.slotArray + index;
     StoreShared(slotInReading, slot, std::memory_order_seq_cst);
     if (LoadShared(slotInWriting, std::memory_order_seq_cst) != slot)
-        read(*slot);
+        read(*slot); // cppcheck-suppress nullPointer ; an array of that capacity is there
     StoreShared(slotInReading, nullptr);
 }
 

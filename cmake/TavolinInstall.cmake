@@ -114,3 +114,11 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.c
     COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake" "${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
     DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)
+
+# The examples as sources, to read and to begin with.
+set(examples_dir "${CMAKE_INSTALL_DOCDIR}/examples")
+if(TAVOLIN_PACKAGES)
+    set(examples_dir "${CMAKE_INSTALL_DATAROOTDIR}/doc/libtavolinav-dev/examples") # as Debian has it
+endif()
+file(GLOB examples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/examples/*.cpp")
+install(FILES ${examples} DESTINATION "${examples_dir}" COMPONENT development)

@@ -15,18 +15,20 @@
 class TAVOLINCOMMON_EXPORT Logger
 {
 public:
+    // Info: worth knowing. Error: an operation failed, and its result says so as well.
     enum class Level { Info, Error };
 
     // `code` is 0 when the message came without one.
     using Sink = std::function<void(Logger::Level level, QString const& message, int code)>;
 
-    static Logger& GetInstance();
+    static Logger& GetInstance(); // the only one, alive until the process ends
 
-    void Error(char const* message); // UTF-8
+    // One message, plain text in UTF-8; `code` is the negative FFmpeg code, left out when there is none.
+    void Error(char const* message);
     void Error(char const* message, int code);
     void Error(QString const& message);
     void Error(QString const& message, int code);
-    void Info(QString const& message);
+    void Info(QString const& message); // a message that is no failure
 
     // Hands every later message to `sink`, on the thread that logs it, one at a time; an empty sink restores standard
     // error. On return no other thread is inside the former sink. The sink may log and may set another sink.

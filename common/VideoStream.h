@@ -8,18 +8,18 @@
 // One video stream of a media source. A record whose stream could not be opened stays as it was constructed, not valid.
 struct TAVOLINCOMMON_EXPORT VideoStream
 {
-    VideoStream();
+    VideoStream(); // not valid
 
-    bool valid = false;
-    int streamIndex = -1; // position among all streams of the container
-    QString codecName;    // the decoder's short name
-    int width = 0;        // pixels
-    int height = 0;
-    float pixelAspectRatio = 0.0f; // width of a pixel / its height
-    long long startTime = 0;       // of the first picture that can be decoded, microseconds, never negative
-    long long frameStep = 0;       // duration of a picture, microseconds; -1 for a still image
-    double frameRate = 0.0;        // pictures per second, three decimals; -1.0 for a still image
-    long long numFrames = 0;       // 1 for a still image
-    int codecDelay = 0;            // pictures that the decoder holds back; depends on its number of threads
-    QMap<QString, QString> metadata;
+    bool valid = false;              // the decoder could be opened and the record was filled
+    int streamIndex = -1;            // position among all streams of the container
+    QString codecName;               // the decoder's short name
+    int width = 0;                   // pixels, as coded: neither the pixels' aspect ratio nor the rotation is applied
+    int height = 0;                  // pixels, as coded
+    float pixelAspectRatio = 0.0f;   // width of a pixel / its height
+    long long startTime = 0;         // of the first picture that can be decoded, microseconds, never negative
+    long long frameStep = 0;         // duration of a picture, microseconds; -1 for a still image
+    double frameRate = 0.0;          // pictures per second, three decimals; -1.0 for a still image
+    long long numFrames = 0;         // pictures in the stream, an estimate; 1 for a still image
+    int codecDelay = 0;              // pictures that the decoder holds back; depends on its number of threads
+    QMap<QString, QString> metadata; // tags of the stream, keys as they stand; "rotate" in clockwise degrees
 };

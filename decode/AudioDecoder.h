@@ -16,7 +16,7 @@ struct DecodedAudioFrame;
 class TAVOLINAV_EXPORT AudioDecoder
 {
 public:
-    AudioDecoder();
+    AudioDecoder();  // not initialised
     ~AudioDecoder(); // as Shutdown
     AudioDecoder(AudioDecoder const&) = delete;
     AudioDecoder& operator=(AudioDecoder const&) = delete;

@@ -7,7 +7,7 @@
 // changes its times and counts; the last holder releases it, on any thread.
 struct TAVOLINAV_EXPORT DecodedAudioFrame
 {
-    DecodedAudioFrame();
+    DecodedAudioFrame(); // without samples
     ~DecodedAudioFrame();
     DecodedAudioFrame(DecodedAudioFrame const&) = delete;
     DecodedAudioFrame& operator=(DecodedAudioFrame const&) = delete;

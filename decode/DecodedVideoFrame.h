@@ -29,14 +29,14 @@ struct TAVOLINAV_EXPORT DecodedVideoFrame
     uint8_t* data = nullptr; // owned, from array new
     int size = 0;            // bytes in data
     int width = 0;           // pixels, the aspect ratio of the pixels already applied
-    int height = 0;
-    long long startTime = 0;
-    long long endTime = 0; // not set by the decoder: 0 until a host or the cache sets it
-    double frameRate = 0.0;
-    int rotation = 0;      // clockwise degrees by which to turn the picture for display
-    bool isLinear = false; // the source is in linear light; the bytes are gamma-encoded already
-    int status = 0;        // 1: the coded size has changed
-    QString text;          // the host's
+    int height = 0;          // pixels
+    long long startTime = 0; // the first moment at which it shows
+    long long endTime = 0;   // not set by the decoder: 0 until a host or the cache sets it
+    double frameRate = 0.0;  // pictures per second of its stream when it was decoded
+    int rotation = 0;        // clockwise degrees by which to turn the picture for display
+    bool isLinear = false;   // the source is in linear light; the bytes are gamma-encoded already
+    int status = 0;          // 1: the coded size has changed
+    QString text;            // the host's
 
 private:
     friend class VideoDecoder;

@@ -26,7 +26,7 @@ struct DecodedVideoFrame;
 class TAVOLINAV_EXPORT MediaInstance
 {
 public:
-    MediaInstance();
+    MediaInstance(); // of no source yet: see Initialize
     ~MediaInstance();
     MediaInstance(MediaInstance const&) = delete;
     MediaInstance& operator=(MediaInstance const&) = delete;
@@ -35,8 +35,9 @@ public:
     // description is gone or not probed. The file is not opened yet.
     bool Initialize(std::weak_ptr<MediaInfo> mediaInfo, long long instanceId);
 
-    // Opens the file and, where it has such streams, the best audio and video stream. After false, what was opened
-    // stays open until CloseInput. An input that is open already is closed first.
+    // Opens the file and, where it has such streams, the best audio and video stream; no packet is in hand then, so
+    // most hosts leave the opening to HasPacket. After false, what was opened stays open until CloseInput. An input
+    // that is open already is closed first.
     bool OpenInput();
 
     void CloseInput(); // can be opened again
@@ -50,10 +51,10 @@ public:
     // always by something: the packet that drains the decoders, if nothing else.
     void PrepareNextPacket(bool force);
 
-    void ClearPacket(); // lets go of the packet in hand
-    bool IsAudioPacket() const;
-    bool IsVideoPacket() const;
-    bool IsKeyPacket() const; // decoding may begin with the packet in hand
+    void ClearPacket();         // lets go of the packet in hand
+    bool IsAudioPacket() const; // the packet in hand is one of the chosen audio stream
+    bool IsVideoPacket() const; // of the chosen video stream
+    bool IsKeyPacket() const;   // decoding may begin with the packet in hand
 
     // Presentation time of the packet in hand in the container's time; the lowest possible time when it bears none.
     long long GetPacketTime() const;
@@ -61,7 +62,7 @@ public:
 
     // Whether seeks in this source need to begin well before their target: it has MPEG-1 video.
     bool RequiresLargeSeekOffset() const;
-    std::weak_ptr<MediaInfo> GetMediaInfo() const;
+    std::weak_ptr<MediaInfo> GetMediaInfo() const; // as given to Initialize
 
     // Decodes the packet in hand and every audio packet that follows it directly, appends the records, and leaves the
     // first other packet in hand. The packet after the last one drains both decoders. `seekTime` is the target of a
@@ -100,8 +101,8 @@ public:
     int GetChannelCount() const;
     int GetOutputChannelCount() const; // not more than AvGlobals::maxAudioOutputChannels
     int GetSampleRate() const;         // Hz
-    int GetBytesPerSample() const;
-    bool IsPlaner() const;
+    int GetBytesPerSample() const;     // of one channel, as decoded
+    bool IsPlaner() const;             // each channel in a plane of its own, as decoded
 
 private:
     bool OpenAudio(MediaInfo const& info);

@@ -19,7 +19,7 @@ struct DecodedVideoFrame;
 class TAVOLINAV_EXPORT VideoDecoder
 {
 public:
-    VideoDecoder();
+    VideoDecoder();  // not initialised
     ~VideoDecoder(); // as Shutdown
     VideoDecoder(VideoDecoder const&) = delete;
     VideoDecoder& operator=(VideoDecoder const&) = delete;

@@ -4,6 +4,7 @@
 #include "cache/DecodedVideo.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/MediaInstance.h"
+#include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 
@@ -23,8 +24,9 @@ void Show(DecodedVideoFrame const& picture)
 bool Play(QString const& path)
 {
     // [loop]
+    AvGlobals::maxAudioOutputChannels = 2; // once, before any file is opened
     auto info = std::make_shared<MediaInfo>(path);
-    if (!MediaReader::ParseMedia(info)) // probe; the log says why not
+    if (!MediaReader::ParseMedia(info) || info->GetFrameStep() <= 0) // probe; the log says what failed
         return false;
     MediaInstance instance;
     instance.Initialize(info, 0); // opens with the first packet

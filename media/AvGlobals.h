@@ -4,6 +4,7 @@
 
 #include <QString>
 
+// What the whole library shares.
 namespace AvGlobals {
 
 // The largest number of channels that decoded sound may have. The host sets it once, before any decoding thread starts

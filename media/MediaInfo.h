@@ -23,13 +23,13 @@ public:
     explicit MediaInfo(QString const& path); // the path is kept as it stands
     ~MediaInfo();
 
-    bool IsInitialized() const; // whether the last ParseMedia succeeded
-    QUuid const& GetID() const; // never two alike
-    QUuid const& GetSourceID() const;
-    QString GetFilePath() const;
-    QString GetFileName() const;    // the last component of the path
-    long long GetStartTime() const; // 0 for an image and without video
-    bool IsImage() const;
+    bool IsInitialized() const;       // whether the last ParseMedia succeeded
+    QUuid const& GetID() const;       // never two alike
+    QUuid const& GetSourceID() const; // the host's `sourceId`; null until it is set
+    QString GetFilePath() const;      // as given to the constructor
+    QString GetFileName() const;      // the last component of the path
+    long long GetStartTime() const;   // 0 for an image and without video
+    bool IsImage() const;             // the host's `isImage`
 
     // Of the container, -1 when unknown; for an image with a picture the duration of one frame, -1 as well for a still
     // one.
@@ -40,22 +40,22 @@ public:
     // taken out: 1:02:05.50 prints as 01:02:3725.50.
     QString GetDurationAsString() const;
 
-    bool IsLinearColorSpace() const;
-    long long GetFrameStep() const; // duration of a picture; 0 without video
-    long long GetNumFrames() const; // 0 without video
-    double GetFrameRate() const;    // pictures per second; 0.0 without video
-    int GetVideoWidth() const;      // pixels as coded; 0 without video
-    int GetVideoHeight() const;
-    bool IsVideoRotated() const; // by 90 or 270 degrees, so that width and height change places on screen
-    int GetNumAudioStreams() const;
-    int GetNumVideoStreams() const;
+    bool IsLinearColorSpace() const; // the host's `isLinearColorSpace`
+    long long GetFrameStep() const;  // duration of a picture; 0 without video
+    long long GetNumFrames() const;  // 0 without video
+    double GetFrameRate() const;     // pictures per second; 0.0 without video
+    int GetVideoWidth() const;       // pixels as coded; 0 without video
+    int GetVideoHeight() const;      // the same
+    bool IsVideoRotated() const;     // by 90 or 270 degrees, so that width and height change places on screen
+    int GetNumAudioStreams() const;  // records in the list, those not valid included
+    int GetNumVideoStreams() const;  // the same
 
     // Copies the record of the container's stream `index` (not a position in the list) into `out`; without such a
     // record `out` stays as it is, so that a default-constructed one tells by `valid`.
     void GetAudioStream(int index, AudioStream& out) const;
     void GetVideoStream(int index, VideoStream& out) const;
     QList<AudioStream> const& GetAudioStreams() const; // container order
-    QList<VideoStream> const& GetVideoStreams() const;
+    QList<VideoStream> const& GetVideoStreams() const; // the same
 
     void DebugPrint() const; // does nothing; a place for a breakpoint
 

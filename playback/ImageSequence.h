@@ -25,9 +25,9 @@ public:
 
     static ImageSequence FromFile(QString const& path); // a row of this one
 
-    bool IsEmpty() const;
-    long long GetCount() const; // numbers from the first to the last, those without a file included
-    long long GetFirstNumber() const;
+    bool IsEmpty() const;                   // no file at all
+    long long GetCount() const;             // numbers from the first to the last, those without a file included
+    long long GetFirstNumber() const;       // 0 when empty
     QString GetFile(long long index) const; // path of the file with the number first + index; empty for a hole
 
     // Of the nearest file after `index` (GetCount when there is none), and of the nearest at or before it.

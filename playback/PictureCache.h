@@ -14,33 +14,35 @@
 class TAVOLINPLAYBACK_EXPORT PictureCache
 {
 public:
-    using Picture = std::shared_ptr<DecodedVideoFrame>;
+    using Picture = std::shared_ptr<DecodedVideoFrame>; // shared with the cache and with whoever else holds it
 
     // A cached picture with its span, both ends inclusive. The record's own end changes under the lock: this one
     // counts.
     struct Place
     {
-        Picture picture; // null: not cached
-        long long start = 0;
-        long long end = -1;
+        Picture picture;     // null: not cached
+        long long start = 0; // microseconds
+        long long end = -1;  // the last moment
     };
 
+    // All cached pictures together.
     struct Span
     {
-        long long start = 0;
-        long long end = -1; // of the last picture, inclusive
-        int count = 0;
-        long long bytes = 0;
+        long long start = 0; // of the first picture, microseconds
+        long long end = -1;  // of the last picture, inclusive; before the start when none is cached
+        int count = 0;       // pictures
+        long long bytes = 0; // of all pictures
     };
 
+    // In which direction to decode on.
     enum class Advice { Nothing, Forwards, Backwards };
 
     // The bytes that pictures before and after the one showing at a time take; that one itself in `current`.
     struct Balance
     {
-        long long before = 0;
-        long long current = 0;
-        long long after = 0;
+        long long before = 0;  // of the earlier pictures
+        long long current = 0; // of the one showing
+        long long after = 0;   // of the later ones
     };
 
     // What play wants to be cached, for UpdateCache.
@@ -48,19 +50,19 @@ public:
     {
         long long time = 0;     // the play position
         long long mediaEnd = 0; // last moment of the last picture; the highest possible time when unknown
-        bool playing = false;
-        bool forwards = true;
+        bool playing = false;   // false while paused
+        bool forwards = true;   // the direction of play, or the last one while paused
     };
 
     // Keeps what fits of the pictures around `time` and returns the others. `width` and `height` are those of a
     // picture.
     std::vector<Picture> SetBudget(long long bytes, long long pictureBytes, long long time);
-    std::vector<Picture> TakeAll();
+    std::vector<Picture> TakeAll(); // leaves none
 
     Place Find(long long time, int offset) const;                // the one showing at `time`, moved by `offset`
     int CountBetween(long long time, long long otherTime) const; // pictures between two; -1 when not all are cached
-    Span GetSpan() const;
-    Balance GetBalance(long long time) const;
+    Span GetSpan() const;                                        // at this moment
+    Balance GetBalance(long long time) const;                    // around `time`, microseconds
 
     void Append(Picture const& picture); // behind the last or in front of the first
 
@@ -70,7 +72,7 @@ public:
     Advice Update(Window const& window, std::vector<Picture>& released);
 
     Picture TakeFirst(); // null when only one is left
-    Picture TakeLast();
+    Picture TakeLast();  // the same
 
 private:
     std::vector<Picture> GetAll() const;

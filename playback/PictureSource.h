@@ -18,8 +18,9 @@ using StopCheck = std::function<bool()>;
 class TAVOLINPLAYBACK_EXPORT PictureSource
 {
 public:
+    // What came of a call.
     enum class Result {
-        Picture,
+        Picture, // there is one
         End,     // there is none any more
         Stopped, // by the check; after a stopped SeekTo the next call is to be another one
     };

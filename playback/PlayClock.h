@@ -7,8 +7,8 @@
 class TAVOLINPLAYBACK_EXPORT PlayClock
 {
 public:
-    long long GetPosition(long long now) const;
-    double GetSpeed() const { return speed; }
+    long long GetPosition(long long now) const; // at the instant `now`
+    double GetSpeed() const { return speed; }   // microseconds of position per microsecond; 0: stands still
 
     void SetPosition(double newPosition, long long now); // the speed stays
     void SetSpeed(double newSpeed, long long now);       // the position goes on from where it is

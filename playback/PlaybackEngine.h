@@ -34,7 +34,7 @@ struct DecodedVideoFrame;
 class TAVOLINPLAYBACK_EXPORT PlaybackEngine
 {
 public:
-    explicit PlaybackEngine(PlaybackOptions const& options = {});
+    explicit PlaybackEngine(PlaybackOptions const& options = {}); // with the computer's steady clock
 
     // With the time source of the caller, who keeps it alive; null is the steady clock.
     PlaybackEngine(PlaybackOptions const& options, std::shared_ptr<TimeSource const> timeSource);
@@ -72,8 +72,8 @@ public:
     void SetLoop(long long start, long long end);
     void ClearLoop();
 
-    void SetVolume(double volume); // factor of every sample, from 0; above 1 samples are clipped
-    void SetMuted(bool muted);
+    void SetVolume(double volume);        // factor of every sample, from 0; above 1 samples are clipped
+    void SetMuted(bool muted);            // silence while play goes on
     void SetMuteAboveSpeed(double speed); // see PlaybackOptions
     void SetCacheBudget(long long bytes); // see PlaybackOptions; less than before lets go of pictures at once
 
@@ -92,7 +92,7 @@ public:
     // start, a stop, a seek, a turn or a change of mute they are faded, so that nothing clicks.
     int FillAudio(short* buffer, int frames, long long delay = 0);
 
-    PlaybackStatus GetStatus() const;
+    PlaybackStatus GetStatus() const; // as of now
 
     // Waits until whatever is under way for the present position is there: the opening done or failed, steps made, the
     // exact picture cached or known not to exist, the sound of the next moments too. False after `milliseconds` of real

@@ -2,33 +2,35 @@
 
 #include <QString>
 
+// What an engine is doing.
 enum class PlaybackState {
     Closed,  // nothing open, or what was asked for could not be opened: see `error`
     Opening, // not yet a picture or a sound to begin with
-    Paused,
-    Playing,
-    Ended, // played up to an end of the media; a seek, or a speed the other way, goes on from there
+    Paused,  // the position stands still
+    Playing, // the position moves, either way
+    Ended,   // played up to an end of the media; a seek, or a speed the other way, goes on from there
 };
 
+// What is open.
 enum class SourceKind {
-    None,
-    Movie,
-    Sound,
+    None,           // nothing
+    Movie,          // pictures, with sound or without
+    Sound,          // sound alone
     SoundWithCover, // a file of sound whose one picture is the cover
-    Still,
-    Sequence,
+    Still,          // one picture
+    Sequence,       // numbered pictures in files of their own
 };
 
 // What an engine tells about itself at one moment. Times are microseconds of media time, where 0 is the first picture
 // (or, in a file of sound, the container's 0).
 struct PlaybackStatus
 {
-    PlaybackState state = PlaybackState::Closed;
-    SourceKind kind = SourceKind::None;
-    QString path;  // as it was given to Open
+    PlaybackState state = PlaybackState::Closed; // what it is doing
+    SourceKind kind = SourceKind::None;          // of what is open
+    QString path;                                // as it was given to Open
     QString error; // what went wrong last in what is open, one sentence for the reader; empty when nothing did
 
-    long long position = 0;
+    long long position = 0;     // between the start and the end
     long long start = 0;        // below 0 where the sound begins before the first picture
     long long duration = 0;     // from `start` to the end
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
@@ -36,8 +38,8 @@ struct PlaybackStatus
     bool waiting = false;       // the clock stands still until the first picture (and sound) of a new place is decoded
 
     // Of the pictures, as coded and not yet turned; 0 without pictures.
-    int width = 0;
-    int height = 0;
+    int width = 0;           // pixels
+    int height = 0;          // pixels
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
 
@@ -48,9 +50,9 @@ struct PlaybackStatus
     long long cacheStart = 0;  // first and last moment for which a picture is cached;
     long long cacheEnd = -1;   // the end lies before the start when none is
     long long cachedBytes = 0; // decoded pictures, those on their way into the cache included
-    long long cacheBudget = 0;
-    long long soundStart = 0; // the same for sound
-    long long soundEnd = -1;
+    long long cacheBudget = 0; // bytes that decoded pictures may take
+    long long soundStart = 0;  // the same for sound
+    long long soundEnd = -1;   // and its end
 
     long long picturesShown = 0;   // different pictures handed out since Open
     long long picturesDropped = 0; // whose time passed while playing without being handed out

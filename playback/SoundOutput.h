@@ -10,11 +10,11 @@
 // What the sound output is to play, as of the first frame of a block. Times are microseconds of the container's time.
 struct SoundRun
 {
-    long long sought = 0;  // changes with every jump of the position
-    bool sounding = false; // false: silence
-    long long position = 0;
-    double speed = 0.0;
-    double volume = 1.0;
+    long long sought = 0;   // changes with every jump of the position
+    bool sounding = false;  // false: silence
+    long long position = 0; // of the first frame
+    double speed = 0.0;     // multiple of normal, below 0 backwards
+    double volume = 1.0;    // factor of every sample
 };
 
 // The sound output's end of the engine: the decoded sound in two caches, one for each direction, and the blocks made of
@@ -32,10 +32,10 @@ struct SoundRun
 class TAVOLINPLAYBACK_EXPORT SoundOutput
 {
 public:
-    SoundOutput(int channels, int sampleRate);
+    SoundOutput(int channels, int sampleRate); // of the sound that will be appended, at output
 
-    int GetChannelCount() const { return channels; }
-    int GetSampleRate() const { return sampleRate; }
+    int GetChannelCount() const { return channels; } // at output
+    int GetSampleRate() const { return sampleRate; } // Hz
 
     // Decoding thread.
     void Append(std::shared_ptr<DecodedAudioFrame> const& frame, bool forwards);

@@ -24,7 +24,7 @@ class TAVOLINPLAYBACK_EXPORT SoundReader
 public:
     using Result = PictureSource::Result; // Picture stands for a frame
 
-    explicit SoundReader(std::shared_ptr<MediaInfo> info);
+    explicit SoundReader(std::shared_ptr<MediaInfo> info); // of a probed source
     ~SoundReader();
 
     bool Open(); // false when there is no sound that can be decoded
@@ -34,7 +34,7 @@ public:
 
     // So that the next frame read is the one sounding at `time`, or the first one after it; End when there is none.
     Result SeekTo(long long time, StopCheck const& stop);
-    Result Read(std::shared_ptr<DecodedAudioFrame>& frame, StopCheck const& stop);
+    Result Read(std::shared_ptr<DecodedAudioFrame>& frame, StopCheck const& stop); // the caller's to keep
 
     // One microsecond after the last frame; the lowest possible time as long as the end has not been reached.
     long long GetEnd() const;

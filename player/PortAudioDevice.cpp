@@ -27,7 +27,7 @@ PaStreamParameters ParametersOf(PaDeviceIndex device, int channels)
 
 PortAudioDevice::~PortAudioDevice()
 {
-    Stop();
+    PortAudioDevice::Stop();
 }
 
 bool PortAudioDevice::Start(int sampleRate, int sourceChannels, Fill newFill)

@@ -27,7 +27,7 @@ WavAudioDevice::WavAudioDevice(QString const& path) : file(path) {}
 
 WavAudioDevice::~WavAudioDevice()
 {
-    Stop();
+    WavAudioDevice::Stop();
 }
 
 bool WavAudioDevice::Start(int sampleRate, int channels, Fill newFill)

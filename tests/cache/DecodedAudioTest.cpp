@@ -918,6 +918,16 @@ TEST(DecodedAudioTest, ForgetsTheDriftOnRequest)
     EXPECT_EQ(scene.written, 960);
 }
 
+TEST(DecodedAudioTest, KeepsTheMeasuredDriftAcrossANewPlace)
+{
+    SyncScene scene;
+    scene.Measure({-20000, -20000, -20000, -20000});
+    Values block(2);
+    scene.cache.PaFillBuffer(block.data(), 1, 2, 48000, 0, 1.0, /*reset=*/true, 2.0); // a speed that measures nothing
+    scene.Measure({-20000});
+    EXPECT_EQ(scene.written, 960);
+}
+
 TEST(DecodedAudioTest, TakesAnyMeasurement)
 {
     for (long long const time : {std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
