@@ -138,7 +138,6 @@ private:
     bool muted = false;
     double muteAboveSpeed;
     PlayClock freeClock; // runs by the time source alone since the output took up the run
-    long long freeClockRun = -1;
     double drift = 0.0;
     std::vector<std::shared_ptr<SoundOutput>> formerOutputs; // whose last block may still be on its way
 
