@@ -10,7 +10,7 @@ class FuzzBytes
 public:
     FuzzBytes(uint8_t const* newData, size_t newSize) : data(newData), size(newSize) {}
 
-    bool IsEmpty() const { return size == 0; }
+    bool IsOver() const { return size == 0; }
     uint8_t const* Rest() const { return data; }
     size_t RestSize() const { return size; }
 
@@ -32,6 +32,14 @@ public:
             number = number << 8 | Byte();
         unsigned long long const offset = range + 1 == 0 ? number : number % (range + 1);
         return static_cast<long long>(static_cast<unsigned long long>(least) + offset);
+    }
+
+    bool OneIn(int n) { return Between(1, n) == 1; }
+
+    template <typename T, size_t count>
+    T const& AnyOf(T const (&choices)[count])
+    {
+        return choices[Between(0, count - 1)];
     }
 
 private:
