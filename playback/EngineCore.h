@@ -70,6 +70,8 @@ private:
 
     // The decoding thread.
     void Run();
+    bool WorkOnce(Lock& lock, AskNeed const& ask);
+    void GiveUp(Lock& lock);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
     std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);

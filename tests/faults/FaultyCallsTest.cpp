@@ -1,5 +1,5 @@
 #include "tests/faults/FaultyCalls.h"
-#include "tests/playback/VirtualTime.h"
+#include "tests/faults/EngineRun.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/support/Sessions.h"
@@ -8,7 +8,6 @@
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PlaybackEngine.h"
 
 extern "C" {
 #include <libavutil/error.h>
@@ -241,27 +240,6 @@ constexpr int noMemory = AVERROR(ENOMEM);
 LogLine const noVideo = ErrorLine("Video stream invalid or not found.");
 LogLine const noAudio = ErrorLine("Audio stream invalid or not found.");
 
-constexpr int patience = 20000; // milliseconds
-
-// Both ways, with steps and a seek.
-void PlayAround(PlaybackEngine& engine, VirtualTime& time, QString const& path)
-{
-    std::vector<short> block(4096);
-    engine.Open(path);
-    for (double const speed : {1.0, -1.0, 0.0}) {
-        engine.Seek(300000);
-        engine.SetSpeed(speed);
-        for (int i = 0; i < 4; ++i) {
-            ASSERT_TRUE(engine.WaitUntilReady(patience));
-            engine.GetPicture();
-            engine.FillAudio(block.data(), 1000);
-            time.Advance(40000);
-        }
-    }
-    engine.Step(-3);
-    ASSERT_TRUE(engine.WaitUntilReady(patience));
-}
-
 } // namespace
 
 TEST(FaultyCallsTest, AMovieSurvivesEveryFailureOfFFmpeg)
@@ -336,13 +314,22 @@ TEST(FaultyCallsTest, AnEngineSurvivesEveryFailureOfFFmpeg)
             auto const time = std::make_shared<VirtualTime>();
             PlaybackEngine engine(PlaybackOptions(), time);
             FaultyCalls::Fail(name, every, true);
-            PlayAround(engine, *time, path);
+            EXPECT_TRUE(PlayAround(engine, *time, path));
             FaultyCalls::Stop();
-            engine.Open(path);
-            engine.Seek(410000);
-            ASSERT_TRUE(engine.WaitUntilReady(patience));
-            ASSERT_TRUE(engine.GetPicture());
-            EXPECT_EQ(engine.GetPicture()->startTime, 400000);
+            EXPECT_EQ(StartShownAt(engine, path, 410000), 400000);
         }
     }
+}
+
+// The head of a file is 250 packets, however long the first picture is in coming.
+TEST(FaultyCallsTest, AProbeReadsNoMoreThan250Packets)
+{
+    QString const late =
+        MakeMedia("late-picture.mkv", Tone(48000, 1, 20) + QStringList{"-itsoffset", "18"} + Picture("64x48", 25, 1) +
+                                          QStringList{"-c:v", "mpeg4", "-c:a", "libopus"});
+    FaultyCalls::Fail("av_read_frame", 1000000000, false);
+    auto const info = Probed(late);
+    FaultyCalls::Stop();
+    EXPECT_TRUE(info->IsInitialized());
+    EXPECT_EQ(FaultyCalls::CallCount(), 250);
 }

@@ -19,28 +19,26 @@ void __libc_free(void* block);
 namespace {
 
 using FaultyMemory::Of;
+using FaultyMemory::On;
 
-struct State
-{
-    bool armed = false;
-    Of of = Of::Everybody;
-    int nth = 0;
-    bool every = false;
-    int allocations = 0;
-    int failed = 0;
-};
-
-thread_local State state;
+std::atomic<bool> armed = false;
+std::atomic<Of> failingOf = Of::Everybody;
+std::atomic<On> failingOn = On::ThisThread;
+std::atomic<int> nthToFail = 0;
+std::atomic<bool> failsEvery = false;
+std::atomic<int> allocations = 0;
+std::atomic<int> failed = 0;
+thread_local bool hasAsked = false; // this thread called Fail
 std::atomic<long long> liveBlocks = 0;
 std::atomic<long long> liveCppBlocks = 0;
 
 bool Fails(Of asker)
 {
-    if (!state.armed || (state.of != Of::Everybody && state.of != asker))
+    if (!armed || (failingOf != Of::Everybody && failingOf != asker) || hasAsked != (failingOn == On::ThisThread))
         return false;
-    ++state.allocations;
-    bool const fails = state.every ? state.allocations % state.nth == 0 : state.allocations == state.nth;
-    state.failed += fails ? 1 : 0;
+    int const number = ++allocations;
+    bool const fails = failsEvery ? number % nthToFail == 0 : number == nthToFail;
+    failed += fails ? 1 : 0;
     return fails;
 }
 
@@ -174,28 +172,32 @@ void operator delete[](void* block, size_t) noexcept
     FreeForCpp(block);
 }
 
-void FaultyMemory::Fail(Of of, int nth, bool every)
+void FaultyMemory::Fail(Of of, int nth, bool every, On on)
 {
-    state = State();
-    state.of = of;
-    state.nth = nth;
-    state.every = every;
-    state.armed = true;
+    hasAsked = true;
+    failingOf = of;
+    failingOn = on;
+    nthToFail = nth;
+    failsEvery = every;
+    allocations = 0;
+    failed = 0;
+    armed = true;
 }
 
 void FaultyMemory::Stop()
 {
-    state.armed = false;
+    armed = false;
+    hasAsked = false;
 }
 
 int FaultyMemory::AllocationCount()
 {
-    return state.allocations;
+    return allocations;
 }
 
 int FaultyMemory::FailedCount()
 {
-    return state.failed;
+    return failed;
 }
 
 long long FaultyMemory::LiveBlocks()

@@ -10,13 +10,18 @@ enum class Of {
     Ffmpeg, // aligned memory, which nothing else here asks for
 };
 
-// From now on the allocation number `nth` of the calling thread, counted from 1, fails; with `every`, so do each `nth`
-// further ones.
-void Fail(Of of, int nth, bool every);
+enum class On {
+    ThisThread,  // the calling one
+    OtherThreads // all but that
+};
+
+// From now on the allocation number `nth` of the kind and of those threads, counted from 1, fails; with `every`, so do
+// each `nth` further ones.
+void Fail(Of of, int nth, bool every, On on = On::ThisThread);
 
 void Stop();
 
-int AllocationCount(); // of the kind and thread since Fail
+int AllocationCount(); // of the kind and threads since Fail
 int FailedCount();     // of those
 
 // What is allocated and not freed, by all threads.
