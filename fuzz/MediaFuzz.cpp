@@ -1,3 +1,4 @@
+#include "fuzz/CpuLimit.h"
 #include "fuzz/FuzzBytes.h"
 #include "fuzz/FuzzFile.h"
 
@@ -32,7 +33,8 @@ using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
 constexpr int mostCalls = 24;               // of DecodeOnePacket, from each place
 constexpr long long mostBytes = 24 << 20;   // delivered, from each place
 constexpr size_t largestInside = 64u << 20; // allocation of FFmpeg
-constexpr int mostQuestions = 5000;         // whether to stop, asked for each packet of a reader
+constexpr int mostSeconds = 20;
+constexpr int mostQuestions = 5000; // whether to stop, asked for each packet of a reader
 
 char const* const suffixes[] = {"",     ".mp4", ".mkv", ".avi",  ".ts",  ".mpg", ".wav", ".mp3", ".flac",
                                 ".ogg", ".flv", ".mov", ".webm", ".mxf", ".png", ".jpg", ".dpx", ".tif",
@@ -166,6 +168,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 {
+    CpuLimit const limit(mostSeconds);
     FuzzBytes bytes(data, size);
     QString const suffix = QString::fromLatin1(suffixes[bytes.Byte() % std::size(suffixes)]);
     Way const way(bytes.Byte());
