@@ -311,11 +311,13 @@ bool EngineCore::WaitUntilReady(int milliseconds)
 {
     auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
     Lock lock(mutex);
-    while (true) {
+    for (bool isFirst = true;; isFirst = false) {
         long long const now = Now();
         Settle(now);
         if (!opening && !openingAsked && !soundOpening && (!media || IsReady(now, soundToWaitFor)))
             return true;
+        if (isFirst)
+            Wake(); // who waits may be the only one who looks, and time has gone by
         if (progress.wait_until(lock, until) == std::cv_status::timeout)
             return false;
     }
@@ -375,6 +377,7 @@ void EngineCore::Jump(long long position, long long now)
     preview = false;
     steps = 0;
     ++sought;
+    Wake();
 }
 
 // What has come about since somebody looked last.

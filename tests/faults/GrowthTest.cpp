@@ -81,6 +81,14 @@ bool PlayTick(PlaybackEngine& engine, VirtualTime& time, std::vector<short>& blo
     return isReady;
 }
 
+std::string Describe(PlaybackEngine const& engine)
+{
+    PlaybackStatus const status = engine.GetStatus();
+    return "at " + std::to_string(status.position) + (status.waiting ? ", waiting" : "") + ", pictures " +
+           std::to_string(status.cacheStart) + " to " + std::to_string(status.cacheEnd) + ", sound " +
+           std::to_string(status.soundStart) + " to " + std::to_string(status.soundEnd);
+}
+
 void OpenPlayAndClose(QString const& path)
 {
     auto const time = std::make_shared<VirtualTime>();
@@ -132,7 +140,7 @@ TEST(GrowthTest, PlayingInALoopDoesNotGrow)
     int const warmUp = 3;
     for (int loop = 1; loop <= loops + warmUp; ++loop) {
         for (int i = 0; i < loopTicks; ++i)
-            ASSERT_TRUE(PlayTick(engine, *time, block));
+            ASSERT_TRUE(PlayTick(engine, *time, block)) << "loop " << loop << ", " << i << ": " << Describe(engine);
         if (loop == warmUp) {
             before = Use();
             Tell("loop", 0, before);
