@@ -10,6 +10,12 @@ if(TAVOLIN_SANITIZE)
         -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     target_link_options(TavolinBuildFlags INTERFACE -fsanitize=${TAVOLIN_SANITIZE})
 endif()
+if(TAVOLIN_BUILD_FUZZERS)
+    # What the fuzzers are led by, and what tells afterwards how far they came.
+    target_compile_options(TavolinBuildFlags INTERFACE
+        -fsanitize=fuzzer-no-link -fprofile-instr-generate -fcoverage-mapping)
+    target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
+endif()
 
 function(tavolin_use_build_flags target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:TavolinBuildFlags>)

@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <exception>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace {
@@ -309,11 +311,13 @@ bool EngineCore::WaitUntilReady(int milliseconds)
 {
     auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
     Lock lock(mutex);
-    while (true) {
+    for (bool isFirst = true;; isFirst = false) {
         long long const now = Now();
         Settle(now);
         if (!opening && !openingAsked && !soundOpening && (!media || IsReady(now, soundToWaitFor)))
             return true;
+        if (isFirst)
+            Wake(); // who waits may be the only one who looks, and time has gone by
         if (progress.wait_until(lock, until) == std::cv_status::timeout)
             return false;
     }
@@ -373,6 +377,7 @@ void EngineCore::Jump(long long position, long long now)
     preview = false;
     steps = 0;
     ++sought;
+    Wake();
 }
 
 // What has come about since somebody looked last.
@@ -473,26 +478,51 @@ void EngineCore::Run()
     };
     Lock lock(mutex);
     while (!quitting) {
-        HandleOpening(lock);
-        long long const seen = wakes;
+        long long seen = wakes;
         bool worked = false;
-        if (media && !opening) {
-            Settle(Now());
-            PlayNeed const need = GetNeed(Now());
-            long long const newBudget = budget;
-            bool const changesBudget = std::exchange(budgetAsked, false);
-            lock.unlock();
-            if (changesBudget && media->pictures)
-                media->pictures->SetBudget(newBudget, need.position);
-            worked = Feed(*media, need, ask);
-            lock.lock();
-            Settle(Now());
+        try {
+            HandleOpening(lock);
+            seen = wakes;
+            worked = media && !opening && WorkOnce(lock, ask);
+        } catch (std::exception const&) {
+            GiveUp(lock);
         }
         progress.notify_all();
         wake.wait(lock, [&] { return worked || quitting || wakes != seen; });
     }
     lock.unlock();
-    LetGo(std::move(media));
+    media.reset();
+}
+
+// One piece of work, done without the lock.
+bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
+{
+    Settle(Now());
+    PlayNeed const need = GetNeed(Now());
+    long long const newBudget = budget;
+    bool const changesBudget = std::exchange(budgetAsked, false);
+    lock.unlock();
+    if (changesBudget && media->pictures)
+        media->pictures->SetBudget(newBudget, need.position);
+    bool const worked = Feed(*media, need, ask);
+    lock.lock();
+    Settle(Now());
+    return worked;
+}
+
+// Only memory, and the threads of a sequence, can run out so. What was interrupted cannot be trusted any more.
+void EngineCore::GiveUp(Lock& lock)
+{
+    if (!lock.owns_lock())
+        lock.lock();
+    auto former = std::move(media);
+    if (!openingAsked) {
+        opening = soundOpening = false;
+        error = QStringLiteral("Memory has run out.");
+    }
+    lock.unlock();
+    LetGo(std::move(former));
+    lock.lock();
 }
 
 bool EngineCore::Feed(Media& fed, PlayNeed const& need, AskNeed const& ask)
@@ -614,8 +644,12 @@ std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck co
 // thread.
 void EngineCore::LetGo(std::unique_ptr<Media> former)
 {
-    if (former && former->sound)
-        formerOutputs.push_back(former->sound->GetOutput());
+    try {
+        if (former && former->sound)
+            formerOutputs.push_back(former->sound->GetOutput());
+    } catch (std::bad_alloc const&) {
+        // The output thread then frees it after all.
+    }
     former.reset();
     auto const isUnused = [](std::shared_ptr<SoundOutput> const& output) { return output.use_count() == 1; };
     formerOutputs.erase(std::remove_if(formerOutputs.begin(), formerOutputs.end(), isUnused), formerOutputs.end());

@@ -70,6 +70,8 @@ private:
 
     // The decoding thread.
     void Run();
+    bool WorkOnce(Lock& lock, AskNeed const& ask);
+    void GiveUp(Lock& lock);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
     std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);
@@ -138,7 +140,6 @@ private:
     bool muted = false;
     double muteAboveSpeed;
     PlayClock freeClock; // runs by the time source alone since the output took up the run
-    long long freeClockRun = -1;
     double drift = 0.0;
     std::vector<std::shared_ptr<SoundOutput>> formerOutputs; // whose last block may still be on its way
 

@@ -11,6 +11,7 @@ test_packages=(
     pulseaudio pulseaudio-utils libasound2-plugins
     desktop-file-utils appstream mandoc
 )
+fuzz_packages=(clang libclang-rt-dev llvm libgtest-dev)
 
 is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | head -n 1) == installed ]]

@@ -121,7 +121,9 @@ bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString&
     }
     QSaveFile file(path);
     file.setDirectWriteFallback(true); // into a device, or a folder that takes no new files
-    bool const written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    // A commit does not look at how its own flush went.
+    bool const written =
+        file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (!written)
         error = file.errorString();
     return written;

@@ -72,7 +72,7 @@ bool WavFile::Write(short const* samples, int frames)
 
 bool WavFile::Finish()
 {
-    bool const isWhole = file.seek(0) && Put(Header()) && file.commit();
+    bool const isWhole = file.seek(0) && Put(Header()) && file.flush() && file.commit();
     if (!isWhole && error.isEmpty())
         error = file.errorString();
     return isWhole;

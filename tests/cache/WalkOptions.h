@@ -5,11 +5,15 @@
 #include <random>
 #include <string>
 
+// What leads a walk: numbers within bounds, both inclusive. Whoever leads one by other means offers the same.
+//
 // A random walk repeats itself exactly: TAVOLIN_WALK_SEED and TAVOLIN_WALK_STEPS in the environment choose another one.
 class WalkRandom
 {
 public:
     explicit WalkRandom(unsigned long long seed) : engine(seed) {}
+
+    bool IsOver() const { return false; }
 
     long long Between(long long oneEnd, long long otherEnd)
     {

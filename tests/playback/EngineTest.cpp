@@ -310,6 +310,22 @@ TEST_F(EngineTest, PicturesThatPlayPassesOverAreCounted)
     EXPECT_EQ(Status().picturesShown, 2);
 }
 
+// Nobody else takes pictures or sound meanwhile, and the decoding thread has had nothing to do for long.
+TEST_F(EngineTest, WaitingIsEnoughForALoopToBeginAnew)
+{
+    engine.SetCacheBudget(0);
+    Open("gop250.mp4");
+    engine.SetLoop(0, 2000000);
+    engine.SetSpeed(1.0);
+    Wait();
+    for (long long const step : {1500000, 600000, 1500000, 600000}) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        time->Advance(step);
+        Wait();
+    }
+    EXPECT_EQ(Shown(), 0);
+}
+
 TEST_F(EngineTest, APreviewIsAnyPictureAndTheExactOneFollows)
 {
     engine.SetCacheBudget(0);

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+
+// Bytes as a file in memory, in a folder that goes with the process. Files of several suffixes may stand there one
+// after the other, as the probe looks at the name, too.
+class FuzzFile
+{
+public:
+    // Null when it cannot be written.
+    static QString Write(QString const& suffix, uint8_t const* data, size_t size)
+    {
+        static QTemporaryDir const folder(QStringLiteral("/dev/shm/tavolin-fuzz-XXXXXX"));
+        QString const path = folder.filePath(QStringLiteral("input") + suffix);
+        QFile file(path);
+        auto const bytes = static_cast<qint64>(size);
+        if (!file.open(QIODevice::WriteOnly) || file.write(reinterpret_cast<char const*>(data), bytes) != bytes) {
+            std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+            std::abort();
+        }
+        return path;
+    }
+};

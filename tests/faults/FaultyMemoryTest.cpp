@@ -1,0 +1,311 @@
+#include "tests/faults/FaultyMemory.h"
+#include "tests/faults/EngineRun.h"
+#include "tests/faults/ForkedRun.h"
+#include "tests/support/Media.h"
+#include "tests/support/Sessions.h"
+
+#include "cache/DecodedAudio.h"
+#include "cache/DecodedVideo.h"
+#include "common/Logger.h"
+#include "decode/MediaInstance.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <new>
+
+// Each allocation of a probe, a decode, a seek and a growing cache fails once, and every second, third... of them. What
+// fails either throws std::bad_alloc out of the call or is told by what the call returns or logs: nothing crashes,
+// hangs or leaks, and afterwards everything works as if nothing had happened.
+
+namespace {
+
+using FaultyMemory::Of;
+
+constexpr int mostCalls = 2000;
+
+// Counts lines without an allocation of its own.
+class LineCount
+{
+public:
+    LineCount()
+    {
+        av_log_set_level(AV_LOG_QUIET);
+        Logger::GetInstance().SetSink([this](Logger::Level, QString const&, int) { ++lines; });
+    }
+    ~LineCount() { Logger::GetInstance().SetSink(nullptr); }
+    LineCount(LineCount const&) = delete;
+    LineCount& operator=(LineCount const&) = delete;
+
+    int lines = 0;
+};
+
+struct Outcome
+{
+    bool probed = false;
+    long long pictures = 0;
+    long long sampleFrames = 0;
+    bool endless = false;
+
+    bool operator==(Outcome const& other) const
+    {
+        return probed == other.probed && pictures == other.pictures && sampleFrames == other.sampleFrames &&
+               endless == other.endless;
+    }
+};
+
+void Decode(MediaInstance& instance, long long seekTime, Outcome& outcome)
+{
+    for (int calls = 0; instance.HasPacket(); ++calls) {
+        if (calls > mostCalls) {
+            outcome.endless = true;
+            return;
+        }
+        Sounds sounds;
+        Pictures pictures;
+        instance.DecodeOnePacket(sounds, pictures, seekTime);
+        for (auto const& sound : sounds)
+            outcome.sampleFrames += sound->frameCount;
+        outcome.pictures +=
+            std::count_if(pictures.begin(), pictures.end(), [](auto const& one) { return IsPicture(*one); });
+    }
+}
+
+void ProbeAndPlay(QString const& path, bool isImage, MediaInstance& instance, Outcome& outcome)
+{
+    OutputChannels const channels(2);
+    auto info = std::make_shared<MediaInfo>(path);
+    info->isImage = isImage;
+    outcome.probed = MediaReader::ParseMedia(info);
+    if (!outcome.probed)
+        return;
+    instance.Initialize(info, 0);
+    Decode(instance, -1, outcome);
+    instance.Seek(300000);
+    Decode(instance, 300000, outcome);
+    instance.Seek(0);
+    Decode(instance, 0, outcome);
+}
+
+QString Movie()
+{
+    return MakeMedia("faulty.mp4", Picture("64x48", 25, 0.6) + Tone(22050, 2, 0.6) +
+                                       QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "6",
+                                                   "-threads", "1", "-c:a", "aac"});
+}
+
+QString Still()
+{
+    return MakeMedia("faulty.png", Picture("66x48", 1, 1) + QStringList{"-frames:v", "1"});
+}
+
+// What came of a row of runs, each in a process of its own.
+struct Tally
+{
+    int runs = 0;
+    int insideFfmpeg = 0;
+};
+
+// Every place, and every second, third... of them; only number TAVOLIN_FAULT where the environment says so. FFmpeg
+// itself does not survive each of its own that fails.
+void FailEach(int allocations, int stride, std::function<int(int nth, bool every)> const& run)
+{
+    if (char const* only = std::getenv("TAVOLIN_FAULT")) { // for a debugger
+        EXPECT_EQ(run(std::atoi(only), false), 0);
+        return;
+    }
+    if (char const* other = std::getenv("TAVOLIN_FAULT_STRIDE"))
+        stride = std::max(std::atoi(other), 1);
+    Tally tally;
+    auto const add = [&](int nth, bool every) {
+        RunEnd const end = RunForked([&] { return run(nth, every); });
+        ++tally.runs;
+        tally.insideFfmpeg += end == RunEnd::CrashedInside ? 1 : 0;
+        EXPECT_TRUE(end == RunEnd::Done || end == RunEnd::CrashedInside)
+            << (every ? "every " : "number ") << nth << (end == RunEnd::Failed ? " failed" : " crashed");
+    };
+    for (int nth = 1; nth <= allocations; nth += stride)
+        add(nth, false);
+    for (int const every : {1, 2, 3, 7, 50})
+        add(every, true);
+    std::cout << allocations << " allocations, " << tally.runs << " runs with failures, " << tally.insideFfmpeg
+              << " of them crashed in FFmpeg\n";
+}
+
+// Does `work` with the allocation failing.
+void DoWithFault(std::function<void()> const& work, Of of, int nth, bool every)
+{
+    FaultyMemory::Fail(of, nth, every);
+    try {
+        work();
+    } catch (std::bad_alloc const&) {
+        // as it is meant to be
+    }
+    FaultyMemory::Stop();
+}
+
+int CountAllocations(std::function<void()> const& work, Of of)
+{
+    FaultyMemory::Fail(of, 1000000000, false);
+    work();
+    FaultyMemory::Stop();
+    return FaultyMemory::AllocationCount();
+}
+
+// Not 0, and a reason on standard error, unless `isTrue`.
+int Check(bool isTrue, char const* what)
+{
+    if (!isTrue)
+        std::fprintf(stderr, "%s\n", what);
+    return isTrue ? 0 : 1;
+}
+
+Outcome Play(QString const& path, bool isImage)
+{
+    Outcome outcome;
+    MediaInstance instance;
+    ProbeAndPlay(path, isImage, instance, outcome);
+    return outcome;
+}
+
+int PlayWithFault(QString const& path, bool isImage, Outcome const& sound, Of of, int nth, bool every)
+{
+    long long const cppBefore = FaultyMemory::LiveCppBlocks();
+    long long const before = FaultyMemory::LiveBlocks();
+    int failures = 0;
+    {
+        MediaInstance instance;
+        Outcome disturbed;
+        DoWithFault([&] { ProbeAndPlay(path, isImage, instance, disturbed); }, of, nth, every);
+        failures += Check(!disturbed.endless, "the input does not end");
+        instance.CloseInput();
+        Outcome outcome;
+        ProbeAndPlay(path, isImage, instance, outcome);
+        failures += Check(outcome == sound, "it does not play as before");
+    }
+    failures += Check(FaultyMemory::LiveCppBlocks() == cppBefore, "objects are left");
+    if (of == Of::Cpp) // FFmpeg leaves some of its own when it runs out of memory
+        failures += Check(FaultyMemory::LiveBlocks() == before, "blocks are left");
+    return failures;
+}
+
+void FailEachWhilePlaying(QString const& path, bool isImage, Of of, int stride)
+{
+    LineCount const log;
+    Play(path, isImage); // what is made once is there from now on
+    Outcome const sound = Play(path, isImage);
+    EXPECT_TRUE(sound.probed);
+    EXPECT_GT(sound.pictures, 0);
+    int const allocations = CountAllocations([&] { Play(path, isImage); }, of);
+    FailEach(allocations, stride,
+             [&](int nth, bool every) { return PlayWithFault(path, isImage, sound, of, nth, every); });
+}
+
+// Pictures and sounds until both rings have grown twice.
+void GrowCaches(DecodedVideo& pictures, DecodedAudio& sounds)
+{
+    for (int i = 0; i < 60; ++i) {
+        auto picture = std::make_shared<DecodedVideoFrame>();
+        picture->data = new uint8_t[1]();
+        picture->size = 1;
+        picture->startTime = i * 40000LL;
+        picture->endTime = picture->startTime + 39999;
+        pictures.AppendFrame(picture);
+        auto sound = std::make_shared<DecodedAudioFrame>();
+        sound->samples = new short[2]();
+        sound->sampleCount = sound->sampleCapacity = sound->frameCount = 2;
+        sound->sampleRate = 1000;
+        sound->startTime = i * 2000LL;
+        sound->endTime = sound->startTime + 1999;
+        sounds.AppendFrame(sound);
+    }
+}
+
+int GrowWithFault(Of of, int nth, bool every)
+{
+    long long const before = FaultyMemory::LiveBlocks();
+    int failures = 0;
+    {
+        DecodedVideo pictures;
+        DecodedAudio sounds;
+        sounds.SetMaxFrameCount(10);
+        DoWithFault([&] { GrowCaches(pictures, sounds); }, of, nth, every);
+        // What is in them is whole and in order, and they go on from there.
+        for (int i = 1; i < pictures.GetFrameCount(); ++i)
+            failures += Check(pictures.GetFrameAtIndex(i)->startTime == pictures.GetFrameAtIndex(i - 1)->endTime + 1,
+                              "pictures are not in order");
+        GrowCaches(pictures, sounds);
+        failures += Check(pictures.GetFrameCount() == 60 && sounds.GetFrameCount() == 60, "not all were taken");
+        failures += Check(pictures.GetFrame(1000000, 0) && pictures.GetFrame(1000000, 0)->startTime == 1000000,
+                          "a picture is not found");
+        failures += Check(sounds.GetFrameIndex(100000) == 50, "a sound is not found");
+    }
+    return failures + Check(FaultyMemory::LiveBlocks() == before, "blocks are left");
+}
+
+// The allocations of the engine's own threads fail, those of whoever calls it do not.
+int PlayEngineWithFault(QString const& path, int nth, bool every)
+{
+    auto const time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine(PlaybackOptions(), time);
+    FaultyMemory::Fail(Of::Cpp, nth, every, FaultyMemory::On::OtherThreads);
+    bool const isReady = PlayAround(engine, *time, path);
+    FaultyMemory::Stop();
+    return Check(isReady, "it does not become ready") +
+           Check(StartShownAt(engine, path, 410000) == 400000, "it does not show the picture");
+}
+
+} // namespace
+
+TEST(FaultyMemoryTest, AMovieSurvivesEachOfOurAllocationsThatFails)
+{
+    FailEachWhilePlaying(Movie(), false, Of::Cpp, 1);
+}
+
+TEST(FaultyMemoryTest, AMovieSurvivesEachOfFFmpegsAllocationsThatFails)
+{
+    FailEachWhilePlaying(Movie(), false, Of::Ffmpeg, 10);
+}
+
+TEST(FaultyMemoryTest, AMovieSurvivesAnyAllocationThatFails)
+{
+    FailEachWhilePlaying(Movie(), false, Of::Everybody, 40);
+}
+
+TEST(FaultyMemoryTest, AStillSurvivesAnyAllocationThatFails)
+{
+    FailEachWhilePlaying(Still(), true, Of::Everybody, 4);
+}
+
+TEST(FaultyMemoryTest, GrowingCachesSurviveEachAllocationThatFails)
+{
+    int const allocations = CountAllocations(
+        [] {
+            DecodedVideo pictures;
+            DecodedAudio sounds;
+            sounds.SetMaxFrameCount(10);
+            GrowCaches(pictures, sounds);
+        },
+        Of::Everybody);
+    FailEach(allocations, 1, [](int nth, bool every) { return GrowWithFault(Of::Everybody, nth, every); });
+}
+
+TEST(FaultyMemoryTest, AnEngineSurvivesEachOfItsAllocationsThatFails)
+{
+    LineCount const log;
+    OutputChannels const channels(2);
+    QString const path = Movie();
+    EXPECT_EQ(PlayEngineWithFault(path, 1000000000, false), 0);
+    FailEach(FaultyMemory::AllocationCount(), 8,
+             [&](int nth, bool every) { return PlayEngineWithFault(path, nth, every); });
+}

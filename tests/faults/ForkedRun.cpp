@@ -1,0 +1,104 @@
+#include "tests/faults/ForkedRun.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <sys/wait.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr int crashedInside = 101;
+constexpr int crashedOutside = 102;
+constexpr unsigned mostSeconds = 120;
+
+bool IsNamed(char const* path, std::initializer_list<char const*> names)
+{
+    for (char const* name : names) {
+        if (std::strstr(path, name))
+            return true;
+    }
+    return false;
+}
+
+// Where it stood, or, after a call of what is no code at all, from where it was called; null where that is not known.
+void* PlaceOfCrash(void* context)
+{
+#if defined(__x86_64__)
+    auto const& registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    auto* const place = reinterpret_cast<void*>(registers[REG_RIP]);
+    Dl_info known{};
+    return dladdr(place, &known) ? place : *reinterpret_cast<void**>(registers[REG_RSP]);
+#else
+    return context ? nullptr : context;
+#endif
+}
+
+// The innermost frame that is not the C library's, which FFmpeg calls with what it has, tells whose fault it is.
+bool IsInsideFfmpeg(void* const* frames, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        Dl_info place{};
+        bool const isKnown = frames[i] && dladdr(frames[i], &place) && place.dli_fname;
+        if (isKnown && !IsNamed(place.dli_fname, {"libc.so", "libpthread", "ld-linux"}))
+            return IsNamed(place.dli_fname, {"libavcodec", "libavformat", "libavutil", "libsw"});
+    }
+    return false;
+}
+
+void OnCrash(int, siginfo_t*, void* context)
+{
+    std::array<void*, 64> frames{};
+    int const count = backtrace(frames.data(), static_cast<int>(frames.size()));
+    frames[1] = PlaceOfCrash(context); // in place of the signal's own frame
+    bool const isInside = IsInsideFfmpeg(frames.data() + 1, count - 1);
+    if (!isInside)
+        backtrace_symbols_fd(frames.data(), count, STDERR_FILENO);
+    _exit(isInside ? crashedInside : crashedOutside);
+}
+
+void CatchCrashes()
+{
+    std::array<void*, 1> frame{};
+    backtrace(frame.data(), 1); // loads what it needs while there is memory
+    struct sigaction action = {};
+    action.sa_sigaction = OnCrash;
+    action.sa_flags = SA_SIGINFO;
+    for (int const number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGALRM})
+        sigaction(number, &action, nullptr);
+    alarm(mostSeconds);
+}
+
+} // namespace
+
+RunEnd RunForked(std::function<int()> const& work)
+{
+    std::fflush(nullptr);
+    pid_t const child = fork();
+    if (child < 0)
+        return RunEnd::Failed;
+    if (child == 0) {
+        CatchCrashes();
+        int const result = work();
+        std::fflush(nullptr);
+        _exit(result == 0 ? 0 : 1);
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status))
+        return RunEnd::CrashedOutside;
+    switch (WEXITSTATUS(status)) {
+    case 0:
+        return RunEnd::Done;
+    case crashedInside:
+        return RunEnd::CrashedInside;
+    case crashedOutside:
+        return RunEnd::CrashedOutside;
+    default:
+        return RunEnd::Failed;
+    }
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+// How a piece of work ended that was done in a process of its own.
+enum class RunEnd {
+    Done,           // it returned 0
+    Failed,         // it returned something else
+    CrashedInside,  // in one of FFmpeg's libraries: FFmpeg's own fault
+    CrashedOutside, // anywhere else, aborted or timed out
+};
+
+// Does `work` in a copy of this process, which must have no other threads, so that a crash is told from the others.
+RunEnd RunForked(std::function<int()> const& work);

@@ -1,0 +1,156 @@
+#include "tests/faults/FaultyMemory.h"
+#include "tests/playback/VirtualTime.h"
+#include "tests/support/Media.h"
+#include "tests/support/Sessions.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "playback/PlaybackEngine.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <vector>
+
+// Whether anything is left behind by opening, playing and closing over and over, or by playing for long. The full runs
+// are asked for by the environment: TAVOLIN_GROWTH_OPENINGS=1000 TAVOLIN_GROWTH_SECONDS=3600.
+
+namespace {
+
+constexpr int patience = 60000; // milliseconds
+constexpr long long tick = 40000;
+constexpr int loopTicks = 100;
+constexpr int loopSeconds = 4;
+constexpr long long mostKibibytes = 8 * 1024; // that the allocator may keep for itself
+
+int FromEnvironment(char const* name, int otherwise)
+{
+    char const* const value = std::getenv(name);
+    return value ? std::atoi(value) : otherwise;
+}
+
+long long ResidentKibibytes()
+{
+    QFile file("/proc/self/statm");
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
+}
+
+struct Use
+{
+    long long blocks = FaultyMemory::LiveBlocks();
+    long long kibibytes = ResidentKibibytes();
+};
+
+void Tell(char const* what, int number, Use const& use)
+{
+    std::cout << what << " " << number << ": " << use.blocks << " blocks, " << use.kibibytes << " KiB resident"
+              << std::endl;
+}
+
+QStringList Movies()
+{
+    QStringList const sources = Picture("160x120", 25, 4) + Tone(22050, 2, 4);
+    return {MakeMedia("growth.mp4", sources + QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g",
+                                                          "20", "-threads", "1", "-c:a", "aac"}),
+            MakeMedia("growth.mpg", sources + QStringList{"-c:v", "mpeg2video", "-g", "12", "-c:a", "mp2"}),
+            MakeMedia("growth.mkv", sources + QStringList{"-c:v", "mpeg4", "-g", "12", "-c:a", "libvorbis"}),
+            MakeMedia("growth.flac", Tone(44100, 2, 4)),
+            MakeMedia("growth.png", Picture("160x120", 1, 1) + QStringList{"-frames:v", "1"})};
+}
+
+PlaybackOptions SmallOptions()
+{
+    PlaybackOptions options;
+    options.cacheBudget = 30LL * 160 * 120 * 3;
+    options.sequenceThreads = 1;
+    return options;
+}
+
+// One tick of the display and of the sound output.
+bool PlayTick(PlaybackEngine& engine, VirtualTime& time, std::vector<short>& block)
+{
+    bool const isReady = engine.WaitUntilReady(patience);
+    engine.GetPicture();
+    engine.FillAudio(block.data(), 882);
+    time.Advance(tick);
+    return isReady;
+}
+
+std::string Describe(PlaybackEngine const& engine)
+{
+    PlaybackStatus const status = engine.GetStatus();
+    return "at " + std::to_string(status.position) + (status.waiting ? ", waiting" : "") + ", pictures " +
+           std::to_string(status.cacheStart) + " to " + std::to_string(status.cacheEnd) + ", sound " +
+           std::to_string(status.soundStart) + " to " + std::to_string(status.soundEnd);
+}
+
+void OpenPlayAndClose(QString const& path)
+{
+    auto const time = std::make_shared<VirtualTime>();
+    std::vector<short> block(882 * 2);
+    PlaybackEngine engine(SmallOptions(), time);
+    engine.Open(path);
+    for (double const speed : {1.0, -1.0}) {
+        engine.SetSpeed(speed);
+        for (int i = 0; i < 5; ++i)
+            EXPECT_TRUE(PlayTick(engine, *time, block));
+        engine.Seek(2000000);
+    }
+    engine.Close();
+}
+
+} // namespace
+
+TEST(GrowthTest, OpeningPlayingAndClosingLeavesNothingBehind)
+{
+    OutputChannels const channels(2);
+    QStringList const movies = Movies();
+    int const openings = FromEnvironment("TAVOLIN_GROWTH_OPENINGS", 50);
+    int const warmUp = 2 * static_cast<int>(movies.size());
+    for (int i = 0; i < warmUp; ++i)
+        OpenPlayAndClose(movies[i % movies.size()]);
+    Use const before;
+    Tell("opening", 0, before);
+    for (int i = 1; i <= openings; ++i) {
+        OpenPlayAndClose(movies[i % movies.size()]);
+        if (i % std::max(openings / 5, 1) == 0)
+            Tell("opening", i, Use());
+    }
+    Use const after;
+    EXPECT_LE(after.blocks, before.blocks + 5);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+}
+
+TEST(GrowthTest, PlayingInALoopDoesNotGrow)
+{
+    OutputChannels const channels(2);
+    int const loops = FromEnvironment("TAVOLIN_GROWTH_SECONDS", 120) / loopSeconds;
+    auto const time = std::make_shared<VirtualTime>();
+    std::vector<short> block(882 * 2);
+    PlaybackEngine engine(SmallOptions(), time);
+    engine.Open(Movies().first());
+    engine.SetLoop(0, loopTicks * tick);
+    engine.SetSpeed(1.0);
+    Use before;
+    int const warmUp = 3;
+    for (int loop = 1; loop <= loops + warmUp; ++loop) {
+        for (int i = 0; i < loopTicks; ++i)
+            ASSERT_TRUE(PlayTick(engine, *time, block)) << "loop " << loop << ", " << i << ": " << Describe(engine);
+        if (loop == warmUp) {
+            before = Use();
+            Tell("loop", 0, before);
+        } else if (loop > warmUp && (loop - warmUp) % std::max(loops / 5, 1) == 0) {
+            Tell("loop", loop - warmUp, Use());
+        }
+    }
+    Use const after;
+    EXPECT_EQ(engine.GetStatus().picturesDropped, 0);
+    EXPECT_GE(engine.GetStatus().picturesShown, 99 * loops);
+    EXPECT_LE(after.blocks, before.blocks + 50);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+}
