@@ -363,6 +363,39 @@ TEST_F(EngineTest, SoundIsMutedAboveTheSpeedThatWasSet)
     EXPECT_NE(Block(1000), silence);
 }
 
+TEST_F(EngineTest, BackwardsFromTheEndOfTheSoundItBeginsAtOnce)
+{
+    for (char const* name : {"pure.wav", "gop12.mp4"}) {
+        engine.SetSpeed(0.0);
+        Open(name);
+        engine.Seek(1000000000);
+        Wait();
+        engine.SetSpeed(-1.0);
+        Wait();
+        auto const block = Block(1000);
+        EXPECT_GT(std::count_if(block.begin() + 1000, block.end(), [](short value) { return value != 0; }), 800)
+            << name;
+    }
+}
+
+TEST_F(EngineTest, TurnedAtTheEndTheSoundGoesBackAtOnce)
+{
+    Open("pure.wav");
+    engine.Seek(5950000);
+    Wait();
+    engine.SetSpeed(1.0);
+    for (int i = 0; i < 10; ++i) {
+        Wait();
+        Block(441);
+        time->Advance(10000);
+    }
+    ASSERT_EQ(Status().state, PlaybackState::Ended);
+    engine.SetSpeed(-1.0);
+    Wait();
+    auto const block = Block(1000);
+    EXPECT_GT(std::count_if(block.begin() + 1000, block.end(), [](short value) { return value != 0; }), 800);
+}
+
 // The tone's own steps from sample to sample are up to 1030; a cut in the middle of it would be thousands.
 TEST_F(EngineTest, NothingClicks)
 {
