@@ -179,11 +179,24 @@ std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
         return nullptr;
     if (speed != 0.0)
         Wake(); // the time that goes by makes room for more
-    PictureCache::Place const place = media->pictures->Find(GetPosition(now), 0);
+    PictureCache::Place const place = FindPicture(now);
     PictureCache::Picture const picture = place.picture ? place.picture : media->pictures->GetPreview(sought);
     if (picture && picture != shown.picture)
         ShowPicture(place.picture ? place : PictureCache::Place{picture, picture->startTime, picture->startTime});
     return shown.picture;
+}
+
+// While play goes on and decoding is behind, the newest picture that play has come past.
+PictureCache::Place EngineCore::FindPicture(long long now)
+{
+    long long const position = GetPosition(now);
+    if (speed == 0.0 || waiting)
+        return media->pictures->Find(position, 0);
+    PictureCache::Place const place = media->pictures->FindNewest(position, forwards);
+    bool const isOfThisRun = forwards ? place.end >= begunAt : place.start <= begunAt;
+    bool const isOlder =
+        shown.picture && shownSought == sought && (forwards ? place.start < shown.start : place.start > shown.start);
+    return isOfThisRun && !isOlder ? place : PictureCache::Place();
 }
 
 void EngineCore::ShowPicture(PictureCache::Place const& place)
@@ -389,6 +402,7 @@ void EngineCore::Settle(long long now)
     if (waiting && !soundOpening && IsReady(now, soundToBegin)) {
         waiting = false;
         PlaceAt(clock.GetPosition(now), now);
+        begunAt = reported;
         clock.SetSpeed(speed, now);
     }
 }

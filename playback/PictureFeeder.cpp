@@ -15,14 +15,23 @@ constexpr long long second = 1000000;
 // So close ahead of what is cached, reading on keeps the cache in one piece.
 constexpr long long nearAhead = second;
 
-// Play that is behind by more than this goes on further ahead instead of decoding everything that it missed.
+// Of playing at normal speed: what is behind by more than this goes on further ahead instead of decoding everything
+// that it missed; what is ahead by less than that waits for play to come; and so long nothing new is shown at most
+// while play is caught up with.
 constexpr long long lateness = second / 10;
+constexpr long long earliness = second;
+constexpr long long stillness = second / 5;
 
 constexpr int fewestPictures = 4;   // cached whatever the budget
 constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
 constexpr double measureSpan = 0.5; // seconds of decoding for one measurement
 
 using SteadyClock = std::chrono::steady_clock;
+
+long long Scaled(long long duration, PlayNeed const& need)
+{
+    return static_cast<long long>(static_cast<double>(duration) * std::max(1.0, std::abs(need.speed)));
+}
 
 } // namespace
 
@@ -75,7 +84,7 @@ bool PictureFeeder::WorkAround(PictureCache::Place const& current, PlayNeed cons
     if (need.playing && !need.forwards)
         return FillBackwards(need, ask);
     // While paused nothing gives way to what may never be wanted.
-    if (!need.playing && cache.GetSpan().bytes + pictureBytes > EffectiveBudget())
+    if (!need.playing && !HasRoom())
         return false;
     switch (cache.Update(WindowFor(need), released)) {
     case PictureCache::Advice::Forwards:
@@ -92,29 +101,57 @@ bool PictureFeeder::Reach(PlayNeed const& need, AskNeed const& ask)
 {
     long long const time = ShownTime(need.position);
     PictureCache::Span const span = cache.GetSpan();
-    bool const runs = need.playing && need.speed != 0.0;
-    long long const tolerance =
-        static_cast<long long>(static_cast<double>(lateness) * std::max(1.0, std::abs(need.speed)));
-    if (span.count > 0 && followsCache && time > span.end && time - span.end < (runs ? tolerance : nearAhead))
+    if (span.count > 0 && need.playing && need.speed != 0.0)
+        return need.forwards ? CatchUpForwards(time, need, ask) : CatchUpBackwards(time, need, ask);
+    if (span.count > 0 && followsCache && time > span.end && time - span.end < nearAhead)
         return ReadForwards(need, ask);
-    bool const isBackwards = need.playing && !need.forwards;
-    if (span.count > 0 && isBackwards && time < span.start && span.start - time < tolerance)
+    if (span.count > 0 && need.playing && !need.forwards && time < span.start && span.start - time < lateness)
         return FillBackwards(need, ask);
-    long long const ahead = runs ? (need.forwards ? lead : -lead) : 0;
-    return SeekTo(ShownTime(std::max(time + ahead, 0LL)), need, ask);
+    return SeekTo(time, time, need, ask);
 }
 
-bool PictureFeeder::SeekTo(long long time, PlayNeed const& need, AskNeed const& ask)
+// While play goes on, what is cached is behind it; or ahead, after a seek that was quicker than the one before.
+bool PictureFeeder::CatchUpForwards(long long time, PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    bool const isBehind = time > span.end;
+    bool const goesOn =
+        isBehind ? time - span.end < Scaled(lateness, need) : span.start - time < Scaled(earliness, need);
+    if (goesOn && followsCache)
+        return (isBehind || HasRoom()) && ReadForwards(need, ask);
+    long long const target = ShownTime(time + lead);
+    long long const nextShown = span.end + Scaled(stillness, need);
+    return SeekTo(target, isBehind ? std::min(nextShown, target) : target, need, ask);
+}
+
+// Goes as far back as the budget reaches, and from there on meets play, so that much of what follows is there already.
+// Where not even that comes in time, key pictures alone are shown.
+bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    if (time > span.end && followsCache)
+        return HasRoom() && ReadForwards(need, ask);
+    if (time < span.start && span.start - time + lead < Scaled(lateness, need))
+        return FillBackwards(need, ask);
+    long long const reach = EffectiveBudget() / std::max(pictureBytes, 1LL) * frameStep;
+    long long const target = ShownTime(time - lead);
+    return SeekTo(target, lead < reach ? std::max(target - reach, 0LL) : 0, need, ask);
+}
+
+// So that the picture showing at `time`, or one from `earliest` on that comes before it, is the one that is cached.
+bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& need, AskNeed const& ask)
 {
     StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
         PlayNeed const now = ask();
-        return now.opened != opened || (mayBeStopped && now.sought != sought);
+        bool const isTooLate = now.speed < 0.0 && earliest < time && now.position < earliest;
+        return now.opened != opened || isTooLate || (mayBeStopped && now.sought != sought);
     };
     followsCache = false;
     Picture picture;
-    PictureSource::Result result = source->SeekTo(time, time, stop);
+    PictureSource::Result result = source->SeekTo(time, earliest, stop);
     if (result == PictureSource::Result::Picture)
         result = source->Read(picture, [] { return false; });
+    NoteLead(need, ask());
     if (result == PictureSource::Result::Stopped) {
         mayBeStopped = false;
         return true;
@@ -131,8 +168,14 @@ bool PictureFeeder::SeekTo(long long time, PlayNeed const& need, AskNeed const& 
     cache.Append(picture);
     followsCache = true;
     aim = smallestSegment;
-    lead = std::abs(ask().position - need.position);
     return true;
+}
+
+// Backwards, a slow seek is remembered for a while, as the quick ones after it are so because they go to key pictures.
+void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
+{
+    long long const passed = before.sought == now.sought ? std::abs(now.position - before.position) : 0;
+    lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : passed;
 }
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
@@ -202,7 +245,8 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     aim = std::min(2 * aim, most);
 
     followsCache = false;
-    StopCheck const stop = StopForOthers(need, ask);
+    StopCheck const isForOthers = StopForOthers(need, ask);
+    StopCheck const stop = [&] { return isForOthers() || (need.speed < 0.0 && ask().position < earliest); };
     bool const isComplete =
         source->SeekTo(std::min(target, span.start - 1), earliest, stop) == PictureSource::Result::Picture &&
         ReadSegment(span.start, need, stop);
@@ -212,6 +256,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
         AppendSegment(ask);
     segment.clear();
     pendingBytes = 0;
+    NoteLead(need, ask());
     return true;
 }
 
@@ -327,6 +372,11 @@ void PictureFeeder::Measure(long long decodedBefore, double seconds)
     measuredSeconds = 0.0;
 }
 
+bool PictureFeeder::HasRoom() const
+{
+    return cache.GetSpan().bytes + pictureBytes <= EffectiveBudget();
+}
+
 long long PictureFeeder::EffectiveBudget() const
 {
     return std::max(budget, fewestPictures * pictureBytes);
@@ -342,6 +392,17 @@ long long PictureFeeder::ShownTime(long long position) const
 PictureCache::Place PictureFeeder::Find(long long position, int offset) const
 {
     return cache.Find(ShownTime(position), offset);
+}
+
+PictureCache::Place PictureFeeder::FindNewest(long long position, bool forwards) const
+{
+    PictureCache::Place const current = Find(position, 0);
+    PictureCache::Span const span = cache.GetSpan();
+    long long const time = ShownTime(position);
+    bool const isLate = forwards ? span.end < time : span.start > time;
+    if (current.picture || !isLate)
+        return current;
+    return cache.Find(forwards ? span.end : span.start, 0);
 }
 
 bool PictureFeeder::IsFirst(PictureCache::Place const& place) const

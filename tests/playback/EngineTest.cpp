@@ -310,6 +310,33 @@ TEST_F(EngineTest, PicturesThatPlayPassesOverAreCounted)
     EXPECT_EQ(Status().picturesShown, 2);
 }
 
+// Decoding one picture takes the clock on by several.
+TEST_F(EngineTest, WhereDecodingCannotKeepUpTheNewestPictureIsShownAndTheRestIsCounted)
+{
+    for (double speed : {1.0, -1.0}) {
+        PlaybackOptions options;
+        options.withSound = false;
+        PlaybackEngine slow(options, std::make_shared<HurryingTime>(20000));
+        slow.Open(Clips::Made("gop250.mp4"));
+        slow.Seek(speed > 0.0 ? 0 : 21960000);
+        ASSERT_TRUE(slow.WaitUntilReady(patience));
+        slow.SetSpeed(speed);
+        std::vector<long long> shown;
+        while (slow.GetStatus().state != PlaybackState::Ended) {
+            auto const picture = slow.GetPicture();
+            ASSERT_TRUE(picture);
+            if (shown.empty() || shown.back() != picture->startTime)
+                shown.push_back(picture->startTime);
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        EXPECT_GT(shown.size(), 15U) << speed;
+        EXPECT_TRUE(speed > 0.0 ? std::is_sorted(shown.begin(), shown.end())
+                                : std::is_sorted(shown.rbegin(), shown.rend()));
+        long long const last = std::abs(shown.back() - shown.front()) / 40000;
+        EXPECT_EQ(slow.GetStatus().picturesShown + slow.GetStatus().picturesDropped, last + 1);
+    }
+}
+
 TEST_F(EngineTest, APreviewIsAnyPictureAndTheExactOneFollows)
 {
     engine.SetCacheBudget(0);
