@@ -110,18 +110,15 @@ bool PictureFeeder::Reach(PlayNeed const& need, AskNeed const& ask)
     return SeekTo(time, time, need, ask);
 }
 
-// While play goes on, what is cached is behind it; or ahead, after a seek that was quicker than the one before.
+// Play has come past what is cached.
 bool PictureFeeder::CatchUpForwards(long long time, PlayNeed const& need, AskNeed const& ask)
 {
     PictureCache::Span const span = cache.GetSpan();
-    bool const isBehind = time > span.end;
-    bool const goesOn =
-        isBehind ? time - span.end < Scaled(lateness, need) : span.start - time < Scaled(earliness, need);
-    if (goesOn && followsCache)
-        return (isBehind || HasRoom()) && ReadForwards(need, ask);
-    long long const target = ShownTime(time + lead);
-    long long const nextShown = span.end + Scaled(stillness, need);
-    return SeekTo(target, isBehind ? std::min(nextShown, target) : target, need, ask);
+    if (time < span.start)
+        return SeekTo(time, time, need, ask);
+    if (time - span.end < Scaled(lateness, need))
+        return ReadForwards(need, ask);
+    return SeekTo(time, std::min(span.end + Scaled(stillness, need), time), need, ask);
 }
 
 // Goes as far back as the budget reaches, and from there on meets play, so that much of what follows is there already.
@@ -130,7 +127,7 @@ bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNe
 {
     PictureCache::Span const span = cache.GetSpan();
     if (time > span.end && followsCache)
-        return HasRoom() && ReadForwards(need, ask);
+        return ReadForwards(need, ask);
     if (time < span.start && span.start - time + lead < Scaled(lateness, need))
         return FillBackwards(need, ask);
     long long const reach = EffectiveBudget() / std::max(pictureBytes, 1LL) * frameStep;
@@ -171,11 +168,11 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
     return true;
 }
 
-// Backwards, a slow seek is remembered for a while, as the quick ones after it are so because they go to key pictures.
+// A slow piece of work is remembered for a while, as the quick ones after it are so because they go to key pictures.
 void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
 {
-    long long const passed = before.sought == now.sought ? std::abs(now.position - before.position) : 0;
-    lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : passed;
+    long long const passed = before.sought == now.sought ? before.position - now.position : 0;
+    lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : 0;
 }
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)

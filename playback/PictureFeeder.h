@@ -91,7 +91,7 @@ private:
     long long pictureBytes = 0; // of the largest picture so far
     bool followsCache = false;  // the next picture of the source comes right behind the last cached one
     bool mayBeStopped = true;   // a seek has been completed since one was last stopped: a flood of them shows something
-    long long lead = 0;         // media time that went by during the last seek
+    long long lead = 0;         // media time by which work backwards comes too late, as far as is known
     long long aim = 0;          // pictures that the next segment is to have at least
     std::deque<Picture> segment; // on its way into the cache
     std::vector<Picture> released;
