@@ -28,18 +28,34 @@ constexpr long long soundToWaitFor = second;
 constexpr long long farAway =
     std::numeric_limits<long long>::max() / 4; // no position is beyond, so that sums stay small
 
+constexpr long long mostBytes = 1LL << 40;
+constexpr long long longestDelay = 3600 * second;
+constexpr double loudest = 1000000.0;
+
 double Finite(double value)
 {
     return std::isnan(value) ? 0.0 : value;
 }
 
+// Options come from programs and their users: what makes no sense is held to what does.
+PlaybackOptions Sensible(PlaybackOptions options)
+{
+    bool const isRate = options.untimedRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                        options.untimedRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    options.untimedRate = isRate ? options.untimedRate : PlaybackOptions().untimedRate;
+    options.cacheBudget = std::clamp(options.cacheBudget, 0LL, mostBytes);
+    options.muteAboveSpeed = Finite(options.muteAboveSpeed);
+    options.previewRest = std::clamp(options.previewRest, 0LL, longestDelay);
+    return options;
+}
+
 } // namespace
 
 EngineCore::EngineCore(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
-    : options(newOptions),
+    : options(Sensible(newOptions)),
       timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
-      budget(newOptions.cacheBudget),
-      muteAboveSpeed(newOptions.muteAboveSpeed),
+      budget(options.cacheBudget),
+      muteAboveSpeed(options.muteAboveSpeed),
       thread([this] { Run(); })
 {}
 
@@ -144,7 +160,7 @@ void EngineCore::SetLoop(long long start, long long end)
 void EngineCore::SetVolume(double newVolume)
 {
     std::lock_guard const lock(mutex);
-    volume = std::max(Finite(newVolume), 0.0);
+    volume = std::clamp(Finite(newVolume), 0.0, loudest);
 }
 
 void EngineCore::SetMuted(bool newMuted)
@@ -163,7 +179,7 @@ void EngineCore::SetMuteAboveSpeed(double newSpeed)
 void EngineCore::SetCacheBudget(long long bytes)
 {
     std::lock_guard const lock(mutex);
-    budget = std::max(bytes, 0LL);
+    budget = std::clamp(bytes, 0LL, mostBytes);
     budgetAsked = true;
     Wake();
 }
@@ -245,7 +261,7 @@ int EngineCore::FillAudio(short* buffer, int frames, long long delay)
         if (run.speed != 0.0 && output->Follows(run)) {
             // What has been handed out tells where play is, and where it will be heard.
             double const position = output->GetPosition() - static_cast<double>(origin);
-            clock.SetPosition(position, now + delay);
+            clock.SetPosition(position, now + std::clamp(delay, 0LL, longestDelay));
             drift = position - static_cast<double>(freeClock.GetPosition(now));
             Settle(now);
             describe();

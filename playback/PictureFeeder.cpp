@@ -22,7 +22,9 @@ constexpr long long lateness = second / 10;
 constexpr long long earliness = second;
 constexpr long long stillness = second / 5;
 
-constexpr int fewestPictures = 4;   // cached whatever the budget
+constexpr int fewestPictures = 4; // cached whatever the budget
+constexpr long long mostPictures = 100000;
+constexpr long long longestStep = 3600 * second;
 constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
 constexpr double measureSpan = 0.5; // seconds of decoding for one measurement
 
@@ -36,7 +38,10 @@ long long Scaled(long long duration, PlayNeed const& need)
 } // namespace
 
 PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
-    : source(std::move(newSource)), frameStep(std::max(newFrameStep, 1LL)), budget(newBudget), aim(smallestSegment)
+    : source(std::move(newSource)),
+      frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
+      budget(newBudget),
+      aim(smallestSegment)
 {}
 
 PictureFeeder::~PictureFeeder() = default;
@@ -130,7 +135,7 @@ bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNe
         return ReadForwards(need, ask);
     if (time < span.start && span.start - time + lead < Scaled(lateness, need))
         return FillBackwards(need, ask);
-    long long const reach = EffectiveBudget() / std::max(pictureBytes, 1LL) * frameStep;
+    long long const reach = PicturesIn(EffectiveBudget()) * frameStep;
     long long const target = ShownTime(time - lead);
     return SeekTo(target, lead < reach ? std::max(target - reach, 0LL) : 0, need, ask);
 }
@@ -233,10 +238,11 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     long long const room = RoomBackwards(need);
     if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
         return false;
-    long long const most = std::max(std::min(room, EffectiveBudget() / 2) / std::max(pictureBytes, 1LL), 1LL);
+    long long const most = std::max(PicturesIn(std::min(room, EffectiveBudget() / 2)), 1LL);
     long long const atLeast = std::clamp(most / 2, 1LL, aim);
     // The rate that a stream says can be far from what its pictures do: what is cached tells better.
-    long long const step = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
+    long long const usualStep = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
+    long long const step = std::min(usualStep, longestStep);
     long long const earliest = std::max(span.start - most * step, 0LL);
     long long const target = std::max(span.start - atLeast * step, earliest);
     aim = std::min(2 * aim, most);
@@ -367,6 +373,11 @@ void PictureFeeder::Measure(long long decodedBefore, double seconds)
         return;
     measuredPictures = 0;
     measuredSeconds = 0.0;
+}
+
+long long PictureFeeder::PicturesIn(long long bytes) const
+{
+    return std::min(bytes / std::max(pictureBytes, 1LL), mostPictures);
 }
 
 bool PictureFeeder::HasRoom() const

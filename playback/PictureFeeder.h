@@ -79,6 +79,7 @@ private:
     void NoteProgress();
     void Measure(long long decodedBefore, double seconds);
     bool HasRoom() const;
+    long long PicturesIn(long long bytes) const;
     long long EffectiveBudget() const;
     long long ShownTime(long long position) const;
 

@@ -19,7 +19,8 @@ constexpr int mostFruitlessDrains = 1000;
 // So close before a target, decoding on is quicker than going back to a key picture.
 constexpr long long nearAhead = second / 2;
 
-constexpr long long farAway = 1000000000 * second; // beyond it are only times of damaged packets
+constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
+constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
 
 // So close before a target nothing is dropped, as it may be in hand already.
 constexpr long long fewPictures = 3;
@@ -38,7 +39,7 @@ bool PictureReader::Open()
         return false;
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
-    streamStart = stream.startTime;
+    streamStart = std::clamp(stream.startTime, -farAway, farAway);
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
     bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
@@ -77,12 +78,14 @@ void PictureReader::Forget()
 
 PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, StopCheck const& stop)
 {
+    time = std::clamp(time, 0LL, farAway);
+    earliest = std::clamp(earliest, 0LL, time);
     if (!FindFirst(stop))
         return drained ? Result::End : Result::Stopped;
     limit = longAgo;
     Landing landing = ReadOnTo(time, earliest, stop);
     long long const duration = info->GetDuration();
-    long long const latest = duration > 0 ? std::min(time, duration) : time;
+    long long const latest = std::min(time, duration > 0 ? duration : longestGuess);
     bool fromStart = !canLand;
     long long back = instance->RequiresLargeSeekOffset() ? second : 0;
     for (; landing == Landing::Late; back = std::max(2 * back, second)) {
@@ -301,7 +304,7 @@ void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
 {
     ++decodedCount;
     if (firstTime == longAgo)
-        firstTime = picture->startTime;
+        firstTime = std::min(picture->startTime, farAway);
     picture->startTime -= Shift();
     if (picture->startTime < brokenBefore || picture->startTime <= lastStart)
         return;

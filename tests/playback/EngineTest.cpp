@@ -5,6 +5,9 @@
 #include "media/AvGlobals.h"
 #include "playback/PlaybackEngine.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -119,6 +122,35 @@ TEST_F(EngineTest, WhatIsOrderedWhileOpeningHoldsAfterwards)
     EXPECT_EQ(Shown(), 2000000);
 }
 
+TEST_F(EngineTest, WithoutPicturesAMovieIsItsSound)
+{
+    PlaybackOptions options;
+    options.withPictures = false;
+    PlaybackEngine sound(options, time);
+    sound.Open(Clips::Made("stream.ts"));
+    ASSERT_TRUE(sound.WaitUntilReady(patience));
+    EXPECT_EQ(sound.GetStatus().kind, SourceKind::Sound);
+    EXPECT_FALSE(sound.GetPicture());
+    EXPECT_EQ(sound.GetStatus().picturesDecoded, 0);
+    EXPECT_GT(sound.GetStatus().soundStart, 1000000); // 0 is the container's
+    short sample[2] = {};
+    EXPECT_EQ(sound.FillAudio(sample, 1), 1);
+}
+
+TEST_F(EngineTest, AFileWhoseNameIsAPatternIsThatFile)
+{
+    QTemporaryDir const folder;
+    Clips::WriteNumberedPictures(folder.path(), "take.%04d.ppm", {1, 2, 3});
+    ASSERT_TRUE(QFile::copy(Clips::Made("gop12.mp4"), folder.filePath("take.%04d.mp4")));
+    engine.Open(folder.filePath("take.%04d.mp4"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Movie);
+    EXPECT_TRUE(engine.GetPicture());
+    engine.Open(folder.filePath("take.####.ppm"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Sequence);
+}
+
 // ---- Time
 
 TEST_F(EngineTest, TheClockWaitsForTheFirstPictureAndThenForNothing)
@@ -174,6 +206,56 @@ TEST_F(EngineTest, PositionsStayWithinTheMedia)
     engine.Seek(std::numeric_limits<long long>::min());
     Wait();
     EXPECT_EQ(Status().position, 0);
+}
+
+TEST_F(EngineTest, EveryArgumentIsSafe)
+{
+    long long const least = std::numeric_limits<long long>::min();
+    long long const most = std::numeric_limits<long long>::max();
+    double const infinity = std::numeric_limits<double>::infinity();
+    PlaybackOptions options;
+    options.cacheBudget = most;
+    options.untimedRate = std::nan("");
+    options.previewRest = most;
+    options.muteAboveSpeed = infinity;
+    options.sequenceThreads = std::numeric_limits<int>::max();
+    for (char const* name : {"gop12.mp4", "raw.264", "stream.ts", "tone.wav", "tone.mp3", "cover.mp3"}) {
+        PlaybackEngine wild(options, time);
+        wild.Open(Clips::Made(name));
+        ASSERT_TRUE(wild.WaitUntilReady(patience));
+        std::vector<short> block(2000);
+        for (long long moment : {most, least, most - 1, most / 2, least / 2, -1LL, 0LL, 100000000LL}) {
+            for (double speed : {infinity, -infinity, std::nan(""), 1e300, -1e-300, 1.0, -1.0}) {
+                wild.Seek(moment);
+                wild.SeekPreview(moment);
+                wild.SetSpeed(speed);
+                wild.SetLoop(moment, most);
+                wild.SetVolume(speed);
+                wild.SetMuteAboveSpeed(speed);
+                wild.SetCacheBudget(moment);
+                wild.FillAudio(block.data(), 1000, moment);
+                time->Advance(100000);
+                wild.GetPicture();
+                PlaybackStatus const status = wild.GetStatus();
+                EXPECT_LE(std::abs(status.speed), 16.0);
+                EXPECT_GE(status.duration, 0);
+            }
+            wild.SetLoop(most, moment);
+            wild.Step(std::numeric_limits<int>::min());
+            wild.Step(std::numeric_limits<int>::max());
+            wild.Step(std::numeric_limits<int>::max());
+            EXPECT_EQ(wild.FillAudio(nullptr, 10), 0);
+            EXPECT_EQ(wild.FillAudio(block.data(), 0), 0);
+            EXPECT_EQ(wild.FillAudio(block.data(), std::numeric_limits<int>::min()), 0);
+            wild.Seek(moment);
+            EXPECT_TRUE(wild.WaitUntilReady(patience)) << name << ' ' << moment;
+        }
+        wild.ClearLoop();
+        wild.SetCacheBudget(1000000);
+        wild.Seek(2000000);
+        EXPECT_TRUE(wild.WaitUntilReady(patience)) << name;
+        EXPECT_EQ(wild.GetStatus().position, 2000000) << name;
+    }
 }
 
 TEST_F(EngineTest, EndsAtEitherEndAndGoesOnTheOtherWay)
