@@ -239,12 +239,11 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
         return false;
     long long const most = std::max(PicturesIn(std::min(room, EffectiveBudget() / 2)), 1LL);
-    long long const atLeast = std::clamp(most / 2, 1LL, aim);
     // The rate that a stream says can be far from what its pictures do: what is cached tells better.
     long long const usualStep = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
     long long const step = std::min(usualStep, longestStep);
     long long const earliest = std::max(span.start - most * step, 0LL);
-    long long const target = std::max(span.start - atLeast * step, earliest);
+    long long const target = std::max(span.start - LengthBackwards(most, step), earliest);
     aim = std::min(2 * aim, most);
 
     followsCache = false;
@@ -261,6 +260,15 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     pendingBytes = 0;
     NoteLead(need, ask());
     return true;
+}
+
+// How far back a segment of at most `most` pictures goes: into the first one of as many whole groups as it can hold, or
+// of those that are wanted soon. A group that is cut would be decoded again for the rest.
+long long PictureFeeder::LengthBackwards(long long most, long long step) const
+{
+    long long const group = source->GetGroupDuration();
+    long long const groups = group > 0 ? std::min(most, aim) * step / group : 0;
+    return groups > 0 ? (groups - 1) * group + step / 2 : std::clamp(most / 2, 1LL, aim) * step;
 }
 
 // Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.

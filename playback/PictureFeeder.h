@@ -68,6 +68,7 @@ private:
     void NoteLead(PlayNeed const& before, PlayNeed const& now);
     bool ReadForwards(PlayNeed const& need, AskNeed const& ask);
     bool FillBackwards(PlayNeed const& need, AskNeed const& ask);
+    long long LengthBackwards(long long most, long long step) const;
     bool ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop);
     void AppendSegment(AskNeed const& ask);
     long long RoomBackwards(PlayNeed const& need) const;

@@ -175,7 +175,7 @@ long long PictureReader::ExpectedKeyTime() const
         return longAgo;
     long long const known = std::min(std::max(keylessUntil, lastStart), farAway);
     long long const keyless = known > groupStart ? known - groupStart : 0;
-    return groupStart + std::max(2 * keyless, groupsCount > 0 ? groupsLength / groupsCount : 0);
+    return groupStart + std::max(2 * keyless, GetGroupDuration());
 }
 
 void PictureReader::NoteKeyPacket()
@@ -249,6 +249,7 @@ bool PictureReader::IsGroupComplete() const
 
 void PictureReader::DrainGroup()
 {
+    NoteKeyPacket();
     for (int i = 0; i < mostFruitlessDrains && !drained; ++i) {
         QList<std::shared_ptr<DecodedVideoFrame>> records;
         instance->DrainVideo(records, dropBefore < 0 ? -1 : dropBefore + Shift());
@@ -353,6 +354,11 @@ long long PictureReader::GetEnd() const
 QString PictureReader::GetError() const
 {
     return error;
+}
+
+long long PictureReader::GetGroupDuration() const
+{
+    return groupsCount > 0 ? groupsLength / groupsCount : 0;
 }
 
 long long PictureReader::GetDecodedCount() const

@@ -39,6 +39,7 @@ public:
     QString GetError() const override;
     long long GetDecodedCount() const override;
     long long GetOrigin() const override;
+    long long GetGroupDuration() const override;
 
 private:
     enum class Landing { Found, Late, Stopped };
