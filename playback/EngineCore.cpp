@@ -30,18 +30,34 @@ constexpr long long soundToWaitFor = second;
 constexpr long long farAway =
     std::numeric_limits<long long>::max() / 4; // no position is beyond, so that sums stay small
 
+constexpr long long mostBytes = 1LL << 40;
+constexpr long long longestDelay = 3600 * second;
+constexpr double loudest = 1000000.0;
+
 double Finite(double value)
 {
     return std::isnan(value) ? 0.0 : value;
 }
 
+// Options come from programs and their users: what makes no sense is held to what does.
+PlaybackOptions Sensible(PlaybackOptions options)
+{
+    bool const isRate = options.untimedRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                        options.untimedRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    options.untimedRate = isRate ? options.untimedRate : PlaybackOptions().untimedRate;
+    options.cacheBudget = std::clamp(options.cacheBudget, 0LL, mostBytes);
+    options.muteAboveSpeed = Finite(options.muteAboveSpeed);
+    options.previewRest = std::clamp(options.previewRest, 0LL, longestDelay);
+    return options;
+}
+
 } // namespace
 
 EngineCore::EngineCore(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
-    : options(newOptions),
+    : options(Sensible(newOptions)),
       timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
-      budget(newOptions.cacheBudget),
-      muteAboveSpeed(newOptions.muteAboveSpeed),
+      budget(options.cacheBudget),
+      muteAboveSpeed(options.muteAboveSpeed),
       thread([this] { Run(); })
 {}
 
@@ -146,7 +162,7 @@ void EngineCore::SetLoop(long long start, long long end)
 void EngineCore::SetVolume(double newVolume)
 {
     std::lock_guard const lock(mutex);
-    volume = std::max(Finite(newVolume), 0.0);
+    volume = std::clamp(Finite(newVolume), 0.0, loudest);
 }
 
 void EngineCore::SetMuted(bool newMuted)
@@ -165,7 +181,7 @@ void EngineCore::SetMuteAboveSpeed(double newSpeed)
 void EngineCore::SetCacheBudget(long long bytes)
 {
     std::lock_guard const lock(mutex);
-    budget = std::max(bytes, 0LL);
+    budget = std::clamp(bytes, 0LL, mostBytes);
     budgetAsked = true;
     Wake();
 }
@@ -181,11 +197,24 @@ std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
         return nullptr;
     if (speed != 0.0)
         Wake(); // the time that goes by makes room for more
-    PictureCache::Place const place = media->pictures->Find(GetPosition(now), 0);
+    PictureCache::Place const place = FindPicture(now);
     PictureCache::Picture const picture = place.picture ? place.picture : media->pictures->GetPreview(sought);
     if (picture && picture != shown.picture)
         ShowPicture(place.picture ? place : PictureCache::Place{picture, picture->startTime, picture->startTime});
     return shown.picture;
+}
+
+// While play goes on and decoding is behind, the newest picture that play has come past.
+PictureCache::Place EngineCore::FindPicture(long long now)
+{
+    long long const position = GetPosition(now);
+    if (speed == 0.0 || waiting)
+        return media->pictures->Find(position, 0);
+    PictureCache::Place const place = media->pictures->FindNewest(position, forwards);
+    bool const isOfThisRun = forwards ? place.end >= begunAt : place.start <= begunAt;
+    bool const isOlder =
+        shown.picture && shownSought == sought && (forwards ? place.start < shown.start : place.start > shown.start);
+    return isOfThisRun && !isOlder ? place : PictureCache::Place();
 }
 
 void EngineCore::ShowPicture(PictureCache::Place const& place)
@@ -234,7 +263,7 @@ int EngineCore::FillAudio(short* buffer, int frames, long long delay)
         if (run.speed != 0.0 && output->Follows(run)) {
             // What has been handed out tells where play is, and where it will be heard.
             double const position = output->GetPosition() - static_cast<double>(origin);
-            clock.SetPosition(position, now + delay);
+            clock.SetPosition(position, now + std::clamp(delay, 0LL, longestDelay));
             drift = position - static_cast<double>(freeClock.GetPosition(now));
             Settle(now);
             describe();
@@ -394,6 +423,7 @@ void EngineCore::Settle(long long now)
     if (waiting && !soundOpening && IsReady(now, soundToBegin)) {
         waiting = false;
         PlaceAt(clock.GetPosition(now), now);
+        begunAt = reported;
         clock.SetSpeed(speed, now);
     }
 }

@@ -93,6 +93,7 @@ private:
     bool IsEndKnown() const;
     long long GetStart() const;
     long long GetEnd() const;
+    PictureCache::Place FindPicture(long long now);
     void ShowPicture(PictureCache::Place const& place);
     long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
     void FillStatusOfMedia(PlaybackStatus& status) const;
@@ -132,6 +133,7 @@ private:
     long long sought = 0;
     long long soughtAtOpening = 0;
     long long reported = 0; // position given out last: it never goes against the direction of play
+    long long begunAt = 0;  // position at which the clock has begun to run, after a wait
     long long loopStart = 0;
     long long loopEnd = 0; // not after the start: no loop
 

@@ -125,9 +125,9 @@ void OpenSound(OpenedSource& source, bool hasCover, StopCheck const& stop)
 OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOptions const& options,
                                 StopCheck const& stop)
 {
-    QFileInfo const file(path);
-    if (isSequence || (ImageSequence::IsPattern(path) && !file.isFile()))
+    if (isSequence || ImageSequence::IsPattern(path))
         return OpenImages(path, true, options);
+    QFileInfo const file(path);
     if (!file.exists())
         return Failed(QStringLiteral("There is no file \"%1\".").arg(path));
     if (!file.isFile() || !file.isReadable())

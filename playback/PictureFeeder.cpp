@@ -15,19 +15,33 @@ constexpr long long second = 1000000;
 // So close ahead of what is cached, reading on keeps the cache in one piece.
 constexpr long long nearAhead = second;
 
-// Play that is behind by more than this goes on further ahead instead of decoding everything that it missed.
+// Of playing at normal speed: what is behind by more than this goes on further ahead instead of decoding everything
+// that it missed; what is ahead by less than that waits for play to come; and so long nothing new is shown at most
+// while play is caught up with.
 constexpr long long lateness = second / 10;
+constexpr long long earliness = second;
+constexpr long long stillness = second / 5;
 
-constexpr int fewestPictures = 4;   // cached whatever the budget
+constexpr int fewestPictures = 4; // cached whatever the budget
+constexpr long long mostPictures = 100000;
+constexpr long long longestStep = 3600 * second;
 constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
 constexpr double measureSpan = 0.5; // seconds of decoding for one measurement
 
 using SteadyClock = std::chrono::steady_clock;
 
+long long Scaled(long long duration, PlayNeed const& need)
+{
+    return static_cast<long long>(static_cast<double>(duration) * std::max(1.0, std::abs(need.speed)));
+}
+
 } // namespace
 
 PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
-    : source(std::move(newSource)), frameStep(std::max(newFrameStep, 1LL)), budget(newBudget), aim(smallestSegment)
+    : source(std::move(newSource)),
+      frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
+      budget(newBudget),
+      aim(smallestSegment)
 {}
 
 PictureFeeder::~PictureFeeder() = default;
@@ -75,7 +89,7 @@ bool PictureFeeder::WorkAround(PictureCache::Place const& current, PlayNeed cons
     if (need.playing && !need.forwards)
         return FillBackwards(need, ask);
     // While paused nothing gives way to what may never be wanted.
-    if (!need.playing && cache.GetSpan().bytes + pictureBytes > EffectiveBudget())
+    if (!need.playing && !HasRoom())
         return false;
     switch (cache.Update(WindowFor(need), released)) {
     case PictureCache::Advice::Forwards:
@@ -92,29 +106,54 @@ bool PictureFeeder::Reach(PlayNeed const& need, AskNeed const& ask)
 {
     long long const time = ShownTime(need.position);
     PictureCache::Span const span = cache.GetSpan();
-    bool const runs = need.playing && need.speed != 0.0;
-    long long const tolerance =
-        static_cast<long long>(static_cast<double>(lateness) * std::max(1.0, std::abs(need.speed)));
-    if (span.count > 0 && followsCache && time > span.end && time - span.end < (runs ? tolerance : nearAhead))
+    if (span.count > 0 && need.playing && need.speed != 0.0)
+        return need.forwards ? CatchUpForwards(time, need, ask) : CatchUpBackwards(time, need, ask);
+    if (span.count > 0 && followsCache && time > span.end && time - span.end < nearAhead)
         return ReadForwards(need, ask);
-    bool const isBackwards = need.playing && !need.forwards;
-    if (span.count > 0 && isBackwards && time < span.start && span.start - time < tolerance)
+    if (span.count > 0 && need.playing && !need.forwards && time < span.start && span.start - time < lateness)
         return FillBackwards(need, ask);
-    long long const ahead = runs ? (need.forwards ? lead : -lead) : 0;
-    return SeekTo(ShownTime(std::max(time + ahead, 0LL)), need, ask);
+    return SeekTo(time, time, need, ask);
 }
 
-bool PictureFeeder::SeekTo(long long time, PlayNeed const& need, AskNeed const& ask)
+// Play has come past what is cached.
+bool PictureFeeder::CatchUpForwards(long long time, PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    if (time < span.start)
+        return SeekTo(time, time, need, ask);
+    if (time - span.end < Scaled(lateness, need))
+        return ReadForwards(need, ask);
+    return SeekTo(time, std::min(span.end + Scaled(stillness, need), time), need, ask);
+}
+
+// Goes as far back as the budget reaches, and from there on meets play, so that much of what follows is there already.
+// Where not even that comes in time, key pictures alone are shown.
+bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNeed const& ask)
+{
+    PictureCache::Span const span = cache.GetSpan();
+    if (time > span.end && followsCache)
+        return ReadForwards(need, ask);
+    if (time < span.start && span.start - time + lead < Scaled(lateness, need))
+        return FillBackwards(need, ask);
+    long long const reach = PicturesIn(EffectiveBudget()) * frameStep;
+    long long const target = ShownTime(time - lead);
+    return SeekTo(target, lead < reach ? std::max(target - reach, 0LL) : 0, need, ask);
+}
+
+// So that the picture showing at `time`, or one from `earliest` on that comes before it, is the one that is cached.
+bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& need, AskNeed const& ask)
 {
     StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
         PlayNeed const now = ask();
-        return now.opened != opened || (mayBeStopped && now.sought != sought);
+        bool const isTooLate = now.speed < 0.0 && earliest < time && now.position < earliest;
+        return now.opened != opened || isTooLate || (mayBeStopped && now.sought != sought);
     };
     followsCache = false;
     Picture picture;
-    PictureSource::Result result = source->SeekTo(time, time, stop);
+    PictureSource::Result result = source->SeekTo(time, earliest, stop);
     if (result == PictureSource::Result::Picture)
         result = source->Read(picture, [] { return false; });
+    NoteLead(need, ask());
     if (result == PictureSource::Result::Stopped) {
         mayBeStopped = false;
         return true;
@@ -131,8 +170,14 @@ bool PictureFeeder::SeekTo(long long time, PlayNeed const& need, AskNeed const& 
     cache.Append(picture);
     followsCache = true;
     aim = smallestSegment;
-    lead = std::abs(ask().position - need.position);
     return true;
+}
+
+// A slow piece of work is remembered for a while, as the quick ones after it are so because they go to key pictures.
+void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
+{
+    long long const passed = before.sought == now.sought ? before.position - now.position : 0;
+    lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : 0;
 }
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
@@ -193,16 +238,17 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     long long const room = RoomBackwards(need);
     if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
         return false;
-    long long const most = std::max(std::min(room, EffectiveBudget() / 2) / std::max(pictureBytes, 1LL), 1LL);
-    long long const atLeast = std::clamp(most / 2, 1LL, aim);
+    long long const most = std::max(PicturesIn(std::min(room, EffectiveBudget() / 2)), 1LL);
     // The rate that a stream says can be far from what its pictures do: what is cached tells better.
-    long long const step = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
+    long long const usualStep = span.count > 1 ? (span.end - span.start) / span.count + 1 : frameStep;
+    long long const step = std::min(usualStep, longestStep);
     long long const earliest = std::max(span.start - most * step, 0LL);
-    long long const target = std::max(span.start - atLeast * step, earliest);
+    long long const target = std::max(span.start - LengthBackwards(most, step), earliest);
     aim = std::min(2 * aim, most);
 
     followsCache = false;
-    StopCheck const stop = StopForOthers(need, ask);
+    StopCheck const isForOthers = StopForOthers(need, ask);
+    StopCheck const stop = [&] { return isForOthers() || (need.speed < 0.0 && ask().position < earliest); };
     bool const isComplete =
         source->SeekTo(std::min(target, span.start - 1), earliest, stop) == PictureSource::Result::Picture &&
         ReadSegment(span.start, need, stop);
@@ -212,7 +258,17 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
         AppendSegment(ask);
     segment.clear();
     pendingBytes = 0;
+    NoteLead(need, ask());
     return true;
+}
+
+// How far back a segment of at most `most` pictures goes: into the first one of as many whole groups as it can hold, or
+// of those that are wanted soon. A group that is cut would be decoded again for the rest.
+long long PictureFeeder::LengthBackwards(long long most, long long step) const
+{
+    long long const group = source->GetGroupDuration();
+    long long const groups = group > 0 ? std::min(most, aim) * step / group : 0;
+    return groups > 0 ? (groups - 1) * group + step / 2 : std::clamp(most / 2, 1LL, aim) * step;
 }
 
 // Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.
@@ -327,6 +383,16 @@ void PictureFeeder::Measure(long long decodedBefore, double seconds)
     measuredSeconds = 0.0;
 }
 
+long long PictureFeeder::PicturesIn(long long bytes) const
+{
+    return std::min(bytes / std::max(pictureBytes, 1LL), mostPictures);
+}
+
+bool PictureFeeder::HasRoom() const
+{
+    return cache.GetSpan().bytes + pictureBytes <= EffectiveBudget();
+}
+
 long long PictureFeeder::EffectiveBudget() const
 {
     return std::max(budget, fewestPictures * pictureBytes);
@@ -342,6 +408,17 @@ long long PictureFeeder::ShownTime(long long position) const
 PictureCache::Place PictureFeeder::Find(long long position, int offset) const
 {
     return cache.Find(ShownTime(position), offset);
+}
+
+PictureCache::Place PictureFeeder::FindNewest(long long position, bool forwards) const
+{
+    PictureCache::Place const current = Find(position, 0);
+    PictureCache::Span const span = cache.GetSpan();
+    long long const time = ShownTime(position);
+    bool const isLate = forwards ? span.end < time : span.start > time;
+    if (current.picture || !isLate)
+        return current;
+    return cache.Find(forwards ? span.end : span.start, 0);
 }
 
 bool PictureFeeder::IsFirst(PictureCache::Place const& place) const

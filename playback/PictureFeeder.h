@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
 #include "playback/PictureCache.h"
 #include "playback/PictureSource.h"
 #include "playback/PlayNeed.h"
@@ -18,7 +19,11 @@
 // A segment takes up to half of the budget, whole groups where they fit; of a longer group, only the part that fits is
 // kept, and the next segment decodes the group again for the part before. It is begun as soon as play has left room for
 // it, well before it is needed.
-class PictureFeeder
+//
+// Where decoding cannot keep up, it goes on further ahead: what is late by then is not converted, and where a key
+// picture lies on the way, not even decoded. Every now and then one picture comes out all the same, late as it is, so
+// that something moves.
+class TAVOLINPLAYBACK_EXPORT PictureFeeder
 {
 public:
     using Picture = PictureCache::Picture;
@@ -39,6 +44,7 @@ public:
     // Any thread.
     PictureCache::Place Find(long long position,
                              int offset) const; // positions beyond the pictures mean the first, last
+    PictureCache::Place FindNewest(long long position, bool forwards) const; // or what comes before it in play
     bool IsFirst(PictureCache::Place const& place) const;
     bool IsLast(PictureCache::Place const& place) const;
     bool IsReady(PlayNeed const& need) const;   // what is to show now is there, or known not to exist
@@ -55,10 +61,14 @@ private:
     bool DoWork(PlayNeed const& need, AskNeed const& ask);
     bool WorkAround(PictureCache::Place const& current, PlayNeed const& need, AskNeed const& ask);
     bool Reach(PlayNeed const& need, AskNeed const& ask);
+    bool CatchUpForwards(long long time, PlayNeed const& need, AskNeed const& ask);
+    bool CatchUpBackwards(long long time, PlayNeed const& need, AskNeed const& ask);
     bool ShowPreview(PlayNeed const& need, AskNeed const& ask);
-    bool SeekTo(long long time, PlayNeed const& need, AskNeed const& ask);
+    bool SeekTo(long long time, long long earliest, PlayNeed const& need, AskNeed const& ask);
+    void NoteLead(PlayNeed const& before, PlayNeed const& now);
     bool ReadForwards(PlayNeed const& need, AskNeed const& ask);
     bool FillBackwards(PlayNeed const& need, AskNeed const& ask);
+    long long LengthBackwards(long long most, long long step) const;
     bool ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop);
     void AppendSegment(AskNeed const& ask);
     long long RoomBackwards(PlayNeed const& need) const;
@@ -69,6 +79,8 @@ private:
     void NotePicture(Picture const& picture);
     void NoteProgress();
     void Measure(long long decodedBefore, double seconds);
+    bool HasRoom() const;
+    long long PicturesIn(long long bytes) const;
     long long EffectiveBudget() const;
     long long ShownTime(long long position) const;
 
@@ -81,7 +93,7 @@ private:
     long long pictureBytes = 0; // of the largest picture so far
     bool followsCache = false;  // the next picture of the source comes right behind the last cached one
     bool mayBeStopped = true;   // a seek has been completed since one was last stopped: a flood of them shows something
-    long long lead = 0;         // media time that went by during the last seek
+    long long lead = 0;         // media time by which work backwards comes too late, as far as is known
     long long aim = 0;          // pictures that the next segment is to have at least
     std::deque<Picture> segment; // on its way into the cache
     std::vector<Picture> released;

@@ -19,6 +19,12 @@ constexpr int mostFruitlessDrains = 1000;
 // So close before a target, decoding on is quicker than going back to a key picture.
 constexpr long long nearAhead = second / 2;
 
+constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
+constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
+
+// So close before a target nothing is dropped, as it may be in hand already.
+constexpr long long fewPictures = 3;
+
 } // namespace
 
 PictureReader::PictureReader(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate)
@@ -33,7 +39,7 @@ bool PictureReader::Open()
         return false;
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
-    streamStart = stream.startTime;
+    streamStart = std::clamp(stream.startTime, -farAway, farAway);
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
     bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
@@ -64,18 +70,22 @@ void PictureReader::Forget()
     brokenBefore = longAgo;
     lastStart = longAgo;
     limit = longAgo;
+    groupStart = longAgo;
+    keylessUntil = longAgo;
     drained = false;
     fruitlessDrains = 0;
 }
 
 PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, StopCheck const& stop)
 {
+    time = std::clamp(time, 0LL, farAway);
+    earliest = std::clamp(earliest, 0LL, time);
     if (!FindFirst(stop))
         return drained ? Result::End : Result::Stopped;
     limit = longAgo;
-    Landing landing = ReadOnTo(earliest, stop);
+    Landing landing = ReadOnTo(time, earliest, stop);
     long long const duration = info->GetDuration();
-    long long const latest = duration > 0 ? std::min(time, duration) : time;
+    long long const latest = std::min(time, duration > 0 ? duration : longestGuess);
     bool fromStart = !canLand;
     long long back = instance->RequiresLargeSeekOffset() ? second : 0;
     for (; landing == Landing::Late; back = std::max(2 * back, second)) {
@@ -105,6 +115,7 @@ PictureReader::Landing PictureReader::SeekAndRead(long long target, long long la
 {
     if (!Land(target, latest, stop))
         return stop() ? Landing::Stopped : Landing::Late;
+    keylessUntil = target;
     bool const keepsAll = brokenBefore != longAgo && brokenBefore >= earliest;
     dropBefore = keepsAll ? -1 : std::max(std::min(earliest, latest) - (latest - target), 0LL);
     Landing const landing = ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
@@ -130,22 +141,53 @@ bool PictureReader::Land(long long time, long long latest, StopCheck const& stop
     return brokenBefore <= latest;
 }
 
-// Goes on reading where the wanted picture lies just ahead; Late when it does not.
-PictureReader::Landing PictureReader::ReadOnTo(long long time, StopCheck const& stop)
+// Goes on reading where that is the quicker way; Late when it is not.
+PictureReader::Landing PictureReader::ReadOnTo(long long time, long long earliest, StopCheck const& stop)
 {
-    if (!IsShortlyAhead(time))
+    if (!IsQuicklyReached(time))
         return Landing::Late;
-    // With pictures dropped in between, the end of what has been read already could not be told.
-    ready.clear();
-    newest.reset();
-    dropBefore = time;
-    return ReadUpTo(time, stop);
+    long long const next = (ready.isEmpty() ? newest : ready.first())->startTime;
+    bool const isNext = shortestStep != noStep && earliest < next + fewPictures * shortestStep;
+    if (!isNext) {
+        // With pictures dropped in between, the end of what has been read already could not be told.
+        ready.clear();
+        newest.reset();
+        dropBefore = earliest;
+    }
+    Landing const landing = ReadUpTo(earliest, stop);
+    bool const isFound = landing == Landing::Late && !ready.isEmpty() && ready.first()->startTime <= time;
+    return isFound ? Landing::Found : landing;
 }
 
-bool PictureReader::IsShortlyAhead(long long time) const
+bool PictureReader::IsQuicklyReached(long long time) const
 {
     auto const& next = ready.isEmpty() ? newest : ready.first();
-    return next && !drained && next->startTime <= time && time - next->startTime < nearAhead;
+    if (!next || drained || next->startTime > time)
+        return false;
+    return !canLand || time - next->startTime < nearAhead || time < ExpectedKeyTime();
+}
+
+// Of the next key picture: groups are taken to be as long as those before, or twice as long as what is known of this
+// one. So a key picture is sought in vain only a few times in even the longest group.
+long long PictureReader::ExpectedKeyTime() const
+{
+    if (groupStart == longAgo)
+        return longAgo;
+    long long const known = std::min(std::max(keylessUntil, lastStart), farAway);
+    long long const keyless = known > groupStart ? known - groupStart : 0;
+    return groupStart + std::max(2 * keyless, GetGroupDuration());
+}
+
+void PictureReader::NoteKeyPacket()
+{
+    if (!instance->IsVideoPacket() || !instance->IsKeyPacket() || instance->GetPacketTime() == longAgo)
+        return;
+    long long const start = std::clamp(instance->GetPacketTime(), -farAway, farAway) - GetOrigin();
+    if (groupStart != longAgo && start > groupStart) {
+        groupsLength += start - groupStart;
+        ++groupsCount;
+    }
+    groupStart = start;
 }
 
 // Reads until the next picture is the one showing at `time`; the last one when the stream ends before. Late when it
@@ -207,6 +249,7 @@ bool PictureReader::IsGroupComplete() const
 
 void PictureReader::DrainGroup()
 {
+    NoteKeyPacket();
     for (int i = 0; i < mostFruitlessDrains && !drained; ++i) {
         QList<std::shared_ptr<DecodedVideoFrame>> records;
         instance->DrainVideo(records, dropBefore < 0 ? -1 : dropBefore + Shift());
@@ -232,6 +275,7 @@ void PictureReader::DecodePacket()
     }
     QList<std::shared_ptr<DecodedAudioFrame>> sounds; // of the drain, not ours
     QList<std::shared_ptr<DecodedVideoFrame>> records;
+    NoteKeyPacket();
     instance->DecodeOnePacket(sounds, records, dropBefore < 0 ? -1 : dropBefore + Shift());
     TakeRecords(std::move(records));
     if (drained) // the end of the stream, whatever was wanted of it
@@ -261,7 +305,7 @@ void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
 {
     ++decodedCount;
     if (firstTime == longAgo)
-        firstTime = picture->startTime;
+        firstTime = std::min(picture->startTime, farAway);
     picture->startTime -= Shift();
     if (picture->startTime < brokenBefore || picture->startTime <= lastStart)
         return;
@@ -310,6 +354,11 @@ long long PictureReader::GetEnd() const
 QString PictureReader::GetError() const
 {
     return error;
+}
+
+long long PictureReader::GetGroupDuration() const
+{
+    return groupsCount > 0 ? groupsLength / groupsCount : 0;
 }
 
 long long PictureReader::GetDecodedCount() const

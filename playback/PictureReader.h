@@ -17,7 +17,8 @@ struct DecodedAudioFrame;
 // How a picture is found: the container is asked for the key picture before it. Where that lands too late (transport
 // streams do, and pictures that stay for long begin far before the time at which they show), it is asked again for 1,
 // 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a key packet, and
-// pictures that show before that key picture are left out, because they may refer to what was not decoded.
+// pictures that show before that key picture are left out, because they may refer to what was not decoded. A picture
+// that lies ahead is reached by reading on, unless a key picture is likely to be on the way.
 //
 // Where a stretch ends with a group, the decoder is drained there, as the pictures that it holds back would otherwise
 // come only with some of the next group. Groups are not always closed, though: should a picture be missing between the
@@ -38,6 +39,7 @@ public:
     QString GetError() const override;
     long long GetDecodedCount() const override;
     long long GetOrigin() const override;
+    long long GetGroupDuration() const override;
 
 private:
     enum class Landing { Found, Late, Stopped };
@@ -45,10 +47,12 @@ private:
     bool Restart();
     void Forget();
     bool Land(long long time, long long latest, StopCheck const& stop);
-    Landing ReadOnTo(long long time, StopCheck const& stop);
+    Landing ReadOnTo(long long time, long long earliest, StopCheck const& stop);
     Landing ReadUpTo(long long time, StopCheck const& stop);
     Landing SeekAndRead(long long target, long long latest, long long earliest, StopCheck const& stop);
-    bool IsShortlyAhead(long long time) const;
+    bool IsQuicklyReached(long long time) const;
+    long long ExpectedKeyTime() const;
+    void NoteKeyPacket();
     bool FindFirst(StopCheck const& stop);
     bool IsGroupComplete() const;
     void DrainGroup();
@@ -70,11 +74,15 @@ private:
     long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off
     long long dropBefore = -1;     // media time for the decoder's filter; negative: none
     long long brokenBefore = longAgo;
-    long long lastStart = longAgo;   // of the pictures taken since the last landing
-    long long limit = longAgo;       // no picture from here on is wanted
-    long long shortestStep = noStep; // between two pictures so far
-    bool hasClosedGroups = true;     // as far as is known: no picture before a key picture comes after it in the stream
-    bool drained = false;            // the mark of the end has come
+    long long lastStart = longAgo;    // of the pictures taken since the last landing
+    long long limit = longAgo;        // no picture from here on is wanted
+    long long shortestStep = noStep;  // between two pictures so far
+    long long groupStart = longAgo;   // of the group that is being decoded
+    long long keylessUntil = longAgo; // no key picture was found from there up to here
+    long long groupsLength = 0;       // of the groups read from end to end
+    int groupsCount = 0;
+    bool hasClosedGroups = true; // as far as is known: no picture before a key picture comes after it in the stream
+    bool drained = false;        // the mark of the end has come
     int fruitlessDrains = 0;
     long long end = -1;
     long long decodedCount = 0;

@@ -3,3 +3,8 @@
 PictureSource::~PictureSource() = default;
 
 void PictureSource::ReadOnlyBefore(long long) {}
+
+long long PictureSource::GetGroupDuration() const
+{
+    return 0;
+}

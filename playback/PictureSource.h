@@ -44,6 +44,9 @@ public:
     // The container's time of media time 0; known once a picture has been read.
     virtual long long GetOrigin() const = 0;
 
+    // From one picture at which decoding can begin to the next, as far as is known; 0 when it can begin at any.
+    virtual long long GetGroupDuration() const;
+
     // What could not be read last, one sentence; empty when there was nothing.
     virtual QString GetError() const = 0;
 

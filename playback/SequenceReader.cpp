@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr int mostThreads = 256;
+
 // Any thread; null for a file that cannot be decoded.
 std::shared_ptr<DecodedVideoFrame> DecodeImage(QString const& path, bool isLinear)
 {
@@ -32,9 +34,9 @@ std::shared_ptr<DecodedVideoFrame> DecodeImage(QString const& path, bool isLinea
 
 size_t ThreadsFor(PlaybackOptions const& options)
 {
-    if (options.sequenceThreads > 0)
-        return static_cast<size_t>(options.sequenceThreads);
-    return std::max(std::thread::hardware_concurrency(), 1u);
+    int const cores = static_cast<int>(std::thread::hardware_concurrency());
+    return static_cast<size_t>(
+        std::clamp(options.sequenceThreads > 0 ? options.sequenceThreads : cores, 1, mostThreads));
 }
 
 double RateFor(PlaybackOptions const& options)

@@ -139,8 +139,10 @@ void SoundOutput::Render(short* buffer, int frames)
 {
     bool const forwards = current.speed > 0.0;
     DecodedAudio& cache = forwards ? forwardCache : backwardCache;
-    auto const time = static_cast<long long>(forwards ? readPosition : static_cast<double>(mirror) - readPosition);
-    cache.PaFillBuffer(buffer, frames, channels, sampleRate, time, current.volume, !begun, std::fabs(current.speed));
+    // Backwards, what sounds first is the frame that ends before the position: at the end of the sound, the last one.
+    double const time = forwards ? readPosition : static_cast<double>(mirror + 1) - readPosition;
+    cache.PaFillBuffer(buffer, frames, channels, sampleRate, static_cast<long long>(time), current.volume, !begun,
+                       std::fabs(current.speed));
     begun = true;
     readPosition += Duration(frames) * current.speed;
     for (int i = 0; fadedIn < fadeFrames && i < frames; ++i, ++fadedIn) {

@@ -6,6 +6,7 @@
 #include "media/MediaInfo.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -18,12 +19,17 @@ constexpr long long settling = second / 2;
 // So close before a target, decoding on is quicker than another landing.
 constexpr long long nearAhead = 2 * second;
 
-// Times of packets are rounded, up to a millisecond and more; what is missing beyond that is a hole.
+// Times of packets are rounded, up to a millisecond and more, and some are wrong by 10 ms; what is missing beyond that
+// is a hole.
+constexpr long long rounding = 2000;
 constexpr long long smallestHole = 20000;
 
 // A hole in the sound of a damaged file can be as long as the file says: it is filled piece by piece, and not beyond.
 constexpr long long longestSilence = second;
 constexpr long long longestHole = 600 * second;
+
+constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
+constexpr long long farAway = 1000000000 * second;
 
 } // namespace
 
@@ -53,6 +59,7 @@ void SoundReader::Forget()
     ready.clear();
     lastStart = unknown;
     nextTime = unknown;
+    outOfStep = 0;
     ended = false;
 }
 
@@ -73,9 +80,10 @@ long long SoundReader::GetEnd() const
 
 SoundReader::Result SoundReader::SeekTo(long long time, StopCheck const& stop)
 {
+    time = std::clamp(time, 0LL, farAway);
     if (IsShortlyAhead(time))
         return PassUpTo(time, stop);
-    long long const wanted = time - settling;
+    long long const wanted = std::min(time, LatestTime()) - settling;
     for (long long back = 0; !stop(); back = std::max(2 * back, second)) {
         long long const target = wanted - back;
         if (target > 0 && Land(target, wanted, stop))
@@ -84,6 +92,13 @@ SoundReader::Result SoundReader::SeekTo(long long time, StopCheck const& stop)
             return Restart() ? PassUpTo(time, stop) : Result::End;
     }
     return Result::Stopped;
+}
+
+// Where landing makes sense at most: beyond the end, containers search for long or not at all.
+long long SoundReader::LatestTime() const
+{
+    long long const duration = info->GetDuration();
+    return duration > 0 ? std::min(duration, farAway) + std::clamp(info->GetStartTime(), 0LL, farAway) : longestGuess;
 }
 
 bool SoundReader::IsShortlyAhead(long long time) const
@@ -162,10 +177,23 @@ void SoundReader::TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTi
         frame->startTime = nextTime;
     if (!isFirst && frame->startTime > nextTime + smallestHole)
         FillHole(nextTime, frame->startTime);
+    else if (!isFirst)
+        frame->startTime = Believable(frame->startTime);
     frame->endTime = frame->startTime + duration;
     lastStart = frame->startTime;
     nextTime = frame->endTime + 1;
     ready.append(std::move(frame));
+}
+
+// A time that is out of step counts once the next one is so by as much. Where a decoder's blocks have several sizes,
+// the time of a packet is wrong now and then, the first one after a seek too.
+long long SoundReader::Believable(long long time)
+{
+    long long const former = std::exchange(outOfStep, time - nextTime);
+    bool const isBelieved = std::abs(outOfStep) <= rounding || std::abs(outOfStep - former) <= rounding;
+    if (isBelieved)
+        outOfStep = 0;
+    return isBelieved ? time : nextTime;
 }
 
 void SoundReader::FillHole(long long from, long long to)

@@ -44,9 +44,11 @@ private:
     void Forget();
     bool Land(long long time, long long latest, StopCheck const& stop);
     bool IsShortlyAhead(long long time) const;
+    long long LatestTime() const;
     Result PassUpTo(long long time, StopCheck const& stop);
     void DecodePacket();
     void TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTime);
+    long long Believable(long long time);
     void FillHole(long long from, long long to);
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
@@ -56,6 +58,7 @@ private:
     QList<std::shared_ptr<DecodedAudioFrame>> ready;
     long long lastStart = unknown; // of the last frame taken since the last landing
     long long nextTime = unknown;  // one microsecond after its end
+    long long outOfStep = 0;       // by how much the last time was, and was not believed
     bool ended = false;
     long long end = unknown;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -17,6 +18,11 @@
 //
 // GROUP is the number of pictures from key picture to key picture in the movie. Time goes on as fast as pictures are
 // decoded. Each figure stands on a line of its own.
+//
+//     PlaybackBench --seeks MOVIE
+//
+// prints how many pictures there are, and then for each number on standard input the milliseconds that an exact seek to
+// that picture takes, for seeks-beside-others.
 
 namespace {
 
@@ -69,7 +75,7 @@ struct Bench
     {
         engine->Seek(position);
         Wait(*engine);
-        engine->SetCacheBudget(0); // nothing of it is decoded already
+        DropCache();
         auto const begin = SteadyClock::now();
         engine->SetCacheBudget(budget);
         engine->SetSpeed(speed);
@@ -82,6 +88,14 @@ struct Bench
         double const seconds = SecondsSince(begin);
         engine->Pause();
         return count / seconds;
+    }
+
+    // So that nothing but the picture showing is decoded already.
+    void DropCache()
+    {
+        engine->SetCacheBudget(0);
+        while (engine->GetStatus().cacheEnd - engine->GetStatus().cacheStart > 8 * step)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
     long long budget = 512LL * 1024 * 1024;
@@ -150,6 +164,24 @@ void MeasureSeeks(QString const& path)
     std::printf("exact random seek: median %.1f ms\n", Median(times) * 1e3);
 }
 
+void ServeSeeks(QString const& path)
+{
+    Bench bench(path, 0);
+    PlaybackStatus const status = bench.engine->GetStatus();
+    std::printf("%lld\n",
+                static_cast<long long>(std::lround(static_cast<double>(status.duration) / 1e6 * status.frameRate)));
+    std::fflush(stdout);
+    long long number = 0;
+    while (std::scanf("%lld", &number) == 1) {
+        double const middle = (static_cast<double>(number) + 0.5) * 1e6 / status.frameRate;
+        auto const begin = SteadyClock::now();
+        bench.engine->Seek(static_cast<long long>(middle));
+        Wait(*bench.engine);
+        std::printf("%f\n", SecondsSince(begin) * 1e3);
+        std::fflush(stdout);
+    }
+}
+
 void MeasureOpening(QString const& path)
 {
     std::vector<double> times;
@@ -168,8 +200,13 @@ void MeasureOpening(QString const& path)
 
 int main(int argc, char** argv)
 {
+    bool const servesSeeks = argc == 3 && QLatin1String(argv[1]) == QLatin1String("--seeks");
+    if (servesSeeks) {
+        ServeSeeks(QString::fromLocal8Bit(argv[2]));
+        return 0;
+    }
     if (argc != 3 || std::atoi(argv[2]) <= 0) {
-        std::fprintf(stderr, "Usage: PlaybackBench MOVIE GROUP\n");
+        std::fprintf(stderr, "Usage: PlaybackBench MOVIE GROUP\n       PlaybackBench --seeks MOVIE\n");
         return 2;
     }
     QString const path = QString::fromLocal8Bit(argv[1]);

@@ -5,6 +5,9 @@
 #include "media/AvGlobals.h"
 #include "playback/PlaybackEngine.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -119,6 +122,35 @@ TEST_F(EngineTest, WhatIsOrderedWhileOpeningHoldsAfterwards)
     EXPECT_EQ(Shown(), 2000000);
 }
 
+TEST_F(EngineTest, WithoutPicturesAMovieIsItsSound)
+{
+    PlaybackOptions options;
+    options.withPictures = false;
+    PlaybackEngine sound(options, time);
+    sound.Open(Clips::Made("stream.ts"));
+    ASSERT_TRUE(sound.WaitUntilReady(patience));
+    EXPECT_EQ(sound.GetStatus().kind, SourceKind::Sound);
+    EXPECT_FALSE(sound.GetPicture());
+    EXPECT_EQ(sound.GetStatus().picturesDecoded, 0);
+    EXPECT_GT(sound.GetStatus().soundStart, 1000000); // 0 is the container's
+    short sample[2] = {};
+    EXPECT_EQ(sound.FillAudio(sample, 1), 1);
+}
+
+TEST_F(EngineTest, AFileWhoseNameIsAPatternIsThatFile)
+{
+    QTemporaryDir const folder;
+    Clips::WriteNumberedPictures(folder.path(), "take.%04d.ppm", {1, 2, 3});
+    ASSERT_TRUE(QFile::copy(Clips::Made("gop12.mp4"), folder.filePath("take.%04d.mp4")));
+    engine.Open(folder.filePath("take.%04d.mp4"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Movie);
+    EXPECT_TRUE(engine.GetPicture());
+    engine.Open(folder.filePath("take.####.ppm"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Sequence);
+}
+
 // ---- Time
 
 TEST_F(EngineTest, TheClockWaitsForTheFirstPictureAndThenForNothing)
@@ -174,6 +206,56 @@ TEST_F(EngineTest, PositionsStayWithinTheMedia)
     engine.Seek(std::numeric_limits<long long>::min());
     Wait();
     EXPECT_EQ(Status().position, 0);
+}
+
+TEST_F(EngineTest, EveryArgumentIsSafe)
+{
+    long long const least = std::numeric_limits<long long>::min();
+    long long const most = std::numeric_limits<long long>::max();
+    double const infinity = std::numeric_limits<double>::infinity();
+    PlaybackOptions options;
+    options.cacheBudget = most;
+    options.untimedRate = std::nan("");
+    options.previewRest = most;
+    options.muteAboveSpeed = infinity;
+    options.sequenceThreads = std::numeric_limits<int>::max();
+    for (char const* name : {"gop12.mp4", "raw.264", "stream.ts", "tone.wav", "tone.mp3", "cover.mp3"}) {
+        PlaybackEngine wild(options, time);
+        wild.Open(Clips::Made(name));
+        ASSERT_TRUE(wild.WaitUntilReady(patience));
+        std::vector<short> block(2000);
+        for (long long moment : {most, least, most - 1, most / 2, least / 2, -1LL, 0LL, 100000000LL}) {
+            for (double speed : {infinity, -infinity, std::nan(""), 1e300, -1e-300, 1.0, -1.0}) {
+                wild.Seek(moment);
+                wild.SeekPreview(moment);
+                wild.SetSpeed(speed);
+                wild.SetLoop(moment, most);
+                wild.SetVolume(speed);
+                wild.SetMuteAboveSpeed(speed);
+                wild.SetCacheBudget(moment);
+                wild.FillAudio(block.data(), 1000, moment);
+                time->Advance(100000);
+                wild.GetPicture();
+                PlaybackStatus const status = wild.GetStatus();
+                EXPECT_LE(std::abs(status.speed), 16.0);
+                EXPECT_GE(status.duration, 0);
+            }
+            wild.SetLoop(most, moment);
+            wild.Step(std::numeric_limits<int>::min());
+            wild.Step(std::numeric_limits<int>::max());
+            wild.Step(std::numeric_limits<int>::max());
+            EXPECT_EQ(wild.FillAudio(nullptr, 10), 0);
+            EXPECT_EQ(wild.FillAudio(block.data(), 0), 0);
+            EXPECT_EQ(wild.FillAudio(block.data(), std::numeric_limits<int>::min()), 0);
+            wild.Seek(moment);
+            EXPECT_TRUE(wild.WaitUntilReady(patience)) << name << ' ' << moment;
+        }
+        wild.ClearLoop();
+        wild.SetCacheBudget(1000000);
+        wild.Seek(2000000);
+        EXPECT_TRUE(wild.WaitUntilReady(patience)) << name;
+        EXPECT_EQ(wild.GetStatus().position, 2000000) << name;
+    }
 }
 
 TEST_F(EngineTest, EndsAtEitherEndAndGoesOnTheOtherWay)
@@ -326,6 +408,33 @@ TEST_F(EngineTest, WaitingIsEnoughForALoopToBeginAnew)
     EXPECT_EQ(Shown(), 0);
 }
 
+// Decoding one picture takes the clock on by several.
+TEST_F(EngineTest, WhereDecodingCannotKeepUpTheNewestPictureIsShownAndTheRestIsCounted)
+{
+    for (double speed : {1.0, -1.0}) {
+        PlaybackOptions options;
+        options.withSound = false;
+        PlaybackEngine slow(options, std::make_shared<HurryingTime>(20000));
+        slow.Open(Clips::Made("gop250.mp4"));
+        slow.Seek(speed > 0.0 ? 0 : 21960000);
+        ASSERT_TRUE(slow.WaitUntilReady(patience));
+        slow.SetSpeed(speed);
+        std::vector<long long> shown;
+        while (slow.GetStatus().state != PlaybackState::Ended) {
+            auto const picture = slow.GetPicture();
+            ASSERT_TRUE(picture);
+            if (shown.empty() || shown.back() != picture->startTime)
+                shown.push_back(picture->startTime);
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        EXPECT_GT(shown.size(), 15U) << speed;
+        EXPECT_TRUE(speed > 0.0 ? std::is_sorted(shown.begin(), shown.end())
+                                : std::is_sorted(shown.rbegin(), shown.rend()));
+        long long const last = std::abs(shown.back() - shown.front()) / 40000;
+        EXPECT_EQ(slow.GetStatus().picturesShown + slow.GetStatus().picturesDropped, last + 1);
+    }
+}
+
 TEST_F(EngineTest, APreviewIsAnyPictureAndTheExactOneFollows)
 {
     engine.SetCacheBudget(0);
@@ -377,6 +486,39 @@ TEST_F(EngineTest, SoundIsMutedAboveTheSpeedThatWasSet)
     engine.SetMuteAboveSpeed(5.0);
     Wait();
     EXPECT_NE(Block(1000), silence);
+}
+
+TEST_F(EngineTest, BackwardsFromTheEndOfTheSoundItBeginsAtOnce)
+{
+    for (char const* name : {"pure.wav", "gop12.mp4"}) {
+        engine.SetSpeed(0.0);
+        Open(name);
+        engine.Seek(1000000000);
+        Wait();
+        engine.SetSpeed(-1.0);
+        Wait();
+        auto const block = Block(1000);
+        EXPECT_GT(std::count_if(block.begin() + 1000, block.end(), [](short value) { return value != 0; }), 800)
+            << name;
+    }
+}
+
+TEST_F(EngineTest, TurnedAtTheEndTheSoundGoesBackAtOnce)
+{
+    Open("pure.wav");
+    engine.Seek(5950000);
+    Wait();
+    engine.SetSpeed(1.0);
+    for (int i = 0; i < 10; ++i) {
+        Wait();
+        Block(441);
+        time->Advance(10000);
+    }
+    ASSERT_EQ(Status().state, PlaybackState::Ended);
+    engine.SetSpeed(-1.0);
+    Wait();
+    auto const block = Block(1000);
+    EXPECT_GT(std::count_if(block.begin() + 1000, block.end(), [](short value) { return value != 0; }), 800);
 }
 
 // The tone's own steps from sample to sample are up to 1030; a cut in the middle of it would be thousands.

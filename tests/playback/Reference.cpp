@@ -190,3 +190,9 @@ Reference::Sound Reference::DecodeSound(QString const& path)
     });
     return sound;
 }
+
+QString Reference::SoundCodec(QString const& path)
+{
+    Input const input = OpenBest(path, AVMEDIA_TYPE_AUDIO, false);
+    return input.stream ? QString::fromLatin1(avcodec_get_name(input.stream->codecpar->codec_id)) : QString();
+}

@@ -29,6 +29,8 @@ struct Sound
 // All samples of the best stream of sound one after the other, as 16 bits, whatever their times.
 Sound DecodeSound(QString const& path);
 
+QString SoundCodec(QString const& path); // of the best stream
+
 // The container's time of the first picture of the best stream; 0 without one.
 long long FirstPictureTime(QString const& path);
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 // The sound that the engine puts out, at any speed and either way, is made of the samples of a plain decode of the
 // whole file by the rules of the fill, reckoned anew here.
@@ -18,6 +19,7 @@ namespace {
 constexpr int patience = 10000; // milliseconds
 constexpr int blockFrames = 700;
 constexpr int fadesPerSecond = 200;
+constexpr long long margin = 150000; // from the ends of what is played as a whole: one clip has a hole there
 
 // The fill's way with speed, frame by frame: which frame of the source each frame of the output is.
 class Follower
@@ -120,46 +122,65 @@ protected:
         return frames;
     }
 
-    bool Matches(std::vector<short> const& out, std::vector<long long> const& frames, long long first,
-                 int direction) const
+    bool IsEqual(std::vector<short> const& out, size_t frame, long long referenceFrame) const
     {
-        auto const channels = static_cast<size_t>(reference.channels);
-        auto const fade = static_cast<size_t>(reference.sampleRate / fadesPerSecond);
-        for (size_t i = fade; i < frames.size(); ++i) {
-            auto const frame = static_cast<size_t>(first + direction * frames[i]);
-            if ((frame + 1) * channels > reference.samples.size() ||
-                !std::equal(&out[i * channels], &out[i * channels] + channels, &reference.samples[frame * channels]))
+        for (int channel = 0; channel < reference.channels; ++channel) {
+            auto const index = static_cast<size_t>(referenceFrame * reference.channels + channel);
+            size_t const at = frame * static_cast<size_t>(reference.channels) + static_cast<size_t>(channel);
+            if (index >= reference.samples.size() || std::abs(out[at] - reference.samples[index]) > dither)
                 return false;
         }
         return true;
     }
 
+    // Frames behind the fade that are not those of the decode; all that follow, once there are more than `most`.
+    size_t CountOthers(std::vector<short> const& out, std::vector<long long> const& frames, long long first,
+                       int direction, size_t most) const
+    {
+        size_t others = 0;
+        for (auto i = static_cast<size_t>(reference.sampleRate / fadesPerSecond); i < frames.size(); ++i) {
+            others += IsEqual(out, i, first + direction * frames[i]) ? 0 : 1;
+            if (others > most)
+                return others + frames.size() - i;
+        }
+        return others;
+    }
+
     // Where in the decoded samples the output begins is found near where times say it is: they are rounded, and the
     // container's time of the first sample is not known to the reference.
-    void ExpectRender(double speed)
+    void ExpectRender(double speed, int blocks = 6)
     {
-        int const blocks = 6;
         auto const out = Play(speed, blocks);
         auto const frames = Frames(speed, blocks);
+        auto const most = static_cast<size_t>(static_cast<double>(frames.size()) * noise);
         long long const about = position * reference.sampleRate / 1000000;
         long long const reach = 2 * reference.sampleRate;
         int const direction = speed > 0.0 ? 1 : -1;
-        bool found = false;
-        for (long long distance = 0; distance < reach && !found; ++distance) {
-            foundAt = about + distance;
-            found = Matches(out, frames, foundAt, direction);
-            if (!found && distance < about) {
-                foundAt = about - distance;
-                found = Matches(out, frames, foundAt, direction);
+        size_t fewest = frames.size();
+        for (long long distance = 0; distance < reach && fewest > most; ++distance) {
+            for (long long first : {about + distance, about - distance}) {
+                size_t const others = first >= 0 ? CountOthers(out, frames, first, direction, most) : fewest;
+                foundAt = others < fewest ? first : foundAt;
+                fewest = std::min(fewest, others);
             }
         }
-        EXPECT_TRUE(found);
+        EXPECT_LE(fewest, most) << "of " << frames.size() << " from frame " << foundAt << " on";
+    }
+
+    // What a decoder makes of a packet is not always the same after a seek: some dither, and AAC fills in noise.
+    void ExpectNoMoreThanItsCodec()
+    {
+        QString const codec = Reference::SoundCodec(path);
+        dither = codec == "mp2" ? 1 : 0;
+        noise = codec == "aac" ? 0.01 : 0.0;
     }
 
     QString path;
     Reference::Sound reference;
     long long position = 0;
     long long foundAt = -1;
+    int dither = 0;     // by which a sample may differ
+    double noise = 0.0; // share of the frames that may differ
     std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
     std::unique_ptr<PlaybackEngine> engine;
 };
@@ -186,6 +207,27 @@ TEST_P(SoundProofTest, BackwardsTheSamplesComeInReverse)
     Open();
     ExpectRender(1.0);
     EXPECT_NEAR(backwards, foundAt - 1, 2);
+}
+
+// Over all borders of the pieces in which it is decoded.
+TEST_P(SoundProofTest, BackwardsFromTheEndToTheBeginningNoSampleIsMissingOrRepeated)
+{
+    ExpectNoMoreThanItsCodec();
+    engine->Seek(1000000000);
+    ASSERT_TRUE(engine->WaitUntilReady(patience));
+    position = engine->GetStatus().soundEnd + 1;
+    long long const frames = (position - engine->GetStatus().start - 2 * margin) * reference.sampleRate / 1000000;
+    ExpectRender(-1.0, static_cast<int>(frames / blockFrames));
+}
+
+TEST_P(SoundProofTest, FromTheBeginningToTheEndNoSampleIsMissingOrRepeated)
+{
+    ExpectNoMoreThanItsCodec();
+    position = std::max(engine->GetStatus().soundStart, 0LL) + margin;
+    engine->Seek(1000000000);
+    ASSERT_TRUE(engine->WaitUntilReady(patience));
+    long long const end = engine->GetStatus().soundEnd;
+    ExpectRender(1.0, static_cast<int>((end - position - margin) * reference.sampleRate / 1000000 / blockFrames));
 }
 
 std::string TestName(testing::TestParamInfo<std::string> const& info)

@@ -1,0 +1,162 @@
+#include "playback/PictureFeeder.h"
+#include "decode/DecodedVideoFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+// What is decoded when, with a source whose pictures take time to decode: the clock goes on meanwhile.
+
+namespace {
+
+constexpr long long step = 40000;
+constexpr long long count = 1000; // 40 s
+
+// Pictures of 40 ms in groups; decoding one lets `cost` microseconds pass.
+class SlowSource : public PictureSource
+{
+public:
+    SlowSource(std::function<void(long long)> newPass, long long newCost, long long newGroup)
+        : pass(std::move(newPass)), cost(newCost), group(newGroup)
+    {}
+
+    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override
+    {
+        long long const wanted = std::clamp(time / step, 0LL, count - 1);
+        long long const key = wanted / group * group;
+        next = next <= wanted ? std::max(next, key) : key;
+        for (; next < std::min(earliest / step, wanted); ++next) {
+            if (stop())
+                return Result::Stopped;
+            pass(cost);
+        }
+        return Result::Picture;
+    }
+
+    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override
+    {
+        if (stop())
+            return Result::Stopped;
+        if (next >= count)
+            return Result::End;
+        pass(cost);
+        uint8_t const bytes[12] = {};
+        picture = std::make_shared<DecodedVideoFrame>(bytes, 12, 1, 3, next * step, 25.0, 0, false);
+        picture->endTime = (next + 1) * step - 1;
+        ++next;
+        ++decoded;
+        return Result::Picture;
+    }
+
+    long long GetEnd() const override { return count * step; }
+    long long GetOrigin() const override { return 0; }
+    QString GetError() const override { return {}; }
+    long long GetDecodedCount() const override { return decoded; }
+
+private:
+    std::function<void(long long)> const pass;
+    long long const cost;
+    long long const group;
+    long long next = 0;
+    long long decoded = 0;
+};
+
+class PictureFeederTest : public testing::Test
+{
+protected:
+    // Plays from `from` to the end in question, and gives the starts of the pictures that a display would show.
+    std::vector<long long> Play(double speed, long long from, long long cost, long long group)
+    {
+        auto const pass = [this](long long duration) { Pass(duration); };
+        feeder = std::make_unique<PictureFeeder>(std::make_unique<SlowSource>(pass, cost, group), step, 100 * 12);
+        need = PlayNeed();
+        need.position = from;
+        need.forwards = speed > 0.0;
+        need.sought = 1;
+        shown.clear();
+        AskNeed const ask = [this] { return need; };
+        EXPECT_TRUE(feeder->Begin([] { return false; }));
+        need.playing = true;
+        while (!feeder->IsReady(need))
+            feeder->Work(PlayNeed(need), ask);
+        need.speed = speed;
+        while (need.position > 0 - step && need.position < count * step) {
+            if (!feeder->Work(PlayNeed(need), ask))
+                Pass(step / 4);
+        }
+        return shown;
+    }
+
+    size_t PicturesPlayed(double speed, long long cost, long long group)
+    {
+        auto const pictures = Play(speed, speed > 0.0 ? 0 : (count - 1) * step, cost, group);
+        EXPECT_TRUE(AreInOrder(pictures, speed > 0.0));
+        return pictures.size();
+    }
+
+    // Play and the display go on, by a quarter of a picture at a time.
+    void Pass(long long duration)
+    {
+        for (; duration > 0; duration -= step / 4) {
+            Show();
+            need.position += static_cast<long long>(static_cast<double>(std::min(duration, step / 4)) * need.speed);
+        }
+    }
+
+    void Show()
+    {
+        PictureCache::Place const place = feeder->FindNewest(need.position, need.forwards);
+        if (!place.picture || !need.playing)
+            return;
+        bool const isOver = need.forwards ? place.start <= need.position : place.end >= need.position;
+        EXPECT_TRUE(isOver || need.position < 0) << place.start << " at " << need.position;
+        if (shown.empty() || shown.back() != place.start)
+            shown.push_back(place.start);
+    }
+
+    static bool AreInOrder(std::vector<long long> const& times, bool rising)
+    {
+        auto const isWrong = [rising](long long one, long long next) { return rising ? one >= next : one <= next; };
+        return std::adjacent_find(times.begin(), times.end(), isWrong) == times.end();
+    }
+
+    PlayNeed need;
+    std::unique_ptr<PictureFeeder> feeder;
+    std::vector<long long> shown;
+};
+
+TEST_F(PictureFeederTest, ShowsEveryPictureWhereDecodingIsQuickEnough)
+{
+    auto const forwards = Play(1.0, 0, 10000, 50);
+    EXPECT_EQ(forwards.size(), 1000U);
+    EXPECT_TRUE(AreInOrder(forwards, true));
+    auto const backwards = Play(-1.0, 999 * step, 10000, 25);
+    EXPECT_EQ(backwards.size(), 1000U);
+    EXPECT_TRUE(AreInOrder(backwards, false));
+}
+
+// 40 s of pictures of which all take 60 or 160 s to decode.
+TEST_F(PictureFeederTest, SomethingMovesForwardsWhereDecodingIsTooSlow)
+{
+    EXPECT_GE(PicturesPlayed(1.0, 60000, 12), 150U);
+    EXPECT_GE(PicturesPlayed(1.0, 160000, 12), 70U);
+    EXPECT_GE(PicturesPlayed(1.0, 60000, 250), 120U);
+    EXPECT_GE(PicturesPlayed(1.0, 160000, 250), 45U);
+    EXPECT_GE(PicturesPlayed(16.0, 30000, 12), 20U);
+    EXPECT_GE(PicturesPlayed(16.0, 30000, 250), 4U);
+}
+
+TEST_F(PictureFeederTest, SomethingMovesBackwardsWhereDecodingIsTooSlow)
+{
+    EXPECT_GE(PicturesPlayed(-1.0, 60000, 12), 250U);
+    EXPECT_GE(PicturesPlayed(-1.0, 160000, 12), 80U);
+    EXPECT_GE(PicturesPlayed(-1.0, 60000, 250), 250U);
+    EXPECT_GE(PicturesPlayed(-1.0, 160000, 250), 70U);
+    EXPECT_GE(PicturesPlayed(-4.0, 10000, 12), 250U);
+    EXPECT_GE(PicturesPlayed(-16.0, 30000, 12), 12U);
+    EXPECT_GE(PicturesPlayed(-16.0, 30000, 250), 10U);
+}
+
+} // namespace
