@@ -55,6 +55,7 @@ std::vector<Recipe> const& Recipes()
 }
 
 std::map<QString, QString> const otherRecipes = {
+    {"offset.mkv", "-i {gop12.mp4} -c copy -output_ts_offset 10"},
     {"large.mp4", "-f lavfi -i testsrc2=size=1280x720:rate=25:duration=5 -c:v libx264 -preset ultrafast -g 60"},
     {"tone.wav", tone.arg(6) + "-ac 2 -c:a pcm_s16le"},
     {"pure.wav", "-f lavfi -i sine=frequency=440:duration=6:sample_rate=44100 -ac 2 -c:a pcm_s16le"},
