@@ -54,7 +54,9 @@ std::vector<Recipe> const& Recipes()
     return recipes;
 }
 
-std::map<QString, QString> const soundRecipes = {
+std::map<QString, QString> const otherRecipes = {
+    {"offset.mkv", "-i {gop12.mp4} -c copy -output_ts_offset 10"},
+    {"large.mp4", "-f lavfi -i testsrc2=size=1280x720:rate=25:duration=5 -c:v libx264 -preset ultrafast -g 60"},
     {"tone.wav", tone.arg(6) + "-ac 2 -c:a pcm_s16le"},
     {"pure.wav", "-f lavfi -i sine=frequency=440:duration=6:sample_rate=44100 -ac 2 -c:a pcm_s16le"},
     {"tone.flac", tone.arg(6) + "-ac 2 -c:a flac"},
@@ -73,7 +75,7 @@ QString ArgumentsFor(QString const& name)
         if (recipe.name == name)
             return recipe.arguments;
     }
-    return soundRecipes.at(name);
+    return otherRecipes.at(name);
 }
 
 void RunFfmpeg(QStringList const& arguments)
@@ -115,6 +117,20 @@ QString Clips::Made(QString const& name)
     QFile::rename(part, path);
     QFile::remove(part);
     return path;
+}
+
+QString Clips::MadeSequence()
+{
+    QString const row = folder + "/sequence";
+    if (QFileInfo::exists(row))
+        return row + "/take.%04d.png";
+    QString const part = folder + "/" + QString::number(QCoreApplication::applicationPid()) + ".sequence";
+    QDir().mkpath(part);
+    QStringList const list = small.arg("2.4").split(' ', Qt::SkipEmptyParts);
+    RunFfmpeg(list + QStringList{"-start_number", "970", part + "/take.%04d.png"});
+    if (!QDir().rename(part, row))
+        QDir(part).removeRecursively();
+    return row + "/take.%04d.png";
 }
 
 std::vector<std::string> Clips::MadeNames()

@@ -15,6 +15,9 @@ QString Real(QString const& name);
 // Made by the ffmpeg program from test pictures and tones, once a build folder.
 QString Made(QString const& name);
 
+// The pattern of a row of numbered PNG files, 60 of them, made the same way.
+QString MadeSequence();
+
 std::vector<std::string> MadeNames(); // with pictures
 
 // Files in a folder, named by a printf pattern, each of another plain grey: number x 8 (mod 256).

@@ -12,6 +12,7 @@
 #include "playback/PlaybackEngine.h"
 #include "playback/SoundReader.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -101,10 +102,12 @@ TEST_F(HostRulesTest, TheLastPictureEndsWithTheMedia)
 
 TEST_F(HostRulesTest, BackwardsTheCacheGrowsWithoutGaps)
 {
+    engine.SetCacheBudget(0); // nothing is there when play begins
     Open(Clips::Made("gop12.mp4"));
     engine.Seek(4000000);
     Wait();
     engine.SetSpeed(-1.0);
+    engine.SetCacheBudget(100000000);
     Wait();
     EXPECT_LE(engine.GetStatus().cacheStart, 3960000);
     for (int i = 0; i < 20; ++i) {
@@ -178,6 +181,17 @@ TEST_F(HostRulesTest, SeeksAndSoundAreInTheContainersTime)
     EXPECT_EQ(picture->startTime, 4000000);
     Open(clip);
     EXPECT_NEAR(static_cast<double>(engine.GetStatus().soundStart), 0.0, 60000.0);
+}
+
+// Asked for a media time, the container would land at its start, 100 pictures too early.
+TEST_F(HostRulesTest, ASeekGoesToTheKeyPictureWhereverTheContainerBegins)
+{
+    PictureReader reader(Probe(Clips::Made("offset.mkv")), 25.0);
+    ASSERT_TRUE(reader.Open());
+    int packets = 0;
+    StopCheck const count = [&packets] { return ++packets < 0; };
+    ASSERT_EQ(reader.SeekTo(4000000, 4000000, count), PictureSource::Result::Picture);
+    EXPECT_LT(packets, 70);
 }
 
 TEST_F(HostRulesTest, SoundThatBeginsBeforeThePicturesIsPlayed)
@@ -299,6 +313,25 @@ TEST_F(HostRulesTest, RowsAreRoundedUpToFourBytes)
     ASSERT_TRUE(engine.GetPicture());
     EXPECT_EQ(engine.GetPicture()->width, 161);
     EXPECT_EQ(engine.GetPicture()->size, 484 * 121);
+}
+
+TEST_F(HostRulesTest, ABlackPictureHasRoundedRowsToo)
+{
+    QTemporaryDir const folder;
+    for (char const* name : {"take.1.ppm", "take.3.ppm"}) {
+        QFile file(folder.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("P6\n5 2\n255\n" + QByteArray(5 * 2 * 3, 'x'));
+    }
+    PlaybackOptions options;
+    options.sequenceHoles = SequenceHoles::Black;
+    PlaybackEngine withHoles(options, time);
+    withHoles.Open(folder.filePath("take.#.ppm"));
+    withHoles.Step(1);
+    ASSERT_TRUE(withHoles.WaitUntilReady(patience));
+    ASSERT_TRUE(withHoles.GetPicture());
+    EXPECT_EQ(withHoles.GetPicture()->data[0], 0);
+    EXPECT_EQ(withHoles.GetPicture()->size, 16 * 2);
 }
 
 // Rule 10: the output is at the source's own rate.

@@ -21,9 +21,11 @@ constexpr long long farAhead = 1000000000000LL;
 std::vector<std::string> AllClips()
 {
     std::vector<std::string> names = Clips::MadeNames();
+    names.emplace_back("sequence");
     for (char const* name : {"asf-msmpeg4-avg-rate-0.wmv",
                              "camera-avchd-1080i-ac3-pgs.mts",
                              "camera-mjpeg-pcm16.avi",
+                             "corrupt-h264.mp4",
                              "cut-in-packet.ts",
                              "edit-dv-pal-720x576-sar59x54.mov",
                              "edit-prores-422-proxy.mov",
@@ -62,7 +64,8 @@ protected:
         bool const isReal = name.startsWith("real/");
         if (isReal && !Clips::HasReal())
             GTEST_SKIP() << "there is no ../shared/media beside the checkout";
-        path = isReal ? Clips::Real(name.mid(5)) : Clips::Made(name);
+        path = isReal ? Clips::Real(name.mid(5)) : name == "sequence" ? Clips::MadeSequence() : Clips::Made(name);
+        options.sequenceRate = 25.0;
         pictures = Reference::DecodePictures(path);
         ASSERT_FALSE(pictures.empty());
         options.withSound = false;
@@ -85,6 +88,10 @@ protected:
         EXPECT_EQ(shown->startTime, pictures[index].time) << "at picture " << index;
         QByteArray const hash =
             Reference::HashOf(shown->data, shown->width, shown->height, (3 * shown->width + 3) / 4 * 4);
+        // What a decoder patches up of a damaged picture depends on those that it decoded last, which a seek leaves
+        // out.
+        if (GetParam() == "real/corrupt-h264.mp4")
+            return;
         EXPECT_EQ(hash.toHex().toStdString(), pictures[index].hash.toHex().toStdString()) << "at picture " << index;
     }
 

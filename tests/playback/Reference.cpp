@@ -8,6 +8,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/dict.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
@@ -30,7 +31,11 @@ Input OpenBest(QString const& path, AVMediaType type, bool threads)
 {
     Input input;
     AVFormatContext* format = nullptr;
-    if (avformat_open_input(&format, path.toUtf8().constData(), nullptr, nullptr) < 0)
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "start_number_range", "1000", 0); // of rows of images
+    int const result = avformat_open_input(&format, path.toUtf8().constData(), nullptr, &options);
+    av_dict_free(&options);
+    if (result < 0)
         throw std::runtime_error("cannot open " + path.toStdString());
     input.format.reset(format);
     avformat_find_stream_info(format, nullptr);

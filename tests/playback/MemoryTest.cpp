@@ -1,0 +1,103 @@
+#include "Clips.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "playback/PictureReader.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+// What the kernel says of the memory in use, which also sees what no count of ours does.
+
+namespace {
+
+constexpr int patience = 20000; // milliseconds
+
+long long PeakBytes()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::stoll(line.substr(6)) * 1024;
+    }
+    return -1;
+}
+
+// From now on the peak is that of what comes.
+bool ResetPeak()
+{
+    std::ofstream clear("/proc/self/clear_refs");
+    clear << 5 << std::flush;
+    return clear.good() && PeakBytes() > 0;
+}
+
+bool IsSanitized()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#else
+    return false;
+#endif
+}
+
+template <typename Work>
+long long GrowthBy(Work const& work)
+{
+    EXPECT_TRUE(ResetPeak());
+    long long const before = PeakBytes();
+    work();
+    return PeakBytes() - before;
+}
+
+// What decoding takes by itself, a picture at a time.
+void ReadAll(QString const& path)
+{
+    auto const info = std::make_shared<MediaInfo>(path);
+    ASSERT_TRUE(MediaReader::ParseMedia(info));
+    PictureReader reader(info, 25.0);
+    ASSERT_TRUE(reader.Open());
+    std::shared_ptr<DecodedVideoFrame> picture;
+    while (reader.Read(picture, [] { return false; }) == PictureSource::Result::Picture)
+        picture.reset();
+}
+
+void PlayBothWays(QString const& path, long long budget)
+{
+    auto const time = std::make_shared<VirtualTime>();
+    PlaybackOptions options;
+    options.withSound = false;
+    options.cacheBudget = budget;
+    PlaybackEngine engine(options, time);
+    engine.Open(path);
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    for (double speed : {1.0, -1.0, 1.0}) {
+        engine.SetSpeed(speed);
+        for (int i = 0; i < 80; ++i) {
+            ASSERT_TRUE(engine.WaitUntilReady(patience));
+            ASSERT_TRUE(engine.GetPicture());
+            time->Advance(40000);
+        }
+    }
+    engine.Seek(3000000);
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+}
+
+TEST(MemoryTest, ResidentMemoryStaysWithinTheBudgetAndTheNeedOfTheDecoder)
+{
+    if (!ResetPeak() || IsSanitized())
+        GTEST_SKIP() << "needs Linux's /proc/self, and no sanitizer, which keeps freed memory";
+    constexpr long long budget = 40LL * 1280 * 720 * 3;
+    QString const clip = Clips::Made("large.mp4");
+    long long const decoder = GrowthBy([&] { ReadAll(clip); });
+    long long const engine = GrowthBy([&] { PlayBothWays(clip, budget); });
+    EXPECT_LE(engine, decoder + budget * 115 / 100);
+    EXPECT_GE(engine, budget / 2); // or nothing was measured
+}
+
+} // namespace
