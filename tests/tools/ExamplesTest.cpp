@@ -90,7 +90,7 @@ QByteArray RenderedSound(QString const& path, QString const& speed, int channels
 
 TEST(ExamplesTest, TheLoopShowsEveryPictureOnceInOrder)
 {
-    QString const path = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    QString const path = Movie("movie.mov", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "pcm_s16le"});
     ToolRun const run = RunExample("loop", {path});
     EXPECT_EQ(run.exitCode, 0);
     QStringList expected;

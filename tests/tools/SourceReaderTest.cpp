@@ -103,7 +103,9 @@ TEST(SourceReaderTest, GivesTheSoundOfTheDrainItsTrueTimes)
     auto const sounds = session.ReadAll().sounds;
     ASSERT_GT(sounds.size(), 2);
     DecodedAudioFrame const& last = *sounds.last();
-    EXPECT_EQ(last.startTime, sounds.at(sounds.size() - 2)->endTime + 1);
+    // Where a version does not hold it back, it has the container's time, in whole milliseconds.
+    EXPECT_NEAR(static_cast<double>(last.startTime), static_cast<double>(sounds.at(sounds.size() - 2)->endTime + 1),
+                1000.0);
     EXPECT_EQ(last.endTime, last.startTime + 46439 - 1); // 2048 samples
 }
 
