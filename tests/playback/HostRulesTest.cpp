@@ -235,7 +235,7 @@ TEST_F(HostRulesTest, APictureThatStaysForLongIsFoundFromItsLastMoment)
 
 TEST_F(HostRulesTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
 {
-    for (char const* name : {"tone.mp3", "tone.m4a", "tone.ogg", "gop12.mp4"}) {
+    for (char const* name : {"tone.wma", "tone.mp3", "tone.m4a", "tone.ogg", "gop12.mp4"}) {
         SoundReader reader(Probe(Clips::Made(name)));
         ASSERT_TRUE(reader.Open());
         std::shared_ptr<DecodedAudioFrame> frame;
