@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <algorithm>
 #include <iterator>
 #include <optional>
 
@@ -42,6 +43,15 @@ std::optional<NumberedName> SplitAtLastNumber(QString const& fileName)
     return NumberedName{match.captured(1), match.captured(2), match.captured(3) + fileName.mid(base.size())};
 }
 
+// Plain digits alone, and so many that they fit 64 bits.
+bool IsNumber(QString const& digits)
+{
+    bool const isPlain = std::all_of(digits.begin(), digits.end(), [](QChar digit) {
+        return digit >= QLatin1Char('0') && digit <= QLatin1Char('9');
+    });
+    return isPlain && !digits.isEmpty() && digits.size() <= 18;
+}
+
 bool IsFilled(QString const& digits)
 {
     return digits.size() > 1 && digits.startsWith(QLatin1Char('0'));
@@ -69,14 +79,12 @@ QMap<long long, QString> FilesOfRow(Row const& row)
 {
     QMap<long long, QString> files;
     for (QString const& name : row.folder.entryList(QDir::Files)) {
-        if (!name.startsWith(row.prefix) || !name.endsWith(row.suffix))
+        auto const length = name.size() - row.prefix.size() - row.suffix.size();
+        if (length < 1 || !name.startsWith(row.prefix) || !name.endsWith(row.suffix))
             continue;
-        QString const digits = name.mid(row.prefix.size(), name.size() - row.prefix.size() - row.suffix.size());
-        bool isNumber = false;
-        long long const number = digits.toLongLong(&isNumber);
-        bool const isDigits = isNumber && digits.size() <= 18 && digits.front().isDigit();
-        if (isDigits && FitsWidth(digits, row.width))
-            files.insert(number, row.folder.filePath(name));
+        QString const digits = name.mid(row.prefix.size(), length);
+        if (IsNumber(digits) && FitsWidth(digits, row.width))
+            files.insert(digits.toLongLong(), row.folder.filePath(name));
     }
     return files;
 }

@@ -39,14 +39,14 @@ void* PlaceOfCrash(void* context)
 #endif
 }
 
-// The innermost frame that is not the C library's, which FFmpeg calls with what it has, tells whose fault it is.
-bool IsInsideFfmpeg(void* const* frames, int count)
+// The innermost frame that is not the C library's, which is called with what the caller has, tells whose fault it is.
+bool IsInsideOthers(void* const* frames, int count)
 {
     for (int i = 0; i < count; ++i) {
         Dl_info place{};
         bool const isKnown = frames[i] && dladdr(frames[i], &place) && place.dli_fname;
         if (isKnown && !IsNamed(place.dli_fname, {"libc.so", "libpthread", "ld-linux"}))
-            return IsNamed(place.dli_fname, {"libavcodec", "libavformat", "libavutil", "libsw"});
+            return IsNamed(place.dli_fname, {"libavcodec", "libavformat", "libavutil", "libsw", "libQt"});
     }
     return false;
 }
@@ -56,7 +56,7 @@ void OnCrash(int, siginfo_t*, void* context)
     std::array<void*, 64> frames{};
     int const count = backtrace(frames.data(), static_cast<int>(frames.size()));
     frames[1] = PlaceOfCrash(context); // in place of the signal's own frame
-    bool const isInside = IsInsideFfmpeg(frames.data() + 1, count - 1);
+    bool const isInside = IsInsideOthers(frames.data() + 1, count - 1);
     if (!isInside)
         backtrace_symbols_fd(frames.data(), count, STDERR_FILENO);
     _exit(isInside ? crashedInside : crashedOutside);

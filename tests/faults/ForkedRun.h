@@ -6,7 +6,7 @@
 enum class RunEnd {
     Done,           // it returned 0
     Failed,         // it returned something else
-    CrashedInside,  // in one of FFmpeg's libraries: FFmpeg's own fault
+    CrashedInside,  // in one of FFmpeg's libraries or in Qt: their own fault
     CrashedOutside, // anywhere else, aborted or timed out
 };
 

@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int patience = 60000;            // milliseconds
-constexpr long mostKibibytes = 300 * 1024; // that a small file may cost, the decoders' own needs included
+constexpr long mostKibibytes = 512 * 1024; // that a small file may cost, with what decoders and sanitizers hold on to
 
 long LargestResidentKibibytes()
 {
@@ -57,20 +57,20 @@ QString WritePpm(QString const& width, QString const& height, int bytes)
     return WriteMedia("lying.ppm", ("P6\n" + width + " " + height + "\n255\n").toLatin1() + QByteArray(bytes, '\x55'));
 }
 
+QByteArray LittleEndian(qint64 value, int bytes)
+{
+    QByteArray text;
+    for (int i = 0; i < bytes; ++i)
+        text.append(static_cast<char>(value >> (8 * i) & 0xff));
+    return text;
+}
+
 QString WriteBmp(qint32 width, qint32 height)
 {
-    QByteArray header(54, '\0');
-    auto const put32 = [&header](int at, qint32 value) { qToLittleEndian(value, header.data() + at); };
-    auto const put16 = [&header](int at, qint16 value) { qToLittleEndian(value, header.data() + at); };
-    header.replace(0, 2, "BM");
-    put32(2, 54 + 100);
-    put32(10, 54);
-    put32(14, 40);
-    put32(18, width);
-    put32(22, height);
-    put16(26, 1);
-    put16(28, 24);
-    return WriteMedia("lying.bmp", header + QByteArray(100, '\x55'));
+    QByteArray const file = "BM" + LittleEndian(54 + 100, 4) + LittleEndian(0, 4) + LittleEndian(54, 4);
+    QByteArray const picture = LittleEndian(40, 4) + LittleEndian(width, 4) + LittleEndian(height, 4) +
+                               LittleEndian(1, 2) + LittleEndian(24, 2) + QByteArray(24, '\0');
+    return WriteMedia("lying.bmp", file + picture + QByteArray(100, '\x55'));
 }
 
 void Put32(QByteArray& bytes, qsizetype at, quint32 value)

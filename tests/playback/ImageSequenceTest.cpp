@@ -65,6 +65,15 @@ TEST_F(ImageSequenceTest, APatternOfDigitsFindsItsRow)
     EXPECT_EQ(Names(Find("a.####.ppm")), (QStringList{"a.0001.ppm", "a.0002.ppm", "a.0003.ppm"}));
 }
 
+// "123" begins with "12" and ends with "23", and yet there is nothing in between; "4 " is no number.
+TEST_F(ImageSequenceTest, WhatStandsAroundTheNumberDoesNotOverlap)
+{
+    Write("12%d23", {5});
+    Write("12%d", {3});
+    Write("12%d 23", {4});
+    EXPECT_EQ(Names(Find("12%d23")), QStringList{"12523"});
+}
+
 TEST_F(ImageSequenceTest, NumbersOutgrowTheirZeros)
 {
     Write("a.%03d.ppm", {998, 999, 1000, 1001});

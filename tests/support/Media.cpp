@@ -147,7 +147,7 @@ QByteArray WavBytes(int formatTag, int channels, int sampleRate, int bitsPerSamp
     AppendLittleEndian(bytes, static_cast<quint32>(formatTag), 2);
     AppendLittleEndian(bytes, static_cast<quint32>(channels), 2);
     AppendLittleEndian(bytes, static_cast<quint32>(sampleRate), 4);
-    AppendLittleEndian(bytes, static_cast<quint32>(sampleRate * frameBytes), 4);
+    AppendLittleEndian(bytes, static_cast<quint32>(sampleRate) * static_cast<quint32>(frameBytes), 4);
     AppendLittleEndian(bytes, static_cast<quint32>(frameBytes), 2);
     AppendLittleEndian(bytes, static_cast<quint32>(bitsPerSample), 2);
     bytes += "data";
