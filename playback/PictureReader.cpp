@@ -22,6 +22,10 @@ constexpr long long nearAhead = second / 2;
 constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
 constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
 
+// A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. No more of them
+// than it can hold back.
+constexpr long long picturesBeforeEnd = 16;
+
 // So close before a target nothing is dropped, as it may be in hand already.
 constexpr long long fewPictures = 3;
 
@@ -45,6 +49,8 @@ bool PictureReader::Open()
     bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
     // Old phones mark pictures as key pictures that are not, and this decoder takes any picture to begin with.
     canLand = isTimed && stream.codecName != QLatin1String("h263");
+    if (stream.codecName == QLatin1String("h264") && info->GetDuration() > 0)
+        latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
     return Restart();
 }
 
@@ -87,7 +93,7 @@ PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, 
     long long const duration = info->GetDuration();
     long long const latest = std::min(time, duration > 0 ? duration : longestGuess);
     bool fromStart = !canLand;
-    long long back = instance->RequiresLargeSeekOffset() ? second : 0;
+    long long back = std::max(instance->RequiresLargeSeekOffset() ? second : 0, latest - latestLanding);
     for (; landing == Landing::Late; back = std::max(2 * back, second)) {
         fromStart = fromStart || (back > 0 && latest - back + GetOrigin() <= 0);
         if (!fromStart) {

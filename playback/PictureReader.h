@@ -69,8 +69,9 @@ private:
     std::shared_ptr<MediaInfo> info;
     double untimedRate;
     std::unique_ptr<MediaInstance> instance;
-    bool canLand = true;       // what is found after a seek can be trusted; otherwise everything is read from the start
-    long long streamStart = 0; // container time that the decoder takes for 0
+    bool canLand = true; // what is found after a seek can be trusted; otherwise everything is read from the start
+    long long latestLanding = std::numeric_limits<long long>::max(); // time from which to look for a key picture
+    long long streamStart = 0;                                       // container time that the decoder takes for 0
     long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off
     long long dropBefore = -1;     // media time for the decoder's filter; negative: none
     long long brokenBefore = longAgo;

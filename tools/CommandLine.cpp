@@ -71,7 +71,7 @@ ExitCode CommandLine::Run(QStringList const& arguments)
 {
     if (arguments.isEmpty())
         return RejectUsage(QStringLiteral("a command is missing"), QStringLiteral("--help"));
-    QString const first = arguments.first();
+    QString const& first = arguments.first();
     if (first == QLatin1String("--help") || first == QLatin1String("-h"))
         return Show(GeneralHelp());
     if (first == QLatin1String("--version"))

@@ -30,6 +30,9 @@ std::vector<Recipe> const& Recipes()
         {"gop12.mp4", small.arg(8) + tone.arg(8) + "-c:v libx264 -preset ultrafast -bf 2 -g 12 -c:a aac -ac 2"},
         {"open-gop.mp4", small.arg(8) + "-c:v libx264 -preset ultrafast -bf 3 -b_strategy 0 -g 25 -keyint_min 25 "
                                         "-sc_threshold 0 -x264-params open-gop=1"},
+        {"open-gop-short-end.mp4", // the last group has four pictures
+         "-f lavfi -i testsrc2=size=98x64:rate=25:duration=4 -c:v libx264 -bf 3 -g 8 -keyint_min 8 -sc_threshold 0 "
+         "-x264-params open-gop=1"},
         {"open-gop-mpeg2.mpg", small.arg(6) + "-c:v mpeg2video -bf 2 -g 15 -b:v 2M"},
         {"stream.ts", small.arg(8) + tone.arg(8) + "-c:v libx264 -preset ultrafast -bf 2 -g 50 -c:a mp2"},
         {"program.mpg", small.arg(8) + tone.arg(8) + "-c:v mpeg1video -bf 2 -g 15 -b:v 2M -c:a mp2"},

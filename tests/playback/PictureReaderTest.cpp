@@ -73,6 +73,13 @@ TEST_F(PictureReaderTest, TheNextPictureIsNotDecodedAnew)
     EXPECT_LE(PacketsTo(8120000), 12);
 }
 
+TEST_F(PictureReaderTest, FindsTheLastPictureOfAShortOpenGroup)
+{
+    Open("open-gop-short-end.mp4");
+    for (long long time = 3960000; time >= 3000000; time -= 40000)
+        PacketsTo(time);
+}
+
 TEST_F(PictureReaderTest, AStreamWithoutTimesIsReadOn)
 {
     Open("raw.264");
