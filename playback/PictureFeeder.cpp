@@ -19,7 +19,6 @@ constexpr long long nearAhead = second;
 // that it missed; what is ahead by less than that waits for play to come; and so long nothing new is shown at most
 // while play is caught up with.
 constexpr long long lateness = second / 10;
-constexpr long long earliness = second;
 constexpr long long stillness = second / 5;
 
 constexpr int fewestPictures = 4; // cached whatever the budget
@@ -211,7 +210,10 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
     StopCheck const stop = StopForOthers(need, ask);
     if (!followsCache) {
         long long const next = cache.GetSpan().end + 1;
-        if (source->SeekTo(next, next, stop) != PictureSource::Result::Picture)
+        PictureSource::Result const found = source->SeekTo(next, next, stop);
+        if (found == PictureSource::Result::End)
+            failedFor = need.sought;
+        if (found != PictureSource::Result::Picture)
             return true;
         followsCache = true;
     }
@@ -248,10 +250,13 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
 
     followsCache = false;
     StopCheck const isForOthers = StopForOthers(need, ask);
-    StopCheck const stop = [&] { return isForOthers() || (need.speed < 0.0 && ask().position < earliest); };
-    bool const isComplete =
-        source->SeekTo(std::min(target, span.start - 1), earliest, stop) == PictureSource::Result::Picture &&
-        ReadSegment(span.start, need, stop);
+    // Where play is beyond it from the first, the next segment is the one that it needs.
+    bool const canBePassed = need.speed < 0.0 && need.position >= earliest;
+    StopCheck const stop = [&] { return isForOthers() || (canBePassed && ask().position < earliest); };
+    PictureSource::Result const found = source->SeekTo(std::min(target, span.start - 1), earliest, stop);
+    if (found == PictureSource::Result::End)
+        failedFor = need.sought; // what is cached was read from there once: the file is not what it was
+    bool const isComplete = found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop);
     if (isComplete && segment.empty())
         first = span.start;
     if (isComplete)

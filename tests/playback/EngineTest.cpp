@@ -392,6 +392,21 @@ TEST_F(EngineTest, PicturesThatPlayPassesOverAreCounted)
     EXPECT_EQ(Status().picturesShown, 2);
 }
 
+// The budget holds less than play passes over from look to look.
+TEST_F(EngineTest, PlaysBackwardsFastWithLittleRoom)
+{
+    engine.SetCacheBudget(8 * 192 * 108 * 3);
+    Open("gop12.mp4");
+    engine.Seek(6000000);
+    engine.SetSpeed(-4.0);
+    Wait();
+    for (int i = 1; i <= 12; ++i) {
+        time->Advance(100000);
+        Wait();
+        EXPECT_EQ(Shown(), 6000000 - i * 400000);
+    }
+}
+
 // Nobody else takes pictures or sound meanwhile, and the decoding thread has had nothing to do for long.
 TEST_F(EngineTest, WaitingIsEnoughForALoopToBeginAnew)
 {
