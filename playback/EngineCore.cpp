@@ -208,8 +208,9 @@ std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
 PictureCache::Place EngineCore::FindPicture(long long now)
 {
     long long const position = GetPosition(now);
-    if (speed == 0.0 || waiting)
-        return media->pictures->Find(position, 0);
+    PictureCache::Place const exact = media->pictures->Find(position, 0); // also before the first and after the last
+    if (speed == 0.0 || waiting || exact.picture)
+        return exact;
     PictureCache::Place const place = media->pictures->FindNewest(position, forwards);
     bool const isOfThisRun = forwards ? place.end >= begunAt : place.start <= begunAt;
     bool const isOlder =

@@ -392,6 +392,18 @@ TEST_F(EngineTest, PicturesThatPlayPassesOverAreCounted)
     EXPECT_EQ(Status().picturesShown, 2);
 }
 
+// The sound begins earlier, and so does the position.
+TEST_F(EngineTest, ShowsTheFirstPictureWhenItIsToPlayBackwardsFromThere)
+{
+    engine.Open(Clips::Made("program.mpg"));
+    engine.SetSpeed(-0.01);
+    Wait();
+    EXPECT_EQ(Shown(), 0);
+    engine.Seek(-4000000000000000000);
+    Wait();
+    EXPECT_EQ(Shown(), 0);
+}
+
 // The budget holds less than play passes over from look to look.
 TEST_F(EngineTest, PlaysBackwardsFastWithLittleRoom)
 {
