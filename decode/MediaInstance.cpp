@@ -319,6 +319,7 @@ void MediaInstance::DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoF
 
 void MediaInstance::Seek(long long time)
 {
+    seekFailed = false;
     auto const info = mediaInfo.lock();
     if (info && info->IsImage()) {
         Reopen();
@@ -327,7 +328,8 @@ void MediaInstance::Seek(long long time)
     if (!formatContext && !OpenInput())
         return;
     int const result = SeekInput(time);
-    if (result < 0) {
+    seekFailed = result < 0;
+    if (seekFailed) {
         Logger::GetInstance().Error(QStringLiteral("Seek Failed."), result);
         return;
     }
@@ -336,6 +338,11 @@ void MediaInstance::Seek(long long time)
         videoDecoder->Flush();
     Flush(audioCodecContext.get());
     LoadPacket();
+}
+
+bool MediaInstance::HasSeekFailed() const
+{
+    return seekFailed;
 }
 
 void MediaInstance::Reopen()

@@ -88,6 +88,10 @@ public:
     // packet found there. Images are reopened instead. A seek that fails changes nothing.
     void Seek(long long time);
 
+    // Whether the last seek failed. FFmpeg may have moved in the file all the same: what is read next lies anywhere,
+    // and its time cannot be trusted.
+    bool HasSeekFailed() const;
+
     // Whether both sessions deliver sound of the same kind.
     bool IsAudioMatched(std::shared_ptr<MediaInstance> other);
 
@@ -122,6 +126,7 @@ private:
     bool packetLoaded = false; // the packet in hand holds something
     bool endOfFile = false;
     bool requiresLargeSeekOffset = false;
+    bool seekFailed = false;
 
     // The decoders use the codec contexts, so they are declared after them and go first.
     FfmpegPtr<AVFormatContext> formatContext;

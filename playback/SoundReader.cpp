@@ -88,7 +88,7 @@ SoundReader::Result SoundReader::SeekTo(long long time, StopCheck const& stop)
         long long const target = wanted - back;
         if (target > 0 && Land(target, wanted, stop))
             return PassUpTo(time, stop);
-        if (target <= 0)
+        if (target <= 0 || instance->HasSeekFailed()) // then all is read from the start
             return Restart() ? PassUpTo(time, stop) : Result::End;
     }
     return Result::Stopped;
@@ -112,6 +112,8 @@ bool SoundReader::Land(long long time, long long latest, StopCheck const& stop)
 {
     Forget();
     instance->Seek(time);
+    if (instance->HasSeekFailed())
+        return false;
     while (!stop() && instance->HasPacket() && !instance->IsEndOfFile()) {
         if (instance->IsAudioPacket() && instance->GetPacketTime() != unknown)
             return instance->GetPacketTime() <= latest;

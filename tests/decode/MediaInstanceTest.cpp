@@ -764,6 +764,7 @@ TEST_F(MediaInstanceTest, SeeksSoundWithoutVideoInMicroseconds)
     EXPECT_EQ(decoded.sounds.first()->samples[0], 4000);
     EXPECT_EQ(decoded.SampleFrames(), 4000);
     session.instance.Seek(0);
+    EXPECT_FALSE(session.instance.HasSeekFailed());
     decoded = DecodeAll(session.instance);
     EXPECT_EQ(decoded.sounds.first()->startTime, 0);
     EXPECT_EQ(decoded.SampleFrames(), 8000);
@@ -785,6 +786,7 @@ TEST_F(MediaInstanceTest, ChangesNothingWhereASeekFails)
     session.instance.Seek(0);
     session.instance.Seek(500000);
     EXPECT_EQ(log.Lines(), (std::vector<LogLine>(2, ErrorLine("Seek Failed.", -1))));
+    EXPECT_TRUE(session.instance.HasSeekFailed());
     EXPECT_TRUE(session.instance.HasPacket());
     while (session.instance.HasPacket())
         session.instance.DecodePacket(decoded.sounds, decoded.pictures, -1);
