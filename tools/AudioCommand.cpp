@@ -1,8 +1,10 @@
 #include "tools/AudioCommand.h"
 
+#include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OutputOption.h"
 #include "tools/SoundRender.h"
 #include "tools/TimeRange.h"
 #include "tools/TimeRangeOptions.h"
@@ -30,12 +32,6 @@ struct Request
     double volume = 1.0;
 };
 
-ExitCode Reject(QString const& message)
-{
-    Console::Say(message);
-    return ExitCode::Usage;
-}
-
 bool TakeNumber(QCommandLineParser const& parser, QString const& option, double& number)
 {
     bool isNumber = true;
@@ -47,17 +43,18 @@ bool TakeNumber(QCommandLineParser const& parser, QString const& option, double&
 ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
 {
     if (parser.positionalArguments().size() != 1)
-        return Reject(QStringLiteral("audio takes one file"));
+        return CommandAnswers::RejectUsage(QStringLiteral("audio takes one file"));
     request.path = parser.positionalArguments().first();
-    request.wavPath = parser.value(QStringLiteral("output"));
+    request.wavPath = OutputOption::Value(parser);
     if (QFileInfo(request.wavPath).suffix().toLower() != QLatin1String("wav"))
-        return Reject(QStringLiteral("audio needs -o with a name that ends in .wav"));
+        return CommandAnswers::RejectUsage(QStringLiteral("audio needs -o with a name that ends in .wav"));
     bool const isSpeed = TakeNumber(parser, QStringLiteral("speed"), request.speed);
     if (!isSpeed || std::fabs(request.speed) < slowest || std::fabs(request.speed) > fastest)
-        return Reject(QStringLiteral("--speed is from -16 to 16 and not nearer to 0 than 0.01"));
+        return CommandAnswers::RejectUsage(QStringLiteral("--speed is from -16 to 16 and not nearer to 0 than 0.01"));
     bool const isVolume = TakeNumber(parser, QStringLiteral("volume"), request.volume);
     if (!isVolume || request.volume < 0.0 || request.volume > loudest)
-        return Reject(QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
     return TimeRangeOptions::Take(parser, request.range) ? ExitCode::Ok : ExitCode::Usage;
 }
 
@@ -66,26 +63,21 @@ long long TimeOf(SoundRender const& render, long long frames)
     return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * 1e6);
 }
 
-ExitCode CannotWrite(Request const& request, QString const& error)
-{
-    Console::Say(QStringLiteral("%1: cannot be written: %2").arg(request.wavPath, error));
-    return ExitCode::WritingFailed;
-}
-
 ExitCode Write(SoundRender& render, Request const& request)
 {
     long long const bytes = render.GetFrameCount() * render.GetChannelCount() * static_cast<long long>(sizeof(short));
     if (bytes > WavFile::mostBytes)
-        return CannotWrite(request, QStringLiteral("a WAV file holds 4 GiB at most, and this takes %1 bytes; give a "
-                                                   "shorter range with --from and --to")
-                                        .arg(bytes));
+        return CommandAnswers::CannotWrite(
+            request.wavPath, QStringLiteral("a WAV file holds 4 GiB at most, and this takes %1 bytes; give a "
+                                            "shorter range with --from and --to")
+                                 .arg(bytes));
     WavFile file(request.wavPath, render.GetChannelCount(), render.GetSampleRate());
     if (!file.Open())
-        return CannotWrite(request, file.GetError());
+        return CommandAnswers::CannotWrite(request.wavPath, file.GetError());
     std::vector<short> block;
     while (render.Read(block)) {
         if (!file.Write(block.data(), static_cast<int>(block.size()) / render.GetChannelCount()))
-            return CannotWrite(request, file.GetError());
+            return CommandAnswers::CannotWrite(request.wavPath, file.GetError());
         Console::ShowProgress(QStringLiteral("%1 of %2")
                                   .arg(TimeText::Clock(TimeOf(render, render.GetReadCount())),
                                        TimeText::Clock(TimeOf(render, render.GetFrameCount()))));
@@ -94,7 +86,7 @@ ExitCode Write(SoundRender& render, Request const& request)
         Console::Say(request.path + QStringLiteral(": ") + render.GetError());
         return ExitCode::DecodingFailed;
     }
-    return file.Finish() ? ExitCode::Ok : CannotWrite(request, file.GetError());
+    return file.Finish() ? ExitCode::Ok : CommandAnswers::CannotWrite(request.wavPath, file.GetError());
 }
 
 void ReportWritten(SoundRender const& render, Request const& request)
@@ -136,9 +128,7 @@ QString AudioCommand::GetDescription() const
 
 void AudioCommand::AddOptions(QCommandLineParser& parser) const
 {
-    parser.addOption({{QStringLiteral("o"), QStringLiteral("output")},
-                      QStringLiteral("The file to write; an existing one is replaced."),
-                      QStringLiteral("WAV")});
+    OutputOption::Add(parser, QStringLiteral("WAV"));
     parser.addOption(
         {QStringLiteral("speed"), QStringLiteral("From -16 to 16; below 0 plays backwards."), QStringLiteral("S")});
     parser.addOption(
@@ -152,13 +142,9 @@ ExitCode AudioCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenSource(request.path, log);
+    auto const source = OpenSound(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    if (!source->HasSound()) {
-        Console::Say(request.path + QStringLiteral(": there is no sound in it"));
-        return ExitCode::CannotOpen;
-    }
     SoundRender render(*source);
     if (!render.Open()) {
         Console::Say(request.path + QStringLiteral(": ") + render.GetError());

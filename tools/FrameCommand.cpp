@@ -2,9 +2,11 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
 #include "tools/PictureFinder.h"
 #include "tools/RgbPicture.h"
@@ -23,27 +25,23 @@ struct Request
     bool asStored = false;
 };
 
-ExitCode Reject(QString const& message)
-{
-    Console::Say(message);
-    return ExitCode::Usage;
-}
-
 ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
 {
     if (parser.positionalArguments().size() != 1)
-        return Reject(QStringLiteral("frame takes one file"));
-    if (!parser.isSet(QStringLiteral("at")) || !parser.isSet(QStringLiteral("output")))
-        return Reject(QStringLiteral("frame needs --at TIME and -o PICTURE"));
+        return CommandAnswers::RejectUsage(QStringLiteral("frame takes one file"));
+    if (!parser.isSet(QStringLiteral("at")) || !parser.isSet(QStringLiteral("o")))
+        return CommandAnswers::RejectUsage(QStringLiteral("frame needs --at TIME and -o PICTURE"));
     auto const time = TimeText::Parse(parser.value(QStringLiteral("at")));
     if (!time)
-        return Reject(QStringLiteral("\"%1\" is not a time").arg(parser.value(QStringLiteral("at"))));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("\"%1\" is not a time").arg(parser.value(QStringLiteral("at"))));
     request.path = parser.positionalArguments().first();
-    request.picturePath = parser.value(QStringLiteral("output"));
+    request.picturePath = OutputOption::Value(parser);
     request.time = *time;
     request.asStored = parser.isSet(QStringLiteral("as-stored"));
     if (!PictureFile::IsSupported(request.picturePath))
-        return Reject(QStringLiteral("\"%1\" does not end in .png, .jpg, .jpeg or .ppm").arg(request.picturePath));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("\"%1\" does not end in .png, .jpg, .jpeg or .ppm").arg(request.picturePath));
     return ExitCode::Ok;
 }
 
@@ -83,10 +81,8 @@ ExitCode Write(DecodedVideoFrame const& record, Request const& request)
         Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
     RgbPicture const picture = RgbPicture::FromRecord(record).TurnedClockwise(degrees);
     QString error;
-    if (!PictureFile::Write(picture, request.picturePath, error)) {
-        Console::Say(QStringLiteral("%1: cannot be written: %2").arg(request.picturePath, error));
-        return ExitCode::WritingFailed;
-    }
+    if (!PictureFile::Write(picture, request.picturePath, error))
+        return CommandAnswers::CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: the picture at %2 (%3us), %4x%5\n")
                            .arg(request.picturePath, TimeText::Clock(record.startTime))
                            .arg(record.startTime)
@@ -125,9 +121,7 @@ void FrameCommand::AddOptions(QCommandLineParser& parser) const
 {
     parser.addOption(
         {QStringLiteral("at"), QStringLiteral("The time: 12.5, 00:00:12.500 or 12500000us."), QStringLiteral("TIME")});
-    parser.addOption({{QStringLiteral("o"), QStringLiteral("output")},
-                      QStringLiteral("The file to write; an existing one is replaced."),
-                      QStringLiteral("PICTURE")});
+    OutputOption::Add(parser, QStringLiteral("PICTURE"));
     parser.addOption({QStringLiteral("as-stored"), QStringLiteral("Leave the picture as it is stored, not upright.")});
 }
 
@@ -137,13 +131,9 @@ ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenSource(request.path, log);
+    auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    if (!source->HasPictures()) {
-        Console::Say(request.path + QStringLiteral(": there are no pictures in it, only sound"));
-        return ExitCode::CannotOpen;
-    }
     SayWhatItIs(*source, request.path);
     SourceReader reader(*source);
     PictureFinder finder(*source, reader);

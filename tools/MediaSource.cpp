@@ -226,3 +226,21 @@ std::unique_ptr<MediaSource> OpenSource(QString const& path, MessageLog& log)
     }
     return source;
 }
+
+std::unique_ptr<MediaSource> OpenPictures(QString const& path, MessageLog& log)
+{
+    auto source = OpenSource(path, log);
+    if (!source || source->HasPictures())
+        return source;
+    Console::Say(path + QStringLiteral(": there are no pictures in it, only sound"));
+    return nullptr;
+}
+
+std::unique_ptr<MediaSource> OpenSound(QString const& path, MessageLog& log)
+{
+    auto source = OpenSource(path, log);
+    if (!source || source->HasSound())
+        return source;
+    Console::Say(path + QStringLiteral(": there is no sound in it"));
+    return nullptr;
+}

@@ -79,3 +79,5 @@ private:
 
 // Opens `path` and says on standard error what is wrong when it cannot be used; empty then.
 std::unique_ptr<MediaSource> OpenSource(QString const& path, MessageLog& log);
+std::unique_ptr<MediaSource> OpenPictures(QString const& path, MessageLog& log); // empty for sound alone, too
+std::unique_ptr<MediaSource> OpenSound(QString const& path, MessageLog& log);    // empty without sound, too

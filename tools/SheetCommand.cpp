@@ -2,11 +2,13 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/ContactSheet.h"
 #include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
 #include "tools/NumberOption.h"
+#include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
 #include "tools/PictureSamples.h"
 #include "tools/RgbPicture.h"
@@ -39,12 +41,6 @@ struct Request
     int width = 320;
 };
 
-ExitCode Reject(QString const& message)
-{
-    Console::Say(message);
-    return ExitCode::Usage;
-}
-
 bool TakeNumbers(QCommandLineParser const& parser, Request& request)
 {
     int rows = 5;
@@ -59,13 +55,14 @@ bool TakeNumbers(QCommandLineParser const& parser, Request& request)
 ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
 {
     if (parser.positionalArguments().size() != 1)
-        return Reject(QStringLiteral("sheet takes one file"));
+        return CommandAnswers::RejectUsage(QStringLiteral("sheet takes one file"));
     request.path = parser.positionalArguments().first();
-    request.picturePath = parser.value(QStringLiteral("output"));
+    request.picturePath = OutputOption::Value(parser);
     if (!PictureFile::IsSupported(request.picturePath))
-        return Reject(QStringLiteral("sheet needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("sheet needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
     if (parser.isSet(QStringLiteral("rows")) && parser.isSet(QStringLiteral("count")))
-        return Reject(QStringLiteral("--rows and --count do not go together"));
+        return CommandAnswers::RejectUsage(QStringLiteral("--rows and --count do not go together"));
     bool const isGood = TakeNumbers(parser, request) && TimeRangeOptions::Take(parser, request.range);
     return isGood ? ExitCode::Ok : ExitCode::Usage;
 }
@@ -106,7 +103,7 @@ ExitCode Collect(MediaSource const& source, Request const& request, ContactSheet
         isTooLarge = hasTime && IsTooLarge(sheet, request);
     });
     if (isTooLarge)
-        return Reject(
+        return CommandAnswers::RejectUsage(
             QStringLiteral("the sheet would have more than 64 million pixels; ask for fewer or smaller ones"));
     return Report(request, result);
 }
@@ -116,10 +113,8 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
     int const columns = std::min(request.columns, sheet.GetCount());
     RgbPicture const picture = sheet.Draw(columns);
     QString error;
-    if (!PictureFile::Write(picture, request.picturePath, error)) {
-        Console::Say(QStringLiteral("%1: cannot be written: %2").arg(request.picturePath, error));
-        return ExitCode::WritingFailed;
-    }
+    if (!PictureFile::Write(picture, request.picturePath, error))
+        return CommandAnswers::CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: %2 picture%3 in %4 column%5, %6x%7\n")
                            .arg(request.picturePath)
                            .arg(sheet.GetCount())
@@ -161,9 +156,7 @@ QString SheetCommand::GetDescription() const
 
 void SheetCommand::AddOptions(QCommandLineParser& parser) const
 {
-    parser.addOption({{QStringLiteral("o"), QStringLiteral("output")},
-                      QStringLiteral("The file to write; an existing one is replaced."),
-                      QStringLiteral("PICTURE")});
+    OutputOption::Add(parser, QStringLiteral("PICTURE"));
     parser.addOption(
         {QStringLiteral("columns"), QStringLiteral("Pictures side by side; 4 if not given."), QStringLiteral("N")});
     parser.addOption(
@@ -181,13 +174,9 @@ ExitCode SheetCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenSource(request.path, log);
+    auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    if (!source->HasPictures()) {
-        Console::Say(request.path + QStringLiteral(": there are no pictures in it, only sound"));
-        return ExitCode::CannotOpen;
-    }
     int const errorsBefore = log.GetErrorCount();
     ContactSheet sheet(request.width);
     ExitCode const collected = Collect(*source, request, sheet);

@@ -1,9 +1,11 @@
 #include "tools/WaveCommand.h"
 
+#include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
 #include "tools/NumberOption.h"
+#include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
 #include "tools/SoundLevels.h"
 #include "tools/TimeRange.h"
@@ -32,20 +34,15 @@ struct Request
     int height = 0; // 0: as the channels need it
 };
 
-ExitCode Reject(QString const& message)
-{
-    Console::Say(message);
-    return ExitCode::Usage;
-}
-
 ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
 {
     if (parser.positionalArguments().size() != 1)
-        return Reject(QStringLiteral("wave takes one file"));
+        return CommandAnswers::RejectUsage(QStringLiteral("wave takes one file"));
     request.path = parser.positionalArguments().first();
-    request.picturePath = parser.value(QStringLiteral("output"));
+    request.picturePath = OutputOption::Value(parser);
     if (!PictureFile::IsSupported(request.picturePath))
-        return Reject(QStringLiteral("wave needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("wave needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
     bool const isGood =
         NumberOption::Take(parser, QStringLiteral("width"), smallestWidth, largestSide, request.width) &&
         NumberOption::Take(parser, QStringLiteral("height"), 1, largestSide, request.height) &&
@@ -74,10 +71,11 @@ ExitCode TakeHeight(SoundLevels const& levels, Request& request)
         request.height = WavePicture::DefaultHeight(levels.GetChannelCount());
     int const least = WavePicture::LeastHeight(levels.GetChannelCount());
     if (request.height < least)
-        return Reject(
+        return CommandAnswers::RejectUsage(
             QStringLiteral("--height is at least %1 for %2 channels").arg(least).arg(levels.GetChannelCount()));
     if (static_cast<long long>(request.width) * request.height > mostPixels)
-        return Reject(QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
+        return CommandAnswers::RejectUsage(
+            QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
     return ExitCode::Ok;
 }
 
@@ -91,10 +89,8 @@ QString PeakText(SoundLevels const& levels)
 ExitCode Write(SoundLevels const& levels, Request const& request)
 {
     QString error;
-    if (!PictureFile::Write(WavePicture::Draw(levels, request.height), request.picturePath, error)) {
-        Console::Say(QStringLiteral("%1: cannot be written: %2").arg(request.picturePath, error));
-        return ExitCode::WritingFailed;
-    }
+    if (!PictureFile::Write(WavePicture::Draw(levels, request.height), request.picturePath, error))
+        return CommandAnswers::CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: %2 to %3, %4 channel%5, %6, %7x%8\n")
                            .arg(request.picturePath, TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
                            .arg(levels.GetChannelCount())
@@ -135,9 +131,7 @@ QString WaveCommand::GetDescription() const
 
 void WaveCommand::AddOptions(QCommandLineParser& parser) const
 {
-    parser.addOption({{QStringLiteral("o"), QStringLiteral("output")},
-                      QStringLiteral("The file to write; an existing one is replaced."),
-                      QStringLiteral("PICTURE")});
+    OutputOption::Add(parser, QStringLiteral("PICTURE"));
     parser.addOption(
         {QStringLiteral("width"), QStringLiteral("Of the picture; 1280 if not given."), QStringLiteral("PIXELS")});
     parser.addOption({QStringLiteral("height"), QStringLiteral("Of the picture; 120 a lane if not given."),
@@ -151,13 +145,9 @@ ExitCode WaveCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenSource(request.path, log);
+    auto const source = OpenSound(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    if (!source->HasSound()) {
-        Console::Say(request.path + QStringLiteral(": there is no sound in it"));
-        return ExitCode::CannotOpen;
-    }
     int const errorsBefore = log.GetErrorCount();
     SoundLevels levels(*source);
     ExitCode const read = Report(request, levels.Read(request.range, request.width - 2 * WavePicture::SideSpace()));
