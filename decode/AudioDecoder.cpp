@@ -1,5 +1,6 @@
 #include "decode/AudioDecoder.h"
 
+#include "decode/CodecStep.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/Microseconds.h"
 #include "media/AvGlobals.h"
@@ -229,22 +230,7 @@ void AudioDecoder::ConvertSampleBySample(short* samples) const
 
 int AudioDecoder::DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream)
 {
-    gotFrame = false;
-    if (!codecContext || !frame)
-        return AVERROR(EINVAL);
-    if (packet) {
-        int const sent = avcodec_send_packet(codecContext, packet);
-        if (sent < 0)
-            return sent == AVERROR_EOF ? 0 : sent;
-    }
-    int const received = avcodec_receive_frame(codecContext, frame.get());
-    if (received >= 0)
-        gotFrame = true;
-    else if (received == AVERROR_EOF)
-        endOfStream = true;
-    else if (received != AVERROR(EAGAIN))
-        return received;
-    return 0;
+    return TakeCodecStep(codecContext, packet, frame.get(), gotFrame, endOfStream);
 }
 
 void AudioDecoder::Shutdown()

@@ -2,6 +2,7 @@
 
 #include "common/Logger.h"
 #include "common/Settings.h"
+#include "decode/CodecStep.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/Microseconds.h"
 #include "decode/PictureBuffers.h"
@@ -338,22 +339,7 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
 
 int VideoDecoder::DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream)
 {
-    gotFrame = false;
-    if (!codecContext)
-        return AVERROR(EINVAL);
-    if (packet) {
-        int const sent = avcodec_send_packet(codecContext, packet);
-        if (sent < 0)
-            return sent == AVERROR_EOF ? 0 : sent;
-    }
-    int const received = avcodec_receive_frame(codecContext, frame.get());
-    if (received >= 0)
-        gotFrame = true;
-    else if (received == AVERROR_EOF)
-        endOfStream = true;
-    else if (received != AVERROR(EAGAIN))
-        return received;
-    return 0;
+    return TakeCodecStep(codecContext, packet, frame.get(), gotFrame, endOfStream);
 }
 
 void VideoDecoder::Shutdown()
