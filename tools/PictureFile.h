@@ -7,6 +7,9 @@ struct RgbPicture;
 // Writes a picture to a file whose ending tells the format: .png, .jpg, .jpeg or .ppm, in any case.
 namespace PictureFile {
 
+// What a drawn picture may grow to; more would be of no use to look at.
+constexpr long long mostPixels = 64000000;
+
 bool IsSupported(QString const& path);
 
 // An existing file is replaced, as a whole or not at all. False with a sentence in `error`.

@@ -28,9 +28,6 @@ constexpr int mostPictures = 10000;
 constexpr int smallestWidth = 80; // as wide as a time
 constexpr int largestWidth = 4096;
 
-// What a picture file may grow to; more would be of no use to look at.
-constexpr long long mostPixels = 64000000;
-
 struct Request
 {
     QString path;
@@ -88,7 +85,7 @@ ExitCode Report(Request const& request, PictureSamples::Result result)
 bool IsTooLarge(ContactSheet const& sheet, Request const& request)
 {
     long long const width = sheet.GetWidth(request.columns);
-    return width * sheet.GetHeight(request.columns, request.count) > mostPixels;
+    return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
 }
 
 ExitCode Collect(MediaSource const& source, Request const& request, ContactSheet& sheet)

@@ -22,9 +22,6 @@ namespace {
 constexpr int smallestWidth = 160;
 constexpr int largestSide = 16384;
 
-// What a picture file may grow to; more would be of no use to look at.
-constexpr long long mostPixels = 64000000;
-
 struct Request
 {
     QString path;
@@ -73,7 +70,7 @@ ExitCode TakeHeight(SoundLevels const& levels, Request& request)
     if (request.height < least)
         return CommandAnswers::RejectUsage(
             QStringLiteral("--height is at least %1 for %2 channels").arg(least).arg(levels.GetChannelCount()));
-    if (static_cast<long long>(request.width) * request.height > mostPixels)
+    if (static_cast<long long>(request.width) * request.height > PictureFile::mostPixels)
         return CommandAnswers::RejectUsage(
             QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
     return ExitCode::Ok;
