@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/cache/DecodedAudioModel.h"
+#include "tests/cache/RingWalk.h"
 
 #include "cache/DecodedAudio.h"
 
@@ -15,26 +16,24 @@
 // One cache and its model, side by side, led by `Choices` (see WalkRandom). At 1000 Hz a frame of sound lasts a
 // millisecond.
 template <typename Choices>
-class DecodedAudioWalk
+class DecodedAudioWalk : public RingWalk<DecodedAudio, DecodedAudioModel, Choices>
 {
 public:
-    explicit DecodedAudioWalk(Choices newChoices) : random(newChoices) { SetMax(8); }
-
-    bool IsOver() const { return random.IsOver(); }
+    explicit DecodedAudioWalk(Choices newChoices) : Ring(newChoices) { SetMax(8); }
 
     void Step()
     {
         long long const kind = random.Between(1, 1000);
         if (kind <= 380)
-            Append();
+            AppendSome();
         else if (kind <= 720)
             Fill();
         else if (kind <= 880)
             Trim();
         else if (kind <= 900)
-            Push();
+            this->PushAtEitherEnd(NewRecord(SomeStart()));
         else if (kind <= 930)
-            Pop();
+            this->PopAtEitherEnd(random.OneIn(30) ? model.Count() : 1);
         else if (kind <= 934)
             Clear();
         else if (kind <= 938)
@@ -50,12 +49,18 @@ public:
         Compare();
     }
 
-    int MostFrames() const { return mostFrames; }
-    bool HasWrapped() const { return hasWrapped; }
     int CorrectionsAhead() const { return model.corrections[0]; }
     int CorrectionsBack() const { return model.corrections[1]; }
 
 private:
+    using Ring = RingWalk<DecodedAudio, DecodedAudioModel, Choices>;
+    using Ring::cache;
+    using Ring::hasWrapped;
+    using Ring::lastId;
+    using Ring::model;
+    using Ring::mostFrames;
+    using Ring::random;
+
     struct Lives
     {
         std::weak_ptr<DecodedAudioFrame> real;
@@ -107,37 +112,12 @@ private:
         }
     }
 
-    void Append()
+    void AppendSome()
     {
-        if (random.OneIn(300)) {
-            cache.AppendFrame(nullptr);
-            model.Append(nullptr);
-            return;
-        }
-        auto const [real, planned] = NewRecord(SomeStart());
-        cache.AppendFrame(real);
-        model.Append(planned);
-    }
-
-    void Push()
-    {
-        auto const [real, planned] = NewRecord(SomeStart());
-        if (random.OneIn(2)) {
-            cache.PushBack(real);
-            model.PushBack(planned);
-        } else {
-            cache.PushFront(real);
-            model.PushFront(planned);
-        }
-    }
-
-    void Pop()
-    {
-        bool const front = random.OneIn(2);
-        for (long long i = random.OneIn(30) ? model.Count() : 1; i > 0; --i) {
-            front ? cache.PopFront() : cache.PopBack();
-            front ? model.PopFront() : model.PopBack();
-        }
+        if (random.OneIn(300))
+            this->AppendNothing();
+        else
+            this->Append(NewRecord(SomeStart()));
     }
 
     void Trim()
@@ -183,7 +163,7 @@ private:
     void Refill()
     {
         for (int i = 0; i < 5; ++i)
-            Append();
+            AppendSome();
         position = model.start;
     }
 
@@ -279,16 +259,10 @@ private:
         }
     }
 
-    Choices random;
-    DecodedAudio cache;
-    DecodedAudioModel model;
     std::vector<Lives> lives;
     long long position = 0;
     int channels = 2;
     int tag = -1;
     double speed = 1.0;
     double volume = 1.0;
-    int lastId = 0;
-    int mostFrames = 0;
-    bool hasWrapped = false;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/cache/DecodedVideoModel.h"
+#include "tests/cache/RingWalk.h"
 
 #include "cache/DecodedVideo.h"
 
@@ -14,27 +15,25 @@
 // One cache and its model, side by side, led by `Choices` (see WalkRandom). A picture is known by the number in its
 // `rotation`, which the cache does not look at.
 template <typename Choices>
-class DecodedVideoWalk
+class DecodedVideoWalk : public RingWalk<DecodedVideo, DecodedVideoModel, Choices>
 {
 public:
-    explicit DecodedVideoWalk(Choices newChoices) : random(newChoices) {}
-
-    bool IsOver() const { return random.IsOver(); }
+    explicit DecodedVideoWalk(Choices newChoices) : Ring(newChoices) {}
 
     void Step()
     {
         long long const kind = random.Between(1, 1000);
         if (kind <= 500)
-            Append();
+            AppendSome();
         else if (kind <= 850)
             Update();
         else if (kind <= 870)
             Both([](auto& cache) { cache.OverrideLastFrameEndTime(1000000); },
                  [](auto& model) { model.OverrideEnd(1000000); });
         else if (kind <= 920)
-            Push();
+            this->PushAtEitherEnd(NewRecord(SomeStart()));
         else if (kind <= 960)
-            Pop();
+            this->PopAtEitherEnd(random.OneIn(40) ? model.Count() : random.Between(1, 3));
         else if (kind <= 964)
             Both([](auto& cache) { cache.Clear(); }, [](auto& model) { model.Clear(); });
         else if (kind <= 967)
@@ -48,11 +47,17 @@ public:
         Compare();
     }
 
-    int MostFrames() const { return mostFrames; }
-    bool HasWrapped() const { return hasWrapped; }
     bool HasDrained() const { return hasDrained; }
 
 private:
+    using Ring = RingWalk<DecodedVideo, DecodedVideoModel, Choices>;
+    using Ring::cache;
+    using Ring::hasWrapped;
+    using Ring::lastId;
+    using Ring::model;
+    using Ring::mostFrames;
+    using Ring::random;
+
     struct Lives
     {
         std::weak_ptr<DecodedVideoFrame> real;
@@ -102,38 +107,12 @@ private:
         }
     }
 
-    void Append()
+    void AppendSome()
     {
-        if (random.OneIn(400)) {
-            cache.AppendFrame(nullptr);
-            model.Append(nullptr);
-            return;
-        }
-        auto const [real, planned] = NewRecord(SomeStart());
-        cache.AppendFrame(real);
-        model.Append(planned);
-    }
-
-    void Push()
-    {
-        auto const [real, planned] = NewRecord(SomeStart());
-        if (random.OneIn(2)) {
-            cache.PushBack(real);
-            model.PushBack(planned);
-        } else {
-            cache.PushFront(real);
-            model.PushFront(planned);
-        }
-    }
-
-    void Pop()
-    {
-        bool const drain = random.OneIn(40);
-        bool const front = random.OneIn(2);
-        for (long long i = drain ? model.Count() : random.Between(1, 3); i > 0; --i) {
-            front ? cache.PopFront() : cache.PopBack();
-            front ? model.PopFront() : model.PopBack();
-        }
+        if (random.OneIn(400))
+            this->AppendNothing();
+        else
+            this->Append(NewRecord(SomeStart()));
     }
 
     void Update()
@@ -244,13 +223,7 @@ private:
         }
     }
 
-    Choices random;
-    DecodedVideo cache;
-    DecodedVideoModel model;
     std::vector<Lives> lives;
     long long position = 0;
-    int lastId = 0;
-    int mostFrames = 0;
-    bool hasWrapped = false;
     bool hasDrained = false;
 };

@@ -1,10 +1,10 @@
 #include "tests/support/Media.h"
+#include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
@@ -36,15 +36,13 @@ QString CountingFile()
     return WriteMedia("counting.wav", WavBytes(1, 2, rate, 16, Counting(3 * rate)));
 }
 
-class AudioCommandTest : public testing::Test
+class AudioCommandTest : public FolderTest
 {
 protected:
     ToolRun Render(QString const& source, QStringList const& options)
     {
         return RunTavolin(QStringList{"audio", source, "-o", PathOf("out.wav")} + options);
     }
-
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
 
     // Behind the head of 44 bytes.
     std::vector<short> Written() const
@@ -68,8 +66,6 @@ protected:
         EXPECT_EQ(samples[0], 0);
         EXPECT_LT(std::abs(samples[2 * fade / 2]), std::abs(first + fade / 2 * step) + 1);
     }
-
-    QTemporaryDir folder;
 };
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
+#include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QCryptographicHash>
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -15,18 +15,14 @@ extern "C" {
 
 namespace {
 
-class FrameCommandTest : public testing::Test
+class FrameCommandTest : public FolderTest
 {
 protected:
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
-
     QByteArray Written(QString const& name) const
     {
         QFile file(PathOf(name));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
-
-    QTemporaryDir folder;
 };
 
 QString PlainMovie()

@@ -1,10 +1,10 @@
 #include "tools/PictureFile.h"
 
 #include "tests/support/Reference.h"
+#include "tests/tools/FolderTest.h"
 #include "tools/RgbPicture.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -32,11 +32,9 @@ RgbPicture Gradient(int width, int height)
     return picture;
 }
 
-class PictureFileTest : public testing::Test
+class PictureFileTest : public FolderTest
 {
 protected:
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
-
     // Writes and reads back, both to packed RGB.
     std::vector<uint8_t> ThroughFile(RgbPicture const& picture, QString const& name) const
     {
@@ -54,8 +52,6 @@ protected:
         });
         return bytes;
     }
-
-    QTemporaryDir folder;
 };
 
 } // namespace

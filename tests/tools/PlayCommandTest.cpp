@@ -1,16 +1,16 @@
+#include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
 // A copy of the command in a folder of its own, where no player is beside it, and programs are looked for in `path`.
-class PlayCommandTest : public testing::Test
+class PlayCommandTest : public FolderTest
 {
 protected:
     PlayCommandTest()
@@ -19,8 +19,6 @@ protected:
         QDir().mkpath(PathOf("path"));
         EXPECT_TRUE(QFile::copy(QStringLiteral(TAVOLIN_COMMAND), PathOf("bin/tavolin")));
     }
-
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
 
     // A program that tells its name and arguments, one a line, and answers with `code`.
     void PutPlayer(QString const& place, int code = 0) const
@@ -38,8 +36,6 @@ protected:
                                                  PathOf("path"), PathOf("bin/tavolin")} +
                                          arguments);
     }
-
-    QTemporaryDir folder;
 };
 
 } // namespace

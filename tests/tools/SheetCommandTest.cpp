@@ -1,11 +1,11 @@
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
+#include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QFile>
 #include <QSize>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -15,17 +15,13 @@ extern "C" {
 
 namespace {
 
-class SheetCommandTest : public testing::Test
+class SheetCommandTest : public FolderTest
 {
 protected:
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
-
     ToolRun Sheet(QStringList const& arguments, QString const& name = QStringLiteral("a.png")) const
     {
         return RunTavolin(QStringList{"sheet", "-o", PathOf(name)} + arguments);
     }
-
-    QTemporaryDir folder;
 };
 
 QString FourSeconds()

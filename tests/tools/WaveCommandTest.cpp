@@ -1,10 +1,10 @@
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
+#include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -14,17 +14,13 @@ extern "C" {
 
 namespace {
 
-class WaveCommandTest : public testing::Test
+class WaveCommandTest : public FolderTest
 {
 protected:
-    QString PathOf(QString const& name) const { return folder.filePath(name); }
-
     ToolRun Wave(QStringList const& arguments, QString const& name = QStringLiteral("a.png")) const
     {
         return RunTavolin(QStringList{"wave", "-o", PathOf(name)} + arguments);
     }
-
-    QTemporaryDir folder;
 };
 
 // Sine waves of a quarter of full scale, which is -12.0 dB.
