@@ -33,7 +33,6 @@ std::unique_ptr<RateConverter> RateConverter::Make(AudioDevice::Fill source, For
 
 RateConverter::RateConverter(AudioDevice::Fill source, Format from, Format to)
     : source(std::move(source)),
-      from(from),
       to(to),
       block(static_cast<size_t>(blockFrames) * static_cast<size_t>(std::max(1, from.channels))),
       resampler(MakeResampler(from, to))

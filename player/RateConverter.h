@@ -28,7 +28,6 @@ private:
     int ConvertBlock(short* buffer, int frames, long long delay);
 
     AudioDevice::Fill source;
-    Format from;
     Format to;
     std::vector<short> block; // from the source, before conversion
     FfmpegPtr<SwrContext> resampler;

@@ -302,10 +302,10 @@ TEST(DecodedAudioTest, ReplacesTheOnlyFrameOfASingleSlotAndKeepsItsSize)
 
 TEST(DecodedAudioTest, CountsNoFrameOnceEveryFrameIsPopped)
 {
-    for (int const slots : {1, 2, 5}) {
+    for (int const length : {1, 2, 5}) {
         for (bool const fromFront : {true, false}) {
             DecodedAudio cache;
-            cache.SetMaxFrameCount(slots);
+            cache.SetMaxFrameCount(length);
             cache.AppendFrame(CountingFrame(0));
             fromFront ? cache.PopFront() : cache.PopBack();
             EXPECT_EQ(cache.GetFrameCount(), 0);

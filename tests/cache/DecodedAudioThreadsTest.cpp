@@ -84,7 +84,7 @@ private:
     {
         int const count = static_cast<int>(random.Between(1, 60));
         int const tag = static_cast<int>(random.Between(0, 1));
-        int const slots = shared.cache.GetMaxFrameCount();
+        int const length = shared.cache.GetMaxFrameCount();
         if (random.OneIn(10) && first >= 100) {
             shared.cache.AppendFrame(FrameOf(first - count, count, tag));
             first -= count;
@@ -92,7 +92,7 @@ private:
             shared.cache.AppendFrame(FrameOf(next, count, tag));
             next += count;
         }
-        shared.growths += shared.cache.GetMaxFrameCount() > slots;
+        shared.growths += shared.cache.GetMaxFrameCount() > length;
     }
 
     void Disturb()

@@ -26,7 +26,7 @@ TEST(DecodedAudioFrameTest, ReleasesSamplesFromArrayNewHoweverTheyWereCounted)
     frame->sampleCount = 250; // the cache may stretch it beyond its capacity
     frame.reset();
     frame = std::make_shared<DecodedAudioFrame>();
-    frame->samples = new short[0];
+    frame->samples = new short[static_cast<size_t>(frame->sampleCapacity)]; // of none
     EXPECT_NE(frame->samples, nullptr);
     frame.reset();
 }

@@ -153,7 +153,7 @@ long long FirstPacketUs(QString const& path)
     FfmpegPtr<AVFormatContext> const context(opened);
     FfmpegPtr<AVPacket> const packet(av_packet_alloc());
     av_read_frame(opened, packet.get());
-    return av_rescale_q(packet->pts, opened->streams[packet->stream_index]->time_base, AV_TIME_BASE_Q);
+    return av_rescale_q(packet->pts, opened->streams[packet->stream_index]->time_base, {1, AV_TIME_BASE});
 }
 
 } // namespace

@@ -130,7 +130,8 @@ QByteArray Reference::HashOf(unsigned char const* data, int width, int height, i
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
     for (int y = 0; y < height; ++y)
-        hash.addData(reinterpret_cast<char const*>(data) + static_cast<ptrdiff_t>(y) * stride, 3 * width);
+        hash.addData(QByteArray::fromRawData(reinterpret_cast<char const*>(data) + static_cast<ptrdiff_t>(y) * stride,
+                                             3 * width));
     return hash.result();
 }
 

@@ -63,6 +63,14 @@ int ReadSquares(QImage const& image, QPoint first, int stepX, int stepY)
     return number;
 }
 
+// With the left button held.
+void Drag(QWidget& widget, QPointF const& to)
+{
+    QMouseEvent move(QEvent::MouseMove, to, widget.mapToGlobal(to.toPoint()), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(&widget, &move);
+}
+
 class PlayerWindowTest : public ::testing::TestWithParam<PictureView::Painting>
 {
 protected:
@@ -380,8 +388,7 @@ TEST_P(PlayerWindowTest, ZoomsAtThePointerAndMovesByDragging)
     EXPECT_NEAR(zoom, 2.0 * 1.25 * 1.25 * 1.25 * 1.25, 1e-9);
     EXPECT_EQ(window->GetView().GetGeometry().PictureToView().map(QPointF(0, 0)), QPointF(0, 0));
     QTest::mousePress(&window->GetView(), Qt::LeftButton, Qt::NoModifier, QPoint(300, 300));
-    QMouseEvent move(QEvent::MouseMove, QPointF(250, 260), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&window->GetView(), &move);
+    Drag(window->GetView(), QPointF(250, 260));
     EXPECT_EQ(window->GetView().GetGeometry().PictureToView().map(QPointF(0, 0)), QPointF(-50, -40));
 }
 
@@ -442,8 +449,7 @@ TEST_P(PlayerWindowTest, PreviewsWhileDraggingAndLandsExactly)
     QTest::mousePress(timeline, Qt::LeftButton, Qt::NoModifier, QPoint(timeline->XAt(60 * step), y));
     EXPECT_TRUE(Eventually([&] { return RecordNumber() >= 40; }));
     QPoint const end(timeline->XAt(171 * step), y);
-    QMouseEvent move(QEvent::MouseMove, QPointF(end), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(timeline, &move);
+    Drag(*timeline, end);
     EXPECT_TRUE(Eventually([&] { return RecordNumber() >= 150; }));
     QTest::mouseRelease(timeline, Qt::LeftButton, Qt::NoModifier, end);
     EXPECT_TRUE(Shows(static_cast<int>(timeline->TimeAt(end.x()) / step)));
