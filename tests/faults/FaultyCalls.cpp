@@ -53,6 +53,8 @@ constexpr int noMemory = AVERROR(ENOMEM);
         return Fails(#function) ? (failure) : __real_##function arguments;                                             \
     }
 
+// A seek that fails has moved in the file all the same, as FFmpeg's may: to the last key picture.
+//
 // clang-format off: one a line, which the build reads.
 FAULTY(int, avformat_open_input, inputError, (void** context, char const* path, void const* format, void** options),
        (context, path, format, options))
@@ -61,9 +63,10 @@ FAULTY(int, av_find_best_stream, inputError,
        (void* context, int type, int wanted, int related, void** decoder, int flags),
        (context, type, wanted, related, decoder, flags))
 FAULTY(int, av_read_frame, inputError, (void* context, void* packet), (context, packet))
-FAULTY(int, av_seek_frame, inputError, (void* context, int stream, int64_t time, int flags),
-       (context, stream, time, flags))
-FAULTY(int, avformat_seek_file, inputError,
+FAULTY(int, av_seek_frame, (__real_av_seek_frame(context, stream, INT64_MAX, flags), inputError),
+       (void* context, int stream, int64_t time, int flags), (context, stream, time, flags))
+FAULTY(int, avformat_seek_file,
+       (__real_avformat_seek_file(context, stream, least, INT64_MAX, INT64_MAX, flags), inputError),
        (void* context, int stream, int64_t least, int64_t time, int64_t most, int flags),
        (context, stream, least, time, most, flags))
 FAULTY(void*, avcodec_alloc_context3, nullptr, (void const* codec), (codec))

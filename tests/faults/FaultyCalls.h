@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// The library's calls of FFmpeg, some of which fail without reaching it. The linker puts these in between, so FFmpeg's
+// The library's calls of FFmpeg, some of which fail without reaching it; a seek only after it. The linker puts these in between, so FFmpeg's
 // calls of itself are as ever. Any thread.
 namespace FaultyCalls {
 

@@ -321,6 +321,37 @@ TEST(FaultyCallsTest, AnEngineSurvivesEveryFailureOfFFmpeg)
     }
 }
 
+// Any packet of these pictures could be taken for the one that was sought.
+TEST(FaultyCallsTest, PicturesAreTheRightOnesThoughSeeksFail)
+{
+    QString const path =
+        MakeMedia("faulty-keys.mp4", Picture("64x48", 25, 2) + QStringList{"-c:v", "mpeg4", "-g", "1"});
+    for (int const every : {1, 2, 3}) {
+        SCOPED_TRACE("every " + std::to_string(every));
+        auto const time = std::make_shared<VirtualTime>();
+        PlaybackEngine engine(PlaybackOptions(), time);
+        auto const expectPicture = [&engine](long long start) {
+            ASSERT_TRUE(engine.WaitUntilReady(patience));
+            auto const picture = engine.GetPicture();
+            ASSERT_TRUE(picture);
+            EXPECT_EQ(picture->startTime, start);
+        };
+        engine.Open(path);
+        engine.SetCacheBudget(0); // so that what has been seen is decoded anew
+        FaultyCalls::Fail("avformat_seek_file", every, true);
+        for (long long const picture : {0, 20, 40, 2, 32, 10, 26, 49}) {
+            engine.Seek(picture * 40000 + 10000);
+            expectPicture(picture * 40000);
+        }
+        engine.SetSpeed(-1.0);
+        for (int picture = 49; picture >= 0; --picture) {
+            expectPicture(picture * 40000);
+            time->Advance(40000);
+        }
+        FaultyCalls::Stop();
+    }
+}
+
 // The head of a file is 250 packets, however long the first picture is in coming.
 TEST(FaultyCallsTest, AProbeReadsNoMoreThan250Packets)
 {
