@@ -178,10 +178,19 @@ void FrameRing<Frame>::ReleaseAll()
     IncrementShared(generation);
 }
 
+// Made with a size at once, Qt 6 does not survive a lack of memory.
+template <typename Frame>
+typename FrameRing<Frame>::Slots FrameRing<Frame>::MakeSlots(int length)
+{
+    Slots slotArray;
+    slotArray.resize(length);
+    return slotArray;
+}
+
 template <typename Frame>
 typename FrameRing<Frame>::Slots FrameRing<Frame>::MakeGrown() const
 {
-    Slots grown(std::max(GrownCapacity(GetCapacity()), 0));
+    Slots grown = MakeSlots(std::max(GrownCapacity(GetCapacity()), 0));
     int const count = GetFrameCount();
     for (int i = 0, slot = firstIndex; i < count; ++i, slot = GetSlotAfter(slot))
         grown[i] = GetFrame(slot);
@@ -210,7 +219,7 @@ template <typename Frame>
 typename FrameRing<Frame>::Slots FrameRing<Frame>::MakeResized(int buffer, int length) const
 {
     Slots const& slotArray = frameBuffers[buffer];
-    Slots resized(length);
+    Slots resized = MakeSlots(length);
     std::copy_n(slotArray.cbegin(), std::min<int>(length, slotArray.size()), resized.begin());
     return resized;
 }

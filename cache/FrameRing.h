@@ -84,6 +84,7 @@ struct FrameRing
 
 private:
     void Exchange(Pointer& slot, Pointer frame);
+    static Slots MakeSlots(int length);
     void ReleaseSlots(Slots& slotArray);
     template <typename Read>
     void Inspect(View const& view, int index, Read read) const;

@@ -121,8 +121,8 @@ void AudioDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedA
     };
 
     if (avcodec_send_packet(codecContext, packet) >= 0) {
-        int received = avcodec_receive_frame(codecContext, frame.get());
-        for (; received >= 0; received = avcodec_receive_frame(codecContext, frame.get()))
+        int received = FfmpegBridge::ReceiveFrame(codecContext, frame.get());
+        for (; received >= 0; received = FfmpegBridge::ReceiveFrame(codecContext, frame.get()))
             appendRecord();
         if (received == AVERROR_EOF)
             return;
@@ -138,7 +138,7 @@ void AudioDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedA
 bool AudioDecoder::DrainFrame()
 {
     for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
-        int const received = avcodec_receive_frame(codecContext, frame.get());
+        int const received = FfmpegBridge::ReceiveFrame(codecContext, frame.get());
         if (received >= 0)
             return true;
         if (received == AVERROR_EOF)

@@ -1,8 +1,6 @@
 #include "decode/CodecStep.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "media/FfmpegBridge.h"
 
 int TakeCodecStep(AVCodecContext* context, AVPacket const* packet, AVFrame* frame, bool& gotFrame, bool& endOfStream)
 {
@@ -14,7 +12,7 @@ int TakeCodecStep(AVCodecContext* context, AVPacket const* packet, AVFrame* fram
         if (sent < 0)
             return sent == AVERROR_EOF ? 0 : sent;
     }
-    int const received = avcodec_receive_frame(context, frame);
+    int const received = FfmpegBridge::ReceiveFrame(context, frame);
     if (received >= 0)
         gotFrame = true;
     else if (received == AVERROR_EOF)

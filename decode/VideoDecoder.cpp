@@ -7,6 +7,7 @@
 #include "decode/Microseconds.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
+#include "media/FfmpegBridge.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -215,7 +216,7 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
 int VideoDecoder::TakeFrame()
 {
     if (heldFrames.empty())
-        return avcodec_receive_frame(codecContext, frame.get());
+        return FfmpegBridge::ReceiveFrame(codecContext, frame.get());
     frame = std::move(heldFrames.front());
     heldFrames.pop_front();
     return 0;
@@ -230,7 +231,7 @@ void VideoDecoder::HoldFurtherPictures()
             spareFrame.reset(av_frame_alloc());
         if (!spareFrame)
             return;
-        int const received = avcodec_receive_frame(codecContext, spareFrame.get());
+        int const received = FfmpegBridge::ReceiveFrame(codecContext, spareFrame.get());
         if (received < 0) {
             if (received != AVERROR(EAGAIN) && received != AVERROR_EOF)
                 LogDecodingError();

@@ -167,6 +167,12 @@ inline int32_t const* DisplayMatrix(AVStream const* stream)
 // Whether the demuxer leaves it to us to write the "rotate" tag of a turned stream: FFmpeg 4 wrote it itself.
 constexpr bool mustWriteRotateTag = LIBAVFORMAT_VERSION_MAJOR >= 59;
 
+// FFmpeg 7 takes it that the codec is open; earlier versions ask.
+inline int ReceiveFrame(AVCodecContext* context, AVFrame* frame)
+{
+    return avcodec_is_open(context) ? avcodec_receive_frame(context, frame) : AVERROR(EINVAL);
+}
+
 // Whether a scaler can cut a picture into slices for threads of its own.
 constexpr bool hasScalerThreads = TAVOLIN_HAS_SCALER_THREADS;
 
