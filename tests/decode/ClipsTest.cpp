@@ -198,7 +198,7 @@ TEST_P(ClipsTest, IsDescribedAsItIs)
     if (info->IsImage() || format["duration"].isNull()) {
         EXPECT_EQ(info->GetDuration(), -1);
     } else if (!estimated.contains(clip.name)) {
-        EXPECT_NEAR(static_cast<double>(info->GetDuration()), Microseconds(format["duration"]), 1.0);
+        EXPECT_EQ(info->GetDuration(), OpenPlainly(clip.path)->duration); // versions differ where edit lists are
     }
 
     auto const videos = clip.Streams("video");
@@ -329,6 +329,12 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
     int const frames = decodedVideo["frames"].toInt();
     if (damaged.contains(clip.name)) {
         EXPECT_NEAR(static_cast<double>(times.size()), frames, 3.0);
+        return;
+    }
+    if (frames == 0) { // by a decoder that came after the facts
+        int known = 0;
+        ReferenceInput(clip.path, AVMEDIA_TYPE_VIDEO).DecodeAll([&known](AVFrame&) { ++known; });
+        EXPECT_EQ(static_cast<int>(times.size()) + sizeMarks, known);
         return;
     }
     EXPECT_EQ(static_cast<int>(times.size()) + sizeMarks, frames);

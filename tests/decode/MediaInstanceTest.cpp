@@ -403,7 +403,12 @@ TEST_F(MediaInstanceTest, ReportsAnAudioDecoderThatDoesNotOpenWithTheCode)
     EXPECT_EQ(probed[0].message, "Failed to open audio codec.");
     EXPECT_LT(probed[0].code, 0);
     EXPECT_FALSE(session.instance.OpenInput());
-    EXPECT_EQ(log.Take(), (std::vector<LogLine>{ErrorLine("Failed to open audio decoder.", probed[0].code)}));
+    // FFmpeg 7 forgets the channels of what it could not open, and then sees no sound there.
+    auto const plain = OpenPlainly(session.info->GetFilePath());
+    bool const isFound = av_find_best_stream(plain.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+    EXPECT_EQ(log.Take(),
+              (std::vector<LogLine>{isFound ? ErrorLine("Failed to open audio decoder.", probed[0].code)
+                                            : ErrorLine("Failed to find audio stream (Stream not found)")}));
 }
 
 TEST_F(MediaInstanceTest, ReportsAVideoDecoderThatDoesNotOpenWithoutTheCode)

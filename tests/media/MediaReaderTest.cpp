@@ -107,9 +107,10 @@ bool LeavesTheTimingAlone(int numerator, int denominator)
     return record.valid && record.frameRate == 25.0 && record.frameStep == 40000 && record.numFrames == 250;
 }
 
+// Of a coding that has no ratio of its own.
 float AspectRatioOf(AVRational ratio)
 {
-    Reread reread(SmallMovie());
+    Reread reread(MakeMedia("uncompressed.avi", Picture("64x48", 25, 0.2) + QStringList{"-c:v", "rawvideo"}));
     reread.Stream().codecpar->sample_aspect_ratio = ratio;
     reread.ReadVideo();
     return reread.Video().pixelAspectRatio;
@@ -685,9 +686,9 @@ TEST(MediaReaderTest, SeesAPictureInTheLastPacketOfTheHeadAndNoneBehind)
 {
     auto const withSoundPackets = [](int count) {
         return MakeMedia(QString("after-%1.mkv").arg(count),
-                         Tone(8000, 1, 1.024 * 20) + QStringList{"-itsoffset", "60"} + Picture("64x48", 25, 0.12) +
-                             QStringList{"-af", "asetnsamples=n=512", "-frames:a", QString::number(count),
-                                         "-max_interleave_delta", "0", "-c:v", "mjpeg", "-threads", "1"} +
+                         Tone(8000, 1, count * 0.064) + QStringList{"-itsoffset", "60"} + Picture("64x48", 25, 0.12) +
+                             QStringList{"-af", "asetnsamples=n=512", "-max_interleave_delta", "0", "-c:v", "mjpeg",
+                                         "-threads", "1"} +
                              pcm);
     };
     ASSERT_EQ(CountPackets(withSoundPackets(249)), 252);
@@ -701,10 +702,9 @@ TEST(MediaReaderTest, DrainsTheDecoderOnlyWhereTheHeadReachesTheEnd)
 {
     auto const withSoundPackets = [](int count) {
         return MakeMedia(QString("held-after-%1.mkv").arg(count),
-                         Tone(8000, 1, 1.024 * 20) + QStringList{"-itsoffset", "60"} + Picture("64x48", 25, 0.08) +
-                             QStringList{"-af", "asetnsamples=n=512", "-frames:a", QString::number(count),
-                                         "-max_interleave_delta", "0", "-c:v", "libx264", "-bf", "2",
-                                         "-force_key_frames", "0", "-x264-params", "bframes=2:b-adapt=0"} +
+                         Tone(8000, 1, count * 0.064) + QStringList{"-itsoffset", "60"} + Picture("64x48", 25, 0.08) +
+                             QStringList{"-af", "asetnsamples=n=512", "-max_interleave_delta", "0", "-c:v", "libx264",
+                                         "-bf", "2", "-force_key_frames", "0", "-x264-params", "bframes=2:b-adapt=0"} +
                              pcm);
     };
     ASSERT_EQ(CountPackets(withSoundPackets(247)), 249);

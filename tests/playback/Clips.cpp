@@ -67,9 +67,9 @@ std::map<QString, QString> const otherRecipes = {
     {"tone.mp3", tone.arg(6) + "-ac 2 -c:a libmp3lame -b:a 128k"},
     {"tone.m4a", tone.arg(6) + "-ac 2 -c:a aac"},
     {"tone.ogg", tone.arg(6) + "-ac 2 -c:a libvorbis"},
-    {"cover.mp3", tone.arg(3) + "-f lavfi -i testsrc2=size=64x64:rate=1:duration=1 -map 0:a -map 1:v -frames:v 1 "
+    {"cover.mp3", tone.arg(3) + "-f lavfi -i testsrc2=size=64x64:rate=1:duration=1 -map 0:a -map 1:v "
                                 "-c:v mjpeg -disposition:v attached_pic -c:a libmp3lame"},
-    {"cover-png.mp3", tone.arg(3) + "-f lavfi -i testsrc2=size=64x64:rate=1:duration=1 -map 0:a -map 1:v -frames:v 1 "
+    {"cover-png.mp3", tone.arg(3) + "-f lavfi -i testsrc2=size=64x64:rate=1:duration=1 -map 0:a -map 1:v "
                                     "-c:v png -disposition:v attached_pic -c:a libmp3lame"},
 };
 

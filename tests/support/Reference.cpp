@@ -25,12 +25,17 @@ void Require(bool holds, char const* what)
 
 } // namespace
 
-ReferenceInput::ReferenceInput(QString const& path, int mediaType)
+FfmpegPtr<AVFormatContext> OpenPlainly(QString const& path)
 {
     AVFormatContext* opened = nullptr;
     Require(avformat_open_input(&opened, path.toUtf8().constData(), nullptr, nullptr) >= 0, "cannot open the input");
-    format.reset(opened);
-    avformat_find_stream_info(format.get(), nullptr);
+    FfmpegPtr<AVFormatContext> format(opened);
+    avformat_find_stream_info(opened, nullptr);
+    return format;
+}
+
+ReferenceInput::ReferenceInput(QString const& path, int mediaType) : format(OpenPlainly(path))
+{
     streamIndex = av_find_best_stream(format.get(), static_cast<AVMediaType>(mediaType), -1, -1, nullptr, 0);
     Require(streamIndex >= 0, "no such stream");
     AVCodecParameters const* parameters = format->streams[streamIndex]->codecpar;

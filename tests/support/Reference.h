@@ -11,6 +11,9 @@
 
 // What FFmpeg alone makes of a file: the plain way, one picture after the other, rows with room.
 
+// Opened, with what FFmpeg finds out of its streams; throws when it cannot be opened.
+FfmpegPtr<AVFormatContext> OpenPlainly(QString const& path);
+
 // An opened file and one stream of it, with a decoder of one thread.
 class ReferenceInput
 {
