@@ -208,7 +208,7 @@ std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
 PictureCache::Place EngineCore::FindPicture(long long now)
 {
     long long const position = GetPosition(now);
-    PictureCache::Place const exact = media->pictures->Find(position, 0); // also before the first and after the last
+    PictureCache::Place exact = media->pictures->Find(position, 0); // also before the first and after the last
     if (speed == 0.0 || waiting || exact.picture)
         return exact;
     PictureCache::Place const place = media->pictures->FindNewest(position, forwards);

@@ -417,7 +417,7 @@ PictureCache::Place PictureFeeder::Find(long long position, int offset) const
 
 PictureCache::Place PictureFeeder::FindNewest(long long position, bool forwards) const
 {
-    PictureCache::Place const current = Find(position, 0);
+    PictureCache::Place current = Find(position, 0);
     PictureCache::Span const span = cache.GetSpan();
     long long const time = ShownTime(position);
     bool const isLate = forwards ? span.end < time : span.start > time;

@@ -98,7 +98,7 @@ bool WavAudioDevice::WriteBlock()
         converter->Fill(block.data(), frames, 0);
     else
         fill(block.data(), frames, 0);
-    auto const bytes = static_cast<qint64>(block.size() * sizeof(short));
+    auto const bytes = static_cast<qint64>(block.size()) * static_cast<qint64>(sizeof(short));
     return file.write(reinterpret_cast<char const*>(block.data()), bytes) == bytes;
 }
 

@@ -16,6 +16,7 @@ std::vector<long long> MiddlesOf(long long from, long long to, int count)
 {
     double const part = static_cast<double>(to - from) / count;
     std::vector<long long> middles;
+    middles.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i)
         middles.push_back(from + static_cast<long long>((i + 0.5) * part));
     return middles;
