@@ -1,6 +1,7 @@
 #include "tools/PictureFile.h"
 
 #include "media/FfmpegPtr.h"
+#include "tools/OutputFile.h"
 #include "tools/RgbPicture.h"
 
 #include <QByteArray>
@@ -120,10 +121,11 @@ bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString&
         return false;
     }
     QSaveFile file(path);
-    file.setDirectWriteFallback(true); // into a device, or a folder that takes no new files
+    file.setDirectWriteFallback(true); // in a folder that takes no new files
+    if (!OutputFile::Open(file, error))
+        return false;
     // A commit does not look at how its own flush went.
-    bool const written =
-        file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() && file.commit();
+    bool const written = file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (!written)
         error = file.errorString();
     return written;

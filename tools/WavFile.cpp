@@ -1,5 +1,7 @@
 #include "tools/WavFile.h"
 
+#include "tools/OutputFile.h"
+
 #include <QByteArray>
 #include <QtEndian>
 
@@ -43,10 +45,7 @@ QByteArray WavFile::Header() const
 
 bool WavFile::Open()
 {
-    if (file.open(QIODevice::WriteOnly))
-        return Put(Header());
-    error = file.errorString();
-    return false;
+    return OutputFile::Open(file, error) && Put(Header());
 }
 
 bool WavFile::Put(QByteArray const& bytes)

@@ -5,9 +5,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <vector>
@@ -164,6 +167,17 @@ TEST_F(AudioCommandTest, LeavesNothingWhereWritingFails)
     EXPECT_EQ(run.exitCode, 5);
     EXPECT_TRUE(run.errors.contains("out.wav: cannot be written: ")) << run.errors.toStdString();
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
+}
+
+// A user who may do anything would have it replaced by a file.
+TEST_F(AudioCommandTest, LeavesAPipeOrADeviceAsItIs)
+{
+    ASSERT_EQ(mkfifo(PathOf("out.wav").toLocal8Bit().constData(), 0600), 0);
+    ToolRun const run = Render(CountingFile(), {});
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_TRUE(run.errors.contains("out.wav: cannot be written: it is not a file but a device or a pipe\n"))
+        << run.errors.toStdString();
+    EXPECT_FALSE(QFileInfo(PathOf("out.wav")).isFile());
 }
 
 TEST_F(AudioCommandTest, RefusesMoreThanTheFormatHolds)
