@@ -43,7 +43,7 @@ QString Good()
     return Movie("good.mkv", {"-c:v", "libx264", "-g", "12", "-bf", "3", "-c:a", "pcm_s16le"});
 }
 
-// FFmpeg's versions decode 0.3 s of the sound of one clip, or 15.
+// For clips of whose sound FFmpeg's versions decode less or more: of one 0.3 s or 15.
 QString SoundLength(QString const& clip)
 {
     ReferenceInput input(ClipPath(clip), AVMEDIA_TYPE_AUDIO);
@@ -90,7 +90,7 @@ TEST(CheckCommandTest, CallsRealClipsOk)
     if (!HasClips())
         GTEST_SKIP() << "the clips are not there";
     QList<QPair<QString, QString>> const clips = {
-        {"asf-msmpeg4-avg-rate-0.wmv", "153 pictures, 00:00:27.136 of sound"}, // 217088 samples at 8000 Hz
+        {"asf-msmpeg4-avg-rate-0.wmv", "153 pictures, " + SoundLength("asf-msmpeg4-avg-rate-0.wmv") + " of sound"},
         {"camera-mjpeg-pcm16.avi", "41 pictures, 00:00:02.438 of sound"},
         {"flv-h264-avg-rate-1000.flv", "30 pictures, 00:00:01.021 of sound"},
         {"h264-1x1-pixel.mp4", "5 pictures"},
@@ -107,7 +107,7 @@ TEST(CheckCommandTest, CallsRealClipsOk)
     for (auto const& [name, found] : clips) {
         ToolRun const run = RunTavolin({"check", ClipPath(name)});
         EXPECT_EQ(run.exitCode, 0) << name.toStdString();
-        EXPECT_EQ(run.Output(), QStringLiteral("%1: ok: %2\n").arg(ClipPath(name), found));
+        EXPECT_EQ(run.Output().toStdString(), QStringLiteral("%1: ok: %2\n").arg(ClipPath(name), found).toStdString());
     }
 }
 
