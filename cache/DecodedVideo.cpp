@@ -21,7 +21,8 @@ int CapacityFor(long long budget, int frameBytes)
 {
     if (frameBytes <= 0)
         return leastCapacity;
-    float const frames = static_cast<float>(budget / frameBytes) * 1.2f;
+    long long const wholeFrames = budget / frameBytes;
+    float const frames = static_cast<float>(wholeFrames) * 1.2f;
     if (frames >= 2147483648.0f)
         return leastCapacity;
     return std::max(static_cast<int>(frames), leastCapacity);

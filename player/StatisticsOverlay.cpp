@@ -21,7 +21,7 @@ QString Megabytes(long long bytes)
 
 QString CacheText(PlaybackStatus const& status)
 {
-    QString const size = QString("%1 of %2 MB").arg(Megabytes(status.cachedBytes), Megabytes(status.cacheBudget));
+    QString size = QString("%1 of %2 MB").arg(Megabytes(status.cachedBytes), Megabytes(status.cacheBudget));
     if (status.cacheEnd < status.cacheStart)
         return size;
     return QString("%1, %2 s")
