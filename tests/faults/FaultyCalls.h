@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// The library's calls of FFmpeg, some of which fail without reaching it; a seek only after it. The linker puts these in between, so FFmpeg's
-// calls of itself are as ever. Any thread.
+// The library's calls of FFmpeg, some of which fail without reaching it; a seek only after it. The linker puts these in
+// between, so FFmpeg's calls of itself are as ever. Any thread.
 namespace FaultyCalls {
 
 std::vector<std::string> Names(); // of the functions that can fail
