@@ -1,7 +1,5 @@
 #pragma once
 
-#include <utility>
-
 // A ring of records and its model: what a walk does to either of the two caches alike, and what it sees on the way.
 template <typename Cache, typename Model, typename Choices>
 class RingWalk
