@@ -392,8 +392,11 @@ long long EngineCore::GetPosition(long long now)
     return reported;
 }
 
+// Elsewhere, something else is needed; the decoding thread may have found nothing to do for the former place.
 void EngineCore::PlaceAt(long long position, long long now)
 {
+    if (position != clock.GetPosition(now))
+        Wake();
     clock.SetPosition(static_cast<double>(position), now);
     reported = position;
 }

@@ -404,6 +404,21 @@ TEST_F(EngineTest, ShowsTheFirstPictureWhenItIsToPlayBackwardsFromThere)
     EXPECT_EQ(Shown(), 0);
 }
 
+// From far before the start there is nothing to decode; at the start, where play ends, there is.
+TEST_F(EngineTest, PlayingBackwardsFromBeforeTheStartEndsThereAndIsReady)
+{
+    for (char const* name : {"gop12.mp4", "offset.mkv", "matroska.mkv", "program.mpg", "stream.ts", "tone.wav"}) {
+        for (double const speed : {-0.5, -4.0, -16.0}) {
+            engine.Open(Clips::Made(name));
+            engine.SetSpeed(speed);
+            engine.Seek(-4000000000000000000);
+            ASSERT_TRUE(engine.WaitUntilReady(patience)) << name << " at " << speed;
+            EXPECT_EQ(Status().state, PlaybackState::Ended) << name;
+            EXPECT_EQ(Status().position, Status().start) << name;
+        }
+    }
+}
+
 // The budget holds less than play passes over from look to look.
 TEST_F(EngineTest, PlaysBackwardsFastWithLittleRoom)
 {
