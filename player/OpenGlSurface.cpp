@@ -38,8 +38,11 @@ constexpr int cornerAttribute = 0;
 
 OpenGlSurface::OpenGlSurface(QWidget* parent) : QOpenGLWidget(parent) {}
 
+// The context dies with the base class, and would call into what is gone by then.
 OpenGlSurface::~OpenGlSurface()
 {
+    if (context())
+        disconnect(context(), nullptr, this, nullptr);
     Release();
 }
 

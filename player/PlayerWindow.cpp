@@ -202,6 +202,7 @@ void PlayerWindow::OpenCurrent()
     colours = {};
     ApplyColours();
     opening = true;
+    sounding = false;
     ended = false;
 
     Playlist::Entry const& entry = playlist.GetCurrent();
@@ -230,6 +231,7 @@ void PlayerWindow::Tick()
     view->Show(engine.GetPicture());
     PlaybackStatus const status = engine.GetStatus();
     FollowOpening(status);
+    FollowSound(status);
     FollowEnd(status);
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
@@ -259,8 +261,6 @@ void PlayerWindow::TakeOpened(PlaybackStatus const& status)
     transport.SetLooping(transport.IsLooping()); // over what is open now
     if (!options.paused)
         transport.Play();
-    StartSound(status);
-    ReadWaveform(status);
     if (status.width > 0 && QFileInfo(path).isFile())
         coloursProbe.setFuture(QtConcurrent::run([path] { return StreamColours::Probe(path); }));
     soundTitle->setText(QFileInfo(path).completeBaseName());
@@ -282,10 +282,14 @@ void PlayerWindow::TakeFailed(PlaybackStatus const& status)
         close();
 }
 
-void PlayerWindow::StartSound(PlaybackStatus const& status)
+// The sound of a movie opens after its first picture, some time after it where it stands far behind in the file.
+void PlayerWindow::FollowSound(PlaybackStatus const& status)
 {
-    if (status.channels > 0 && status.sampleRate > 0)
-        sound->Start(status.sampleRate, status.channels);
+    if (opening || sounding || status.channels <= 0 || status.sampleRate <= 0)
+        return;
+    sounding = true;
+    sound->Start(status.sampleRate, status.channels);
+    ReadWaveform(status);
 }
 
 void PlayerWindow::ReadWaveform(PlaybackStatus const& status)

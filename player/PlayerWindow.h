@@ -60,7 +60,7 @@ private:
     void MoveInPlaylist(int entries);
     void TakeOpened(PlaybackStatus const& status);
     void TakeFailed(PlaybackStatus const& status);
-    void StartSound(PlaybackStatus const& status);
+    void FollowSound(PlaybackStatus const& status);
     void ReadWaveform(PlaybackStatus const& status);
     void TakeColours();
 
@@ -107,6 +107,7 @@ private:
     QTimer beat;
     QTimer pointerRest;    // hides the pointer in full screen
     bool opening = false;  // the present entry, until it plays or fails
+    bool sounding = false; // its sound has been started
     bool firstFile = true; // the start time is for it alone
     bool ended = false;    // the present entry has come to its end
     long long waveEnd = 0; // of the media when the waveform was read

@@ -130,6 +130,17 @@ QString DemoMovie::Make(int pictures, int rotation)
     return turned.open(QIODevice::WriteOnly) && turned.write(bytes) == bytes.size() ? path : QString();
 }
 
+QString DemoMovie::MakeWithLateSound()
+{
+    QString const path = Folder().filePath("late-sound.mov");
+    if (QFile::exists(path))
+        return path;
+    bool const made = RunFfmpeg({"-f", "lavfi", "-i", "color=size=16x16:rate=1000:duration=30", "-itsoffset", "30",
+                                 "-f", "lavfi", "-i", "sine=duration=1:sample_rate=48000", "-c:v", "rawvideo",
+                                 "-pix_fmt", "gray", "-c:a", "pcm_s16le", path});
+    return made ? path : QString();
+}
+
 QString DemoMovie::MakeSequence(int pictures)
 {
     QDir const folder(Folder().filePath(QString("row-%1").arg(pictures)));

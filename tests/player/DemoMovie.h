@@ -26,6 +26,10 @@ public:
     // clockwise degrees. Empty when ffmpeg cannot make it.
     static QString Make(int pictures, int rotation = 0);
 
+    // The path of a movie whose sound stands in the file behind 30,000 small pictures, so that it opens well after the
+    // first of them. Empty when ffmpeg cannot make it.
+    static QString MakeWithLateSound();
+
     // The first `pictures` pictures as a row of PNG files; the folder.
     static QString MakeSequence(int pictures);
 

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMimeData>
 #include <QScreen>
@@ -533,6 +534,16 @@ TEST_P(PlayerWindowTest, StartsWhereTheCommandLineSays)
     options.start = 137 * step;
     Start({DemoMovie::Make(pictures)});
     EXPECT_TRUE(Shows(137));
+}
+
+TEST_P(PlayerWindowTest, PlaysSoundThatOpensAfterTheFirstPicture)
+{
+    QString const movie = DemoMovie::MakeWithLateSound();
+    ASSERT_FALSE(movie.isEmpty());
+    QString const recording = home.filePath("played.wav");
+    options.audio = "wav:" + recording;
+    Start({movie});
+    EXPECT_TRUE(Eventually([&] { return QFileInfo(recording).size() > 44; })); // more than a header
 }
 
 TEST_P(PlayerWindowTest, RemembersSettings)
