@@ -23,9 +23,9 @@ extern "C" {
 
 namespace {
 
-// Twenty pictures of 40 ms each, with sound; sound alone; a still.
-char const* const names[] = {"h264.mp4",  "mpeg1.mpg", "vorbis.mkv", "mpeg4.avi",  "sound.wav",
-                             "cover.mp3", "still.png", "raw.264",    "missing.mp4"};
+// Twenty pictures of 40 ms each, with sound; sound alone; a still; a row of images, of which one is missing.
+char const* const names[] = {"h264.mp4",  "mpeg1.mpg", "vorbis.mkv", "mpeg4.avi",   "sound.wav",
+                             "cover.mp3", "still.png", "raw.264",    "missing.mp4", "../row"};
 constexpr size_t exactNames = 3; // whose pictures bear times of their own
 constexpr long long step = 40000;
 constexpr long long lastPicture = 19 * step;
