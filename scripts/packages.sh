@@ -42,6 +42,12 @@ need_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
+# use_ccache: compiles by way of it where there is one; what was compiled in one checkout then serves in another.
+use_ccache() {
+    command -v ccache >/dev/null || return 0
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
+}
+
 # build PRESET [TARGET...]: configures and builds, quietly unless it fails.
 build() {
     local preset=$1 target options=() log=build/$1.log
@@ -49,9 +55,7 @@ build() {
     for target in "$@"; do
         options+=(--target "$target")
     done
-    if command -v ccache >/dev/null; then
-        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
-    fi
+    use_ccache
     mkdir -p build
     echo "Building $preset" >&2
     if ! { cmake --preset "$preset" && cmake --build "build/$preset" -j "$(nproc)" "${options[@]}"; } >"$log" 2>&1; then
