@@ -317,6 +317,28 @@ void MediaInstance::DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoF
         videoDecoder->DecodePacket(empty.get(), videoFrames, seekTime);
 }
 
+void MediaInstance::SetSeekSkipping(bool skips)
+{
+    if (videoDecoder)
+        videoDecoder->SetSeekSkipping(skips);
+}
+
+bool MediaInstance::HasSkippedInDoubt() const
+{
+    return videoDecoder && videoDecoder->HasSkippedInDoubt();
+}
+
+void MediaInstance::BeginAtKeyPicture()
+{
+    if (videoDecoder)
+        videoDecoder->BeginAtKeyPicture();
+}
+
+bool MediaInstance::IsBeforeKeyPicture() const
+{
+    return videoDecoder && videoDecoder->IsBeforeKeyPicture();
+}
+
 void MediaInstance::Seek(long long time)
 {
     seekFailed = false;
@@ -334,8 +356,6 @@ void MediaInstance::Seek(long long time)
         return;
     }
     Flush(videoCodecContext.get());
-    if (videoDecoder)
-        videoDecoder->Flush();
     Flush(audioCodecContext.get());
     LoadPacket();
 }

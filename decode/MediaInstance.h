@@ -84,6 +84,12 @@ public:
     // a stretch of pictures and nothing after it.
     void DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
+    // As VideoDecoder's operations of these names, from Initialize on; the settings outlive seeks and closing.
+    void SetSeekSkipping(bool skips);
+    bool HasSkippedInDoubt() const;
+    void BeginAtKeyPicture();
+    bool IsBeforeKeyPicture() const;
+
     // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
     // packet found there. Images are reopened instead. A seek that fails changes nothing.
     void Seek(long long time);

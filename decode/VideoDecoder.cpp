@@ -7,6 +7,7 @@
 #include "decode/Microseconds.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
+#include "decode/SkipProof.h"
 #include "media/FfmpegBridge.h"
 
 extern "C" {
@@ -28,10 +29,10 @@ constexpr int bytesPerPixel = 3;
 // A drain ends by itself; a context that was never opened would answer with errors for ever.
 constexpr int mostFruitlessReceives = 100;
 
-constexpr int mostScalerThreads = 16;
+// A codec that refuses a packet takes it after a few pictures; so many are a fault of its own.
+constexpr int mostReceivesBeforeSend = 1000;
 
-// Far more than any sane stream completes ahead of its packets, and little enough memory.
-constexpr size_t mostHeldFrames = 16;
+constexpr int mostScalerThreads = 16;
 
 bool IsEmpty(AVPacket const& packet)
 {
@@ -84,9 +85,26 @@ int ScalerThreadsBeside(AVCodecContext const& context, bool isImage)
     return std::min(hasBusyThreads ? av_cpu_count() / 2 : av_cpu_count(), mostScalerThreads);
 }
 
+// Whether the picture was decoded without any other, as far as the codec tells.
+bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
+{
+    if (FfmpegBridge::IsKeyPicture(picture))
+        return true;
+    switch (context.codec_id) {
+    case AV_CODEC_ID_H264: return true; // FFmpeg holds back what comes before a point of recovery
+    case AV_CODEC_ID_HEVC:
+    case AV_CODEC_ID_VP8:
+    case AV_CODEC_ID_VP9:
+    case AV_CODEC_ID_AV1: return false; // an intra picture between groups does not end what the next ones refer to
+    default: return picture.pict_type == AV_PICTURE_TYPE_I || picture.pict_type == AV_PICTURE_TYPE_NONE;
+    }
+}
+
 } // namespace
 
-VideoDecoder::VideoDecoder() : scaler(std::make_unique<PictureScaler>()) {}
+VideoDecoder::VideoDecoder()
+    : skipProof(std::make_unique<SkipProof>()), scaler(std::make_unique<PictureScaler>())
+{}
 
 VideoDecoder::~VideoDecoder() = default;
 
@@ -111,6 +129,7 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
         return false;
     }
     codecContext = newCodecContext;
+    skipProof->Begin(*codecContext);
     scaler->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
     return true;
 }
@@ -148,37 +167,109 @@ void VideoDecoder::SetTimesOnly(bool newTimesOnly)
     timesOnly = newTimesOnly;
 }
 
+void VideoDecoder::SetSeekSkipping(bool skips)
+{
+    seekSkipping = skips;
+    hasSkipped = false;
+    hasDoubt = false;
+}
+
+bool VideoDecoder::HasSkippedInDoubt() const
+{
+    return hasSkipped && hasDoubt;
+}
+
+void VideoDecoder::BeginAtKeyPicture()
+{
+    awaitsKeyPicture = true;
+}
+
+bool VideoDecoder::IsBeforeKeyPicture() const
+{
+    return awaitsKeyPicture;
+}
+
 void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     if (!packet || !codecContext)
         return;
-    bool const drains = isImage || IsEmpty(*packet);
-    int const sent = SendPacket(*packet, seekTime);
+    resizedPictures.clear();
+    if (IsEmpty(*packet))
+        Drain(*packet, frames, seekTime);
+    else
+        Decode(*packet, frames, seekTime);
+}
+
+void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
+{
+    int const sent = SendPacket(packet, frames, seekTime);
+    if (sent < 0 && sent != AVERROR_EOF) {
+        LogDecodingError();
+        hasDoubt = true;
+        return;
+    }
+    Step const step = sent == AVERROR_EOF ? Step::TryAgain : ReceivePicture(frames, seekTime);
+    bool const isWhole = step == Step::Picture || step == Step::TryAgain;
+    if (!isImage || !isWhole)
+        return;
+    avcodec_send_packet(codecContext, nullptr);
+    ReceivePictures(frames, seekTime);
+}
+
+// What is ready is received before the codec hears of the end: FFmpeg would drop a packet that waits in front of it.
+void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
+{
+    Step step = Step::Picture;
+    while (step == Step::Picture)
+        step = ReceivePicture(frames, seekTime);
+    if (step != Step::TryAgain)
+        return;
+    int const sent = avcodec_send_packet(codecContext, &packet);
     if (sent < 0 && sent != AVERROR_EOF) {
         LogDecodingError();
         return;
     }
-    Step step = sent == AVERROR_EOF ? Step::TryAgain : ReceivePicture(frames, seekTime);
-    if (!drains) {
-        HoldFurtherPictures();
-        return;
-    }
-    if (step == Step::Done)
-        return;
-    avcodec_send_packet(codecContext, nullptr);
-    for (int fruitless = 0; step != Step::Done && fruitless < mostFruitlessReceives; ++fruitless) {
+    ReceivePictures(frames, seekTime);
+}
+
+// All that is left in a codec that has heard of the end, up to a picture that is left out.
+void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
+{
+    Step step = Step::Picture;
+    for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
         step = ReceivePicture(frames, seekTime);
         if (step == Step::Picture)
             fruitless = 0;
+        else if (step != Step::TryAgain)
+            return;
     }
 }
 
-// A picture that the seek filter would drop is not even decoded when no other one is made from it.
-int VideoDecoder::SendPacket(AVPacket const& packet, long long seekTime)
+// A packet can complete more than one picture: a VP9 superframe does, behind frame threads. As a call delivers one of
+// them, the codec fills up and refuses a packet now and then, until pictures have been received.
+int VideoDecoder::SendPacket(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames,
+                             long long seekTime)
 {
+    int sent = TrySendPacket(packet, seekTime);
+    Step step = Step::Picture;
+    for (int i = 0; sent == AVERROR(EAGAIN) && step != Step::TryAgain && i < mostReceivesBeforeSend; ++i) {
+        step = ReceivePicture(frames, seekTime); // even where none comes, the codec may have made room
+        sent = TrySendPacket(packet, seekTime);
+    }
+    return sent;
+}
+
+int VideoDecoder::TrySendPacket(AVPacket const& packet, long long seekTime)
+{
+    if (!seekSkipping)
+        return avcodec_send_packet(codecContext, &packet);
+    skipProof->Watch(packet);
+    hasDoubt = hasDoubt || (hasSkipped && !skipProof->Holds()) || (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
     AVDiscard const skipFrame = codecContext->skip_frame;
-    if (IsOverBeforeSeek(packet, seekTime))
+    if (IsSkipped(packet, seekTime)) {
         codecContext->skip_frame = std::max(skipFrame, AVDISCARD_NONREF);
+        hasSkipped = true;
+    }
     int const sent = avcodec_send_packet(codecContext, &packet);
     codecContext->skip_frame = skipFrame;
     return sent;
@@ -186,64 +277,48 @@ int VideoDecoder::SendPacket(AVPacket const& packet, long long seekTime)
 
 VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
-    int const received = TakeFrame();
+    int const reorderDepth = codecContext->has_b_frames;
+    int const received = FfmpegBridge::ReceiveFrame(codecContext, frame.get());
+    if (codecContext->has_b_frames != reorderDepth)
+        hasDoubt = true; // FFmpeg learns the order of pictures from those that it decodes
     if (received == AVERROR(EAGAIN))
         return Step::TryAgain;
     if (received == AVERROR_EOF) {
         if (!isImage)
             frames.append(std::make_shared<DecodedVideoFrame>());
-        return Step::Done;
+        return Step::End;
     }
     if (received < 0) {
         LogDecodingError();
-        return Step::Done;
+        hasDoubt = true;
+        return Step::Failed;
     }
+    NoteDamage(*frame);
     long long const time = TakeTime();
-    if (IsBeforeSeek(time, seekTime))
-        return Step::Done;
+    if (IsLeftOut(time, seekTime))
+        return Step::LeftOut;
     if (HasSizeChanged()) {
         AppendSizeChange(frames, time);
-        return Step::Done;
+        return Step::LeftOut;
     }
-    if (!AppendPicture(frames, time)) {
+    if (!AppendPicture(frames, *frame, time)) {
         LogDecodingError();
-        return Step::Done;
+        return Step::Failed;
     }
     return Step::Picture;
 }
 
-// The next decoded picture in order, into `frame`; FFmpeg's code.
-int VideoDecoder::TakeFrame()
+void VideoDecoder::NoteDamage(AVFrame const& picture)
 {
-    if (heldFrames.empty())
-        return FfmpegBridge::ReceiveFrame(codecContext, frame.get());
-    frame = std::move(heldFrames.front());
-    heldFrames.pop_front();
-    return 0;
+    bool const isGuessed = picture.best_effort_timestamp != picture.pts || picture.pts == AV_NOPTS_VALUE;
+    if (isGuessed || picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0)
+        hasDoubt = true;
 }
 
-// A packet can complete more than one picture: a VP9 superframe does, behind frame threads. As a call delivers one, the
-// decoder would keep the others and soon refuse a packet, which would be lost; so they wait here for the next calls.
-void VideoDecoder::HoldFurtherPictures()
+bool VideoDecoder::IsLeftOut(long long time, long long seekTime)
 {
-    while (heldFrames.size() < mostHeldFrames) {
-        if (!spareFrame)
-            spareFrame.reset(av_frame_alloc());
-        if (!spareFrame)
-            return;
-        int const received = FfmpegBridge::ReceiveFrame(codecContext, spareFrame.get());
-        if (received < 0) {
-            if (received != AVERROR(EAGAIN) && received != AVERROR_EOF)
-                LogDecodingError();
-            return;
-        }
-        heldFrames.push_back(std::move(spareFrame));
-    }
-}
-
-void VideoDecoder::Flush()
-{
-    heldFrames.clear();
+    awaitsKeyPicture = awaitsKeyPicture && !NeedsNoOther(*codecContext, *frame);
+    return awaitsKeyPicture || IsBeforeSeek(time, seekTime);
 }
 
 // The time of the picture just received.
@@ -270,11 +345,10 @@ bool VideoDecoder::IsBeforeSeek(long long time, long long seekTime) const
                                 static_cast<double>(time);
 }
 
-// The picture's duration is room for a second field in a packet of its own: the two go together.
-bool VideoDecoder::IsOverBeforeSeek(AVPacket const& packet, long long seekTime) const
+// A picture that the seek filter would drop is not even decoded when no other one is made from it.
+bool VideoDecoder::IsSkipped(AVPacket const& packet, long long seekTime) const
 {
-    return packet.pts != AV_NOPTS_VALUE &&
-           IsBeforeSeek(TruncatedTime(static_cast<double>(TimeOf(packet.pts)) + frameDuration), seekTime);
+    return skipProof->Holds() && packet.pts != AV_NOPTS_VALUE && IsBeforeSeek(TimeOf(packet.pts), seekTime);
 }
 
 bool VideoDecoder::HasSizeChanged() const
@@ -282,27 +356,35 @@ bool VideoDecoder::HasSizeChanged() const
     return codecContext->width != width || codecContext->height != height;
 }
 
-void VideoDecoder::AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time) const
+void VideoDecoder::AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time)
 {
     uint8_t const nothing = 0;
     auto record = std::make_shared<DecodedVideoFrame>(&nothing, 1, codecContext->width, codecContext->height, time,
                                                       frameRate, rotation, isLinear);
     record->status = 1;
     frames.append(std::move(record));
+    FfmpegPtr<AVFrame> kept(av_frame_alloc());
+    if (!kept)
+        return;
+    av_frame_move_ref(kept.get(), frame.get());
+    resizedPictures.push_back({std::move(kept), time});
 }
 
 bool VideoDecoder::FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames)
 {
-    // The picture is still in `frame`, and its time is the last one taken.
-    bool const isHeld = codecContext && frame->buf[0] && HasSizeChanged();
-    return isHeld && SetSize(codecContext->width, codecContext->height) &&
-           AppendPicture(frames, TruncatedTime(lastTime));
+    auto const resized = std::exchange(resizedPictures, {});
+    if (!codecContext || resized.empty() || !SetSize(codecContext->width, codecContext->height))
+        return false;
+    bool areAppended = true;
+    for (ResizedPicture const& picture : resized)
+        areAppended = AppendPicture(frames, *picture.frame, picture.time) && areAppended;
+    return areAppended;
 }
 
-bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time)
+bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, AVFrame& picture, long long time)
 {
     auto record = std::make_shared<DecodedVideoFrame>();
-    if (!FillPicture(*record))
+    if (!FillPicture(*record, picture))
         return false;
     record->width = outputWidth;
     record->height = height;
@@ -314,16 +396,16 @@ bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& fram
     return true;
 }
 
-bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
+bool VideoDecoder::FillPicture(DecodedVideoFrame& record, AVFrame& picture)
 {
     // The context tells the picture's size and format. Around a change of either a held-back picture can still be of
     // the old kind: then the picture's own are what can be read.
-    bool const asContextSays = frame->width >= codecContext->width && frame->height >= codecContext->height &&
-                               frame->format == codecContext->pix_fmt;
+    bool const asContextSays = picture.width >= codecContext->width && picture.height >= codecContext->height &&
+                               picture.format == codecContext->pix_fmt;
     PictureScaler::Layout layout;
-    layout.width = asContextSays ? codecContext->width : frame->width;
-    layout.height = asContextSays ? codecContext->height : frame->height;
-    layout.format = frame->format;
+    layout.width = asContextSays ? codecContext->width : picture.width;
+    layout.height = asContextSays ? codecContext->height : picture.height;
+    layout.format = picture.format;
     layout.outputWidth = outputWidth;
     layout.outputHeight = height;
     layout.outputStride = outputStride;
@@ -331,7 +413,7 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
     if (timesOnly)
         return scaler->CanConvert(layout);
     record.TakeFromStore(pictureBuffers, outputSize);
-    if (!record.data || !scaler->Convert(*frame, layout, record.data))
+    if (!record.data || !scaler->Convert(picture, layout, record.data))
         return false;
     if (isLinear)
         EncodeGamma(record.data, record.size);
@@ -346,8 +428,7 @@ int VideoDecoder::DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfSt
 void VideoDecoder::Shutdown()
 {
     codecContext = nullptr;
-    heldFrames.clear();
+    resizedPictures.clear();
     frame.reset();
-    spareFrame.reset();
     pictureBuffers.reset();
 }

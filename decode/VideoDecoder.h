@@ -5,11 +5,12 @@
 
 #include <QList>
 
-#include <deque>
 #include <memory>
+#include <vector>
 
 class PictureBuffers;
 class PictureScaler;
+class SkipProof;
 struct AVRational;
 struct DecodedVideoFrame;
 
@@ -35,22 +36,37 @@ public:
     // set changes nothing, so a new decoder given 0.0 keeps 0.0.
     void SetFrameRate(double frameRate);
 
-    // For who asks for nothing but times: pictures come when they would, but without `data` and at a fraction of the
-    // cost.
+    // Delivers records without `data`: only times, at a fraction of the cost.
     void SetTimesOnly(bool timesOnly);
 
-    // Appends the records that `packet` completes: at most one picture for an ordinary packet; all that are held back
-    // and the mark of the end for an empty one (no data, no size); the whole image, without a mark, for an image.
-    // Pictures more than Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A
+    // While a seek is pending, lets the codec leave out pictures before the target that no other picture can refer to,
+    // wherever the stream's own headers prove that there are such pictures (H.264 of frames only, HEVC of one sub-layer,
+    // progressive MPEG-1, MPEG-2, MPEG-4); elsewhere it changes nothing. Off by default: then each packet is decoded.
+    // To be set before the first packet of a seek, which also begins a new answer of HasSkippedInDoubt.
+    void SetSeekSkipping(bool skips);
+
+    // Whether since the last SetSeekSkipping something was left out and the stream showed a sign of damage: a decoding
+    // error, a corrupt packet or picture, a missing reference, a time that FFmpeg had to guess. What is patched up then
+    // may depend on what was left out: seek again without skipping.
+    bool HasSkippedInDoubt() const;
+
+    // Leaves out pictures until one comes that was decoded without any other, as the codec tells, not the container.
+    // To be called after a seek by a host that does not trust the container's key flags.
+    void BeginAtKeyPicture();
+
+    // Whether BeginAtKeyPicture still waits for its picture.
+    bool IsBeforeKeyPicture() const;
+
+    // Appends the records that `packet` completes: one picture at most for an ordinary packet, after those that the
+    // codec wanted to be rid of before it took the packet; all that are held back and the mark of the end for an empty
+    // one (no data, no size); the whole image, without a mark, for an image. Nothing decoded waits outside of the codec
+    // between calls, so a host may flush its context at any time. Pictures more than Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A
     // dropped picture, and a mark of a changed size, end the call: what an empty packet then leaves in the decoder
     // comes with the next one. A packet that cannot be decoded is lost and logged.
     void DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
 
-    // Forgets the decoded pictures that wait for the next call. To be called whenever the codec context is flushed.
-    void Flush();
-
-    // To be called right after a record with status 1: takes over the coded size that it tells, and appends the picture
-    // that it stood for. False, and nothing appended, when that cannot be.
+    // To be called right after records with status 1: takes over the coded size that they tell, and appends the pictures
+    // that they stood for. False when that cannot be.
     bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames);
 
     // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
@@ -60,21 +76,39 @@ public:
     void Shutdown(); // can be initialised again
 
 private:
-    enum class Step { Picture, TryAgain, Done };
+    // What came of asking the codec for a picture.
+    enum class Step {
+        Picture,  // appended
+        LeftOut,  // before the target, or a mark of a changed size in its place
+        TryAgain, // none without another packet
+        Failed,   // and logged
+        End,
+    };
+
+    // A picture that a record with status 1 stands for.
+    struct ResizedPicture
+    {
+        FfmpegPtr<AVFrame> frame;
+        long long time = 0;
+    };
 
     bool SetSize(int codedWidth, int codedHeight);
-    int SendPacket(AVPacket const& packet, long long seekTime);
+    void Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+    void Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+    void ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+    int SendPacket(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
+    int TrySendPacket(AVPacket const& packet, long long seekTime);
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
-    int TakeFrame();
-    void HoldFurtherPictures();
+    bool IsLeftOut(long long time, long long seekTime);
+    void NoteDamage(AVFrame const& picture);
     long long TakeTime();
     long long TimeOf(long long timestamp) const;
     bool IsBeforeSeek(long long time, long long seekTime) const;
-    bool IsOverBeforeSeek(AVPacket const& packet, long long seekTime) const;
+    bool IsSkipped(AVPacket const& packet, long long seekTime) const;
     bool HasSizeChanged() const;
-    void AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time) const;
-    bool AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time);
-    bool FillPicture(DecodedVideoFrame& record);
+    void AppendSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long time);
+    bool AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, AVFrame& picture, long long time);
+    bool FillPicture(DecodedVideoFrame& record, AVFrame& picture);
 
     AVCodecContext* codecContext = nullptr; // not owned
     double timeBase = 0.0;                  // microseconds per tick
@@ -92,9 +126,13 @@ private:
     bool isImage = false;
     bool isLinear = false;
     bool timesOnly = false;
-    FfmpegPtr<AVFrame> frame; // the picture being turned into a record
-    FfmpegPtr<AVFrame> spareFrame;
-    std::deque<FfmpegPtr<AVFrame>> heldFrames; // decoded by an earlier call and not yet delivered
+    bool seekSkipping = false;
+    bool hasSkipped = false; // since SetSeekSkipping
+    bool hasDoubt = false;
+    bool awaitsKeyPicture = false;
+    FfmpegPtr<AVFrame> frame;                    // the picture being turned into a record
+    std::vector<ResizedPicture> resizedPictures; // of the last call, for FollowSizeChange
+    std::unique_ptr<SkipProof> skipProof;
     std::shared_ptr<PictureBuffers> pictureBuffers;
     std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
 };

@@ -20,8 +20,9 @@ extern "C" {
 #include <string>
 #include <vector>
 
-// Pictures that the seek filter drops and that no other picture needs are not decoded. What is delivered is the same as
-// without a seek time, when everything is decoded and the early pictures are sorted out afterwards.
+// Where a host asks for it, pictures that the seek filter drops and that no other picture needs are not decoded. What is
+// delivered is the same as without a seek time, when everything is decoded and the early pictures are sorted out
+// afterwards.
 
 namespace {
 
@@ -126,15 +127,16 @@ public:
                            startTime, rate, 0, false, false);
     }
 
-    // The first pictures from just before `target` on. The decoder hears of the target when `tellsTarget` is set;
-    // otherwise it decodes everything, and the pictures before the filter's bound are left out here.
-    std::vector<Delivered> Seek(long long target, bool tellsTarget)
+    // The first pictures from just before `target` on. The decoder hears of the target when `skips` is set, and is
+    // allowed to leave out what nobody needs; otherwise it decodes everything, and the pictures before the filter's
+    // bound are left out here.
+    std::vector<Delivered> Seek(long long target, bool skips)
     {
+        decoder.SetSeekSkipping(skips);
         AVRational const microseconds = {1, AV_TIME_BASE};
         auto const ticks = av_rescale_q(target + startTime, microseconds, Stream()->time_base);
         avformat_seek_file(input.Format(), input.StreamIndex(), 0, ticks, ticks, AVSEEK_FLAG_FRAME);
         avcodec_flush_buffers(codec.get());
-        decoder.Flush();
         std::vector<Delivered> delivered;
         int forced = 0;
         while (!IsComplete(delivered, target) && forced < 200) {
@@ -142,13 +144,14 @@ public:
             if (!packet)
                 ++forced; // what a dropped picture left in the decoder comes with further empty packets
             Pictures pictures;
-            decoder.DecodePacket(packet ? packet.get() : EmptyPacket().get(), pictures, tellsTarget ? target : -1);
+            decoder.DecodePacket(packet ? packet.get() : EmptyPacket().get(), pictures, skips ? target : -1);
             for (auto const& picture : pictures)
                 Take(*picture, target, delivered);
         }
         return delivered;
     }
 
+    bool HasSkippedInDoubt() const { return decoder.HasSkippedInDoubt(); }
     AVCodecContext* Codec() const { return codec.get(); }
     int DecodedPictures() const { return decodedPictures; } // by a session that counts
 
