@@ -85,9 +85,16 @@ int ScalerThreadsBeside(AVCodecContext const& context, bool isImage)
     return std::min(hasBusyThreads ? av_cpu_count() / 2 : av_cpu_count(), mostScalerThreads);
 }
 
-// Whether the picture was decoded without any other, as far as the codec tells.
+bool IsDamaged(AVFrame const& picture)
+{
+    return picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0;
+}
+
+// Whether the picture was decoded without any other, as far as the codec tells. What is patched up needs others.
 bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
 {
+    if (IsDamaged(picture))
+        return false;
     if (FfmpegBridge::IsKeyPicture(picture))
         return true;
     switch (context.codec_id) {
@@ -311,8 +318,7 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
 void VideoDecoder::NoteDamage(AVFrame const& picture)
 {
     bool const isGuessed = picture.best_effort_timestamp != picture.pts || picture.pts == AV_NOPTS_VALUE;
-    if (isGuessed || picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0)
-        hasDoubt = true;
+    hasDoubt = hasDoubt || isGuessed || IsDamaged(picture);
 }
 
 bool VideoDecoder::IsLeftOut(long long time, long long seekTime)

@@ -46,9 +46,7 @@ bool PictureReader::Open()
     streamStart = std::clamp(stream.startTime, -farAway, farAway);
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
-    bool const isTimed = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
-    // Old phones mark pictures as key pictures that are not, and this decoder takes any picture to begin with.
-    canLand = isTimed && stream.codecName != QLatin1String("h263");
+    canLand = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
     if (stream.codecName == QLatin1String("h264") && info->GetDuration() > 0)
         latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
     return Restart();
@@ -61,6 +59,7 @@ bool PictureReader::Restart()
     instance = std::make_unique<MediaInstance>();
     if (!instance->Initialize(info, 0) || !instance->HasPacket())
         return false;
+    instance->SetSeekSkipping(skips);
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
     if (stream.frameRate == 0.0)
@@ -89,6 +88,23 @@ PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, 
     if (!FindFirst(stop))
         return drained ? Result::End : Result::Stopped;
     limit = longAgo;
+    SetSkipping(true);
+    Result const result = FindPicture(time, earliest, stop);
+    if (result == Result::Stopped || !instance->HasSkippedInDoubt())
+        return result;
+    Forget();
+    SetSkipping(false);
+    return FindPicture(time, earliest, stop);
+}
+
+void PictureReader::SetSkipping(bool newSkips)
+{
+    skips = newSkips;
+    instance->SetSeekSkipping(skips); // until the next landing
+}
+
+PictureSource::Result PictureReader::FindPicture(long long time, long long earliest, StopCheck const& stop)
+{
     Landing landing = ReadOnTo(time, earliest, stop);
     long long const duration = info->GetDuration();
     long long const latest = std::min(time, duration > 0 ? duration : longestGuess);
@@ -137,6 +153,9 @@ bool PictureReader::Land(long long time, long long latest, StopCheck const& stop
 {
     Forget();
     instance->Seek(std::max(time + GetOrigin(), 0LL));
+    instance->SetSeekSkipping(skips);
+    instance->BeginAtKeyPicture();
+    latestKey = latest;
     for (; !instance->IsVideoPacket() || !instance->IsKeyPacket(); instance->PrepareNextPacket(false)) {
         bool const isTooLate = instance->IsVideoPacket() && instance->GetPacketTime() > latest + GetOrigin() + second;
         if (isTooLate || !instance->HasPacket() || instance->IsEndOfFile() || stop())
@@ -228,6 +247,8 @@ PictureSource::Result PictureReader::Read(std::shared_ptr<DecodedVideoFrame>& pi
             return limit == longAgo || hasClosedGroups ? Result::End : Result::Stopped;
         if (stop())
             return Result::Stopped;
+        if (IsWithoutKeyPicture())
+            return Result::End;
         if (IsGroupComplete())
             DrainGroup();
         else
@@ -235,6 +256,13 @@ PictureSource::Result PictureReader::Read(std::shared_ptr<DecodedVideoFrame>& pi
     }
     picture = ready.takeFirst();
     return Result::Picture;
+}
+
+// What the container called a key picture is none to the codec, and the next true one comes too late.
+bool PictureReader::IsWithoutKeyPicture() const
+{
+    return instance->IsBeforeKeyPicture() && instance->IsVideoPacket() &&
+           instance->GetPacketTime() > latestKey + GetOrigin() + second;
 }
 
 // Where media time 0 lies is known from the first picture of all.

@@ -16,9 +16,13 @@ struct DecodedAudioFrame;
 //
 // How a picture is found: the container is asked for the key picture before it. Where that lands too late (transport
 // streams do, and pictures that stay for long begin far before the time at which they show), it is asked again for 1,
-// 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a key packet, and
-// pictures that show before that key picture are left out, because they may refer to what was not decoded. A picture
+// 2, 4... seconds earlier, and at last the file is read from its start. Decoding then begins with a packet that the
+// container calls key, but what comes counts only from the first picture on that the codec calls one: containers lie.
+// Pictures that show before that key picture are left out, because they may refer to what was not decoded. A picture
 // that lies ahead is reached by reading on, unless a key picture is likely to be on the way.
+//
+// On the way to its target the decoder may leave out pictures that nothing refers to. Should the stream show damage on
+// that way, the same seek is done again without leaving out anything.
 //
 // Where a stretch ends with a group, the decoder is drained there, as the pictures that it holds back would otherwise
 // come only with some of the next group. Groups are not always closed, though: should a picture be missing between the
@@ -45,6 +49,8 @@ private:
     enum class Landing { Found, Late, Stopped };
 
     bool Restart();
+    void SetSkipping(bool skips);
+    Result FindPicture(long long time, long long earliest, StopCheck const& stop);
     void Forget();
     bool Land(long long time, long long latest, StopCheck const& stop);
     Landing ReadOnTo(long long time, long long earliest, StopCheck const& stop);
@@ -53,6 +59,7 @@ private:
     bool IsQuicklyReached(long long time) const;
     long long ExpectedKeyTime() const;
     void NoteKeyPacket();
+    bool IsWithoutKeyPicture() const;
     bool FindFirst(StopCheck const& stop);
     bool IsGroupComplete() const;
     void DrainGroup();
@@ -75,6 +82,7 @@ private:
     long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off
     long long dropBefore = -1;     // media time for the decoder's filter; negative: none
     long long brokenBefore = longAgo;
+    long long latestKey = longAgo;    // since the last landing: a key picture after this is of no use
     long long lastStart = longAgo;    // of the pictures taken since the last landing
     long long limit = longAgo;        // no picture from here on is wanted
     long long shortestStep = noStep;  // between two pictures so far
@@ -83,6 +91,7 @@ private:
     long long groupsLength = 0;       // of the groups read from end to end
     int groupsCount = 0;
     bool hasClosedGroups = true; // as far as is known: no picture before a key picture comes after it in the stream
+    bool skips = true;           // pictures on the way that nothing refers to
     bool drained = false;        // the mark of the end has come
     int fruitlessDrains = 0;
     long long end = -1;

@@ -73,13 +73,114 @@ std::map<QString, QString> const otherRecipes = {
                                     "-c:v png -disposition:v attached_pic -c:a libmp3lame"},
 };
 
+// Streams that are hard to enter in the middle. `edit` changes the file that FFmpeg made.
+struct DifficultRecipe
+{
+    QString name;
+    QString arguments;
+    void (*edit)(QByteArray& bytes);
+};
+
+void LeaveAsItIs(QByteArray&) {}
+
+// Without this box of an MP4 file, all pictures are key pictures.
+void DropKeyTable(QByteArray& bytes)
+{
+    int const at = bytes.indexOf("stss");
+    if (at < 0)
+        throw std::runtime_error("there is no table of key pictures");
+    bytes.replace(at, 4, "free");
+}
+
+// A few bytes of every so many, the head and the tail with the index left alone.
+void Damage(QByteArray& bytes)
+{
+    int const end = bytes.indexOf("moov") > 100000 ? bytes.indexOf("moov") - 100 : bytes.size() - 2000;
+    for (int at = 50000; at + 8 < end; at += 60013) {
+        for (int i = 0; i < 8; ++i)
+            bytes[at + i] = static_cast<char>(at * 7 + i * 31);
+    }
+}
+
+// Turns the one sub-layer of an HEVC stream into three: pictures that B pictures refer to become those of the second,
+// where nothing of their own sub-layer refers to them, the others those of the third.
+void AddSubLayers(QByteArray& bytes)
+{
+    int at = bytes.indexOf("mdat") + 4;
+    int const end = bytes.indexOf("moov") - 4;
+    int middles = 0;
+    while (at > 3 && at + 7 < end) {
+        auto const* unit = reinterpret_cast<uint8_t const*>(bytes.constData()) + at;
+        int const length = unit[0] << 24 | unit[1] << 16 | unit[2] << 8 | unit[3];
+        int const type = unit[4] >> 1;
+        bool const isB = (unit[6] & 0xe0) == 0xe0; // first slice of the picture, first parameter set, type B
+        if (type == 1 && isB) {
+            bytes[at + 4] = 0; // may be left out, as far as its own sub-layer goes
+            bytes[at + 5] = 2;
+            ++middles;
+        } else if (type == 0) {
+            bytes[at + 5] = 3;
+        }
+        at += 4 + length;
+    }
+    if (middles == 0)
+        throw std::runtime_error("no picture is referred to by B pictures alone");
+}
+
+std::vector<DifficultRecipe> const& DifficultRecipes()
+{
+    QString const x265 = QStringLiteral("-c:v libx265 -preset ultrafast -x265-params log-level=0:rc-lookahead=20:");
+    QString const longGroups = QStringLiteral("-c:v libx264 -preset ultrafast -bf 3 -g 60 -keyint_min 60 -sc_threshold 0 ");
+    static std::vector<DifficultRecipe> const recipes = {
+        {"mbaff.mp4", small.arg(6) + longGroups + "-x264-params interlaced=1", LeaveAsItIs},
+        {"mbaff.ts", small.arg(6) + longGroups + "-x264-params interlaced=1", LeaveAsItIs},
+        {"interlaced-mpeg2.ts", small.arg(6) + "-c:v mpeg2video -bf 2 -g 25 -b:v 2M -flags +ildct+ilme", LeaveAsItIs},
+        {"refresh.mp4", small.arg(6) + longGroups + "-x264-params intra-refresh=1", LeaveAsItIs},
+        {"open-hevc.mp4", small.arg(6) + x265 + "bframes=4:b-adapt=0:keyint=40:open-gop=1", LeaveAsItIs},
+        {"layers-hevc.mp4", small.arg(6) + x265 + "bframes=7:b-adapt=0:keyint=60:temporal-layers=1", LeaveAsItIs},
+        {"sub-layers-hevc.mp4",
+         small.arg(6) + x265 + "bframes=7:b-adapt=0:b-pyramid=1:keyint=60:open-gop=0:no-info=1", AddSubLayers},
+        {"all-key-hevc.mp4", small.arg(6) + x265 + "bframes=4:keyint=50", DropKeyTable},
+        {"all-key-mpeg4.mp4", small.arg(6) + "-c:v mpeg4 -bf 2 -g 50 -q:v 4", DropKeyTable},
+        {"all-key-h264.mp4", small.arg(6) + longGroups, DropKeyTable},
+        {"damaged-h264.mp4", small.arg(6) + longGroups, Damage},
+        {"damaged-mpeg2.ts", small.arg(6) + "-c:v mpeg2video -bf 2 -g 25 -b:v 2M", Damage},
+        {"theora.mkv", small.arg(6) + "-c:v libtheora -g 30 -q:v 6", LeaveAsItIs},
+        {"theora.ogv", small.arg(6) + "-c:v libtheora -g 30 -q:v 6", LeaveAsItIs},
+        {"raw.mjpeg", small.arg(4) + "-c:v mjpeg -q:v 4 -f mjpeg", LeaveAsItIs},
+        {"vp8.webm", small.arg(6) + "-c:v libvpx -deadline realtime -cpu-used 8 -g 60 -auto-alt-ref 1", LeaveAsItIs},
+        {"vp9.webm", small.arg(6) + "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -g 60", LeaveAsItIs},
+        {"msmpeg4.asf", small.arg(6) + "-c:v msmpeg4 -g 50 -q:v 4", LeaveAsItIs},
+    };
+    return recipes;
+}
+
 QString ArgumentsFor(QString const& name)
 {
     for (Recipe const& recipe : Recipes()) {
         if (recipe.name == name)
             return recipe.arguments;
     }
+    for (DifficultRecipe const& recipe : DifficultRecipes()) {
+        if (recipe.name == name)
+            return recipe.arguments;
+    }
     return otherRecipes.at(name);
+}
+
+void Edit(QString const& path, QString const& name)
+{
+    for (DifficultRecipe const& recipe : DifficultRecipes()) {
+        if (recipe.name != name || recipe.edit == LeaveAsItIs)
+            continue;
+        QFile file(path);
+        if (!file.open(QIODevice::ReadWrite))
+            throw std::runtime_error("cannot change " + path.toStdString());
+        QByteArray bytes = file.readAll();
+        recipe.edit(bytes);
+        file.seek(0);
+        file.write(bytes);
+    }
 }
 
 void RunFfmpeg(QStringList const& arguments)
@@ -118,6 +219,7 @@ QString Clips::Made(QString const& name)
     QStringList list = arguments.remove('\'').split(' ', Qt::SkipEmptyParts);
     RunFfmpeg(list << "-threads"
                    << "1" << part);
+    Edit(part, name);
     QFile::rename(part, path);
     QFile::remove(part);
     return path;
@@ -143,6 +245,53 @@ std::vector<std::string> Clips::MadeNames()
     for (Recipe const& recipe : Recipes())
         names.push_back(recipe.name.toStdString());
     return names;
+}
+
+std::vector<std::string> Clips::DifficultNames()
+{
+    std::vector<std::string> names;
+    for (DifficultRecipe const& recipe : DifficultRecipes())
+        names.push_back(recipe.name.toStdString());
+    return names;
+}
+
+std::vector<std::string> Clips::RealMovieNames()
+{
+    return {"asf-msmpeg4-avg-rate-0.wmv",
+            "asf-two-video-streams-rate-0.asf",
+            "camera-avchd-1080i-ac3-pgs.mts",
+            "camera-mjpeg-pcm16.avi",
+            "corrupt-h264.mp4",
+            "cut-in-packet.ts",
+            "edit-dv-pal-720x576-sar59x54.mov",
+            "edit-prores-422-proxy.mov",
+            "edit-xdcam-hd-1440x1080-sar4x3.mov",
+            "flv-h264-avg-rate-1000.flv",
+            "h264-1x1-pixel.mp4",
+            "h264-bpyramid-sar64x45.mp4",
+            "h264-editlist-video-starts-at-1s.mp4",
+            "h264-raw-size-change-352x288-640x480.264",
+            "h264-start-10s-sar.mp4",
+            "mkv-two-audio-subtitles-between.mkv",
+            "ogg-theora-400x300-vorbis.ogv",
+            "phone-h263-amr-vfr.3gp",
+            "phone-hdr-hevc10-rot90-data-streams.mov",
+            "phone-portrait-rot90-h264.mov",
+            "phone-sideways-vfr-rot90.mov",
+            "phone-vfr10fps-rot180-h264.mp4",
+            "ps-mpeg1-sar64x45-cut.mpg",
+            "rotate-tag-90.mkv",
+            "ts-h264-854x480-start1.47s.ts",
+            "ts-h264-first-picture-negative.ts",
+            "ts-mpeg2-1080p-start1.5s.ts",
+            "ts-mpeg2-first-picture-negative.ts",
+            "webm-vp9-161x121.webm",
+            "webm-vp9-opus-no-duration.webm"};
+}
+
+bool Clips::IsDamaged(std::string const& name)
+{
+    return name.find("damaged") != std::string::npos || name.find("corrupt") != std::string::npos;
 }
 
 void Clips::WriteNumberedPictures(QString const& path, QString const& pattern, std::vector<long long> const& numbers)

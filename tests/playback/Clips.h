@@ -18,7 +18,11 @@ QString Made(QString const& name);
 // The pattern of a row of numbered PNG files, 60 of them, made the same way.
 QString MadeSequence();
 
-std::vector<std::string> MadeNames(); // with pictures
+std::vector<std::string> MadeNames();      // with pictures
+std::vector<std::string> DifficultNames(); // made, too: hard to enter in the middle
+std::vector<std::string> RealMovieNames(); // that can be decoded
+
+bool IsDamaged(std::string const& name);
 
 // Files in a folder, named by a printf pattern, each of another plain grey: number x 8 (mod 256).
 void WriteNumberedPictures(QString const& folder, QString const& pattern, std::vector<long long> const& numbers);

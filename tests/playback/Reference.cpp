@@ -135,10 +135,12 @@ QByteArray Reference::HashOf(unsigned char const* data, int width, int height, i
     return hash.result();
 }
 
-std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, double untimedRate)
+namespace {
+
+std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double untimedRate, bool threads)
 {
-    std::vector<Picture> pictures;
-    Input input = OpenBest(path, AVMEDIA_TYPE_VIDEO, true);
+    std::vector<Reference::Picture> pictures;
+    Input input = OpenBest(path, AVMEDIA_TYPE_VIDEO, threads);
     if (!input.stream)
         return pictures;
     FfmpegPtr<SwsContext> scaler;
@@ -157,6 +159,26 @@ std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, d
         return true;
     });
     BeginAtZero(pictures);
+    return pictures;
+}
+
+} // namespace
+
+std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, double untimedRate)
+{
+    return DecodeAllPictures(path, untimedRate, true);
+}
+
+std::vector<Reference::Picture> Reference::DecodeDamagedPictures(QString const& path)
+{
+    std::vector<Picture> pictures = DecodePictures(path);
+    for (bool const threads : {true, true, false}) {
+        auto const others = DecodeAllPictures(path, 25.0, threads);
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            if (i >= others.size() || others[i].hash != pictures[i].hash)
+                pictures[i].hash.clear();
+        }
+    }
     return pictures;
 }
 

@@ -17,6 +17,10 @@ struct Picture
 // Those that show at 0 or later and whose times rise. `untimedRate` is for pictures without times.
 std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
 
+// The same of a damaged file. FFmpeg patches up pictures by what its threads have at hand: those that do not come out the
+// same each time have no hash.
+std::vector<Picture> DecodeDamagedPictures(QString const& path);
+
 QByteArray HashOf(unsigned char const* data, int width, int height, int stride);
 
 struct Sound

@@ -1,0 +1,200 @@
+#include "Clips.h"
+#include "Reference.h"
+#include "VirtualTime.h"
+
+#include "common/VideoStream.h"
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "decode/MediaInstance.h"
+#include "media/AvGlobals.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <set>
+
+// The pictures after a seek are those of straight decoding, bytes and times, for targets all over the stream.
+// TAVOLIN_SEEK_STEP_MS sets the distance between the targets in milliseconds; by default there are a few for each clip.
+
+namespace {
+
+constexpr int patience = 60000; // milliseconds
+constexpr int fewTargets = 9;
+constexpr size_t picturesAfterTarget = 6;
+
+// Their key flags are not to be believed, they have no times, or their key pictures are damaged: a session that seeks
+// cannot be right, the engine can.
+std::set<std::string> const engineOnly = {
+    "damaged-h264.mp4",
+    "damaged-mpeg2.ts",
+    "raw.264",
+    "all-key-hevc.mp4",
+    "all-key-mpeg4.mp4",
+    "real/asf-msmpeg4-avg-rate-0.wmv",
+    "real/asf-two-video-streams-rate-0.asf",
+    "real/h264-raw-size-change-352x288-640x480.264",
+    "real/phone-h263-amr-vfr.3gp",
+};
+
+std::vector<std::string> AllClips()
+{
+    std::vector<std::string> names = Clips::MadeNames();
+    for (std::string const& name : Clips::DifficultNames())
+        names.push_back(name);
+    for (std::string const& name : Clips::RealMovieNames())
+        names.push_back("real/" + name);
+    return names;
+}
+
+class SeekGridTest : public testing::TestWithParam<std::string>
+{
+protected:
+    void SetUp() override
+    {
+        AvGlobals::maxAudioOutputChannels = 2;
+        QString const name = QString::fromStdString(GetParam());
+        bool const isReal = name.startsWith("real/");
+        if (isReal && !Clips::HasReal())
+            GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+        path = isReal ? Clips::Real(name.mid(5)) : Clips::Made(name);
+        isDamaged = Clips::IsDamaged(GetParam());
+        pictures = isDamaged ? Reference::DecodeDamagedPictures(path) : Reference::DecodePictures(path);
+        ASSERT_FALSE(pictures.empty());
+        for (size_t i = 0; i < pictures.size(); ++i)
+            indexOf[pictures[i].time] = i;
+    }
+
+    std::vector<long long> Targets() const
+    {
+        long long const end = pictures.back().time + 20000;
+        QByteArray const asked = qgetenv("TAVOLIN_SEEK_STEP_MS");
+        long long const step = asked.isEmpty() ? end / fewTargets + 1 : asked.toLongLong() * 1000;
+        std::vector<long long> targets;
+        for (long long target = 0; target < end; target += std::max(step, 1LL))
+            targets.push_back(target);
+        // Not in order, so that each is a seek.
+        std::vector<long long> shuffled;
+        for (size_t i = 0; i < targets.size(); ++i)
+            shuffled.push_back(targets[i * 7 % targets.size()]);
+        return targets.size() % 7 == 0 ? targets : shuffled;
+    }
+
+    size_t IndexAt(long long moment) const
+    {
+        size_t index = 0;
+        while (index + 1 < pictures.size() && pictures[index + 1].time <= moment)
+            ++index;
+        return index;
+    }
+
+    static QByteArray HashOf(DecodedVideoFrame const& picture)
+    {
+        return Reference::HashOf(picture.data, picture.width, picture.height, (3 * picture.width + 3) / 4 * 4);
+    }
+
+    // Of a damaged stream a picture may have no hash that could be expected.
+    bool IsRight(DecodedVideoFrame const& shown, size_t index) const
+    {
+        return (isDamaged && pictures[index].hash.isEmpty()) || HashOf(shown) == pictures[index].hash;
+    }
+
+    QString path;
+    bool isDamaged = false;
+    std::vector<Reference::Picture> pictures;
+    std::map<long long, size_t> indexOf;
+};
+
+TEST_P(SeekGridTest, TheEngineShowsThePicturesOfStraightDecoding)
+{
+    PlaybackOptions options;
+    options.withSound = false;
+    auto time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine(options, time);
+    engine.Open(path);
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    for (long long const target : Targets()) {
+        engine.Seek(target);
+        size_t index = IndexAt(target);
+        size_t const last = std::min(index + picturesAfterTarget, pictures.size());
+        for (; index < last; ++index) {
+            ASSERT_TRUE(engine.WaitUntilReady(patience));
+            auto const shown = engine.GetPicture();
+            ASSERT_TRUE(shown) << "target " << target;
+            EXPECT_EQ(shown->startTime, pictures[index].time) << "target " << target << ", picture " << index;
+            EXPECT_TRUE(IsRight(*shown, index)) << "target " << target << ", picture " << index;
+            engine.Step(1);
+        }
+        if (HasFailure())
+            return;
+    }
+}
+
+// From the key picture on where the session lands: what shows before it may refer to what was not decoded.
+TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
+{
+    if (engineOnly.count(GetParam()) > 0)
+        return;
+    auto const info = std::make_shared<MediaInfo>(path);
+    ASSERT_TRUE(MediaReader::ParseMedia(info));
+    MediaInstance session;
+    ASSERT_TRUE(session.Initialize(info, 0));
+    ASSERT_TRUE(session.HasPacket());
+    long long const start = info->GetStartTime();
+    int compared = 0;
+    for (long long const target : Targets()) {
+        session.Seek(target == 0 ? 0 : target + start);
+        while (session.HasPacket() && !session.IsEndOfFile() && !(session.IsVideoPacket() && session.IsKeyPacket()))
+            session.PrepareNextPacket(false);
+        long long const keyTime = session.GetPacketTime() - start;
+        QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+        QList<std::shared_ptr<DecodedVideoFrame>> records;
+        size_t delivered = 0;
+        size_t previous = 0;
+        for (int drains = 0; drains < 100 && delivered < picturesAfterTarget;) {
+            if (!session.HasPacket()) {
+                session.PrepareNextPacket(true);
+                ++drains;
+            }
+            session.DecodePacket(sounds, records, target);
+            for (auto const& record : records) {
+                if (!record->data) {
+                    drains = 100;
+                    continue;
+                }
+                if (record->startTime < std::max(keyTime, 0LL) || record->status != 0)
+                    continue;
+                auto const known = indexOf.find(record->startTime);
+                ASSERT_NE(known, indexOf.end()) << "target " << target << ", time " << record->startTime;
+                if (delivered > 0) {
+                    EXPECT_EQ(known->second, previous + 1) << "target " << target;
+                }
+                EXPECT_TRUE(IsRight(*record, known->second)) << "target " << target << ", picture " << known->second;
+                previous = known->second;
+                ++delivered;
+                ++compared;
+            }
+            records.clear();
+            sounds.clear();
+        }
+        if (HasFailure())
+            return;
+    }
+    EXPECT_GT(compared, 0);
+}
+
+std::string TestName(testing::TestParamInfo<std::string> const& info)
+{
+    std::string name = info.param;
+    for (char& character : name)
+        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, SeekGridTest, testing::ValuesIn(AllClips()), TestName);
+
+} // namespace
