@@ -118,8 +118,8 @@ PictureSource::Result PictureReader::FindPicture(long long time, long long earli
         }
         if (!Restart())
             return Result::End;
-        dropBefore = std::max(earliest - back, 0LL);
-        bool const isAll = dropBefore == 0;
+        DropBefore(earliest - back);
+        bool const isAll = dropBefore < 0;
         landing = ReadUpTo(earliest, stop);
         if (isAll)
             break; // nothing was dropped that could show at that time: this is as early as it gets
@@ -139,12 +139,18 @@ PictureReader::Landing PictureReader::SeekAndRead(long long target, long long la
         return stop() ? Landing::Stopped : Landing::Late;
     keylessUntil = target;
     bool const keepsAll = brokenBefore != longAgo && brokenBefore >= earliest;
-    dropBefore = keepsAll ? -1 : std::max(std::min(earliest, latest) - (latest - target), 0LL);
+    DropBefore(keepsAll ? 0 : std::min(earliest, latest) - (latest - target));
     Landing const landing = ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
     bool const isBeyondEnd = landing == Landing::Late && drained && dropBefore > 0;
     if (!isBeyondEnd || !Land(target, latest, stop))
         return landing;
     return ReadUpTo(earliest, stop); // all was dropped: the last picture is wanted
+}
+
+// Not at 0: a picture that began long before it may be the one showing then.
+void PictureReader::DropBefore(long long time)
+{
+    dropBefore = time > 0 ? time : -1;
 }
 
 // Seeks and takes the first key packet of the pictures in hand. False when there is none, or when its picture shows
@@ -177,7 +183,7 @@ PictureReader::Landing PictureReader::ReadOnTo(long long time, long long earlies
         // With pictures dropped in between, the end of what has been read already could not be told.
         ready.clear();
         newest.reset();
-        dropBefore = earliest;
+        DropBefore(earliest);
     }
     Landing const landing = ReadUpTo(earliest, stop);
     bool const isFound = landing == Landing::Late && !ready.isEmpty() && ready.first()->startTime <= time;

@@ -52,6 +52,7 @@ private:
     void SetSkipping(bool skips);
     Result FindPicture(long long time, long long earliest, StopCheck const& stop);
     void Forget();
+    void DropBefore(long long time);
     bool Land(long long time, long long latest, StopCheck const& stop);
     Landing ReadOnTo(long long time, long long earliest, StopCheck const& stop);
     Landing ReadUpTo(long long time, StopCheck const& stop);
