@@ -11,6 +11,8 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 
+#include <QByteArray>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -57,6 +59,13 @@ int RotationOf(VideoStream const& stream)
     bool isNumber = false;
     int const rotation = stream.metadata.value(QStringLiteral("rotate")).toInt(&isNumber, 10);
     return isNumber ? rotation : 0;
+}
+
+// FFmpeg's decoder of VP3 and Theora reads rows of a reference before another thread has finished them: its pictures
+// differ with the number of threads, and from run to run.
+bool HasExactFrameThreads(AVCodecID codec)
+{
+    return codec != AV_CODEC_ID_VP3 && codec != AV_CODEC_ID_VP4 && codec != AV_CODEC_ID_THEORA;
 }
 
 void Flush(AVCodecContext* context)
@@ -172,7 +181,7 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
         return false;
     }
     videoCodecContext->thread_count = 0; // FFmpeg chooses
-    if (info.IsImage())
+    if (info.IsImage() || !HasExactFrameThreads(stream->codecpar->codec_id))
         videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads never work together on one picture
     if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
         logger.Error("Failed to open video decoder."); // without the code, unlike the sound's
@@ -264,6 +273,16 @@ long long MediaInstance::GetPacketTime() const
         return std::numeric_limits<long long>::min();
     AVStream const* stream = formatContext->streams[packet->stream_index];
     return TruncatedTime(static_cast<double>(packet->pts) * MicrosecondsPerTick(stream->time_base));
+}
+
+bool MediaInstance::HasStoredTimes() const
+{
+    if (!formatContext || videoStreamIndex < 0)
+        return formatContext != nullptr;
+    constexpr int elementaryTicks = 1200000; // a second, of FFmpeg's demuxers of elementary streams
+    AVRational const timeBase = formatContext->streams[videoStreamIndex]->time_base;
+    bool const isElementary = timeBase.num == 1 && timeBase.den == elementaryTicks;
+    return !isElementary && !QByteArray(formatContext->iformat->name).endsWith("_pipe");
 }
 
 bool MediaInstance::IsEndOfFile() const

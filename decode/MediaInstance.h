@@ -58,6 +58,11 @@ public:
 
     // Presentation time of the packet in hand in the container's time; the lowest possible time when it bears none.
     long long GetPacketTime() const;
+
+    // Whether the pictures' times stand in the file. Those of an elementary stream, and of images one behind the other,
+    // are counted by FFmpeg: they are right from the beginning on, but not after a seek. False before the file is open.
+    bool HasStoredTimes() const;
+
     bool IsEndOfFile() const; // nothing was left to read; the packet in hand may still be the one that drains
 
     // Whether seeks in this source need to begin well before their target: it has MPEG-1 video.

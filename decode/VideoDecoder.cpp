@@ -90,6 +90,12 @@ bool IsDamaged(AVFrame const& picture)
     return picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0;
 }
 
+bool IsIntraOnly(AVCodecID id)
+{
+    AVCodecDescriptor const* descriptor = avcodec_descriptor_get(id);
+    return descriptor && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+}
+
 // Whether the picture was decoded without any other, as far as the codec tells. What is patched up needs others.
 bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
 {
@@ -98,20 +104,21 @@ bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
     if (FfmpegBridge::IsKeyPicture(picture))
         return true;
     switch (context.codec_id) {
-    case AV_CODEC_ID_H264: return true; // FFmpeg holds back what comes before a point of recovery
+    case AV_CODEC_ID_H264:
+        return true; // FFmpeg holds back what comes before a point of recovery
     case AV_CODEC_ID_HEVC:
     case AV_CODEC_ID_VP8:
     case AV_CODEC_ID_VP9:
-    case AV_CODEC_ID_AV1: return false; // an intra picture between groups does not end what the next ones refer to
-    default: return picture.pict_type == AV_PICTURE_TYPE_I || picture.pict_type == AV_PICTURE_TYPE_NONE;
+    case AV_CODEC_ID_AV1:
+        return false; // an intra picture between groups does not end what the next ones refer to
+    default:
+        return picture.pict_type == AV_PICTURE_TYPE_I || IsIntraOnly(context.codec_id);
     }
 }
 
 } // namespace
 
-VideoDecoder::VideoDecoder()
-    : skipProof(std::make_unique<SkipProof>()), scaler(std::make_unique<PictureScaler>())
-{}
+VideoDecoder::VideoDecoder() : skipProof(std::make_unique<SkipProof>()), scaler(std::make_unique<PictureScaler>()) {}
 
 VideoDecoder::~VideoDecoder() = default;
 
@@ -189,6 +196,7 @@ bool VideoDecoder::HasSkippedInDoubt() const
 void VideoDecoder::BeginAtKeyPicture()
 {
     awaitsKeyPicture = true;
+    hasBegun = false;
 }
 
 bool VideoDecoder::IsBeforeKeyPicture() const
@@ -268,6 +276,8 @@ int VideoDecoder::SendPacket(AVPacket const& packet, QList<std::shared_ptr<Decod
 
 int VideoDecoder::TrySendPacket(AVPacket const& packet, long long seekTime)
 {
+    if (!std::exchange(hasBegun, true))
+        beginTime = packet.pts == AV_NOPTS_VALUE ? std::numeric_limits<long long>::min() : TimeOf(packet.pts);
     if (!seekSkipping)
         return avcodec_send_packet(codecContext, &packet);
     skipProof->Watch(packet);
@@ -323,7 +333,7 @@ void VideoDecoder::NoteDamage(AVFrame const& picture)
 
 bool VideoDecoder::IsLeftOut(long long time, long long seekTime)
 {
-    awaitsKeyPicture = awaitsKeyPicture && !NeedsNoOther(*codecContext, *frame);
+    awaitsKeyPicture = awaitsKeyPicture && (time < beginTime || !NeedsNoOther(*codecContext, *frame));
     return awaitsKeyPicture || IsBeforeSeek(time, seekTime);
 }
 
@@ -434,6 +444,8 @@ int VideoDecoder::DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfSt
 void VideoDecoder::Shutdown()
 {
     codecContext = nullptr;
+    awaitsKeyPicture = false;
+    hasBegun = true;
     resizedPictures.clear();
     frame.reset();
     pictureBuffers.reset();

@@ -40,9 +40,9 @@ public:
     void SetTimesOnly(bool timesOnly);
 
     // While a seek is pending, lets the codec leave out pictures before the target that no other picture can refer to,
-    // wherever the stream's own headers prove that there are such pictures (H.264 of frames only, HEVC of one sub-layer,
-    // progressive MPEG-1, MPEG-2, MPEG-4); elsewhere it changes nothing. Off by default: then each packet is decoded.
-    // To be set before the first packet of a seek, which also begins a new answer of HasSkippedInDoubt.
+    // wherever the stream's own headers prove that there are such pictures (H.264 of frames only, HEVC of one
+    // sub-layer, progressive MPEG-1, MPEG-2, MPEG-4); elsewhere it changes nothing. Off by default: then each packet is
+    // decoded. To be set before the first packet of a seek, which also begins a new answer of HasSkippedInDoubt.
     void SetSeekSkipping(bool skips);
 
     // Whether since the last SetSeekSkipping something was left out and the stream showed a sign of damage: a decoding
@@ -50,8 +50,9 @@ public:
     // may depend on what was left out: seek again without skipping.
     bool HasSkippedInDoubt() const;
 
-    // Leaves out pictures until one comes that was decoded without any other, as the codec tells, not the container.
-    // To be called after a seek by a host that does not trust the container's key flags.
+    // Leaves out pictures until one comes that was decoded without any other, as the codec tells, not the container;
+    // and those that show before the next packet's, which may refer to what was not decoded. To be called after a seek
+    // by a host that wants no picture to be wrong.
     void BeginAtKeyPicture();
 
     // Whether BeginAtKeyPicture still waits for its picture.
@@ -60,13 +61,14 @@ public:
     // Appends the records that `packet` completes: one picture at most for an ordinary packet, after those that the
     // codec wanted to be rid of before it took the packet; all that are held back and the mark of the end for an empty
     // one (no data, no size); the whole image, without a mark, for an image. Nothing decoded waits outside of the codec
-    // between calls, so a host may flush its context at any time. Pictures more than Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A
-    // dropped picture, and a mark of a changed size, end the call: what an empty packet then leaves in the decoder
-    // comes with the next one. A packet that cannot be decoded is lost and logged.
+    // between calls, so a host may flush its context at any time. Pictures more than
+    // Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A dropped picture, and a
+    // mark of a changed size, end the call: what an empty packet then leaves in the decoder comes with the next one. A
+    // packet that cannot be decoded is lost and logged.
     void DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
 
-    // To be called right after records with status 1: takes over the coded size that they tell, and appends the pictures
-    // that they stood for. False when that cannot be.
+    // To be called right after records with status 1: takes over the coded size that they tell, and appends the
+    // pictures that they stood for. False when that cannot be.
     bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames);
 
     // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
@@ -130,6 +132,8 @@ private:
     bool hasSkipped = false; // since SetSeekSkipping
     bool hasDoubt = false;
     bool awaitsKeyPicture = false;
+    bool hasBegun = true;                        // a packet was sent since BeginAtKeyPicture
+    long long beginTime = 0;                     // of its picture
     FfmpegPtr<AVFrame> frame;                    // the picture being turned into a record
     std::vector<ResizedPicture> resizedPictures; // of the last call, for FollowSizeChange
     std::unique_ptr<SkipProof> skipProof;

@@ -46,7 +46,7 @@ bool PictureReader::Open()
     streamStart = std::clamp(stream.startTime, -farAway, farAway);
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
-    canLand = instance->GetPacketTime() != longAgo || info->GetDuration() > 0;
+    canLand = instance->HasStoredTimes() && (instance->GetPacketTime() != longAgo || info->GetDuration() > 0);
     if (stream.codecName == QLatin1String("h264") && info->GetDuration() > 0)
         latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
     return Restart();

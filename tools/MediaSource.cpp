@@ -49,12 +49,6 @@ QString CodecName(AVCodecParameters const& parameters)
     return QString::fromUtf8(avcodec_get_name(parameters.codec_id));
 }
 
-bool IsIntraOnly(AVCodecID id)
-{
-    AVCodecDescriptor const* descriptor = avcodec_descriptor_get(id);
-    return descriptor && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
-}
-
 QString CodecTag(AVCodecParameters const& parameters)
 {
     char text[AV_FOURCC_MAX_STRING_SIZE] = {};
@@ -113,7 +107,6 @@ void MediaSource::TakeStreams(AVFormatContext* formatContext)
         stream.type = TypeOf(*announced->codecpar);
         stream.codec = CodecName(*announced->codecpar);
         stream.tag = CodecTag(*announced->codecpar);
-        stream.isIntraOnly = IsIntraOnly(announced->codecpar->codec_id);
         stream.isAttachedPicture = (announced->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
         streams.append(stream);
     }
@@ -164,22 +157,7 @@ bool MediaSource::HasCoverOnly() const
 
 bool MediaSource::CanSeek() const
 {
-    for (Stream const& stream : streams) {
-        if (stream.codec == QLatin1String("h263"))
-            return false;
-    }
     return packetsBearTimes && !info->IsImage() && info->GetDuration() > 0;
-}
-
-bool MediaSource::StartsCleanly() const
-{
-    static QStringList const clean = {"av1",        "ffv1",   "h264", "hevc", "mpeg1video",
-                                      "mpeg2video", "theora", "vp8",  "vp9",  "vvc"};
-    for (Stream const& stream : streams) {
-        if (stream.type == StreamType::Video && !stream.isIntraOnly && !clean.contains(stream.codec))
-            return false;
-    }
-    return true;
 }
 
 QString MediaSource::Describe() const

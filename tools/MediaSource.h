@@ -26,7 +26,6 @@ public:
         QString codec;                  // FFmpeg's name of the format, "unknown" when it has none
         QString tag;                    // the container's own name of it, such as "avc1"
         bool isAttachedPicture = false; // cover art
-        bool isIntraOnly = false;       // each of its pictures stands alone
     };
 
     explicit MediaSource(QString const& path);
@@ -48,12 +47,8 @@ public:
     bool HasSound() const;
     bool HasCoverOnly() const; // its only pictures are attached ones
 
-    // Whether a seek can be trusted: not in a file without a duration, nor where packets bear no times, nor in H.263,
-    // where old phones flag the wrong packets as key frames.
+    // Whether a seek can be trusted: not in a file without a duration, nor where packets bear no times.
     bool CanSeek() const;
-
-    // Whether the decoder of the pictures shows none before it has met a true key frame, whatever packets it gets.
-    bool StartsCleanly() const;
 
     QString Describe() const;                // what it is: "movie", "still image", "sound with cover art", ...
     QStringList DescribeUndecodable() const; // one line for each stream without a decoder

@@ -50,7 +50,7 @@ bool SourceReader::StartOver()
     seekTime = -1;
     ended = false;
     drains = 0;
-    landing = Landing::Trusted;
+    passesOver = false;
     nextSoundStart = noSound;
     instance.CloseInput();
     bool const isOpen = instance.HasPacket();
@@ -86,25 +86,31 @@ void SourceReader::Seek(long long time)
     seekTime = time;
     ended = false;
     drains = 0;
-    landing = Landing::Skipping;
+    passesOver = true;
     nextSoundStart = noSound;
     instance.Seek(time + source.GetInfo()->GetStartTime());
+    instance.BeginAtKeyPicture(); // by the codec's word, as containers lie
 }
 
 bool SourceReader::HasLandedBy(long long time)
 {
-    while (!ended && landing != Landing::Doubtful && instance.HasPacket()) {
+    while (!ended && instance.HasPacket() && !IsWithoutKeyPicture(time)) {
         DecodeOne(ahead);
         if (!source.HasPictures() && !ahead.sounds.isEmpty())
             return source.ToMediaTime(ahead.sounds.first()->startTime) <= time;
         auto const picture = std::find_if(ahead.pictures.begin(), ahead.pictures.end(),
                                           [](auto const& record) { return IsPicture(*record); });
-        if (picture != ahead.pictures.end() && (*picture)->startTime > time)
-            return false;
-        if (picture != ahead.pictures.end() && landing == Landing::Trusted)
-            return true;
+        if (picture != ahead.pictures.end())
+            return (*picture)->startTime <= time;
     }
     return false;
+}
+
+// What the container called a key picture is none to the codec, and the next true one comes too late.
+bool SourceReader::IsWithoutKeyPicture(long long time) const
+{
+    return source.HasPictures() && instance.IsBeforeKeyPicture() && instance.IsVideoPacket() &&
+           instance.GetPacketTime() > time + source.GetInfo()->GetStartTime() + secondUs;
 }
 
 bool SourceReader::Read(Records& records)
@@ -122,24 +128,17 @@ bool SourceReader::Read(Records& records)
     return true;
 }
 
-// Some decoders make pictures from nothing when they begin between key frames. So the packets up to the first key
-// packet are passed over; and as old phones flag every packet of such a codec, it must be the only one in a row.
-void SourceReader::JudgeLanding()
+// Decoding begins with what the container calls a key packet.
+void SourceReader::PassOverToKeyPacket()
 {
-    while (landing == Landing::Skipping && instance.IsVideoPacket()) {
-        if (instance.IsKeyPacket()) {
-            landing = source.StartsCleanly() ? Landing::Trusted : Landing::OnKey;
-            return;
-        }
+    while (passesOver && instance.IsVideoPacket() && !instance.IsKeyPacket())
         instance.PrepareNextPacket(false);
-    }
-    if (landing == Landing::OnKey && instance.IsVideoPacket())
-        landing = instance.IsKeyPacket() ? Landing::Doubtful : Landing::Trusted;
+    passesOver = passesOver && !instance.IsVideoPacket();
 }
 
 void SourceReader::DecodeOne(Records& records)
 {
-    JudgeLanding();
+    PassOverToKeyPacket();
     bool const isDrain = instance.IsEndOfFile();
     int const firstSound = static_cast<int>(records.sounds.size());
     int const firstPicture = static_cast<int>(records.pictures.size());

@@ -45,13 +45,11 @@ public:
     static bool IsPicture(DecodedVideoFrame const& record); // and no mark
 
 private:
-    // What the packets since the last seek say about the place where it came to.
-    enum class Landing { Skipping, OnKey, Trusted, Doubtful };
-
     void SetMissingRate();
     void Seek(long long time);
     bool HasLandedBy(long long time);
-    void JudgeLanding();
+    bool IsWithoutKeyPicture(long long time) const;
+    void PassOverToKeyPacket();
     void DecodeOne(Records& records);
     void StampDrainedSounds(Records& records, int first);
     void ContinueDrain(Records const& records, int firstPicture);
@@ -60,7 +58,7 @@ private:
     MediaInstance instance;
     Records ahead;           // read by StartAt and not handed out yet
     long long seekTime = -1; // as the video decoder takes it
-    Landing landing = Landing::Trusted;
+    bool passesOver = false; // packets in front of the first key packet since the seek
     bool ended = false;
     int drains = 0;                     // since the end was reached
     long long nextSoundStart = noSound; // of the container, behind the last sound decoded

@@ -46,7 +46,8 @@ Input OpenBest(QString const& path, AVMediaType type, bool threads)
     auto const* decoder = avcodec_find_decoder(input.stream->codecpar->codec_id);
     input.codec.reset(avcodec_alloc_context3(decoder));
     avcodec_parameters_to_context(input.codec.get(), input.stream->codecpar);
-    input.codec->thread_count = threads ? 0 : 1;
+    bool const isTheora = input.codec->codec_id == AV_CODEC_ID_THEORA; // not exact behind frame threads
+    input.codec->thread_count = threads && !isTheora ? 0 : 1;
     if (avcodec_open2(input.codec.get(), decoder, nullptr) < 0)
         throw std::runtime_error("cannot decode " + path.toStdString());
     return input;
