@@ -2,6 +2,7 @@
 
 #include "cache/CacheLock.h"
 #include "cache/OutputBlock.h"
+#include "cache/PlayedFrames.h"
 #include "cache/SharedField.h"
 #include "cache/WrappingTime.h"
 #include "decode/Microseconds.h"
@@ -294,13 +295,13 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
 {
     if (!buffer || framesPerBuffer <= 0 || channels <= 0)
         return 0;
-    FramePointer left; // a frame that nobody else holds any more: it goes when the mutex is free again
+    PlayedFrames played; // released when the mutex is free again
     CacheLock const lock(mutex);
     if (reset || LoadShared(flushCounter) != flushCounterSeen)
-        ResetOutput(left);
+        ResetOutput(played);
     OutputBlock block(buffer, framesPerBuffer, channels, volume, speed, speedPhase);
     if (sampleRate > 0 && speed > 0.0 && std::isfinite(speed))
-        PlayFrames(block, time, sampleRate, /*followsDrift=*/speed == 1.0, left);
+        PlayFrames(block, time, sampleRate, /*followsDrift=*/speed == 1.0, played);
     if (!block.IsFull())
         block.FillWithSilence();
     speedPhase = block.GetPhase();
@@ -309,7 +310,8 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
 
 // Until the block is full or there is no frame. Frames without samples, or too short for the speed, come to an end as
 // well, even in a ring without one.
-void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift, FramePointer& left)
+void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift,
+                              PlayedFrames& played)
 {
     int const mostInVain = ring.GetView().capacity + framesBeyondATurn;
     for (int inVain = 0; !block.IsFull();) {
@@ -317,7 +319,7 @@ void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate
             inVain = PlayOutputFrame(block) ? 0 : inVain;
             continue;
         }
-        TakeOutputFrame(time, sampleRate, left);
+        TakeOutputFrame(time, sampleRate, played);
         if (!outputFrame || ++inVain > mostInVain) {
             outputSlot = -1;
             return;
@@ -331,10 +333,10 @@ void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate
 }
 
 // The drift measured so far stays.
-void DecodedAudio::ResetOutput(FramePointer& left)
+void DecodedAudio::ResetOutput(PlayedFrames& played)
 {
     flushCounterSeen = LoadShared(flushCounter);
-    left = std::exchange(outputFrame, nullptr);
+    played.Take(outputFrame);
     outputSlot = -1;
     outputSamples = nullptr;
     outputFrameStart = 0;
@@ -344,10 +346,9 @@ void DecodedAudio::ResetOutput(FramePointer& left)
 
 // Goes on to the next frame, or to the one at `time` when the place is not known. No frame when there is none, or when
 // the slots came to mean something else in between.
-void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, FramePointer& left)
+void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, PlayedFrames& played)
 {
-    if (outputFrame.use_count() == 1)
-        left = std::move(outputFrame);
+    played.Take(outputFrame);
     bool const isLookup = outputSlot < 0;
     if (isLookup)
         outputGeneration = ring.GetGeneration();
@@ -355,7 +356,7 @@ void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, FramePointer&
     outputSlot = isLookup ? ring.Find(view, time) : SlotAfter(view, view.capacity, outputSlot);
     outputFrame = ring.CopyFrame(view, outputSlot);
     if (ring.GetGeneration() != outputGeneration)
-        outputFrame = nullptr;
+        played.Take(outputFrame);
     if (!outputFrame)
         return;
     outputSamples = outputFrame->samples;
@@ -410,14 +411,15 @@ void DecodedAudio::PaSyncAudio(short* buffer, int framesPerBuffer, long long tim
 void DecodedAudio::RepeatFirstSamples(short* buffer, int framesPerBuffer, int channels, int correction,
                                       int& written) const
 {
-    if (!buffer || channels <= 0 || written >= framesPerBuffer)
+    if (!buffer || channels <= 0)
         return;
     int const readable = outputFrame ? CountReadable(*outputFrame) : 0;
     for (; correction < 0; correction += channels) {
-        int const values = std::min(channels, framesPerBuffer - written);
+        long long const room = std::max(static_cast<long long>(framesPerBuffer) - written, 1LL);
+        int const values = static_cast<int>(std::min<long long>(channels, room));
         for (int i = 0; i < values; ++i)
             buffer[i] = i < readable ? outputSamples[i] : short{0};
-        written += values;
+        written = HeldToInt(static_cast<long long>(written) + values);
         if (written >= framesPerBuffer)
             return;
     }

@@ -9,6 +9,7 @@
 #include <memory>
 
 class OutputBlock;
+class PlayedFrames;
 
 // The decoded sound of one playback in time order, between the decoder, which appends frames as it makes them, and the
 // output callback, which takes samples from them.
@@ -72,14 +73,15 @@ public:
     // Silence where nothing is cached, and throughout for a rate or a speed that makes no sense.
     //
     // Returns the frames counted as written, framesPerBuffer; 0 for no buffer or no room in it, which it leaves alone.
-    // Does not allocate, log, or wait but for the mutex. A frame that the cache has let go of meanwhile is released
+    // Does not allocate, log, or wait but for the mutex. Frames that the cache has let go of meanwhile are released
     // here, once the buffer is complete and the mutex free.
     int PaFillBuffer(short* buffer, int framesPerBuffer, int channels, int sampleRate, long long time, double volume,
                      bool reset, double speed);
 
     // The fill's drift correction, at each change of frame: `time` is where the output has come to, `buffer` where it
     // goes on, `written` what it has counted. Corrects by the average of five measurements in a row beyond 10 ms.
-    // Backwards, it repeats the frame's first samples, unscaled and always at `buffer`, and counts `channels` for each.
+    // Backwards, it repeats the frame's first samples, unscaled and always at `buffer`, and counts `channels` for each,
+    // until `written` comes to framesPerBuffer; one value is written in any case.
     void PaSyncAudio(short* buffer, int framesPerBuffer, long long time, int channels, int sampleRate, int& written);
 
     void FlushPaBuffer();      // the next fill starts over at its time
@@ -100,9 +102,9 @@ private:
     bool StoreFrame(FramePointer frame);
     void PlaceFrame(FramePointer frame);
     void Grow();
-    void PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift, FramePointer& left);
-    void ResetOutput(FramePointer& left); // `left` takes the frame that was being played
-    void TakeOutputFrame(long long time, int sampleRate, FramePointer& left);
+    void PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift, PlayedFrames& played);
+    void ResetOutput(PlayedFrames& played);
+    void TakeOutputFrame(long long time, int sampleRate, PlayedFrames& played);
     bool PlayOutputFrame(OutputBlock& block);
     void RepeatFirstSamples(short* buffer, int framesPerBuffer, int channels, int correction, int& written) const;
 

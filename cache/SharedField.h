@@ -17,6 +17,13 @@ void StoreShared(T& field, std::type_identity_t<T> value, std::memory_order orde
     std::atomic_ref<T>(field).store(value, order);
 }
 
+// What was there before.
+template <typename T>
+T ExchangeShared(T& field, std::type_identity_t<T> value)
+{
+    return std::atomic_ref<T>(field).exchange(value, std::memory_order_acq_rel);
+}
+
 template <typename T>
 void IncrementShared(T& field)
 {

@@ -94,6 +94,7 @@ bool AudioDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
         limited ? FfmpegBridge::DefaultChannelLayout(AvGlobals::maxAudioOutputChannels) : inputLayout;
     outputChannels = std::max(limited ? AvGlobals::maxAudioOutputChannels : channels, 0);
     resamplerChannels = FfmpegBridge::ChannelsInLayout(inputLayout);
+    resampledChannels = FfmpegBridge::ChannelsInLayout(outputLayout);
     if (!resampler)
         return true;
     FfmpegBridge::SetResamplerInputLayout(resampler.get(), inputLayout);
@@ -102,9 +103,16 @@ bool AudioDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     av_opt_set_int(resampler.get(), "out_sample_rate", sampleRate, 0);
     av_opt_set_sample_fmt(resampler.get(), "in_sample_fmt", static_cast<AVSampleFormat>(sampleFormat), 0);
     av_opt_set_sample_fmt(resampler.get(), "out_sample_fmt", AV_SAMPLE_FMT_S16, 0);
-    // A layout of another channel count would not fit the records.
-    resamplerReady = swr_init(resampler.get()) >= 0 && FfmpegBridge::ChannelsInLayout(outputLayout) == outputChannels;
+    SetUpResampler(resamplerChannels);
     return true;
+}
+
+// With its options as they are. It is of use only where it reads the channels that there are and writes those for which
+// the records have room.
+void AudioDecoder::SetUpResampler(int inputChannels)
+{
+    resamplerReady =
+        swr_init(resampler.get()) >= 0 && resamplerChannels == inputChannels && resampledChannels == outputChannels;
 }
 
 void AudioDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedAudioFrame>>& frames)
@@ -190,18 +198,18 @@ double AudioDecoder::NextStart(double start) const
 void AudioDecoder::FollowInputFormat()
 {
     int const frameChannels = FfmpegBridge::ChannelCount(frame.get());
-    bool const channelsChanged = resamplerReady && frameChannels != resamplerChannels;
-    if (!resampler || (frame->format == sampleFormat && !channelsChanged))
+    bool const channelsChanged = frameChannels != resamplerChannels;
+    if (!resampler || (frame->format == sampleFormat && !(resamplerReady && channelsChanged)))
         return;
     if (channelsChanged) {
         uint64_t const mask = FfmpegBridge::ChannelLayoutMask(frame.get());
-        FfmpegBridge::SetResamplerInputLayout(resampler.get(),
-                                              mask != 0 ? mask : FfmpegBridge::DefaultChannelLayout(frameChannels));
-        resamplerChannels = frameChannels;
+        uint64_t const layout = mask != 0 ? mask : FfmpegBridge::DefaultChannelLayout(frameChannels);
+        FfmpegBridge::SetResamplerInputLayout(resampler.get(), layout);
+        resamplerChannels = FfmpegBridge::ChannelsInLayout(layout);
     }
     sampleFormat = frame->format;
     av_opt_set_sample_fmt(resampler.get(), "in_sample_fmt", static_cast<AVSampleFormat>(sampleFormat), 0);
-    resamplerReady = swr_init(resampler.get()) >= 0;
+    SetUpResampler(frameChannels);
 }
 
 // The conversion without a resampler: the first channels of each sample, in their order.

@@ -41,6 +41,7 @@ private:
     bool DrainFrame();
     std::shared_ptr<DecodedAudioFrame> MakeRecord(double start);
     double NextStart(double start) const;
+    void SetUpResampler(int inputChannels);
     void FollowInputFormat();
     void ConvertSampleBySample(short* samples) const;
 
@@ -50,7 +51,8 @@ private:
     bool resamplerReady = false;
     double timeBase = 0.0;     // microseconds per tick
     int resamplerChannels = 0; // that the resampler takes
-    int outputChannels = 0;
-    int sampleFormat = -1; // AVSampleFormat that the resampler takes
-    int sampleRate = 0;    // Hz, before and after
+    int resampledChannels = 0; // that it gives
+    int outputChannels = 0;    // that the records hold
+    int sampleFormat = -1;     // AVSampleFormat that the resampler takes
+    int sampleRate = 0;        // Hz, before and after
 };

@@ -2,6 +2,8 @@
 
 #include "TavolinAVExport.h"
 
+#include <memory>
+
 // The samples of one decoded audio frame: interleaved signed 16-bit values of the output channels at the stream's own
 // rate. Times are container microseconds, both ends inclusive. Shared between the host and the audio cache, which
 // changes its times and counts; the last holder releases it, on any thread.
@@ -20,4 +22,11 @@ struct TAVOLINAV_EXPORT DecodedAudioFrame
     long long startTime = 0;  // of the first sample
     long long endTime = 0;    // one microsecond before the next frame's start
     int tag = -1;             // the host's; frames of different tags are stretched to meet in the cache
+
+private:
+    friend class PlayedFrames;
+
+    // The audio cache's, while its fill ends: links the frames that it is about to release.
+    std::shared_ptr<DecodedAudioFrame> playedBefore;
+    bool isPlayed = false; // linked
 };

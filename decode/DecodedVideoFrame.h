@@ -26,7 +26,7 @@ struct TAVOLINAV_EXPORT DecodedVideoFrame
     DecodedVideoFrame(DecodedVideoFrame const&) = delete;
     DecodedVideoFrame& operator=(DecodedVideoFrame const&) = delete;
 
-    uint8_t* data = nullptr; // owned, from array new
+    uint8_t* data = nullptr; // owned, from array new; a host may take it out, or put in another array in its place
     int size = 0;            // bytes in data
     int width = 0;           // pixels, the aspect ratio of the pixels already applied
     int height = 0;          // pixels
@@ -41,7 +41,8 @@ struct TAVOLINAV_EXPORT DecodedVideoFrame
 private:
     friend class VideoDecoder;
 
-    // Makes `data` a buffer of the store, to which it returns unless the record holds another one by then.
+    // Makes `data` a buffer of the store, which gets it back with the record's end. The store frees what turns out not
+    // to be of that length; a block at another address is freed here.
     void TakeFromStore(std::shared_ptr<PictureBuffers> const& from, int bytes);
 
     std::shared_ptr<PictureBuffers> store;

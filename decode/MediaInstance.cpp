@@ -85,29 +85,44 @@ MediaInstance::~MediaInstance()
 
 bool MediaInstance::Initialize(std::weak_ptr<MediaInfo> newMediaInfo, long long newInstanceId)
 {
-    Shutdown();
-    audioDecoder = std::make_unique<AudioDecoder>();
-    videoDecoder = std::make_unique<VideoDecoder>();
     auto const info = newMediaInfo.lock();
     if (!info || !info->IsInitialized()) {
         Logger::GetInstance().Error(QStringLiteral("Media info not initialized."));
         return false;
     }
-    packet.reset(av_packet_alloc());
+    FfmpegPtr<AVPacket> newPacket(av_packet_alloc());
+    if (!newPacket)
+        return false;
+    Shutdown();
+    ForgetSource();
+    audioDecoder = std::make_unique<AudioDecoder>();
+    videoDecoder = std::make_unique<VideoDecoder>();
+    packet = std::move(newPacket);
     mediaInfo = std::move(newMediaInfo);
     instanceId = static_cast<int>(static_cast<unsigned>(newInstanceId));
     for (VideoStream const& stream : info->GetVideoStreams()) {
         if (stream.codecName == QLatin1String("mpeg1video"))
             requiresLargeSeekOffset = true;
     }
-    return packet != nullptr;
+    return true;
+}
+
+// What was learnt of the source before.
+void MediaInstance::ForgetSource()
+{
+    audioStreamIndex = -1;
+    videoStreamIndex = -1;
+    channelCount = 0;
+    sampleRate = 0;
+    bytesPerSample = 0;
+    planer = false;
+    endOfFile = false;
+    requiresLargeSeekOffset = false;
+    seekFailed = false;
 }
 
 bool MediaInstance::OpenInput()
 {
-    CloseInput();
-    audioStreamIndex = -1;
-    videoStreamIndex = -1;
     auto const info = mediaInfo.lock();
     if (!info || !packet) {
         Logger::GetInstance().Error("Attempted to decode media that does not exist.");
@@ -116,7 +131,10 @@ bool MediaInstance::OpenInput()
     AVFormatContext* opened = nullptr;
     if (!MediaReader::OpenInput(info, &opened))
         return false;
+    CloseInput();
     formatContext.reset(opened);
+    audioStreamIndex = -1;
+    videoStreamIndex = -1;
     if (!info->IsImage())
         avformat_find_stream_info(formatContext.get(), nullptr);
     if (info->GetNumAudioStreams() > 0 && !OpenAudio(*info))

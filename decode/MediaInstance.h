@@ -32,12 +32,14 @@ public:
     MediaInstance& operator=(MediaInstance const&) = delete;
 
     // `mediaInfo` is a probed description, which is not kept alive; `instanceId` is the host's own. False when the
-    // description is gone or not probed. The file is not opened yet.
+    // description is gone or not probed, and then nothing changes. The file is not opened yet. Again, it replaces the
+    // session by one on the new source.
     bool Initialize(std::weak_ptr<MediaInfo> mediaInfo, long long instanceId);
 
     // Opens the file and, where it has such streams, the best audio and video stream; no packet is in hand then, so
-    // most hosts leave the opening to HasPacket. After false, what was opened stays open until CloseInput. An input
-    // that is open already is closed first.
+    // most hosts leave the opening to HasPacket. An input that is open already gives way to the new one; where the
+    // description is gone or the file cannot be opened, it stays as it is. After any other failure, what was opened
+    // stays open until CloseInput.
     bool OpenInput();
 
     void CloseInput(); // can be opened again
@@ -120,6 +122,7 @@ public:
     bool IsPlaner() const;             // each channel in a plane of its own, as decoded
 
 private:
+    void ForgetSource();
     bool OpenAudio(MediaInfo const& info);
     bool OpenVideo(MediaInfo const& info);
     void LoadPacket();

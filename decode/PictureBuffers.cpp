@@ -1,5 +1,7 @@
 #include "decode/PictureBuffers.h"
 
+#include "decode/BlockSize.h"
+
 #include <algorithm>
 #include <new>
 #include <tuple>
@@ -51,7 +53,7 @@ void PictureBuffers::Give(uint8_t* buffer, int size)
 {
     Buffer given(buffer);
     auto const bytes = static_cast<size_t>(size);
-    if (!given || size < smallestKept || bytes > mostKeptBytes)
+    if (!given || size < smallestKept || bytes > mostKeptBytes || ProvenBlockSize(buffer) < bytes + spareBytes)
         return;
     std::array<Buffer, std::tuple_size_v<decltype(kept)>> displaced; // freed after the lock
     std::lock_guard const lock(mutex);

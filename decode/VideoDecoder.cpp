@@ -170,9 +170,9 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
 {
     if (newFrameRate == frameRate)
         return;
-    bool const inRange = newFrameRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
-                         newFrameRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
-    frameRate = inRange ? newFrameRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+    bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
+                          newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
+    frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN is neither
     frameDuration = 1.0 / frameRate * 1000000.0;
 }
 

@@ -67,13 +67,17 @@ private:
     QUuid id;
 
 public:
+    QUuid sourceId; // the host's: a second identity
+
+private:
+    long long duration = 0; // -1: unknown
+
+public:
     // The host's.
-    QUuid sourceId;                  // a second identity
     bool isImage = false;            // a still image, or one of a sequence
     bool isLinearColorSpace = false; // pictures in linear light, to be gamma-encoded
 
 private:
-    long long duration = 0; // -1: unknown
     QMap<QString, QString> metadata;
     QList<AudioStream> audioStreams;
     QList<VideoStream> videoStreams;

@@ -296,6 +296,8 @@ bool MediaReader::ParseAudioProperties(std::shared_ptr<MediaInfo> info, AVFormat
         Logger::GetInstance().Error(QStringLiteral("Failed to open audio codec."), result);
         return false;
     }
+    if (info->audioStreams.isEmpty())
+        return false;
     AudioStream& record = info->audioStreams.last();
     record.streamIndex = static_cast<int>(streamIndex);
     record.codecName = QString::fromUtf8(decoder->name);
@@ -332,6 +334,8 @@ bool MediaReader::ParseVideoProperties(std::shared_ptr<MediaInfo> info, AVFormat
         Logger::GetInstance().Error(QStringLiteral("Failed to open video codec."), result);
         return false;
     }
+    if (info->videoStreams.isEmpty())
+        return false;
     VideoStream& record = info->videoStreams.last();
     record.streamIndex = static_cast<int>(streamIndex);
     record.codecName = QString::fromUtf8(decoder->name);
@@ -378,9 +382,10 @@ bool MediaReader::ParseMedia(std::shared_ptr<MediaInfo> info)
     AVFormatContext* opened = nullptr;
     if (!OpenInput(info, &opened))
         return false;
-    FfmpegPtr<AVFormatContext> const input(opened);
+    FfmpegPtr<AVFormatContext> input(opened);
     int const result = avformat_find_stream_info(input.get(), nullptr);
     if (result < 0) {
+        input.reset(); // before the log, so that its sink may do with the file what it likes
         Logger::GetInstance().Error(
             QStringLiteral("Failed to find stream information for \"%1\"").arg(info->GetFileName()), result);
         return false;

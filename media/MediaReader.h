@@ -29,7 +29,8 @@ public:
     // Adds the tags of `dictionary` (null for none): keys as they stand, values as UTF-8, later ones replacing earlier.
     static void ParseMetadata(AVDictionary* dictionary, QMap<QString, QString>& metadata);
 
-    // Fill the last record of the list from the container's stream; false leaves it as it was, not valid.
+    // Fill the last record of the list from the container's stream; false leaves it as it was, not valid. False, too,
+    // and not logged, where the list has no record.
     static bool ParseAudioProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,
                                      unsigned long streamIndex);
     static bool ParseVideoProperties(std::shared_ptr<MediaInfo> info, AVFormatContext* formatContext,

@@ -874,6 +874,19 @@ TEST(DecodedAudioTest, StopsRepeatingWhenTheBlockIsFull)
     EXPECT_EQ(scene.buffer[2], -7);
 }
 
+// Each value is written before the count is looked at.
+TEST(DecodedAudioTest, RepeatsOneValueWhereTheBlockIsFullAlready)
+{
+    for (int const written : {2000, 2001, INT_MAX}) {
+        SyncScene scene;
+        scene.written = written;
+        scene.Measure({-20000, -20000, -20000, -20000, -20000});
+        EXPECT_EQ(scene.written, written < INT_MAX ? written + 1 : INT_MAX);
+        EXPECT_EQ(scene.buffer[0], 1);
+        EXPECT_EQ(scene.buffer[1], -7);
+    }
+}
+
 TEST(DecodedAudioTest, MeasuresDriftWithATolerance)
 {
     SyncScene scene;
@@ -933,7 +946,7 @@ TEST(DecodedAudioTest, TakesAnyMeasurement)
     for (long long const time : {std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
         SyncScene scene(INT_MAX);
         scene.Measure({time, time, time, time, time, time, time, time, time, time});
-        EXPECT_LE(scene.written, 2000);
+        EXPECT_LE(scene.written, 2001); // the tenth finds a full block
         DecodedAudio nothingPlayed;
         int written = 0;
         for (int i = 0; i < 5; ++i) {

@@ -8,7 +8,9 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 // The sound is a counting sequence: at 1000 Hz sample i is at i milliseconds and says so, left as 1 + i mod 30000,
@@ -210,7 +212,94 @@ private:
     int full = 0;
 };
 
+// The block that this thread is filling, and how many frames were released by then and before it was complete.
+struct FillUnderWay
+{
+    std::vector<short> const* block = nullptr;
+    int released = 0;
+    int releasedEarly = 0;
+};
+
+thread_local FillUnderWay underWay;
+constexpr short notWritten = -7;
+
+void ReleaseWatched(DecodedAudioFrame* frame)
+{
+    if (underWay.block) {
+        ++underWay.released;
+        underWay.releasedEarly += underWay.block->back() == notWritten ? 1 : 0;
+    }
+    delete frame;
+}
+
+// Lets go of each frame while it is being played, so that the output alone holds it.
+class DroppingThread
+{
+public:
+    explicit DroppingThread(DecodedAudio& cache)
+        : thread([this, &cache] {
+              for (isRunning = true; !isOver;) {
+                  auto first = cache.FirstFrame();
+                  bool const isPlayed = first.use_count() > 2; // besides here and the cache
+                  first.reset();
+                  if (isPlayed)
+                      cache.PopFront();
+              }
+          })
+    {
+        while (!isRunning)
+            std::this_thread::yield();
+    }
+
+    ~DroppingThread()
+    {
+        isOver = true;
+        thread.join();
+    }
+
+private:
+    std::atomic<bool> isRunning{false};
+    std::atomic<bool> isOver{false};
+    std::thread thread;
+};
+
+// `frames` frames of `length` values, which tell by whom they are released.
+void AppendWatched(DecodedAudio& cache, int frames, int length)
+{
+    for (int i = 0; i < frames; ++i) {
+        auto frame = std::make_unique<DecodedAudioFrame>();
+        frame->samples = new short[static_cast<size_t>(length)]();
+        frame->sampleCount = frame->sampleCapacity = frame->frameCount = length;
+        frame->sampleRate = sampleRate;
+        frame->startTime = i * length * 1000LL;
+        frame->endTime = frame->startTime + length * 1000LL - 1;
+        cache.AppendFrame({frame.release(), ReleaseWatched});
+    }
+}
+
 } // namespace
+
+TEST(DecodedAudioThreadsTest, ReleasesFramesThatItAloneHoldsWhenTheBlockIsComplete)
+{
+    constexpr int frames = 20;
+    constexpr int length = 20000;
+    int callsWithSeveral = 0;
+    auto const start = std::chrono::steady_clock::now();
+    while (callsWithSeveral < 20 && std::chrono::steady_clock::now() - start < std::chrono::seconds(20)) {
+        DecodedAudio cache;
+        cache.SetMaxFrameCount(frames + 2);
+        AppendWatched(cache, frames, length);
+        DroppingThread const dropping(cache);
+        std::vector<short> block(frames * length, notWritten);
+        underWay = {&block};
+        cache.PaFillBuffer(block.data(), frames * length, 1, sampleRate, 0, 1.0, true, 1.0);
+        FillUnderWay const done = std::exchange(underWay, {});
+        callsWithSeveral += done.released > 1 ? 1 : 0;
+        ASSERT_EQ(done.releasedEarly, 0);
+    }
+    if (callsWithSeveral == 0)
+        GTEST_SKIP() << "the two threads never ran at the same time";
+}
 
 TEST(DecodedAudioThreadsTest, PlaysEverySampleInItsPlaceWhileTheCacheChanges)
 {

@@ -415,6 +415,42 @@ TEST_F(AudioDecoderTest, FollowsAFormatThatIsNotTheOneAnnounced)
     }
 }
 
+// A layout of more channels than the records hold keeps the resampler out, whatever else becomes known later.
+TEST_F(AudioDecoderTest, WritesNoMoreChannelsThanTheRecordHoldsWhenTheFormatChanges)
+{
+    std::vector<float> stereo;
+    Samples left;
+    for (int i = 0; i < 2000; ++i) {
+        stereo.insert(stereo.end(), {static_cast<float>(i) / 32767.0f + 0.00001f, -0.5f});
+        left.push_back(static_cast<short>(i));
+    }
+    for (AVSampleFormat const announced : {AV_SAMPLE_FMT_S16, AV_SAMPLE_FMT_FLT}) {
+        Sound sound(3, 2, 8000, 32, BytesOf(stereo));
+        ASSERT_EQ(sound.Codec()->sample_fmt, AV_SAMPLE_FMT_FLT);
+        sound.decoder.Initialize(sound.Codec(), sound.TimeBase(), 1, stereoLayout, 8000, announced);
+        EXPECT_EQ(DecodedWhole(sound), left) << announced;
+    }
+}
+
+TEST_F(AudioDecoderTest, ReadsNoMoreChannelsThanTheFrameHasWhenTheFormatChanges)
+{
+    QString const packed = MakeMedia("mono.wav", Tone(8000, 1, 0.3) + QStringList{"-c:a", "pcm_f32le"});
+    for (QString const& path : {packed, Layer3(48000, 1)}) {
+        for (AVSampleFormat const announced : {AV_SAMPLE_FMT_NONE, AV_SAMPLE_FMT_S16}) {
+            Sound sound(path);
+            sound.decoder.Initialize(sound.Codec(), sound.TimeBase(), 2, stereoLayout, sound.Codec()->sample_rate,
+                                     announced);
+            EXPECT_EQ(DecodedWhole(sound), Resampled(path, monoLayout, stereoLayout, 2)) << announced;
+            Sound oneByOne(path);
+            oneByOne.Initialize(noLayout);
+            Sound narrow(path);
+            narrow.decoder.Initialize(narrow.Codec(), narrow.TimeBase(), 1, stereoLayout, narrow.Codec()->sample_rate,
+                                      announced);
+            EXPECT_EQ(DecodedWhole(narrow), DecodedWhole(oneByOne)) << announced;
+        }
+    }
+}
+
 // The conversion one by one
 
 TEST_F(AudioDecoderTest, ConvertsUnsignedBytes)

@@ -279,6 +279,59 @@ TEST_F(MediaInstanceTest, MayBeInitialisedAgainWithAnotherSource)
     EXPECT_TRUE(decoded.pictures.isEmpty());
 }
 
+TEST_F(MediaInstanceTest, GoesOnAsItWasWhenASecondInitializeFails)
+{
+    Session session(SoundingMovie());
+    ASSERT_TRUE(session.instance.HasPacket());
+    int pictures = 0;
+    while (pictures < 5)
+        pictures += static_cast<int>(session.Decode().pictures.size());
+    EXPECT_FALSE(session.instance.Initialize({}, 2));
+    EXPECT_FALSE(session.instance.Initialize(std::make_shared<MediaInfo>("not probed"), 2));
+    EXPECT_EQ(session.instance.GetMediaInfo().lock(), session.info);
+    Decoded const rest = DecodeAll(session.instance);
+    EXPECT_EQ(rest.Starts(), EveryFrame(pictures * 40000, 25 - pictures));
+    EXPECT_EQ(rest.Marks(), 1);
+}
+
+TEST_F(MediaInstanceTest, ForgetsTheSourceBeforeWhenItIsInitialisedAgain)
+{
+    Session session(MakeMedia("first.mkv", Picture("64x48", 25, 0.4) + Tone(8000, 2, 0.4) +
+                                               QStringList{"-c:v", "mpeg1video"} + pcm));
+    DecodeAll(session.instance);
+    ASSERT_TRUE(session.instance.IsEndOfFile());
+    ASSERT_TRUE(session.instance.RequiresLargeSeekOffset());
+    auto const other = Probed(SoundFile());
+    ASSERT_TRUE(session.instance.Initialize(other, 2));
+    EXPECT_FALSE(session.instance.IsEndOfFile());
+    EXPECT_FALSE(session.instance.RequiresLargeSeekOffset());
+    EXPECT_EQ(session.instance.GetActiveAudioStreamIndex(), -1);
+    EXPECT_EQ(session.instance.GetActiveVideoStreamIndex(), -1);
+    EXPECT_EQ(session.instance.GetChannelCount(), 0);
+    EXPECT_EQ(session.instance.GetSampleRate(), 0);
+    EXPECT_EQ(session.instance.GetBytesPerSample(), 0);
+}
+
+// First the file goes, then the description.
+TEST_F(MediaInstanceTest, GoesOnWithItsInputWhenItCannotBeOpenedAnew)
+{
+    QTemporaryDir const folder;
+    QString const path = folder.filePath("movie.mkv");
+    ASSERT_TRUE(QFile::copy(SoundingMovie(), path));
+    Session session(path);
+    ASSERT_TRUE(session.instance.HasPacket());
+    int pictures = 0;
+    while (pictures < 5)
+        pictures += static_cast<int>(session.Decode().pictures.size());
+    ASSERT_TRUE(QFile::remove(path));
+    EXPECT_FALSE(session.instance.OpenInput());
+    session.info.reset();
+    EXPECT_FALSE(session.instance.OpenInput());
+    EXPECT_EQ(session.instance.GetActiveVideoStreamIndex(), 0);
+    EXPECT_EQ(session.instance.GetActiveAudioStreamIndex(), 1);
+    EXPECT_EQ(DecodeAll(session.instance).Starts(), EveryFrame(pictures * 40000, 25 - pictures));
+}
+
 TEST_F(MediaInstanceTest, OpensAgainAfterClose)
 {
     Session session(SoundingMovie());

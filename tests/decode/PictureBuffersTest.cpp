@@ -1,5 +1,7 @@
 #include "decode/PictureBuffers.h"
 
+#include "decode/BlockSize.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -23,6 +25,8 @@ TEST(PictureBuffersTest, HandsAGivenBufferToTheNextPictureOfItsSize)
 {
     PictureBuffers store;
     uint8_t* const buffer = store.Take(pictureSize);
+    if (ProvenBlockSize(buffer) == 0)
+        GTEST_SKIP() << "the allocator cannot be asked";
     store.Give(buffer, pictureSize);
     uint8_t* const other = store.Take(pictureSize + 4);
     EXPECT_NE(other, buffer);

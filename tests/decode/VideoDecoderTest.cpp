@@ -15,6 +15,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -473,6 +474,18 @@ TEST(VideoDecoderTest, KeepsARateOfZeroThatItWasGivenFirst)
     EXPECT_EQ(scene.TimeOf(noTime), 20500);
     scene.decoder.SetFrameRate(0.0); // no longer the stored rate
     EXPECT_EQ(scene.Decode({0}).at(0)->frameRate, 24.0);
+}
+
+// It is neither above nor below the range. Pictures without a time then have the time 0.
+TEST(VideoDecoderTest, StoresARateThatIsNotANumber)
+{
+    Scene scene;
+    scene.decoder.SetFrameRate(NAN);
+    Pictures const pictures = scene.Decode({500, noTime, 700}, 600);
+    ASSERT_EQ(StartsOf(pictures), (std::vector<long long>{500, 0, 700}));
+    EXPECT_TRUE(std::isnan(pictures[0]->frameRate));
+    scene.decoder.SetFrameRate(50.0);
+    EXPECT_EQ(scene.Decode({0}).at(0)->frameRate, 50.0);
 }
 
 TEST(VideoDecoderTest, AppliesANewRateToTheNextPictures)

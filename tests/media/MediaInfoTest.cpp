@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -73,6 +74,17 @@ TEST(MediaInfoTest, StartsEmptyWithItsPathAsItStands)
     EXPECT_EQ(info.GetNumVideoStreams(), 0);
     EXPECT_TRUE(info.GetAudioStreams().isEmpty());
     EXPECT_TRUE(info.GetVideoStreams().isEmpty());
+}
+
+// In declared order, without gaps between these: sourceId, duration, isImage.
+TEST(MediaInfoTest, HasItsDurationBetweenTheSecondIdentityAndTheFlags)
+{
+    auto const info = Probed(SmallSound());
+    long long duration = 0;
+    auto const* isImage = reinterpret_cast<char const*>(&info->isImage);
+    std::memcpy(&duration, isImage - sizeof duration, sizeof duration);
+    EXPECT_EQ(duration, 1500000); // 12000 samples at 8000 Hz
+    EXPECT_GE(isImage - sizeof duration, reinterpret_cast<char const*>(&info->sourceId + 1));
 }
 
 TEST(MediaInfoTest, AnswersZeroForThePictureSideWithoutVideo)

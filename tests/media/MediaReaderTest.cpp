@@ -100,6 +100,12 @@ VideoStream VideoAt(int numerator, int denominator)
     return VideoWith({numerator, denominator}, {0, 0});
 }
 
+// A transport stream of nothing but stuffing.
+QByteArray Stuffing()
+{
+    return (QByteArray("\x47\x1f\xff\x10", 4) + QByteArray(184, '\xff')).repeated(50);
+}
+
 // Whether a stream of this rate leaves the record as it was: 25 a second, from the first probe.
 bool LeavesTheTimingAlone(int numerator, int denominator)
 {
@@ -214,17 +220,34 @@ TEST(MediaReaderTest, OpensARelativePath)
     EXPECT_TRUE(Probed(relative)->IsInitialized());
 }
 
-// A transport stream of nothing but stuffing.
 TEST(MediaReaderTest, ReportsMissingStreamInformationWithTheBareFileName)
 {
     LogCapture log;
-    QByteArray const stuffing = QByteArray("\x47\x1f\xff\x10", 4) + QByteArray(184, '\xff');
-    QString const path = WriteMedia("stuffing.ts", stuffing.repeated(50));
+    QString const path = WriteMedia("stuffing.ts", Stuffing());
     auto const info = std::make_shared<MediaInfo>(path);
     EXPECT_FALSE(MediaReader::ParseMedia(info));
     EXPECT_FALSE(info->IsInitialized());
     EXPECT_EQ(log.Lines(),
               (std::vector<LogLine>{ErrorLine("Failed to find stream information for \"stuffing.ts\"", AVERROR_EOF)}));
+}
+
+TEST(MediaReaderTest, ClosesAFileBeforeItReportsItsMissingStreamInformation)
+{
+    QString const path = WriteMedia("stuffing.ts", Stuffing());
+    int reports = 0;
+    int openFiles = -1;
+    Logger::GetInstance().SetSink([&](Logger::Level, QString const&, int) {
+        ++reports;
+        openFiles = 0;
+        for (QFileInfo const& file : QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System))
+            openFiles += file.symLinkTarget() == QFileInfo(path).canonicalFilePath() ? 1 : 0;
+    });
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    MediaReader::ParseMedia(std::make_shared<MediaInfo>(path));
+    Logger::GetInstance().SetSink({});
+    EXPECT_EQ(reports, 1);
+    EXPECT_EQ(openFiles, 1); // the test's own
 }
 
 TEST(MediaReaderTest, SaysNothingAboutAGoodFile)
@@ -475,6 +498,18 @@ TEST(MediaReaderTest, ReportsAnAudioDecoderThatWillNotOpen)
     ASSERT_LT(code, 0);
     EXPECT_FALSE(sound.ReadAudio());
     EXPECT_EQ(log.Lines(), (std::vector<LogLine>{ErrorLine("Failed to open audio codec.", code)}));
+}
+
+TEST(MediaReaderTest, FillsNoRecordWhereTheListHasNone)
+{
+    LogCapture log;
+    Reread movie(MovieWithSound());
+    auto const empty = std::make_shared<MediaInfo>(MovieWithSound());
+    EXPECT_FALSE(MediaReader::ParseVideoProperties(empty, movie.context.get(), 0));
+    EXPECT_FALSE(MediaReader::ParseAudioProperties(empty, movie.context.get(), 1));
+    EXPECT_EQ(empty->GetNumVideoStreams(), 0);
+    EXPECT_EQ(empty->GetNumAudioStreams(), 0);
+    EXPECT_TRUE(log.Lines().empty());
 }
 
 // Parameters whose codec data cannot be allocated.
