@@ -11,7 +11,6 @@
 #include <cmath>
 #include <exception>
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace {
@@ -37,6 +36,15 @@ constexpr double loudest = 1000000.0;
 double Finite(double value)
 {
     return std::isnan(value) ? 0.0 : value;
+}
+
+// Blocks of sound are not asked for as evenly as they play: the clock that they set may fall back a little, which must
+// not show.
+long long Onwards(long long position, long long reported, double speed)
+{
+    if (speed == 0.0)
+        return position;
+    return speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
 }
 
 // Options come from programs and their users: what makes no sense is held to what does.
@@ -92,6 +100,7 @@ void EngineCore::Open(QString const& newPath, bool newIsSequence)
     drift = 0.0;
     Jump(0, Now());
     soughtAtOpening = sought;
+    LeaveOrder();
     Wake();
 }
 
@@ -118,7 +127,7 @@ void EngineCore::SetSpeed(double newSpeed)
     } else {
         waiting = false;
     }
-    clock.SetSpeed(waiting ? 0.0 : speed, now);
+    RunClock(waiting ? 0.0 : speed, now);
     Settle(now);
     Wake();
 }
@@ -130,7 +139,7 @@ void EngineCore::Step(int pictures)
     Settle(now);
     PlaceAt(GetPosition(now), now);
     speed = 0.0;
-    clock.SetSpeed(0.0, now);
+    RunClock(0.0, now);
     waiting = false;
     ended = false;
     preview = false;
@@ -163,18 +172,21 @@ void EngineCore::SetVolume(double newVolume)
 {
     std::lock_guard const lock(mutex);
     volume = std::clamp(Finite(newVolume), 0.0, loudest);
+    Settle(Now());
 }
 
 void EngineCore::SetMuted(bool newMuted)
 {
     std::lock_guard const lock(mutex);
     muted = newMuted;
+    Settle(Now());
 }
 
 void EngineCore::SetMuteAboveSpeed(double newSpeed)
 {
     std::lock_guard const lock(mutex);
     muteAboveSpeed = Finite(newSpeed);
+    Settle(Now());
     Wake();
 }
 
@@ -243,39 +255,34 @@ long long EngineCore::CountBetween(PictureCache::Place const& one, PictureCache:
 
 int EngineCore::FillAudio(short* buffer, int frames, long long delay)
 {
-    std::shared_ptr<SoundOutput> output;
-    SoundRun run;
-    {
-        std::lock_guard const lock(mutex);
-        if (opening || !media || !media->sound || !buffer || frames <= 0)
-            return 0;
-        output = media->sound->GetOutput();
-        long long const origin = media->sound->GetOrigin();
-        long long const now = Now();
-        Settle(now);
-        auto const describe = [&] {
-            bool const runs = speed != 0.0 && !waiting && !ended;
-            run.sought = sought;
-            run.speed = runs ? speed : 0.0;
-            run.sounding = runs && !muted && std::fabs(speed) <= muteAboveSpeed;
-            run.volume = volume;
-        };
-        describe();
-        if (run.speed != 0.0 && output->Follows(run)) {
-            // What has been handed out tells where play is, and where it will be heard.
-            double const position = output->GetPosition() - static_cast<double>(origin);
-            clock.SetPosition(position, now + std::clamp(delay, 0LL, longestDelay));
-            drift = position - static_cast<double>(freeClock.GetPosition(now));
-            Settle(now);
-            describe();
-        } else {
-            freeClock = clock;
-        }
-        run.position = GetPosition(now) + origin;
-        Wake();
+    orders.Update();
+    SoundOrder const& order = orders.Get();
+    if (!order.output || !buffer || frames <= 0)
+        return 0;
+    long long const now = Now();
+    bool const goesOn = order.run.speed != 0.0 && order.output->Follows(order.run);
+    if (!goesOn || order.clockSerial != freeClockSerial) {
+        freeClock = order.clock;
+        freeClockSerial = order.clockSerial;
     }
-    output->Fill(buffer, frames, run);
+    if (goesOn)
+        ReportSound(order, now, delay);
+    SoundRun run = order.run;
+    run.position = Onwards(order.clock.GetPosition(now), order.reported, run.speed) + order.origin;
+    Wake(); // without the lock this may come to nothing; the next block makes up for it
+    order.output->Fill(buffer, frames, run);
     return frames;
+}
+
+// What has been handed out tells where play is, and where it will be heard.
+void EngineCore::ReportSound(SoundOrder const& order, long long now, long long delay)
+{
+    SoundReport report;
+    report.clockSerial = order.clockSerial;
+    report.position = order.output->GetPosition() - static_cast<double>(order.origin);
+    report.instant = now + std::clamp(delay, 0LL, longestDelay);
+    report.drift = report.position - static_cast<double>(freeClock.GetPosition(now));
+    reports.Write(report);
 }
 
 PlaybackStatus EngineCore::GetStatus()
@@ -368,6 +375,7 @@ void EngineCore::Wake()
 
 PlayNeed EngineCore::GetNeed(long long now)
 {
+    TakeReport();
     PlayNeed need;
     need.position = GetPosition(now);
     need.playing = speed != 0.0 && !ended;
@@ -381,30 +389,37 @@ PlayNeed EngineCore::GetNeed(long long now)
     return need;
 }
 
-// Blocks of sound are not asked for as evenly as they play: the clock that they set may fall back a little, which must
-// not show.
+// Never goes against the direction of play.
 long long EngineCore::GetPosition(long long now)
 {
-    long long const position = clock.GetPosition(now);
-    if (speed == 0.0)
-        return position;
-    reported = speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
-    return reported;
+    long long const position = Onwards(clock.GetPosition(now), reported, speed);
+    if (speed != 0.0)
+        reported = position;
+    return position;
 }
 
 // Elsewhere, something else is needed; the decoding thread may have found nothing to do for the former place.
 void EngineCore::PlaceAt(long long position, long long now)
 {
-    if (position != clock.GetPosition(now))
+    if (position != clock.GetPosition(now)) {
+        ++clockSerial;
         Wake();
+    }
     clock.SetPosition(static_cast<double>(position), now);
     reported = position;
+}
+
+void EngineCore::RunClock(double newSpeed, long long now)
+{
+    if (newSpeed != clock.GetSpeed())
+        ++clockSerial;
+    clock.SetSpeed(newSpeed, now);
 }
 
 void EngineCore::Jump(long long position, long long now)
 {
     PlaceAt(position, now);
-    clock.SetSpeed(0.0, now);
+    RunClock(0.0, now);
     waiting = speed != 0.0;
     ended = false;
     preview = false;
@@ -416,8 +431,14 @@ void EngineCore::Jump(long long position, long long now)
 // What has come about since somebody looked last.
 void EngineCore::Settle(long long now)
 {
-    if (opening || !media)
-        return;
+    TakeReport();
+    if (!opening && media)
+        SettlePlay(now);
+    LeaveOrder();
+}
+
+void EngineCore::SettlePlay(long long now)
+{
     if (preview && now >= previewUntil) {
         preview = false;
         Wake();
@@ -428,8 +449,34 @@ void EngineCore::Settle(long long now)
         waiting = false;
         PlaceAt(clock.GetPosition(now), now);
         begunAt = reported;
-        clock.SetSpeed(speed, now);
+        RunClock(speed, now);
     }
+}
+
+void EngineCore::TakeReport()
+{
+    if (!reports.Update() || reports.Get().clockSerial != clockSerial)
+        return;
+    clock.SetPosition(reports.Get().position, reports.Get().instant);
+    drift = reports.Get().drift;
+}
+
+void EngineCore::LeaveOrder()
+{
+    SoundOrder order;
+    if (!opening && media && media->sound) {
+        bool const runs = speed != 0.0 && !waiting && !ended;
+        order.output = media->sound->GetOutput();
+        order.origin = media->sound->GetOrigin();
+        order.run.sought = sought;
+        order.run.speed = runs ? speed : 0.0;
+        order.run.sounding = runs && !muted && std::fabs(speed) <= muteAboveSpeed;
+        order.run.volume = volume;
+        order.clock = clock;
+        order.reported = reported;
+        order.clockSerial = clockSerial;
+    }
+    orders.Write(std::move(order));
 }
 
 void EngineCore::TakeSteps(long long now)
@@ -467,7 +514,7 @@ void EngineCore::KeepWithinMedia(long long now)
         ended = speed < 0.0;
     }
     if (ended) {
-        clock.SetSpeed(0.0, now);
+        RunClock(0.0, now);
         waiting = false;
     }
 }
@@ -554,6 +601,7 @@ void EngineCore::GiveUp(Lock& lock)
         opening = soundOpening = false;
         error = QStringLiteral("Memory has run out.");
     }
+    LeaveOrder();
     lock.unlock();
     LetGo(std::move(former));
     lock.lock();
@@ -572,6 +620,7 @@ void EngineCore::HandleOpening(Lock& lock)
         auto former = std::move(media);
         QString const asked = path;
         bool const askedSequence = isSequence;
+        LeaveOrder();
         lock.unlock();
         LetGo(std::move(former));
         lock.lock();
@@ -615,6 +664,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     error = trouble;
     opening = false;
     soundOpening = media && wantsSound && !soundFirst;
+    LeaveOrder();
     if (!soundOpening)
         return;
 
@@ -628,6 +678,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     soundOpening = false;
     if (sought == soughtAtOpening)
         PlaceAt(GetStart(), Now()); // before the first picture, where the sound begins earlier
+    LeaveOrder();
 }
 
 std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop)
@@ -674,17 +725,9 @@ std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck co
     return sound->Begin(stop) ? std::move(sound) : nullptr;
 }
 
-// An output whose last block is still being filled outlives its media, so that its memory is not freed by the output
-// thread.
+// The output thread may still be filling a block from what goes: no sound is freed there, nor under the lock.
 void EngineCore::LetGo(std::unique_ptr<Media> former)
 {
-    try {
-        if (former && former->sound)
-            formerOutputs.push_back(former->sound->GetOutput());
-    } catch (std::bad_alloc const&) {
-        // The output thread then frees it after all.
-    }
-    former.reset();
-    auto const isUnused = [](std::shared_ptr<SoundOutput> const& output) { return output.use_count() == 1; };
-    formerOutputs.erase(std::remove_if(formerOutputs.begin(), formerOutputs.end(), isUnused), formerOutputs.end());
+    if (former && former->sound)
+        former->sound->GetOutput()->Clear();
 }

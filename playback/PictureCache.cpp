@@ -83,18 +83,19 @@ PictureCache::Span PictureCache::GetSpan() const
     return {cache.GetStartTime(), cache.GetEndTime(), cache.GetFrameCount(), cache.GetSize()};
 }
 
-PictureCache::Balance PictureCache::GetBalance(long long time) const
+PictureCache::Balance PictureCache::GetBalance(long long time)
 {
     std::lock_guard const lock(mutex);
     Balance balance;
-    for (Picture const& picture : GetAll()) {
-        if (picture->endTime < time)
-            balance.before += picture->size;
-        else if (picture->startTime > time)
-            balance.after += picture->size;
-        else
-            balance.current += picture->size;
+    Picture const current = cache.GetFrame(time, 0);
+    if (current) {
+        long long andLater = 0; // but for the last one, as the cache has it
+        cache.GetDirectionalCacheSizes(current->startTime, andLater, balance.before);
+        balance.current = current->size;
+    } else if (cache.FirstFrame() && time > cache.GetEndTime()) {
+        balance.before = cache.GetSize();
     }
+    balance.after = cache.GetSize() - balance.before - balance.current;
     return balance;
 }
 

@@ -62,7 +62,7 @@ public:
     Place Find(long long time, int offset) const;                // the one showing at `time`, moved by `offset`
     int CountBetween(long long time, long long otherTime) const; // pictures between two; -1 when not all are cached
     Span GetSpan() const;                                        // at this moment
-    Balance GetBalance(long long time) const;                    // around `time`, microseconds
+    Balance GetBalance(long long time);                          // around `time`, microseconds
 
     void Append(Picture const& picture); // behind the last or in front of the first
 

@@ -312,7 +312,7 @@ void PictureFeeder::AppendSegment(AskNeed const& ask)
 }
 
 // Bytes that a segment may take: playing or stepping backwards, what shows later than now gives way.
-long long PictureFeeder::RoomBackwards(PlayNeed const& need) const
+long long PictureFeeder::RoomBackwards(PlayNeed const& need)
 {
     PictureCache::Balance const balance = cache.GetBalance(ShownTime(need.position));
     bool const givesWay = (need.playing && !need.forwards) || need.steps < 0;

@@ -71,7 +71,7 @@ private:
     long long LengthBackwards(long long most, long long step) const;
     bool ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop);
     void AppendSegment(AskNeed const& ask);
-    long long RoomBackwards(PlayNeed const& need) const;
+    long long RoomBackwards(PlayNeed const& need);
     bool MakeRoomBehind(PlayNeed const& need);
     void MakeRoomBefore(long long bytes, PlayNeed const& need);
     StopCheck StopForOthers(PlayNeed const& need, AskNeed const& ask);

@@ -30,7 +30,7 @@ public:
     long long GetOrigin() const { return origin; }
     void GetSpan(bool forwards, long long& start, long long& end) const;
 
-    std::shared_ptr<SoundOutput> GetOutput() const { return output; }
+    std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
     // What is decoded in one direction, container time, both ends inclusive. Beyond an end of the sound the rest counts
@@ -53,7 +53,7 @@ private:
 
     std::unique_ptr<SoundReader> const reader;
     long long const origin;
-    std::shared_ptr<SoundOutput> output;
+    std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
 
     mutable std::mutex mutex; // of the covers, written by the decoding thread

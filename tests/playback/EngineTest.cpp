@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <future>
 #include <limits>
 #include <thread>
 
@@ -503,6 +504,41 @@ TEST_F(EngineTest, TheSoundOutputIsTheClock)
     }
     EXPECT_EQ(Status().position, 900000); // where the last block begins
     EXPECT_NEAR(Status().drift, 900000.0, 1000.0);
+}
+
+// Someone is held up in the midst of a look at the state of play, with the lock of it in hand.
+TEST_F(EngineTest, FillsABlockOfSoundWithoutWaitingForWhoLooksAtTheState)
+{
+    auto const holding = std::make_shared<HoldingTime>();
+    PlaybackEngine held(PlaybackOptions(), holding);
+    held.Open(Clips::Made("pure.wav"));
+    held.Seek(1000000);
+    held.SetSpeed(1.0);
+    ASSERT_TRUE(held.WaitUntilReady(patience));
+    std::thread display([&] {
+        holding->HoldThisThread();
+        held.GetStatus();
+    });
+    holding->WaitUntilHeld();
+    std::vector<short> block(2 * 4410);
+    auto const filled = std::async(std::launch::async, [&] { return held.FillAudio(block.data(), 4410); });
+    EXPECT_EQ(filled.wait_for(std::chrono::milliseconds(patience)), std::future_status::ready);
+    holding->LetGo();
+    display.join();
+    EXPECT_GT(std::count_if(block.begin(), block.end(), [](short value) { return value != 0; }), 4410);
+}
+
+TEST_F(EngineTest, TheSoundOfASeekComesWithTheNextBlock)
+{
+    Open("tone.wav");
+    engine.SetSpeed(1.0);
+    Wait();
+    Block(441);
+    engine.Seek(3000000);
+    Wait();
+    Block(4410);
+    Block(4410);
+    EXPECT_EQ(Status().position, 3100000); // where the last block begins
 }
 
 TEST_F(EngineTest, PausedAndMutedAreSilent)
