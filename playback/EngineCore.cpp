@@ -18,7 +18,8 @@ namespace {
 constexpr long long second = 1000000;
 constexpr double fastest = 16.0;
 
-// Sound decoded ahead, in time of playing: below the first it comes before pictures, up to the second after them.
+// Sound decoded ahead, in time of playing: below the first it comes before pictures while play runs, up to the second
+// after them.
 constexpr long long soundUrgent = second / 2;
 constexpr long long soundAhead = 2 * second;
 
@@ -383,7 +384,7 @@ PlayNeed EngineCore::GetNeed(long long now)
     need.speed = clock.GetSpeed();
     need.steps = steps;
     need.preview = preview;
-    need.hushed = std::fabs(speed) > muteAboveSpeed;
+    need.hushed = std::fabs(speed) > muteAboveSpeed || (preview && speed == 0.0);
     need.opened = opened;
     need.sought = sought;
     return need;
@@ -607,10 +608,16 @@ void EngineCore::GiveUp(Lock& lock)
     lock.lock();
 }
 
+// While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
+// picture to show comes first.
 bool EngineCore::Feed(Media& fed, PlayNeed const& need, AskNeed const& ask)
 {
-    return (fed.sound && fed.sound->Work(need, ask, soundUrgent)) || (fed.pictures && fed.pictures->Work(need, ask)) ||
-           (fed.sound && fed.sound->Work(need, ask, soundAhead));
+    auto const workOnPictures = [&] { return fed.pictures && fed.pictures->Work(need, ask); };
+    auto const workOnSound = [&](long long ahead) { return fed.sound && fed.sound->Work(need, ask, ahead); };
+    bool const runs = need.speed != 0.0;
+    bool const isPictureAwaited = fed.pictures && (need.steps != 0 || !fed.pictures->IsReady(need));
+    return (!runs && isPictureAwaited && workOnPictures()) || workOnSound(runs ? soundUrgent : soundToWaitFor) ||
+           workOnPictures() || workOnSound(soundAhead);
 }
 
 void EngineCore::HandleOpening(Lock& lock)

@@ -493,6 +493,43 @@ TEST_F(EngineTest, APreviewIsAnyPictureAndTheExactOneFollows)
 
 // ---- Sound
 
+// Decoding is made slow, so that the order in which things come is seen.
+TEST_F(EngineTest, WhilePausedThePictureOfASeekComesBeforeItsSound)
+{
+    PlaybackOptions options;
+    options.cacheBudget = 0;
+    PlaybackEngine slow(options, std::make_shared<SlowLooks>());
+    slow.Open(Clips::Made("gop12.mp4"));
+    ASSERT_TRUE(slow.WaitUntilReady(patience));
+    for (long long const target : {5000000, 2000000, 7000000}) {
+        slow.Seek(target);
+        bool hasSound = false;
+        for (int looks = 0; looks < 100000 && !hasSound; ++looks) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+            PlaybackStatus const status = slow.GetStatus();
+            hasSound = status.soundStart <= target && status.soundEnd > target;
+            if (hasSound) {
+                auto const picture = slow.GetPicture();
+                ASSERT_TRUE(picture);
+                EXPECT_EQ(picture->startTime, target);
+            }
+        }
+        EXPECT_TRUE(hasSound);
+    }
+}
+
+TEST_F(EngineTest, APreviewWhilePausedDecodesNoSound)
+{
+    Open("gop12.mp4");
+    engine.SeekPreview(6000000);
+    Wait();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_LT(Status().soundEnd, 6000000);
+    time->Advance(200000);
+    Wait();
+    EXPECT_GE(Status().soundEnd, 7000000);
+}
+
 TEST_F(EngineTest, TheSoundOutputIsTheClock)
 {
     Open("gop12.mp4");

@@ -3,6 +3,7 @@
 #include "playback/TimeSource.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -33,6 +34,21 @@ private:
     long long const haste; // microseconds a look
     std::thread::id const maker = std::this_thread::get_id();
     mutable std::atomic<long long> time = 1000;
+};
+
+// A time that stands still, but each look at it from another thread than that of its maker takes a while.
+class SlowLooks : public TimeSource
+{
+public:
+    long long GetTime() const override
+    {
+        if (std::this_thread::get_id() != maker)
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        return 1000;
+    }
+
+private:
+    std::thread::id const maker = std::this_thread::get_id();
 };
 
 // A time that stands still, and with it whoever looks at it on one thread, until it is let go of.
