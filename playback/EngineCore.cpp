@@ -304,6 +304,9 @@ PlaybackStatus EngineCore::GetStatus()
     status.drift = drift;
     if (media && !opening)
         FillStatusOfMedia(status);
+    // The ends of what is still opening, or has only just been read to its end, have not been heeded yet.
+    long long const end = status.durationKnown ? status.start + status.duration : farAway;
+    status.position = std::clamp(status.position, status.start, std::max(status.start, end));
     return status;
 }
 
@@ -507,16 +510,23 @@ void EngineCore::KeepWithinMedia(long long now)
         Jump(first, now);
     } else if (loops && speed < 0.0 && position < first) {
         Jump(last, now);
-    } else if (IsEndKnown() && position >= GetEnd()) {
-        PlaceAt(GetEnd(), now);
-        ended = speed > 0.0;
-    } else if (position <= GetStart() && (speed < 0.0 || position < GetStart()) && !waiting && !soundOpening) {
-        PlaceAt(GetStart(), now);
-        ended = speed < 0.0;
+    } else if (!soundOpening) { // it may begin earlier
+        KeepWithinEnds(position, now);
     }
     if (ended) {
         RunClock(0.0, now);
         waiting = false;
+    }
+}
+
+void EngineCore::KeepWithinEnds(long long position, long long now)
+{
+    if (IsEndKnown() && position >= GetEnd()) {
+        PlaceAt(GetEnd(), now);
+        ended = speed > 0.0;
+    } else if (position < GetStart() || (position == GetStart() && speed < 0.0)) {
+        PlaceAt(GetStart(), now);
+        ended = speed < 0.0 && !waiting; // not before the first picture is there
     }
 }
 
@@ -529,7 +539,8 @@ bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
 
 bool EngineCore::IsEndKnown() const
 {
-    return (!media->pictures || media->pictures->GetEnd() >= 0) && (!media->sound || media->sound->IsEndKnown());
+    return !soundOpening && (!media->pictures || media->pictures->GetEnd() >= 0) &&
+           (!media->sound || media->sound->IsEndKnown());
 }
 
 long long EngineCore::GetStart() const

@@ -117,6 +117,7 @@ private:
     void LeaveOrder();
     void TakeSteps(long long now);
     void KeepWithinMedia(long long now);
+    void KeepWithinEnds(long long position, long long now);
     void Jump(long long position, long long now);
     void PlaceAt(long long position, long long now);
     void RunClock(double speed, long long now);

@@ -30,7 +30,7 @@ struct PlaybackStatus
     QString path;                                // as it was given to Open
     QString error; // what went wrong last in what is open, one sentence for the reader; empty when nothing did
 
-    long long position = 0;     // between the start and the end
+    long long position = 0;     // not before the start, and not after the end once that is known
     long long start = 0;        // below 0 where the sound begins before the first picture
     long long duration = 0;     // from `start` to the end
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached

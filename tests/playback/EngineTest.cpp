@@ -209,6 +209,46 @@ TEST_F(EngineTest, PositionsStayWithinTheMedia)
     EXPECT_EQ(Status().position, 0);
 }
 
+// Nothing is decoded meanwhile, so that play waits for the new place.
+TEST_F(EngineTest, PositionsStayWithinTheMediaWhilePlayWaitsAndWhileItOpens)
+{
+    for (double const speed : {-1.0, 1.0, 0.0}) {
+        for (long long const time : {std::numeric_limits<long long>::min(), -1LL}) {
+            engine.Open(Clips::Made("gop12.mp4"));
+            engine.SetSpeed(speed);
+            engine.Seek(time);
+            EXPECT_GE(Status().position, 0);
+            Wait();
+            engine.Seek(4000000);
+            Wait();
+            engine.Seek(time);
+            EXPECT_GE(Status().position, Status().start);
+            Wait();
+            EXPECT_GE(Status().position, Status().start);
+        }
+    }
+    engine.Seek(std::numeric_limits<long long>::max()); // the end is known from then on
+    Wait();
+    for (double const speed : {-1.0, 1.0, 0.0}) {
+        engine.SetSpeed(speed);
+        engine.Seek(std::numeric_limits<long long>::max());
+        EXPECT_LE(Status().position, Status().start + Status().duration);
+        Wait();
+    }
+}
+
+TEST_F(EngineTest, ASeekWhileTheSoundIsOpeningGoesBeyondThePictures)
+{
+    for (int i = 0; i < 20; ++i) {
+        engine.Open(Clips::Made("cover.mp3"));
+        engine.Seek(2000000);
+        while (Status().state == PlaybackState::Opening) {
+        }
+        Wait();
+        EXPECT_EQ(Status().position, 2000000);
+    }
+}
+
 TEST_F(EngineTest, EveryArgumentIsSafe)
 {
     long long const least = std::numeric_limits<long long>::min();
