@@ -195,7 +195,6 @@ void EngineCore::SetCacheBudget(long long bytes)
 {
     std::lock_guard const lock(mutex);
     budget = std::clamp(bytes, 0LL, mostBytes);
-    budgetAsked = true;
     Wake();
 }
 
@@ -324,7 +323,8 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
         PictureCache::Span const span = media->pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;
-        status.cachedBytes = span.bytes + media->pictures->GetPendingBytes();
+        status.cachedBytes = span.bytes;
+        status.cacheBudget = span.budget;
         status.picturesDecoded = media->pictures->GetDecodedCount();
         status.decodeRate = media->pictures->GetDecodeRate();
         if (status.error.isEmpty())
@@ -388,6 +388,7 @@ PlayNeed EngineCore::GetNeed(long long now)
     need.steps = steps;
     need.preview = preview;
     need.hushed = std::fabs(speed) > muteAboveSpeed || (preview && speed == 0.0);
+    need.budget = budget;
     need.opened = opened;
     need.sought = sought;
     return need;
@@ -592,11 +593,7 @@ bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
 {
     Settle(Now());
     PlayNeed const need = GetNeed(Now());
-    long long const newBudget = budget;
-    bool const changesBudget = std::exchange(budgetAsked, false);
     lock.unlock();
-    if (changesBudget && media->pictures)
-        media->pictures->SetBudget(newBudget, need.position);
     bool const worked = Feed(*media, need, ask);
     lock.lock();
     Settle(Now());
@@ -718,7 +715,6 @@ std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QS
     {
         std::lock_guard const lock(mutex);
         newBudget = budget;
-        budgetAsked = false;
     }
     made->pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, newBudget);
     if (made->pictures->Begin(stop)) {

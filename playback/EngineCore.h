@@ -152,7 +152,6 @@ private:
     QString path;
     bool isSequence = false;
     long long budget;
-    bool budgetAsked = false;
 
     std::unique_ptr<Media> media;
     bool opening = false;      // until there is a picture or a sound to begin with, or the failure is known

@@ -13,6 +13,7 @@ struct PlayNeed
     int steps = 0;        // pictures still to step, negative ones backwards
     bool preview = false; // any picture near the position will do for now
     bool hushed = false;  // no sound is wanted: at this speed, or for a preview while paused
+    long long budget = 0; // bytes of cached pictures
     long long opened = 0; // counts Open and Close
     long long sought = 0; // counts changes of the position other than by play
 };

@@ -401,22 +401,23 @@ TEST_F(EngineTest, TheBudgetHoldsBothWays)
     engine.SetSpeed(-1.0);
     for (int i = 0; i < 300; ++i) {
         Wait();
-        EXPECT_LE(Status().cachedBytes, budget + picture) << i;
+        EXPECT_LE(Status().cachedBytes, budget) << i;
         EXPECT_EQ(Shown(), 15000000 - i * 40000);
         time->Advance(40000);
     }
     engine.SetSpeed(1.0);
     for (int i = 0; i < 100; ++i) {
         Wait();
-        EXPECT_LE(Status().cachedBytes, budget + picture) << i;
+        EXPECT_LE(Status().cachedBytes, budget) << i;
         Shown();
         time->Advance(40000);
     }
     engine.SetCacheBudget(10 * picture);
     Wait();
-    for (int tries = 0; tries < 100 && Status().cachedBytes > 11 * picture; ++tries)
+    for (int tries = 0; tries < 100 && Status().cacheBudget > 10 * picture; ++tries)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_LE(Status().cachedBytes, 11 * picture);
+    EXPECT_EQ(Status().cacheBudget, 10 * picture);
+    EXPECT_LE(Status().cachedBytes, 10 * picture);
     EXPECT_EQ(Status().picturesDropped, 0);
 }
 

@@ -67,4 +67,41 @@ TEST(PictureCacheTest, TellsTheSameWhereItsPicturesGoRound)
     }
 }
 
+TEST(PictureCacheTest, CountsThePicturesThatWaitAndKeepsFourWhateverTheBudget)
+{
+    PictureCache cache;
+    cache.SetBudget(100, 12, 0);
+    cache.Append(PictureAt(200000, 4));
+    EXPECT_TRUE(cache.HasRoomFor(88));
+    EXPECT_TRUE(cache.HasRoomFor(89)); // with fewer than four
+    cache.AddWaiting(PictureAt(80000, 4));
+    cache.AddWaiting(PictureAt(120000, 4));
+    EXPECT_EQ(cache.GetSpan().bytes, 36);
+    EXPECT_EQ(cache.GetSpan().count, 1);
+    EXPECT_TRUE(cache.HasRoomFor(1000));
+    cache.AddWaiting(PictureAt(160000, 4));
+    EXPECT_TRUE(cache.HasRoomFor(52));
+    EXPECT_FALSE(cache.HasRoomFor(53));
+    EXPECT_EQ(cache.TakeFirstWaiting()->startTime, 80000);
+    EXPECT_EQ(cache.AppendLastWaiting()->startTime, 160000);
+    EXPECT_EQ(cache.GetSpan().bytes, 36);
+    EXPECT_EQ(cache.GetSpan().start, 160000);
+    EXPECT_EQ(cache.TakeAllWaiting().size(), 1U);
+    EXPECT_EQ(cache.GetSpan().bytes, 24);
+}
+
+TEST(PictureCacheTest, LessBudgetLeavesThePicturesNextToTheMoment)
+{
+    PictureCache cache;
+    AppendFour(cache);
+    for (int i = 4; i < 8; ++i)
+        cache.Append(PictureAt(40000LL * i, 4));
+    EXPECT_EQ(cache.SetBudget(0, 96, 80000).size(), 4U);
+    EXPECT_EQ(cache.GetSpan().start, 80000);
+    EXPECT_EQ(cache.GetSpan().end, 239999);
+    cache.SetBudget(24, 96, 1000000); // nothing shows then: the last ones stay
+    EXPECT_EQ(cache.GetSpan().count, 4);
+    EXPECT_EQ(cache.GetSpan().end, 239999);
+}
+
 } // namespace
