@@ -11,6 +11,8 @@
 #include <cmath>
 #include <exception>
 #include <limits>
+#include <new>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -46,6 +48,23 @@ long long Onwards(long long position, long long reported, double speed)
     if (speed == 0.0)
         return position;
     return speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
+}
+
+// One sentence for the reader, without an allocation where there may be no memory.
+QString TroubleOf(std::exception const& exception)
+{
+    QString const noMemory = QStringLiteral("Memory has run out.");
+    if (dynamic_cast<std::bad_alloc const*>(&exception))
+        return noMemory;
+    auto const* refusal = dynamic_cast<std::system_error const*>(&exception);
+    bool const isThread = refusal && refusal->code() == std::errc::resource_unavailable_try_again;
+    try {
+        QString const what = QString::fromLocal8Bit(exception.what());
+        return isThread ? QStringLiteral("A thread could not be started: %1.").arg(what)
+                        : QStringLiteral("Decoding was broken off: %1.").arg(what);
+    } catch (std::bad_alloc const&) {
+        return noMemory;
+    }
 }
 
 // Options come from programs and their users: what makes no sense is held to what does.
@@ -578,8 +597,8 @@ void EngineCore::Run()
             HandleOpening(lock);
             seen = wakes;
             worked = media && !opening && WorkOnce(lock, ask);
-        } catch (std::exception const&) {
-            GiveUp(lock);
+        } catch (std::exception const& exception) {
+            GiveUp(lock, TroubleOf(exception));
         }
         progress.notify_all();
         wake.wait(lock, [&] { return worked || quitting || wakes != seen; });
@@ -600,15 +619,15 @@ bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
     return worked;
 }
 
-// Only memory, and the threads of a sequence, can run out so. What was interrupted cannot be trusted any more.
-void EngineCore::GiveUp(Lock& lock)
+// What was interrupted cannot be trusted any more.
+void EngineCore::GiveUp(Lock& lock, QString const& trouble)
 {
     if (!lock.owns_lock())
         lock.lock();
     auto former = std::move(media);
     if (!openingAsked) {
         opening = soundOpening = false;
-        error = QStringLiteral("Memory has run out.");
+        error = trouble;
     }
     LeaveOrder();
     lock.unlock();

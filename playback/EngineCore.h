@@ -95,7 +95,7 @@ private:
     // The decoding thread.
     void Run();
     bool WorkOnce(Lock& lock, AskNeed const& ask);
-    void GiveUp(Lock& lock);
+    void GiveUp(Lock& lock, QString const& trouble);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
     std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);

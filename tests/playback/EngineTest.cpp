@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -150,6 +152,39 @@ TEST_F(EngineTest, AFileWhoseNameIsAPatternIsThatFile)
     engine.Open(folder.filePath("take.####.ppm"));
     Wait();
     EXPECT_EQ(Status().kind, SourceKind::Sequence);
+}
+
+#if defined(__GLIBC__)
+// Each file of a sequence is decoded on a thread of its own, for which there is no room.
+TEST_F(EngineTest, SaysThatAThreadCouldNotBeStartedAndGoesOnAfterwards)
+{
+    engine.GetStatus(); // its own thread is running
+    QString const sequence = Clips::MadeSequence();
+    pthread_attr_t usual;
+    pthread_attr_t huge;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    ASSERT_EQ(pthread_getattr_default_np(&huge), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, size_t{1} << 47), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    engine.Open(sequence);
+    EXPECT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_EQ(pthread_setattr_default_np(&usual), 0);
+    EXPECT_EQ(Status().state, PlaybackState::Closed);
+    EXPECT_EQ(Status().error, QString("A thread could not be started: Resource temporarily unavailable."));
+    engine.Open(sequence);
+    Wait();
+    EXPECT_TRUE(engine.GetPicture());
+    EXPECT_EQ(Status().error, QString());
+}
+#endif
+
+TEST_F(EngineTest, SaysWhatAnExceptionSays)
+{
+    PlaybackEngine failing(PlaybackOptions(), std::make_shared<FailingTime>());
+    failing.Open(Clips::Made("gop12.mp4"));
+    EXPECT_TRUE(failing.WaitUntilReady(patience));
+    EXPECT_EQ(failing.GetStatus().state, PlaybackState::Closed);
+    EXPECT_EQ(failing.GetStatus().error, QString("Decoding was broken off: The clock is gone."));
 }
 
 // ---- Time

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 // A time that stands still until it is told to go on.
@@ -44,6 +45,21 @@ public:
     {
         if (std::this_thread::get_id() != maker)
             std::this_thread::sleep_for(std::chrono::microseconds(200));
+        return 1000;
+    }
+
+private:
+    std::thread::id const maker = std::this_thread::get_id();
+};
+
+// A time that cannot be told on another thread than that of its maker.
+class FailingTime : public TimeSource
+{
+public:
+    long long GetTime() const override
+    {
+        if (std::this_thread::get_id() != maker)
+            throw std::runtime_error("The clock is gone");
         return 1000;
     }
 
