@@ -140,6 +140,32 @@ TEST_F(EngineTest, WithoutPicturesAMovieIsItsSound)
     EXPECT_EQ(sound.FillAudio(sample, 1), 1);
 }
 
+TEST_F(EngineTest, AMovieWhoseSoundHasNoDecoderShowsItsPictures)
+{
+    engine.Open(Clips::WithoutDecoder("gop12.mp4", "mp4a"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Movie);
+    EXPECT_EQ(Status().error, QString("There is no decoder for the sound of \"without-mp4a-gop12.mp4\"."));
+    EXPECT_EQ(Status().channels, 0);
+    engine.Seek(4010000);
+    Wait();
+    EXPECT_EQ(Shown(), 4000000);
+}
+
+TEST_F(EngineTest, AMovieWhosePicturesHaveNoDecoderPlaysItsSound)
+{
+    engine.Open(Clips::WithoutDecoder("gop12.mp4", "avc1"));
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Sound);
+    EXPECT_EQ(Status().error, QString("There is no decoder for the pictures of \"without-avc1-gop12.mp4\"."));
+    EXPECT_EQ(Status().sampleRate, 44100);
+    engine.SetSpeed(1.0);
+    Wait();
+    auto const blocks = Block(4410);
+    EXPECT_NE(std::count(blocks.begin(), blocks.end(), 0), 8820);
+    EXPECT_FALSE(engine.GetPicture());
+}
+
 TEST_F(EngineTest, AFileWhoseNameIsAPatternIsThatFile)
 {
     QTemporaryDir const folder;
