@@ -208,6 +208,12 @@ void SetStartTime(VideoStream& record, MediaInfo const& info, long long startTim
             .arg(QString::number(record.streamIndex), info.GetFileName(), QString::number(startTime)));
 }
 
+template <typename Stream>
+bool HasValid(QList<Stream> const& streams)
+{
+    return std::any_of(streams.begin(), streams.end(), [](Stream const& stream) { return stream.valid; });
+}
+
 // Takes the picture of the stream's first packet out of a codec that would deliver it only after the pictures that it
 // decodes meanwhile. A codec that has none to give starts anew with that packet.
 void DrainFirstPicture(VideoDecoder& decoder, AVCodecContext* context, AVPacket const* first,
@@ -268,6 +274,28 @@ bool MediaReader::OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** f
         return false;
     }
     return true;
+}
+
+std::shared_ptr<MediaInfo> MediaReader::WithoutUndecodable(std::shared_ptr<MediaInfo> info)
+{
+    bool const hasPictures = HasValid(info->videoStreams);
+    bool const hasSound = HasValid(info->audioStreams);
+    bool const leavesPictures = hasSound && !hasPictures && !info->videoStreams.isEmpty();
+    bool const leavesSound = hasPictures && !hasSound && !info->audioStreams.isEmpty();
+    if (!leavesPictures && !leavesSound)
+        return info;
+    auto const half = std::make_shared<MediaInfo>(info->filePath);
+    half->initialized = info->initialized;
+    half->sourceId = info->sourceId;
+    half->isImage = info->isImage;
+    half->isLinearColorSpace = info->isLinearColorSpace;
+    half->duration = info->duration;
+    half->metadata = info->metadata;
+    if (leavesPictures)
+        half->audioStreams = info->audioStreams;
+    else
+        half->videoStreams = info->videoStreams;
+    return half;
 }
 
 void MediaReader::ParseMetadata(AVDictionary* dictionary, QMap<QString, QString>& metadata)

@@ -23,6 +23,11 @@ public:
     // again, it rebuilds the streams and adds to the tags.
     static bool ParseMedia(std::shared_ptr<MediaInfo> info);
 
+    // The same source described for decoding it. A session refuses a source with a stream of sound and none that has a
+    // decoder, and one with pictures alike: that half is left out where the other can be decoded. Otherwise `info`
+    // itself, which is only read, after ParseMedia.
+    static std::shared_ptr<MediaInfo> WithoutUndecodable(std::shared_ptr<MediaInfo> info);
+
     // `*formatContext` receives the opened file, the caller's to close; false leaves it null.
     static bool OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** formatContext);
 

@@ -12,6 +12,7 @@
 #include <exception>
 #include <limits>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -19,7 +20,8 @@ namespace {
 constexpr long long second = 1000000;
 constexpr double fastest = 16.0;
 
-// Sound decoded ahead, in time of playing: below the first it comes before pictures, up to the second after them.
+// Sound decoded ahead, in time of playing: below the first it comes before pictures while play runs, up to the second
+// after them.
 constexpr long long soundUrgent = second / 2;
 constexpr long long soundAhead = 2 * second;
 
@@ -37,6 +39,32 @@ constexpr double loudest = 1000000.0;
 double Finite(double value)
 {
     return std::isnan(value) ? 0.0 : value;
+}
+
+// Blocks of sound are not asked for as evenly as they play: the clock that they set may fall back a little, which must
+// not show.
+long long Onwards(long long position, long long reported, double speed)
+{
+    if (speed == 0.0)
+        return position;
+    return speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
+}
+
+// One sentence for the reader, without an allocation where there may be no memory.
+QString TroubleOf(std::exception const& exception)
+{
+    QString const noMemory = QStringLiteral("Memory has run out.");
+    if (dynamic_cast<std::bad_alloc const*>(&exception))
+        return noMemory;
+    auto const* refusal = dynamic_cast<std::system_error const*>(&exception);
+    bool const isThread = refusal && refusal->code() == std::errc::resource_unavailable_try_again;
+    try {
+        QString const what = QString::fromLocal8Bit(exception.what());
+        return isThread ? QStringLiteral("A thread could not be started: %1.").arg(what)
+                        : QStringLiteral("Decoding was broken off: %1.").arg(what);
+    } catch (std::bad_alloc const&) {
+        return noMemory;
+    }
 }
 
 // Options come from programs and their users: what makes no sense is held to what does.
@@ -92,6 +120,7 @@ void EngineCore::Open(QString const& newPath, bool newIsSequence)
     drift = 0.0;
     Jump(0, Now());
     soughtAtOpening = sought;
+    LeaveOrder();
     Wake();
 }
 
@@ -118,7 +147,7 @@ void EngineCore::SetSpeed(double newSpeed)
     } else {
         waiting = false;
     }
-    clock.SetSpeed(waiting ? 0.0 : speed, now);
+    RunClock(waiting ? 0.0 : speed, now);
     Settle(now);
     Wake();
 }
@@ -130,7 +159,7 @@ void EngineCore::Step(int pictures)
     Settle(now);
     PlaceAt(GetPosition(now), now);
     speed = 0.0;
-    clock.SetSpeed(0.0, now);
+    RunClock(0.0, now);
     waiting = false;
     ended = false;
     preview = false;
@@ -163,18 +192,21 @@ void EngineCore::SetVolume(double newVolume)
 {
     std::lock_guard const lock(mutex);
     volume = std::clamp(Finite(newVolume), 0.0, loudest);
+    Settle(Now());
 }
 
 void EngineCore::SetMuted(bool newMuted)
 {
     std::lock_guard const lock(mutex);
     muted = newMuted;
+    Settle(Now());
 }
 
 void EngineCore::SetMuteAboveSpeed(double newSpeed)
 {
     std::lock_guard const lock(mutex);
     muteAboveSpeed = Finite(newSpeed);
+    Settle(Now());
     Wake();
 }
 
@@ -182,7 +214,6 @@ void EngineCore::SetCacheBudget(long long bytes)
 {
     std::lock_guard const lock(mutex);
     budget = std::clamp(bytes, 0LL, mostBytes);
-    budgetAsked = true;
     Wake();
 }
 
@@ -243,39 +274,34 @@ long long EngineCore::CountBetween(PictureCache::Place const& one, PictureCache:
 
 int EngineCore::FillAudio(short* buffer, int frames, long long delay)
 {
-    std::shared_ptr<SoundOutput> output;
-    SoundRun run;
-    {
-        std::lock_guard const lock(mutex);
-        if (opening || !media || !media->sound || !buffer || frames <= 0)
-            return 0;
-        output = media->sound->GetOutput();
-        long long const origin = media->sound->GetOrigin();
-        long long const now = Now();
-        Settle(now);
-        auto const describe = [&] {
-            bool const runs = speed != 0.0 && !waiting && !ended;
-            run.sought = sought;
-            run.speed = runs ? speed : 0.0;
-            run.sounding = runs && !muted && std::fabs(speed) <= muteAboveSpeed;
-            run.volume = volume;
-        };
-        describe();
-        if (run.speed != 0.0 && output->Follows(run)) {
-            // What has been handed out tells where play is, and where it will be heard.
-            double const position = output->GetPosition() - static_cast<double>(origin);
-            clock.SetPosition(position, now + std::clamp(delay, 0LL, longestDelay));
-            drift = position - static_cast<double>(freeClock.GetPosition(now));
-            Settle(now);
-            describe();
-        } else {
-            freeClock = clock;
-        }
-        run.position = GetPosition(now) + origin;
-        Wake();
+    orders.Update();
+    SoundOrder const& order = orders.Get();
+    if (!order.output || !buffer || frames <= 0)
+        return 0;
+    long long const now = Now();
+    bool const goesOn = order.run.speed != 0.0 && order.output->Follows(order.run);
+    if (!goesOn || order.clockSerial != freeClockSerial) {
+        freeClock = order.clock;
+        freeClockSerial = order.clockSerial;
     }
-    output->Fill(buffer, frames, run);
+    if (goesOn)
+        ReportSound(order, now, delay);
+    SoundRun run = order.run;
+    run.position = Onwards(order.clock.GetPosition(now), order.reported, run.speed) + order.origin;
+    Wake(); // without the lock this may come to nothing; the next block makes up for it
+    order.output->Fill(buffer, frames, run);
     return frames;
+}
+
+// What has been handed out tells where play is, and where it will be heard.
+void EngineCore::ReportSound(SoundOrder const& order, long long now, long long delay)
+{
+    SoundReport report;
+    report.clockSerial = order.clockSerial;
+    report.position = order.output->GetPosition() - static_cast<double>(order.origin);
+    report.instant = now + std::clamp(delay, 0LL, longestDelay);
+    report.drift = report.position - static_cast<double>(freeClock.GetPosition(now));
+    reports.Write(report);
 }
 
 PlaybackStatus EngineCore::GetStatus()
@@ -296,6 +322,9 @@ PlaybackStatus EngineCore::GetStatus()
     status.drift = drift;
     if (media && !opening)
         FillStatusOfMedia(status);
+    // The ends of what is still opening, or has only just been read to its end, have not been heeded yet.
+    long long const end = status.durationKnown ? status.start + status.duration : farAway;
+    status.position = std::clamp(status.position, status.start, std::max(status.start, end));
     return status;
 }
 
@@ -313,7 +342,8 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
         PictureCache::Span const span = media->pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;
-        status.cachedBytes = span.bytes + media->pictures->GetPendingBytes();
+        status.cachedBytes = span.bytes;
+        status.cacheBudget = span.budget;
         status.picturesDecoded = media->pictures->GetDecodedCount();
         status.decodeRate = media->pictures->GetDecodeRate();
         if (status.error.isEmpty())
@@ -368,6 +398,7 @@ void EngineCore::Wake()
 
 PlayNeed EngineCore::GetNeed(long long now)
 {
+    TakeReport();
     PlayNeed need;
     need.position = GetPosition(now);
     need.playing = speed != 0.0 && !ended;
@@ -375,36 +406,44 @@ PlayNeed EngineCore::GetNeed(long long now)
     need.speed = clock.GetSpeed();
     need.steps = steps;
     need.preview = preview;
-    need.hushed = std::fabs(speed) > muteAboveSpeed;
+    need.hushed = std::fabs(speed) > muteAboveSpeed || (preview && speed == 0.0);
+    need.budget = budget;
     need.opened = opened;
     need.sought = sought;
     return need;
 }
 
-// Blocks of sound are not asked for as evenly as they play: the clock that they set may fall back a little, which must
-// not show.
+// Never goes against the direction of play.
 long long EngineCore::GetPosition(long long now)
 {
-    long long const position = clock.GetPosition(now);
-    if (speed == 0.0)
-        return position;
-    reported = speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
-    return reported;
+    long long const position = Onwards(clock.GetPosition(now), reported, speed);
+    if (speed != 0.0)
+        reported = position;
+    return position;
 }
 
 // Elsewhere, something else is needed; the decoding thread may have found nothing to do for the former place.
 void EngineCore::PlaceAt(long long position, long long now)
 {
-    if (position != clock.GetPosition(now))
+    if (position != clock.GetPosition(now)) {
+        ++clockSerial;
         Wake();
+    }
     clock.SetPosition(static_cast<double>(position), now);
     reported = position;
+}
+
+void EngineCore::RunClock(double newSpeed, long long now)
+{
+    if (newSpeed != clock.GetSpeed())
+        ++clockSerial;
+    clock.SetSpeed(newSpeed, now);
 }
 
 void EngineCore::Jump(long long position, long long now)
 {
     PlaceAt(position, now);
-    clock.SetSpeed(0.0, now);
+    RunClock(0.0, now);
     waiting = speed != 0.0;
     ended = false;
     preview = false;
@@ -416,8 +455,14 @@ void EngineCore::Jump(long long position, long long now)
 // What has come about since somebody looked last.
 void EngineCore::Settle(long long now)
 {
-    if (opening || !media)
-        return;
+    TakeReport();
+    if (!opening && media)
+        SettlePlay(now);
+    LeaveOrder();
+}
+
+void EngineCore::SettlePlay(long long now)
+{
     if (preview && now >= previewUntil) {
         preview = false;
         Wake();
@@ -428,8 +473,34 @@ void EngineCore::Settle(long long now)
         waiting = false;
         PlaceAt(clock.GetPosition(now), now);
         begunAt = reported;
-        clock.SetSpeed(speed, now);
+        RunClock(speed, now);
     }
+}
+
+void EngineCore::TakeReport()
+{
+    if (!reports.Update() || reports.Get().clockSerial != clockSerial)
+        return;
+    clock.SetPosition(reports.Get().position, reports.Get().instant);
+    drift = reports.Get().drift;
+}
+
+void EngineCore::LeaveOrder()
+{
+    SoundOrder order;
+    if (!opening && media && media->sound) {
+        bool const runs = speed != 0.0 && !waiting && !ended;
+        order.output = media->sound->GetOutput();
+        order.origin = media->sound->GetOrigin();
+        order.run.sought = sought;
+        order.run.speed = runs ? speed : 0.0;
+        order.run.sounding = runs && !muted && std::fabs(speed) <= muteAboveSpeed;
+        order.run.volume = volume;
+        order.clock = clock;
+        order.reported = reported;
+        order.clockSerial = clockSerial;
+    }
+    orders.Write(std::move(order));
 }
 
 void EngineCore::TakeSteps(long long now)
@@ -459,16 +530,23 @@ void EngineCore::KeepWithinMedia(long long now)
         Jump(first, now);
     } else if (loops && speed < 0.0 && position < first) {
         Jump(last, now);
-    } else if (IsEndKnown() && position >= GetEnd()) {
-        PlaceAt(GetEnd(), now);
-        ended = speed > 0.0;
-    } else if (position <= GetStart() && (speed < 0.0 || position < GetStart()) && !waiting && !soundOpening) {
-        PlaceAt(GetStart(), now);
-        ended = speed < 0.0;
+    } else if (!soundOpening) { // it may begin earlier
+        KeepWithinEnds(position, now);
     }
     if (ended) {
-        clock.SetSpeed(0.0, now);
+        RunClock(0.0, now);
         waiting = false;
+    }
+}
+
+void EngineCore::KeepWithinEnds(long long position, long long now)
+{
+    if (IsEndKnown() && position >= GetEnd()) {
+        PlaceAt(GetEnd(), now);
+        ended = speed > 0.0;
+    } else if (position < GetStart() || (position == GetStart() && speed < 0.0)) {
+        PlaceAt(GetStart(), now);
+        ended = speed < 0.0 && !waiting; // not before the first picture is there
     }
 }
 
@@ -481,7 +559,8 @@ bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
 
 bool EngineCore::IsEndKnown() const
 {
-    return (!media->pictures || media->pictures->GetEnd() >= 0) && (!media->sound || media->sound->IsEndKnown());
+    return !soundOpening && (!media->pictures || media->pictures->GetEnd() >= 0) &&
+           (!media->sound || media->sound->IsEndKnown());
 }
 
 long long EngineCore::GetStart() const
@@ -518,8 +597,8 @@ void EngineCore::Run()
             HandleOpening(lock);
             seen = wakes;
             worked = media && !opening && WorkOnce(lock, ask);
-        } catch (std::exception const&) {
-            GiveUp(lock);
+        } catch (std::exception const& exception) {
+            GiveUp(lock, TroubleOf(exception));
         }
         progress.notify_all();
         wake.wait(lock, [&] { return worked || quitting || wakes != seen; });
@@ -533,36 +612,39 @@ bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
 {
     Settle(Now());
     PlayNeed const need = GetNeed(Now());
-    long long const newBudget = budget;
-    bool const changesBudget = std::exchange(budgetAsked, false);
     lock.unlock();
-    if (changesBudget && media->pictures)
-        media->pictures->SetBudget(newBudget, need.position);
     bool const worked = Feed(*media, need, ask);
     lock.lock();
     Settle(Now());
     return worked;
 }
 
-// Only memory, and the threads of a sequence, can run out so. What was interrupted cannot be trusted any more.
-void EngineCore::GiveUp(Lock& lock)
+// What was interrupted cannot be trusted any more.
+void EngineCore::GiveUp(Lock& lock, QString const& trouble)
 {
     if (!lock.owns_lock())
         lock.lock();
     auto former = std::move(media);
     if (!openingAsked) {
         opening = soundOpening = false;
-        error = QStringLiteral("Memory has run out.");
+        error = trouble;
     }
+    LeaveOrder();
     lock.unlock();
     LetGo(std::move(former));
     lock.lock();
 }
 
+// While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
+// picture to show comes first.
 bool EngineCore::Feed(Media& fed, PlayNeed const& need, AskNeed const& ask)
 {
-    return (fed.sound && fed.sound->Work(need, ask, soundUrgent)) || (fed.pictures && fed.pictures->Work(need, ask)) ||
-           (fed.sound && fed.sound->Work(need, ask, soundAhead));
+    auto const workOnPictures = [&] { return fed.pictures && fed.pictures->Work(need, ask); };
+    auto const workOnSound = [&](long long ahead) { return fed.sound && fed.sound->Work(need, ask, ahead); };
+    bool const runs = need.speed != 0.0;
+    bool const isPictureAwaited = fed.pictures && (need.steps != 0 || !fed.pictures->IsReady(need));
+    return (!runs && isPictureAwaited && workOnPictures()) || workOnSound(runs ? soundUrgent : soundToWaitFor) ||
+           workOnPictures() || workOnSound(soundAhead);
 }
 
 void EngineCore::HandleOpening(Lock& lock)
@@ -572,6 +654,7 @@ void EngineCore::HandleOpening(Lock& lock)
         auto former = std::move(media);
         QString const asked = path;
         bool const askedSequence = isSequence;
+        LeaveOrder();
         lock.unlock();
         LetGo(std::move(former));
         lock.lock();
@@ -615,6 +698,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     error = trouble;
     opening = false;
     soundOpening = media && wantsSound && !soundFirst;
+    LeaveOrder();
     if (!soundOpening)
         return;
 
@@ -628,6 +712,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     soundOpening = false;
     if (sought == soughtAtOpening)
         PlaceAt(GetStart(), Now()); // before the first picture, where the sound begins earlier
+    LeaveOrder();
 }
 
 std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop)
@@ -649,7 +734,6 @@ std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QS
     {
         std::lock_guard const lock(mutex);
         newBudget = budget;
-        budgetAsked = false;
     }
     made->pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, newBudget);
     if (made->pictures->Begin(stop)) {
@@ -674,17 +758,9 @@ std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck co
     return sound->Begin(stop) ? std::move(sound) : nullptr;
 }
 
-// An output whose last block is still being filled outlives its media, so that its memory is not freed by the output
-// thread.
+// The output thread may still be filling a block from what goes: no sound is freed there, nor under the lock.
 void EngineCore::LetGo(std::unique_ptr<Media> former)
 {
-    try {
-        if (former && former->sound)
-            formerOutputs.push_back(former->sound->GetOutput());
-    } catch (std::bad_alloc const&) {
-        // The output thread then frees it after all.
-    }
-    former.reset();
-    auto const isUnused = [](std::shared_ptr<SoundOutput> const& output) { return output.use_count() == 1; };
-    formerOutputs.erase(std::remove_if(formerOutputs.begin(), formerOutputs.end(), isUnused), formerOutputs.end());
+    if (former && former->sound)
+        former->sound->GetOutput()->Clear();
 }

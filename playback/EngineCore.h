@@ -1,5 +1,6 @@
 #pragma once
 
+#include "playback/Latest.h"
 #include "playback/PictureFeeder.h"
 #include "playback/PlayClock.h"
 #include "playback/PlaybackOptions.h"
@@ -8,11 +9,11 @@
 
 #include <QString>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 class TimeSource;
 struct OpenedSource;
@@ -25,6 +26,9 @@ struct OpenedSource;
 //     decoding thread     PictureFeeder -> PictureCache        SoundFeeder -> SoundOutput
 //                                               |                                 |
 //     display, output                      GetPicture                         FillAudio
+//
+// The sound output takes no lock. Whoever has looked at the state leaves an order for it, it leaves a report of where
+// it is, and whoever looks next takes that over into the clock.
 //
 // Nothing is posted and nothing queues up: a command only changes what is needed. What play itself brings about (the
 // end of a wait, steps, the loop, the end of the media) is settled by whoever looks next. Locks are taken in the order
@@ -68,10 +72,30 @@ private:
         long long frameStep = 0;
     };
 
+    // What the sound output is to play, as of the last look at the state.
+    struct SoundOrder
+    {
+        std::shared_ptr<SoundOutput> output; // null: nothing with sound is open
+        long long origin = 0;                // container time of media time 0
+        SoundRun run;                        // its position is the clock's
+        PlayClock clock;
+        long long reported = 0;
+        long long clockSerial = 0;
+    };
+
+    // Where the sound output is.
+    struct SoundReport
+    {
+        long long clockSerial = -1; // of the order: a clock that was set since then is right
+        double position = 0.0;      // of the block's first frame, media time
+        long long instant = 0;      // at which that is heard
+        double drift = 0.0;
+    };
+
     // The decoding thread.
     void Run();
     bool WorkOnce(Lock& lock, AskNeed const& ask);
-    void GiveUp(Lock& lock);
+    void GiveUp(Lock& lock, QString const& trouble);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
     std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);
@@ -79,16 +103,24 @@ private:
     bool Feed(Media& media, PlayNeed const& need, AskNeed const& ask);
     void LetGo(std::unique_ptr<Media> former);
 
-    // Under the lock.
+    // The output thread.
+    void ReportSound(SoundOrder const& order, long long now, long long delay);
+
+    // Under the lock, but for the first two.
     long long Now() const;
     void Wake();
     PlayNeed GetNeed(long long now);
     long long GetPosition(long long now);
     void Settle(long long now);
+    void SettlePlay(long long now);
+    void TakeReport();
+    void LeaveOrder();
     void TakeSteps(long long now);
     void KeepWithinMedia(long long now);
+    void KeepWithinEnds(long long position, long long now);
     void Jump(long long position, long long now);
     void PlaceAt(long long position, long long now);
+    void RunClock(double speed, long long now);
     bool IsReady(long long now, long long soundAhead);
     bool IsEndKnown() const;
     long long GetStart() const;
@@ -102,10 +134,17 @@ private:
     PlaybackOptions const options;
     std::shared_ptr<TimeSource const> const timeSource;
 
-    std::mutex mutex; // of everything below
+    std::atomic<long long> wakes = 0; // the output adds to it without the lock
     std::condition_variable wake;
     std::condition_variable progress;
-    long long wakes = 0;
+    Latest<SoundOrder> orders;   // written under the lock
+    Latest<SoundReport> reports; // read under the lock
+
+    // The output thread's.
+    PlayClock freeClock; // runs by the time source alone since the output took up the run
+    long long freeClockSerial = -1;
+
+    std::mutex mutex; // of everything below
     bool quitting = false;
 
     // What is asked for.
@@ -113,7 +152,6 @@ private:
     QString path;
     bool isSequence = false;
     long long budget;
-    bool budgetAsked = false;
 
     std::unique_ptr<Media> media;
     bool opening = false;      // until there is a picture or a sound to begin with, or the failure is known
@@ -121,7 +159,8 @@ private:
     QString error;
 
     // The state of play.
-    PlayClock clock; // stands still while waiting
+    PlayClock clock;           // stands still while waiting
+    long long clockSerial = 0; // counts settings of the clock other than by the sound output
     double speed = 0.0;
     bool forwards = true;
     bool waiting = false; // for what a new place begins with
@@ -141,9 +180,7 @@ private:
     double volume = 1.0;
     bool muted = false;
     double muteAboveSpeed;
-    PlayClock freeClock; // runs by the time source alone since the output took up the run
     double drift = 0.0;
-    std::vector<std::shared_ptr<SoundOutput>> formerOutputs; // whose last block may still be on its way
 
     // Pictures.
     PictureCache::Place shown;

@@ -108,6 +108,16 @@ void OpenMovie(OpenedSource& source, PlaybackOptions const& options)
     }
 }
 
+void LeaveOutUndecodable(OpenedSource& source)
+{
+    auto const whole = std::exchange(source.info, MediaReader::WithoutUndecodable(source.info));
+    QString const name = source.info->GetFileName();
+    if (source.info->GetNumAudioStreams() < whole->GetNumAudioStreams())
+        source.error = QStringLiteral("There is no decoder for the sound of \"%1\".").arg(name);
+    else if (source.info->GetNumVideoStreams() < whole->GetNumVideoStreams())
+        source.error = QStringLiteral("There is no decoder for the pictures of \"%1\".").arg(name);
+}
+
 void OpenSound(OpenedSource& source, bool hasCover, StopCheck const& stop)
 {
     source.kind = SourceKind::Sound;
@@ -142,6 +152,7 @@ OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOp
     source.info->isLinearColorSpace = options.isLinearColorSpace;
     if (!MediaReader::ParseMedia(source.info))
         return Failed(QStringLiteral("\"%1\" is not a media file that can be read.").arg(path));
+    LeaveOutUndecodable(source);
     source.hasSound = HasValid(source.info->GetAudioStreams());
     source.expectedDuration = source.info->GetDuration();
     bool const hasCover = IsCover(*source.info, options);

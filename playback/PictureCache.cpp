@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -15,22 +16,43 @@ std::vector<PictureCache::Picture> PictureCache::SetBudget(long long bytes, long
 {
     std::lock_guard const lock(mutex);
     std::vector<Picture> released = GetAll();
-    auto const current = std::find_if(released.begin(), released.end(),
-                                      [time](Picture const& picture) { return picture->endTime >= time; });
+    auto current = std::find_if(released.begin(), released.end(),
+                                [time](Picture const& picture) { return picture->endTime >= time; });
+    if (current == released.end() && !released.empty())
+        --current;
     cache.ForceClear(); // frees nothing, `released` holds them all
-    long long const slotBytes = std::max(pictureBytes, bytes / mostSlotsToBegin);
-    cache.SetMaxCacheSize(bytes, static_cast<int>(std::min<long long>(slotBytes, std::numeric_limits<int>::max())), 1,
-                          1);
+    budget = bytes;
+    long long const enough = std::max(bytes, fewestPictures * pictureBytes);
+    long long const slotBytes = std::max(pictureBytes, enough / mostSlotsToBegin);
+    cache.SetMaxCacheSize(std::max(enough - pictureBytes, 0LL) + 1,
+                          static_cast<int>(std::min<long long>(slotBytes, std::numeric_limits<int>::max())), 1, 1);
     auto kept = current;
-    for (; kept != released.end() && cache.GetSize() + (*kept)->size <= bytes; ++kept)
+    for (; kept != released.end() && HasRoom((*kept)->size); ++kept)
         cache.AppendFrame(*kept);
     auto before = current;
     if (kept != current) {
-        while (before != released.begin() && cache.GetSize() + (*(before - 1))->size <= bytes)
+        while (before != released.begin() && HasRoom((*(before - 1))->size))
             cache.AppendFrame(*--before);
     }
     released.erase(before, kept);
     return released;
+}
+
+bool PictureCache::HasRoomFor(long long bytes) const
+{
+    std::lock_guard const lock(mutex);
+    return HasRoom(bytes);
+}
+
+bool PictureCache::HasRoom(long long bytes) const
+{
+    return cache.GetSize() + waitingBytes + bytes <= budget ||
+           GetCount() + static_cast<int>(waiting.size()) < fewestPictures;
+}
+
+int PictureCache::GetCount() const
+{
+    return cache.FirstFrame() ? cache.GetFrameCount() : 0;
 }
 
 std::vector<PictureCache::Picture> PictureCache::TakeAll()
@@ -78,23 +100,30 @@ int PictureCache::CountBetween(long long time, long long otherTime) const
 PictureCache::Span PictureCache::GetSpan() const
 {
     std::lock_guard const lock(mutex);
-    if (!cache.FirstFrame())
-        return {};
-    return {cache.GetStartTime(), cache.GetEndTime(), cache.GetFrameCount(), cache.GetSize()};
+    Span span;
+    span.bytes = cache.GetSize() + waitingBytes;
+    span.budget = budget;
+    span.count = GetCount();
+    if (span.count > 0) {
+        span.start = cache.GetStartTime();
+        span.end = cache.GetEndTime();
+    }
+    return span;
 }
 
-PictureCache::Balance PictureCache::GetBalance(long long time) const
+PictureCache::Balance PictureCache::GetBalance(long long time)
 {
     std::lock_guard const lock(mutex);
     Balance balance;
-    for (Picture const& picture : GetAll()) {
-        if (picture->endTime < time)
-            balance.before += picture->size;
-        else if (picture->startTime > time)
-            balance.after += picture->size;
-        else
-            balance.current += picture->size;
+    Picture const current = cache.GetFrame(time, 0);
+    if (current) {
+        long long andLater = 0; // but for the last one, as the cache has it
+        cache.GetDirectionalCacheSizes(current->startTime, andLater, balance.before);
+        balance.current = current->size;
+    } else if (cache.FirstFrame() && time > cache.GetEndTime()) {
+        balance.before = cache.GetSize();
     }
+    balance.after = cache.GetSize() - balance.before - balance.current;
     return balance;
 }
 
@@ -102,6 +131,45 @@ void PictureCache::Append(Picture const& picture)
 {
     std::lock_guard const lock(mutex);
     cache.AppendFrame(picture);
+}
+
+void PictureCache::AddWaiting(Picture picture)
+{
+    std::lock_guard const lock(mutex);
+    waitingBytes += picture->size;
+    waiting.push_back(std::move(picture));
+}
+
+PictureCache::Picture PictureCache::TakeFirstWaiting()
+{
+    std::lock_guard const lock(mutex);
+    if (waiting.empty())
+        return nullptr;
+    Picture first = std::move(waiting.front());
+    waiting.pop_front();
+    waitingBytes -= first->size;
+    return first;
+}
+
+PictureCache::Picture PictureCache::AppendLastWaiting()
+{
+    std::lock_guard const lock(mutex);
+    if (waiting.empty())
+        return nullptr;
+    Picture last = std::move(waiting.back());
+    waiting.pop_back();
+    waitingBytes -= last->size;
+    cache.AppendFrame(last);
+    return last;
+}
+
+std::vector<PictureCache::Picture> PictureCache::TakeAllWaiting()
+{
+    std::lock_guard const lock(mutex);
+    std::vector<Picture> released(waiting.begin(), waiting.end());
+    waiting.clear();
+    waitingBytes = 0;
+    return released;
 }
 
 PictureCache::Advice PictureCache::Update(Window const& window, std::vector<Picture>& released)

@@ -21,7 +21,6 @@ constexpr long long nearAhead = second;
 constexpr long long lateness = second / 10;
 constexpr long long stillness = second / 5;
 
-constexpr int fewestPictures = 4; // cached whatever the budget
 constexpr long long mostPictures = 100000;
 constexpr long long longestStep = 3600 * second;
 constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
@@ -51,7 +50,7 @@ bool PictureFeeder::Begin(StopCheck const& stop)
     if (source->Read(picture, stop) != PictureSource::Result::Picture)
         return false;
     NotePicture(picture);
-    cache.SetBudget(EffectiveBudget(), pictureBytes, 0);
+    cache.SetBudget(budget, pictureBytes, 0);
     cache.Append(picture);
     first = picture->startTime;
     followsCache = true;
@@ -63,6 +62,7 @@ bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
 {
     long long const decodedBefore = source->GetDecodedCount();
     auto const begin = SteadyClock::now();
+    HeedBudget(need);
     bool const worked = need.sought != failedFor && DoWork(need, ask);
     released.clear();
     NoteProgress();
@@ -88,7 +88,7 @@ bool PictureFeeder::WorkAround(PictureCache::Place const& current, PlayNeed cons
     if (need.playing && !need.forwards)
         return FillBackwards(need, ask);
     // While paused nothing gives way to what may never be wanted.
-    if (!need.playing && !HasRoom())
+    if (!need.playing && !cache.HasRoomFor(pictureBytes))
         return false;
     switch (cache.Update(WindowFor(need), released)) {
     case PictureCache::Advice::Forwards:
@@ -144,6 +144,7 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
 {
     StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
         PlayNeed const now = ask();
+        HeedBudget(now); // what is cached is not needed any more
         bool const isTooLate = now.speed < 0.0 && earliest < time && now.position < earliest;
         return now.opened != opened || isTooLate || (mayBeStopped && now.sought != sought);
     };
@@ -196,17 +197,20 @@ bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
     return true;
 }
 
-// What is worth stopping the decoding of pictures around the position for: another source, or a place without picture.
+// What is worth stopping the decoding of pictures around the position for: another source, a place without picture, or
+// less room.
 StopCheck PictureFeeder::StopForOthers(PlayNeed const& need, AskNeed const& ask)
 {
     return [this, &ask, opened = need.opened, sought = need.sought] {
         PlayNeed const now = ask();
-        return now.opened != opened || (now.sought != sought && !Find(now.position, 0).picture);
+        return now.opened != opened || now.budget < budget || (now.sought != sought && !Find(now.position, 0).picture);
     };
 }
 
 bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
 {
+    if (!MakeRoomBefore(pictureBytes, need))
+        return false;
     StopCheck const stop = StopForOthers(need, ask);
     if (!followsCache) {
         long long const next = cache.GetSpan().end + 1;
@@ -228,8 +232,9 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
         return true;
     }
     NotePicture(picture);
-    MakeRoomBefore(picture->size, need);
-    cache.Append(picture);
+    followsCache = MakeRoomBefore(picture->size, need); // it may be larger than any before
+    if (followsCache)
+        cache.Append(picture);
     return true;
 }
 
@@ -256,13 +261,9 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     PictureSource::Result const found = source->SeekTo(std::min(target, span.start - 1), earliest, stop);
     if (found == PictureSource::Result::End)
         failedFor = need.sought; // what is cached was read from there once: the file is not what it was
-    bool const isComplete = found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop);
-    if (isComplete && segment.empty())
-        first = span.start;
-    if (isComplete)
+    if (found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop))
         AppendSegment(ask);
-    segment.clear();
-    pendingBytes = 0;
+    cache.TakeAllWaiting();
     NoteLead(need, ask());
     return true;
 }
@@ -276,54 +277,59 @@ long long PictureFeeder::LengthBackwards(long long most, long long step) const
     return groups > 0 ? (groups - 1) * group + step / 2 : std::clamp(most / 2, 1LL, aim) * step;
 }
 
-// Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped.
+// Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped. Where nothing
+// lies, what is cached begins with the first picture of all.
 bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop)
 {
     source->ReadOnlyBefore(until);
+    bool isAnyBefore = false;
     Picture picture;
     PictureSource::Result result = source->Read(picture, stop);
     for (; result == PictureSource::Result::Picture && picture->startTime < until;
          result = source->Read(picture, stop)) {
+        isAnyBefore = true;
         NotePicture(picture);
-        pendingBytes += picture->size;
-        segment.push_back(std::move(picture));
-        while (cache.GetSpan().bytes + pendingBytes > EffectiveBudget() && !MakeRoomBehind(need) &&
-               segment.size() > 1) {
-            pendingBytes -= segment.front()->size;
-            segment.pop_front();
+        while (!cache.HasRoomFor(picture->size) && (MakeRoomBehind(need) || cache.TakeFirstWaiting())) {
         }
         released.clear();
+        if (cache.HasRoomFor(picture->size))
+            cache.AddWaiting(std::move(picture));
     }
-    return result != PictureSource::Result::Stopped;
+    bool const isComplete = result != PictureSource::Result::Stopped;
+    if (isComplete && !isAnyBefore)
+        first = until;
+    return isComplete;
 }
 
 // From the last to the first, because the cache takes only what lies outside of what it holds.
 void PictureFeeder::AppendSegment(AskNeed const& ask)
 {
-    while (!segment.empty()) {
-        Picture const picture = std::move(segment.back());
-        segment.pop_back();
-        pendingBytes -= picture->size;
-        cache.Append(picture);
+    while (cache.AppendLastWaiting()) {
         PlayNeed const now = ask();
         if (now.playing && !now.forwards)
             cache.Update(WindowFor(now), released);
     }
 }
 
-// Bytes that a segment may take: playing or stepping backwards, what shows later than now gives way.
-long long PictureFeeder::RoomBackwards(PlayNeed const& need) const
+// Bytes that a segment may take.
+long long PictureFeeder::RoomBackwards(PlayNeed const& need)
 {
     PictureCache::Balance const balance = cache.GetBalance(ShownTime(need.position));
-    bool const givesWay = (need.playing && !need.forwards) || need.steps < 0;
-    return EffectiveBudget() - balance.before - balance.current - (givesWay ? 0 : balance.after);
+    return EffectiveBudget() - balance.before - balance.current - (GivesWayBehind(need) ? 0 : balance.after);
+}
+
+// Playing or stepping backwards, what shows later than now gives way.
+bool PictureFeeder::GivesWayBehind(PlayNeed const& need)
+{
+    return (need.playing && !need.forwards) || need.steps < 0;
 }
 
 // Lets go of the last cached picture when it shows later than now.
 bool PictureFeeder::MakeRoomBehind(PlayNeed const& need)
 {
     PictureCache::Span const span = cache.GetSpan();
-    if (cache.Find(ShownTime(need.position), 0).end >= span.end || need.position >= span.end)
+    bool const isLastNeeded = cache.Find(ShownTime(need.position), 0).end >= span.end || need.position >= span.end;
+    if (isLastNeeded || !GivesWayBehind(need))
         return false;
     Picture last = cache.TakeLast();
     if (!last)
@@ -332,16 +338,18 @@ bool PictureFeeder::MakeRoomBehind(PlayNeed const& need)
     return true;
 }
 
-// Lets go of what shows earlier than now until `bytes` more are within the budget.
-void PictureFeeder::MakeRoomBefore(long long bytes, PlayNeed const& need)
+// Lets go of what shows earlier than now until there is room for a picture; false when there is none all the same.
+bool PictureFeeder::MakeRoomBefore(long long bytes, PlayNeed const& need)
 {
     long long const time = ShownTime(need.position);
-    while (cache.GetSpan().bytes + bytes > EffectiveBudget() && cache.Find(cache.GetSpan().start, 0).end < time) {
-        Picture first = cache.TakeFirst();
+    while (!cache.HasRoomFor(bytes)) {
+        bool const isEarlier = cache.Find(cache.GetSpan().start, 0).end < time;
+        Picture first = isEarlier ? cache.TakeFirst() : nullptr;
         if (!first)
-            return;
+            return false;
         released.push_back(std::move(first));
     }
+    return true;
 }
 
 PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
@@ -350,19 +358,23 @@ PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
     return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
 }
 
-void PictureFeeder::SetBudget(long long bytes, long long position)
-{
-    budget = bytes;
-    PictureCache::Span const before = cache.GetSpan();
-    released = cache.SetBudget(EffectiveBudget(), pictureBytes, ShownTime(position));
-    followsCache = followsCache && cache.GetSpan().end == before.end;
-    released.clear();
-}
-
-// The sizes that the budget is reckoned with follow the pictures.
+// The sizes that the cache reckons with follow the pictures.
 void PictureFeeder::NotePicture(Picture const& picture)
 {
     pictureBytes = std::max(pictureBytes, static_cast<long long>(picture->size));
+}
+
+// Lets go of pictures at once when it is less than before.
+void PictureFeeder::HeedBudget(PlayNeed const& need)
+{
+    if (need.budget == budget && pictureBytes == heededPictureBytes)
+        return;
+    budget = need.budget;
+    heededPictureBytes = pictureBytes;
+    PictureCache::Span const before = cache.GetSpan();
+    released = cache.SetBudget(budget, pictureBytes, ShownTime(need.position));
+    followsCache = followsCache && cache.GetSpan().end == before.end;
+    released.clear();
 }
 
 void PictureFeeder::NoteProgress()
@@ -393,14 +405,9 @@ long long PictureFeeder::PicturesIn(long long bytes) const
     return std::min(bytes / std::max(pictureBytes, 1LL), mostPictures);
 }
 
-bool PictureFeeder::HasRoom() const
-{
-    return cache.GetSpan().bytes + pictureBytes <= EffectiveBudget();
-}
-
 long long PictureFeeder::EffectiveBudget() const
 {
-    return std::max(budget, fewestPictures * pictureBytes);
+    return std::max(budget, PictureCache::fewestPictures * pictureBytes);
 }
 
 long long PictureFeeder::ShownTime(long long position) const
@@ -471,11 +478,6 @@ PictureCache::Span PictureFeeder::GetSpan() const
 long long PictureFeeder::GetEnd() const
 {
     return end;
-}
-
-long long PictureFeeder::GetPendingBytes() const
-{
-    return pendingBytes;
 }
 
 long long PictureFeeder::GetDecodedCount() const

@@ -8,7 +8,7 @@
 #include <QString>
 
 #include <atomic>
-#include <deque>
+#include <vector>
 
 // Keeps the picture cache filled from a picture source: forwards picture by picture, backwards in segments, as the play
 // position and the byte budget want it.
@@ -35,11 +35,9 @@ public:
     bool Begin(StopCheck const& stop);
     long long GetOrigin() const; // container time of media time 0; decoding thread, after Begin
 
-    // Decoding thread. Does one piece of the most urgent work; false when there is none for `need`.
+    // Decoding thread. Does one piece of the most urgent work; false when there is none for `need`. Less budget than
+    // before is heeded at once, also in the midst of it.
     bool Work(PlayNeed const& need, AskNeed const& ask);
-
-    // Decoding thread. Lets go of pictures at once when it is less than before.
-    void SetBudget(long long bytes, long long position);
 
     // Any thread.
     PictureCache::Place Find(long long position,
@@ -51,8 +49,7 @@ public:
     Picture GetPreview(long long sought) const; // null when there is none for that seek
     int CountBetween(long long time, long long otherTime) const;
     PictureCache::Span GetSpan() const;
-    long long GetEnd() const;          // one microsecond after the last picture; -1 when not yet known
-    long long GetPendingBytes() const; // decoded and not yet in the cache
+    long long GetEnd() const; // one microsecond after the last picture; -1 when not yet known
     long long GetDecodedCount() const;
     double GetDecodeRate() const;
     QString GetError() const;
@@ -71,15 +68,16 @@ private:
     long long LengthBackwards(long long most, long long step) const;
     bool ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop);
     void AppendSegment(AskNeed const& ask);
-    long long RoomBackwards(PlayNeed const& need) const;
+    long long RoomBackwards(PlayNeed const& need);
+    static bool GivesWayBehind(PlayNeed const& need);
     bool MakeRoomBehind(PlayNeed const& need);
-    void MakeRoomBefore(long long bytes, PlayNeed const& need);
+    bool MakeRoomBefore(long long bytes, PlayNeed const& need);
     StopCheck StopForOthers(PlayNeed const& need, AskNeed const& ask);
     PictureCache::Window WindowFor(PlayNeed const& need) const;
+    void HeedBudget(PlayNeed const& need);
     void NotePicture(Picture const& picture);
     void NoteProgress();
     void Measure(long long decodedBefore, double seconds);
-    bool HasRoom() const;
     long long PicturesIn(long long bytes) const;
     long long EffectiveBudget() const;
     long long ShownTime(long long position) const;
@@ -90,12 +88,12 @@ private:
 
     // The decoding thread's.
     long long budget;
-    long long pictureBytes = 0; // of the largest picture so far
-    bool followsCache = false;  // the next picture of the source comes right behind the last cached one
-    bool mayBeStopped = true;   // a seek has been completed since one was last stopped: a flood of them shows something
-    long long lead = 0;         // media time by which work backwards comes too late, as far as is known
-    long long aim = 0;          // pictures that the next segment is to have at least
-    std::deque<Picture> segment; // on its way into the cache
+    long long pictureBytes = 0;       // of the largest picture so far
+    long long heededPictureBytes = 0; // that the cache reckons with
+    bool followsCache = false;        // the next picture of the source comes right behind the last cached one
+    bool mayBeStopped = true; // a seek has been completed since one was last stopped: a flood of them shows something
+    long long lead = 0;       // media time by which work backwards comes too late, as far as is known
+    long long aim = 0;        // pictures that the next segment is to have at least
     std::vector<Picture> released;
     long long measuredPictures = 0;
     double measuredSeconds = 0.0;
@@ -108,7 +106,6 @@ private:
     std::atomic<long long> failedFor = -1; // PlayNeed::sought of a place where nothing could be read
     std::atomic<long long> end = -1;
     std::atomic<long long> first = 0; // start of the first picture
-    std::atomic<long long> pendingBytes = 0;
     std::atomic<long long> decodedCount = 0;
     std::atomic<double> decodeRate = 0.0;
 };

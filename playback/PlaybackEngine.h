@@ -85,8 +85,9 @@ public:
 
     // Writes the next `frames` frames of the sound into `buffer`: interleaved, GetStatus().channels values each, at
     // GetStatus().sampleRate, which is the source's own and never converted. Silence where there is no sound. `delay`
-    // is how many microseconds pass until the first of them is heard. Never waits for decoding, does not allocate.
-    // Returns the frames written: `frames`, or 0 when nothing with sound is open; the buffer is untouched then.
+    // is how many microseconds pass until the first of them is heard. Waits neither for decoding nor for other
+    // callers, does not allocate. Returns the frames written: `frames`, or 0 when nothing with sound is open; the
+    // buffer is untouched then.
     //
     // At speed 1 the samples are those of DecodedAudio::PaFillBuffer, bit for bit; only within a few milliseconds of a
     // start, a stop, a seek, a turn or a change of mute they are faded, so that nothing clicks.

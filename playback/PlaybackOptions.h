@@ -14,8 +14,9 @@ enum class SequenceHoles {
 // How an engine opens and plays; given once, when it is made.
 struct PlaybackOptions
 {
-    // Bytes of decoded pictures kept around the play position. At least four pictures are kept whatever it says; what
-    // the decoder itself needs comes on top.
+    // Bytes of decoded pictures kept around the play position, those included that wait to be put in front of them
+    // while play goes backwards. Four pictures are kept whatever it says. On top come what the decoder itself needs, a
+    // preview, and the picture shown last once it is not cached any more.
     long long cacheBudget = 512LL * 1024 * 1024;
 
     // Pictures per second of image sequences, held to the range of Settings as every rate is.

@@ -30,7 +30,7 @@ struct PlaybackStatus
     QString path;                                // as it was given to Open
     QString error; // what went wrong last in what is open, one sentence for the reader; empty when nothing did
 
-    long long position = 0;     // between the start and the end
+    long long position = 0;     // not before the start, and not after the end once that is known
     long long start = 0;        // below 0 where the sound begins before the first picture
     long long duration = 0;     // from `start` to the end
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
@@ -48,12 +48,15 @@ struct PlaybackStatus
     int channels = 0;
     int sampleRate = 0; // Hz
 
-    long long cacheStart = 0;  // first and last moment for which a picture is cached;
-    long long cacheEnd = -1;   // the end lies before the start when none is
-    long long cachedBytes = 0; // decoded pictures, those on their way into the cache included
-    long long cacheBudget = 0; // bytes that decoded pictures may take
-    long long soundStart = 0;  // the same for sound
-    long long soundEnd = -1;   // and its end
+    long long cacheStart = 0; // first and last moment for which a picture is cached;
+    long long cacheEnd = -1;  // the end lies before the start when none is
+    // Bytes of decoded pictures, cached or on their way into the cache, and the budget that they keep to: never more
+    // than that, apart from four pictures. Of a change both tell once room has been made, and no longer what was
+    // before. The picture on show counts as long as it is cached; later, and a preview, it does not.
+    long long cachedBytes = 0;
+    long long cacheBudget = 0;
+    long long soundStart = 0; // the same for sound
+    long long soundEnd = -1;  // and its end
 
     long long picturesShown = 0;   // different pictures handed out since Open
     long long picturesDropped = 0; // whose time passed while playing without being handed out

@@ -62,7 +62,10 @@ bool SoundFeeder::Work(PlayNeed const& need, AskNeed const& ask, long long ahead
 {
     if (need.hushed || Reaches(need, ahead))
         return false;
-    StopCheck const stop = [&ask, opened = need.opened] { return ask().opened != opened; };
+    StopCheck const stop = [&] {
+        PlayNeed const now = ask();
+        return now.opened != need.opened || (now.sought != need.sought && !Reaches(now, 0));
+    };
     bool const worked = need.forwards ? ReadForwards(need, stop) : ReadBackwards(need, stop);
     NoteEnd();
     return worked;
@@ -76,9 +79,12 @@ bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
         RestartForwards(time, stop);
         return true;
     }
-    if (!followsForwards && reader->SeekTo(cover.to + 1, stop) != SoundReader::Result::Picture) {
-        Set(forwardCover, cover.from, stop() ? cover.to : forEver);
-        return true;
+    if (!followsForwards) {
+        SoundReader::Result const found = reader->SeekTo(cover.to + 1, stop);
+        if (found == SoundReader::Result::End)
+            Set(forwardCover, cover.from, forEver);
+        if (found != SoundReader::Result::Picture)
+            return true;
     }
     followsForwards = true;
     std::shared_ptr<DecodedAudioFrame> frame;
@@ -124,6 +130,7 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
     if (time > cover.to + 1 || time + 1 < cover.from) {
         output->Clear(false);
         cover = {time + 1, time};
+        Set(backwardCover, cover.from, cover.to);
     }
     long long const target = std::max(cover.from - Scaled(piece, need), 0LL);
     followsForwards = false;

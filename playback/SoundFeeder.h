@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "playback/PlayNeed.h"
 #include "playback/SoundOutput.h"
 #include "playback/SoundReader.h"
@@ -9,7 +11,7 @@
 
 // Keeps the sound around the play position decoded: forwards frame by frame, backwards in pieces of a few seconds whose
 // frames are mirrored. Times are microseconds of media time, unless a name says container.
-class SoundFeeder
+class TAVOLINPLAYBACK_EXPORT SoundFeeder
 {
 public:
     // `origin`: the container's time of media time 0.
@@ -19,7 +21,8 @@ public:
     // Decoding thread. Finds where the sound begins; false when there is none.
     bool Begin(StopCheck const& stop);
 
-    // Decoding thread. Does one piece of work if less than `ahead` microseconds of playing are decoded.
+    // Decoding thread. Does one piece of work if less than `ahead` microseconds of playing are decoded, and leaves it
+    // for a seek to where nothing is. False when there is nothing to do.
     bool Work(PlayNeed const& need, AskNeed const& ask, long long ahead);
 
     // Any thread.
@@ -30,7 +33,7 @@ public:
     long long GetOrigin() const { return origin; }
     void GetSpan(bool forwards, long long& start, long long& end) const;
 
-    std::shared_ptr<SoundOutput> GetOutput() const { return output; }
+    std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
     // What is decoded in one direction, container time, both ends inclusive. Beyond an end of the sound the rest counts
@@ -53,7 +56,7 @@ private:
 
     std::unique_ptr<SoundReader> const reader;
     long long const origin;
-    std::shared_ptr<SoundOutput> output;
+    std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
 
     mutable std::mutex mutex; // of the covers, written by the decoding thread

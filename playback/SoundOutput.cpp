@@ -59,6 +59,12 @@ void SoundOutput::Clear(bool forwards)
     (forwards ? forwardCache : backwardCache).Clear();
 }
 
+void SoundOutput::Clear()
+{
+    forwardCache.ForceClear();
+    backwardCache.ForceClear();
+}
+
 void SoundOutput::Trim(long long from, long long to, bool forwards)
 {
     if (forwards)

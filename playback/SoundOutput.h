@@ -39,10 +39,11 @@ public:
 
     // Decoding thread.
     void Append(std::shared_ptr<DecodedAudioFrame> const& frame, bool forwards);
-    void Clear(bool forwards);
+    void Clear(bool forwards);                              // of one direction, little by little
+    void Clear();                                           // frees everything at once
     void Trim(long long from, long long to, bool forwards); // lets go of what lies wholly outside
 
-    // Output thread. Fills the block; does not wait nor allocate.
+    // Output thread. Fills the block; does not allocate, and waits for nothing longer than an exchange of pointers.
     void Fill(short* buffer, int frames, SoundRun const& run);
 
     // Output thread. Whether the last block was of this run, and the time of the frame that comes next.

@@ -36,8 +36,7 @@ ExitCode Check(QString const& path, MessageLog& log)
     auto const source = OpenSource(path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    for (QString const& line : source->DescribeUndecodable())
-        Console::Say(path + QStringLiteral(": ") + line);
+    SayUndecodable(*source);
     SourceCheck check(*source, log);
     if (!check.Run()) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));

@@ -68,8 +68,7 @@ ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
     auto const source = OpenSource(path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    for (QString const& line : source->DescribeUndecodable())
-        Console::Say(path + QStringLiteral(": ") + line);
+    SayUndecodable(*source);
     SourceReader reader(*source);
     QElapsedTimer timer;
     timer.start();
@@ -90,7 +89,8 @@ ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
     report.Finish();
     log.EndSource();
     ShowSummary(report.Summary(static_cast<double>(timer.nsecsElapsed()) / 1e9), request);
-    return Judge(path, report, log.GetErrorCount() - errorsBefore);
+    ExitCode const result = Judge(path, report, log.GetErrorCount() - errorsBefore);
+    return source->LeavesOutAHalf() ? ExitCode::DecodingFailed : result;
 }
 
 } // namespace

@@ -28,7 +28,7 @@ void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
 
 QJsonObject DescribeFormat(MediaSource const& source)
 {
-    MediaInfo const& info = *source.GetInfo();
+    MediaInfo const& info = *source.GetWholeInfo();
     QJsonObject format{{"filename", info.GetFilePath()},
                        {"nb_streams", static_cast<int>(source.GetStreams().size())},
                        {"format_name", source.GetFormatName()},
@@ -105,7 +105,7 @@ QJsonObject DescribeAudio(MediaSource::Stream const& announced, AudioStream cons
 // Both kinds in the container's order.
 QJsonArray DescribeStreams(MediaSource const& source)
 {
-    MediaInfo const& info = *source.GetInfo();
+    MediaInfo const& info = *source.GetWholeInfo();
     std::vector<std::pair<int, QJsonObject>> streams;
     for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
         auto const announced = source.GetStream(MediaSource::StreamType::Video, i);
@@ -125,7 +125,7 @@ QJsonArray DescribeStreams(MediaSource const& source)
 
 QJsonObject DescribeOwnValues(MediaSource const& source)
 {
-    MediaInfo const& info = *source.GetInfo();
+    MediaInfo const& info = *source.GetWholeInfo();
     return {{"schema", schemaVersion},
             {"kind", source.Describe()},
             {"is_image", info.IsImage()},

@@ -70,7 +70,7 @@ QString UndecodableLine(QString const& title, MediaSource::Stream const& announc
 
 QString VideoLine(MediaSource const& source, int position)
 {
-    VideoStream const& stream = source.GetInfo()->GetVideoStreams()[position];
+    VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
     auto const announced = source.GetStream(MediaSource::StreamType::Video, position);
     QString const title = QStringLiteral("video #%1").arg(announced.index);
     if (!stream.valid)
@@ -78,14 +78,14 @@ QString VideoLine(MediaSource const& source, int position)
     QStringList words = PictureWords(stream);
     if (announced.isAttachedPicture)
         words += QStringLiteral("cover art");
-    else if (!source.GetInfo()->IsImage())
+    else if (!source.GetWholeInfo()->IsImage())
         words += TimingWords(stream);
     return Line(title, words) + TagLines(stream.metadata);
 }
 
 QString AudioLine(MediaSource const& source, int position)
 {
-    AudioStream const& stream = source.GetInfo()->GetAudioStreams()[position];
+    AudioStream const& stream = source.GetWholeInfo()->GetAudioStreams()[position];
     auto const announced = source.GetStream(MediaSource::StreamType::Audio, position);
     QString const title = QStringLiteral("audio #%1").arg(announced.index);
     if (!stream.valid)
@@ -103,7 +103,7 @@ QString AudioLine(MediaSource const& source, int position)
 
 QString DescribeAsText(MediaSource const& source)
 {
-    MediaInfo const& info = *source.GetInfo();
+    MediaInfo const& info = *source.GetWholeInfo();
     QString const size = QLocale::c().formattedDataSize(QFileInfo(info.GetFilePath()).size());
     QString text = info.GetFilePath() + QLatin1Char('\n') +
                    Line(QStringLiteral("kind"), {source.Describe(), DurationText(info), size}) +

@@ -72,7 +72,7 @@ QStringList UndecodableOf(MediaSource const& source, QList<Record> const& record
 
 } // namespace
 
-MediaSource::MediaSource(QString const& path) : info(std::make_shared<MediaInfo>(path)) {}
+MediaSource::MediaSource(QString const& path) : wholeInfo(std::make_shared<MediaInfo>(path)), info(wholeInfo) {}
 
 bool MediaSource::Open()
 {
@@ -80,7 +80,10 @@ bool MediaSource::Open()
         return false;
     info->isImage = IsStillImage();
     info->isLinearColorSpace = info->isImage && streams.first().codec == QLatin1String("exr"); // linear by definition
-    return MediaReader::ParseMedia(info);
+    if (!MediaReader::ParseMedia(wholeInfo))
+        return false;
+    info = MediaReader::WithoutUndecodable(wholeInfo);
+    return true;
 }
 
 bool MediaSource::LookInto()
@@ -133,7 +136,7 @@ MediaSource::Stream MediaSource::GetStream(StreamType type, int position) const
 
 bool MediaSource::HasStreams() const
 {
-    return info->GetNumVideoStreams() > 0 || info->GetNumAudioStreams() > 0;
+    return wholeInfo->GetNumVideoStreams() > 0 || wholeInfo->GetNumAudioStreams() > 0;
 }
 
 bool MediaSource::HasPictures() const
@@ -152,7 +155,7 @@ bool MediaSource::HasCoverOnly() const
         if (stream.type == StreamType::Video && !stream.isAttachedPicture)
             return false;
     }
-    return HasPictures();
+    return wholeInfo->GetNumVideoStreams() > 0;
 }
 
 bool MediaSource::CanSeek() const
@@ -162,19 +165,25 @@ bool MediaSource::CanSeek() const
 
 QString MediaSource::Describe() const
 {
+    bool const hasSound = wholeInfo->GetNumAudioStreams() > 0;
     if (info->IsImage())
         return QStringLiteral("still image");
-    if (!HasPictures())
-        return HasSound() ? QStringLiteral("sound") : QStringLiteral("nothing to see or hear");
+    if (wholeInfo->GetNumVideoStreams() == 0)
+        return hasSound ? QStringLiteral("sound") : QStringLiteral("nothing to see or hear");
     if (HasCoverOnly())
-        return HasSound() ? QStringLiteral("sound with cover art") : QStringLiteral("cover art");
-    return HasSound() ? QStringLiteral("movie") : QStringLiteral("movie without sound");
+        return hasSound ? QStringLiteral("sound with cover art") : QStringLiteral("cover art");
+    return hasSound ? QStringLiteral("movie") : QStringLiteral("movie without sound");
 }
 
 QStringList MediaSource::DescribeUndecodable() const
 {
-    return UndecodableOf(*this, info->GetVideoStreams(), StreamType::Video, QStringLiteral("video")) +
-           UndecodableOf(*this, info->GetAudioStreams(), StreamType::Audio, QStringLiteral("audio"));
+    return UndecodableOf(*this, wholeInfo->GetVideoStreams(), StreamType::Video, QStringLiteral("video")) +
+           UndecodableOf(*this, wholeInfo->GetAudioStreams(), StreamType::Audio, QStringLiteral("audio"));
+}
+
+bool MediaSource::LeavesOutAHalf() const
+{
+    return info != wholeInfo;
 }
 
 long long MediaSource::ToMediaTime(long long containerTime) const
@@ -205,12 +214,21 @@ std::unique_ptr<MediaSource> OpenSource(QString const& path, MessageLog& log)
     return source;
 }
 
+void SayUndecodable(MediaSource const& source)
+{
+    for (QString const& line : source.DescribeUndecodable())
+        Console::Say(source.GetInfo()->GetFilePath() + QStringLiteral(": ") + line);
+}
+
 std::unique_ptr<MediaSource> OpenPictures(QString const& path, MessageLog& log)
 {
     auto source = OpenSource(path, log);
     if (!source || source->HasPictures())
         return source;
-    Console::Say(path + QStringLiteral(": there are no pictures in it, only sound"));
+    if (source->LeavesOutAHalf())
+        SayUndecodable(*source);
+    else
+        Console::Say(path + QStringLiteral(": there are no pictures in it, only sound"));
     return nullptr;
 }
 
@@ -219,6 +237,9 @@ std::unique_ptr<MediaSource> OpenSound(QString const& path, MessageLog& log)
     auto source = OpenSource(path, log);
     if (!source || source->HasSound())
         return source;
-    Console::Say(path + QStringLiteral(": there is no sound in it"));
+    if (source->LeavesOutAHalf())
+        SayUndecodable(*source);
+    else
+        Console::Say(path + QStringLiteral(": there is no sound in it"));
     return nullptr;
 }

@@ -33,7 +33,10 @@ public:
     // Looks into the file and probes it. False when it cannot be opened or described; the library has said why.
     bool Open();
 
+    // For decoding: without a half of which no stream has a decoder.
     std::shared_ptr<MediaInfo> const& GetInfo() const { return info; }
+
+    std::shared_ptr<MediaInfo> const& GetWholeInfo() const { return wholeInfo; } // for describing
     QString const& GetFormatName() const { return formatName; }
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
@@ -42,9 +45,9 @@ public:
     // records that are not valid.
     Stream GetStream(StreamType type, int position) const;
 
-    bool HasStreams() const; // pictures or sound
-    bool HasPictures() const;
-    bool HasSound() const;
+    bool HasStreams() const;   // of pictures or sound, decodable or not
+    bool HasPictures() const;  // that are not left out
+    bool HasSound() const;     // the same
     bool HasCoverOnly() const; // its only pictures are attached ones
 
     // Whether a seek can be trusted: not in a file without a duration, nor where packets bear no times.
@@ -52,6 +55,7 @@ public:
 
     QString Describe() const;                // what it is: "movie", "still image", "sound with cover art", ...
     QStringList DescribeUndecodable() const; // one line for each stream without a decoder
+    bool LeavesOutAHalf() const;             // all of its pictures, or all of its sound
 
     // A time of the container on the clock of the pictures, whose 0 is the first of them.
     long long ToMediaTime(long long containerTime) const;
@@ -65,6 +69,7 @@ private:
     void TakeStreams(AVFormatContext* formatContext);
     bool IsStillImage() const;
 
+    std::shared_ptr<MediaInfo> wholeInfo;
     std::shared_ptr<MediaInfo> info;
     QString formatName;
     QMap<QString, QString> tags;
@@ -74,5 +79,6 @@ private:
 
 // Opens `path` and says on standard error what is wrong when it cannot be used; empty then.
 std::unique_ptr<MediaSource> OpenSource(QString const& path, MessageLog& log);
+void SayUndecodable(MediaSource const& source); // a line on standard error for each stream without a decoder
 std::unique_ptr<MediaSource> OpenPictures(QString const& path, MessageLog& log); // empty for sound alone, too
 std::unique_ptr<MediaSource> OpenSound(QString const& path, MessageLog& log);    // empty without sound, too

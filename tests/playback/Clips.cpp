@@ -225,6 +225,20 @@ QString Clips::Made(QString const& name)
     return path;
 }
 
+QString Clips::WithoutDecoder(QString const& name, QByteArray const& codec)
+{
+    QString const path = folder + "/without-" + codec + "-" + name;
+    QFile whole(Made(name));
+    QFile file(folder + "/" + QString::number(QCoreApplication::applicationPid()) + ".without");
+    if (!whole.open(QIODevice::ReadOnly) || !file.open(QIODevice::WriteOnly))
+        throw std::runtime_error("cannot write " + path.toStdString());
+    file.write(whole.readAll().replace(codec, "zzzz").replace(codec == "mp4a" ? "esds" : codec, "zzzz"));
+    file.close();
+    QFile::remove(path);
+    QFile::rename(file.fileName(), path);
+    return path;
+}
+
 QString Clips::MadeSequence()
 {
     QString const row = folder + "/sequence";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +15,10 @@ QString Real(QString const& name);
 
 // Made by the ffmpeg program from test pictures and tones, once a build folder.
 QString Made(QString const& name);
+
+// An MP4 of these with another name for one of its codecs ("avc1", "mp4a") that no decoder answers to, nor to what a
+// box "esds" says of it.
+QString WithoutDecoder(QString const& name, QByteArray const& codec);
 
 // The pattern of a row of numbered PNG files, 60 of them, made the same way.
 QString MadeSequence();

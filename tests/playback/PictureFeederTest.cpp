@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <random>
 #include <vector>
 
 // What is decoded when, with a source whose pictures take time to decode: the clock goes on meanwhile.
@@ -18,8 +19,12 @@ constexpr long long count = 1000; // 40 s
 class SlowSource : public PictureSource
 {
 public:
-    SlowSource(std::function<void(long long)> newPass, long long newCost, long long newGroup)
-        : pass(std::move(newPass)), cost(newCost), group(newGroup)
+    using Size = std::function<int(long long)>; // bytes of the picture of a number, a multiple of 12
+
+    SlowSource(
+        std::function<void(long long)> newPass, long long newCost, long long newGroup,
+        Size newSize = [](long long) { return 12; })
+        : pass(std::move(newPass)), cost(newCost), group(newGroup), size(std::move(newSize))
     {}
 
     Result SeekTo(long long time, long long earliest, StopCheck const& stop) override
@@ -42,8 +47,9 @@ public:
         if (next >= count)
             return Result::End;
         pass(cost);
-        uint8_t const bytes[12] = {};
-        picture = std::make_shared<DecodedVideoFrame>(bytes, 12, 1, 3, next * step, 25.0, 0, false);
+        std::vector<uint8_t> const bytes(static_cast<size_t>(size(next)));
+        picture = std::make_shared<DecodedVideoFrame>(bytes.data(), size(next), size(next) / 12, 3, next * step, 25.0,
+                                                      0, false);
         picture->endTime = (next + 1) * step - 1;
         ++next;
         ++decoded;
@@ -59,6 +65,7 @@ private:
     std::function<void(long long)> const pass;
     long long const cost;
     long long const group;
+    Size const size;
     long long next = 0;
     long long decoded = 0;
 };
@@ -72,6 +79,7 @@ protected:
         auto const pass = [this](long long duration) { Pass(duration); };
         feeder = std::make_unique<PictureFeeder>(std::make_unique<SlowSource>(pass, cost, group), step, 100 * 12);
         need = PlayNeed();
+        need.budget = 100 * 12;
         need.position = from;
         need.forwards = speed > 0.0;
         need.sought = 1;
@@ -126,6 +134,103 @@ protected:
     std::unique_ptr<PictureFeeder> feeder;
     std::vector<long long> shown;
 };
+
+// Pictures of three sizes; the position, the direction and the budget change while some are on their way.
+class BudgetWalk
+{
+public:
+    explicit BudgetWalk(unsigned seed) : random(seed)
+    {
+        auto const pass = [this](long long) { Look(); };
+        auto const size = [](long long number) { return number / 7 % 3 == 0 ? 120 : number / 7 % 3 == 1 ? 36 : 480; };
+        feeder = std::make_unique<PictureFeeder>(std::make_unique<SlowSource>(pass, 1, 25, size), step, 1000);
+        need.budget = 1000;
+        EXPECT_TRUE(feeder->Begin([] { return false; }));
+    }
+
+    void Run(int orders)
+    {
+        AskNeed const ask = [this] {
+            Look();
+            if (Pick(0, 99) == 0)
+                Order();
+            return need;
+        };
+        for (int i = 0; i < orders && !testing::Test::HasFailure(); ++i) {
+            Order();
+            for (int work = Pick(0, 40); work > 0 && feeder->Work(PlayNeed(need), ask); --work)
+                Look();
+        }
+    }
+
+    // Whatever has been asked for, the picture of the position comes.
+    void Finish()
+    {
+        need.playing = false;
+        need.speed = 0.0;
+        need.steps = 0;
+        while (!feeder->IsReady(need) && feeder->Work(PlayNeed(need), [this] { return need; })) {
+        }
+        PictureCache::Place const place = feeder->Find(need.position, 0);
+        ASSERT_TRUE(place.picture);
+        EXPECT_EQ(place.start, need.position / step * step);
+    }
+
+    long long GetMostBytes() const { return mostBytes; }
+
+private:
+    void Look()
+    {
+        if (!feeder)
+            return;
+        PictureCache::Span const span = feeder->GetSpan();
+        EXPECT_LE(span.bytes, std::max(span.budget, 4LL * 480)) << span.count << " pictures";
+        mostBytes = std::max(mostBytes, span.bytes);
+    }
+
+    void Order()
+    {
+        switch (Pick(0, 5)) {
+        case 0:
+            need.budget = Pick(0, 20000);
+            break;
+        case 1:
+            ++need.sought;
+            need.position = Pick(0, count * step - 1);
+            break;
+        case 2:
+            need.playing = Pick(0, 2) > 0;
+            need.forwards = Pick(0, 1) == 0;
+            need.speed = need.playing ? need.forwards ? 1.0 : -1.0 : 0.0;
+            break;
+        case 3:
+            need.steps = need.playing ? 0 : Pick(-2, 2);
+            break;
+        default:
+            need.position = std::clamp(need.position + Pick(-10, 10) * step, 0LL, count * step - 1);
+        }
+    }
+
+    long long Pick(long long least, long long most)
+    {
+        return std::uniform_int_distribution<long long>(least, most)(random);
+    }
+
+    std::mt19937 random;
+    PlayNeed need;
+    std::unique_ptr<PictureFeeder> feeder;
+    long long mostBytes = 0;
+};
+
+TEST(PictureFeederBudgetTest, HoldsAtEveryMomentWhateverTheSizesOfThePictures)
+{
+    for (unsigned seed = 1; seed <= 20 && !testing::Test::HasFailure(); ++seed) {
+        BudgetWalk walk(seed);
+        walk.Run(500);
+        walk.Finish();
+        EXPECT_GT(walk.GetMostBytes(), 10000) << seed; // or it was not put to the test
+    }
+}
 
 TEST_F(PictureFeederTest, ShowsEveryPictureWhereDecodingIsQuickEnough)
 {

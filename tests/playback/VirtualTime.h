@@ -3,6 +3,10 @@
 #include "playback/TimeSource.h"
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
 #include <thread>
 
 // A time that stands still until it is told to go on.
@@ -31,4 +35,78 @@ private:
     long long const haste; // microseconds a look
     std::thread::id const maker = std::this_thread::get_id();
     mutable std::atomic<long long> time = 1000;
+};
+
+// A time that stands still, but each look at it from another thread than that of its maker takes a while.
+class SlowLooks : public TimeSource
+{
+public:
+    long long GetTime() const override
+    {
+        if (std::this_thread::get_id() != maker)
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        return 1000;
+    }
+
+private:
+    std::thread::id const maker = std::this_thread::get_id();
+};
+
+// A time that cannot be told on another thread than that of its maker.
+class FailingTime : public TimeSource
+{
+public:
+    long long GetTime() const override
+    {
+        if (std::this_thread::get_id() != maker)
+            throw std::runtime_error("The clock is gone");
+        return 1000;
+    }
+
+private:
+    std::thread::id const maker = std::this_thread::get_id();
+};
+
+// A time that stands still, and with it whoever looks at it on one thread, until it is let go of.
+class HoldingTime : public TimeSource
+{
+public:
+    long long GetTime() const override
+    {
+        std::unique_lock lock(mutex);
+        if (holds && std::this_thread::get_id() == held) {
+            isHolding = true;
+            changed.notify_all();
+            changed.wait(lock, [this] { return !holds; });
+        }
+        return 1000;
+    }
+
+    // From the calling thread's next look on.
+    void HoldThisThread()
+    {
+        std::lock_guard const lock(mutex);
+        held = std::this_thread::get_id();
+        holds = true;
+    }
+
+    void WaitUntilHeld() const
+    {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return isHolding; });
+    }
+
+    void LetGo()
+    {
+        std::lock_guard const lock(mutex);
+        holds = false;
+        changed.notify_all();
+    }
+
+private:
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::thread::id held;
+    bool holds = false;
+    mutable bool isHolding = false;
 };

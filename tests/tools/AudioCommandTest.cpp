@@ -193,3 +193,21 @@ TEST_F(AudioCommandTest, RefusesMoreThanTheFormatHolds)
     EXPECT_TRUE(run.errors.contains("a WAV file holds 4 GiB at most, and this takes ")) << run.errors.toStdString();
     EXPECT_FALSE(QFile::exists(PathOf("out.wav")));
 }
+
+TEST_F(AudioCommandTest, WritesTheSoundOfAMovieWhosePicturesHaveNoDecoder)
+{
+    QString const whole = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    EXPECT_EQ(RunTavolin({"audio", whole, "-o", PathOf("whole.wav")}).exitCode, 0);
+    ToolRun const run = RunTavolin({"audio", WithoutDecoder("blind.mp4", whole, "avc1"), "-o", PathOf("blind.wav")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_GT(ReadMedia(PathOf("whole.wav")).size(), 44 + 100000);
+    EXPECT_EQ(ReadMedia(PathOf("blind.wav")), ReadMedia(PathOf("whole.wav")));
+}
+
+TEST_F(AudioCommandTest, NamesTheMissingDecoderOfTheSound)
+{
+    QString const whole = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    ToolRun const run = RunTavolin({"audio", WithoutDecoder("deaf.mp4", whole, "mp4a"), "-o", PathOf("deaf.wav")});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
+}

@@ -205,3 +205,13 @@ TEST(CheckCommandTest, AnswersAFileThatCannotBeOpenedWithThree)
     EXPECT_EQ(run.exitCode, 3);
     EXPECT_EQ(run.output, "");
 }
+
+TEST(CheckCommandTest, ChecksTheHalfThatHasADecoder)
+{
+    QString const whole = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    QString const deaf = WithoutDecoder("deaf.mp4", whole, "mp4a");
+    ToolRun const run = RunTavolin({"check", deaf});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.Output(), deaf + ": ok: 100 pictures\n");
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded"));
+}

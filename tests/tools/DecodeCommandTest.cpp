@@ -177,14 +177,39 @@ TEST(DecodeCommandTest, MixesNoChannelsDown)
     EXPECT_TRUE(RunTavolin({"decode", path}).output.contains("8000 Hz, 10 channels"));
 }
 
-TEST(DecodeCommandTest, SaysWhichDecoderIsMissing)
+TEST(DecodeCommandTest, SaysWhichDecoderIsMissingAndDecodesTheOtherHalf)
+{
+    QString const whole = MovieWithReordering();
+    ToolRun const deaf = RunTavolin({"decode", WithoutDecoder("deaf.mp4", whole, "mp4a"), "--md5"});
+    EXPECT_EQ(deaf.exitCode, 4);
+    EXPECT_TRUE(deaf.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
+    EXPECT_EQ(LinesOf(deaf, "video"), PlainVideoLines(whole, "96x64"));
+    EXPECT_EQ(LinesOf(deaf, "audio"), QStringList());
+    ToolRun const blind = RunTavolin({"decode", WithoutDecoder("blind.mp4", whole, "avc1"), "--md5"});
+    EXPECT_EQ(blind.exitCode, 4);
+    EXPECT_TRUE(blind.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
+    EXPECT_EQ(LinesOf(blind, "video"), QStringList());
+    EXPECT_EQ(SumsOf(LinesOf(blind, "audio")), SumsByFfmpeg(whole));
+}
+
+TEST(DecodeCommandTest, RefusesAMovieOfWhichNothingCanBeDecoded)
+{
+    QString const deaf = WithoutDecoder("deaf.mp4", MovieWithReordering(), "mp4a");
+    ToolRun const run = RunTavolin({"decode", WithoutDecoder("dead.mp4", deaf, "avc1")});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded"));
+    EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded"));
+    EXPECT_TRUE(run.errors.contains("cannot be opened for decoding"));
+}
+
+TEST(DecodeCommandTest, DecodesThePicturesOfAClipWhoseSoundIsUnknown)
 {
     if (!HasClips())
         GTEST_SKIP() << "the clips beside the checkout are absent";
-    ToolRun const run = RunTavolin({"decode", ClipPath("mp4-good-video-unknown-audio.mp4")});
-    EXPECT_EQ(run.exitCode, 3);
-    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded"));
-    EXPECT_TRUE(run.errors.contains("cannot be opened for decoding"));
+    QString const path = ClipPath("mp4-good-video-unknown-audio.mp4");
+    ToolRun const run = RunTavolin({"decode", path, "--md5"});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_EQ(LinesOf(run, "video"), PlainVideoLines(path, "1080x720"));
 }
 
 TEST(DecodeCommandTest, DecodesEachClipAsTheFactsSay)

@@ -143,3 +143,21 @@ TEST_F(FrameCommandTest, GivesAStillImageAtAnyTime)
     EXPECT_TRUE(run.errors.contains("a still image"));
     EXPECT_EQ(Md5(Written("a.ppm").mid(13)), DecodePlainly(still).front().md5);
 }
+
+TEST_F(FrameCommandTest, WritesAPictureOfAMovieWhoseSoundHasNoDecoder)
+{
+    QString const deaf = WithoutDecoder("deaf.mp4", PlainMovie(), "mp4a");
+    ToolRun const run = RunTavolin({"frame", deaf, "--at", "2", "-o", PathOf("deaf.ppm")});
+    EXPECT_EQ(run.exitCode, 0);
+    RunTavolin({"frame", PlainMovie(), "--at", "2", "-o", PathOf("whole.ppm")});
+    EXPECT_GT(Written("whole.ppm").size(), 3 * 96 * 64);
+    EXPECT_EQ(Written("deaf.ppm"), Written("whole.ppm"));
+}
+
+TEST_F(FrameCommandTest, NamesTheMissingDecoderOfThePictures)
+{
+    QString const blind = WithoutDecoder("blind.mp4", PlainMovie(), "avc1");
+    ToolRun const run = RunTavolin({"frame", blind, "--at", "2", "-o", PathOf("blind.ppm")});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
+}
