@@ -1,5 +1,5 @@
 // Exact random seeks in a long group of pictures, against a plain seek that decodes every picture up to the target and
-// converts only that one:
+// converts only that one: by a session as it is, by one that leaves out pictures that nobody needs, and by the engine.
 //
 //     SeekBench MOVIE [PAIRS]     each pair is one target, the same for both
 
@@ -11,6 +11,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
 #include "media/MediaInfo.h"
+#include "playback/PlaybackEngine.h"
 
 #include <QString>
 
@@ -20,11 +21,13 @@ extern "C" {
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <random>
 
 namespace {
 
 constexpr int defaultPairs = 40;
+constexpr int patience = 60000; // milliseconds
 
 // The first picture that is not before `time`, found as a host does; its time, -1 when there is none. What a dropped
 // picture leaves in the decoder at the end comes with further packets.
@@ -47,6 +50,47 @@ long long SeekExactly(MediaInstance& instance, long long startTime, long long ti
     }
 }
 
+// Of the picture after that which shows at the target: what the others stop at.
+long long NextStart(DecodedVideoFrame const& picture)
+{
+    return picture.endTime + 1;
+}
+
+// Prints the ratio to the plain seek; how many targets were not found alike.
+int MeasureSeeks(char const* name, int pairs, MediaInfo const& info, PlainDecode& plain,
+                 std::function<long long(long long)> const& seek)
+{
+    std::mt19937 random(1);
+    std::uniform_int_distribution<long long> anywhere(0, info.GetDuration() - 2 * info.GetFrameStep());
+    long long target = anywhere(random);
+    int calls = 0;
+    int differences = 0;
+    long long ours = 0;
+    long long theirs = 0;
+    auto const finish = [&] {
+        if (++calls % 2 != 0)
+            return;
+        differences += ours == theirs ? 0 : 1;
+        target = anywhere(random);
+    };
+    auto const runs = PairedRuns::Measure(
+        pairs,
+        [&] {
+            ours = seek(target);
+            finish();
+        },
+        [&] {
+            theirs = plain.DecodeUpTo(target + info.GetStartTime()) - info.GetStartTime();
+            finish();
+        });
+    std::printf(
+        "%-18s ours %.1f ms, plain %.1f ms (medians); ratio %.3f / **%.3f** / %.3f (lowest / median / highest), "
+        "processor time %.3f; %d targets differ\n",
+        name, runs.ours * 1000.0, runs.theirs * 1000.0, runs.ratio.lowest, runs.ratio.median, runs.ratio.highest,
+        runs.cpuRatio.median, differences);
+    return differences;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -64,32 +108,27 @@ int main(int argc, char** argv)
     if (!info->IsInitialized() || !instance.Initialize(info, 0) || !instance.OpenInput() || !plain.Open(path, false))
         return 1;
 
-    std::mt19937 random(1);
-    std::uniform_int_distribution<long long> anywhere(0, info->GetDuration() - info->GetFrameStep());
-    long long target = anywhere(random);
-    int calls = 0;
-    int differences = 0;
-    long long ours = 0;
-    long long theirs = 0;
-    auto const finish = [&] {
-        if (++calls % 2 != 0)
-            return;
-        differences += ours == theirs ? 0 : 1;
-        target = anywhere(random);
-    };
-    auto const runs = PairedRuns::Measure(
-        pairs,
-        [&] {
-            ours = SeekExactly(instance, info->GetStartTime(), target);
-            finish();
-        },
-        [&] {
-            theirs = plain.DecodeUpTo(target + info->GetStartTime()) - info->GetStartTime();
-            finish();
-        });
-    std::printf("ours %.1f ms, plain %.1f ms (medians); ratio %.3f / **%.3f** / %.3f (lowest / median / highest), "
-                "processor time %.3f; %d targets differ\n",
-                runs.ours * 1000.0, runs.theirs * 1000.0, runs.ratio.lowest, runs.ratio.median, runs.ratio.highest,
-                runs.cpuRatio.median, differences);
+    int differences = MeasureSeeks("session", pairs, *info, plain, [&](long long target) {
+        return SeekExactly(instance, info->GetStartTime(), target);
+    });
+    differences += MeasureSeeks("session, skipping", pairs, *info, plain, [&](long long target) {
+        instance.SetSeekSkipping(true);
+        return SeekExactly(instance, info->GetStartTime(), target);
+    });
+
+    PlaybackOptions options;
+    options.withSound = false;
+    options.cacheBudget = 1; // so that no picture comes out of the cache
+    PlaybackEngine engine(options);
+    engine.Open(path);
+    engine.WaitUntilReady(patience);
+    differences += MeasureSeeks("engine", pairs, *info, plain, [&](long long target) {
+        engine.Seek(target);
+        engine.WaitUntilReady(patience);
+        auto const picture = engine.GetPicture();
+        if (!picture)
+            return -1LL;
+        return picture->startTime >= target ? picture->startTime : NextStart(*picture);
+    });
     return differences == 0 ? 0 : 1;
 }

@@ -20,8 +20,8 @@ extern "C" {
 #include <string>
 #include <vector>
 
-// Where a host asks for it, pictures that the seek filter drops and that no other picture needs are not decoded. What is
-// delivered is the same as without a seek time, when everything is decoded and the early pictures are sorted out
+// Where a host asks for it, pictures that the seek filter drops and that no other picture needs are not decoded. What
+// is delivered is the same as without a seek time, when everything is decoded and the early pictures are sorted out
 // afterwards.
 
 namespace {
@@ -130,11 +130,19 @@ public:
     // The first pictures from just before `target` on. The decoder hears of the target when `skips` is set, and is
     // allowed to leave out what nobody needs; otherwise it decodes everything, and the pictures before the filter's
     // bound are left out here.
-    std::vector<Delivered> Seek(long long target, bool skips)
+    std::vector<Delivered> Seek(long long target, bool skips) { return Seek(target, skips, skips); }
+
+    std::vector<Delivered> Seek(long long target, bool skips, bool tellsTarget)
+    {
+        return SeekFrom(target, target, skips, tellsTarget);
+    }
+
+    // Lands at `place`.
+    std::vector<Delivered> SeekFrom(long long place, long long target, bool skips, bool tellsTarget)
     {
         decoder.SetSeekSkipping(skips);
         AVRational const microseconds = {1, AV_TIME_BASE};
-        auto const ticks = av_rescale_q(target + startTime, microseconds, Stream()->time_base);
+        auto const ticks = av_rescale_q(place + startTime, microseconds, Stream()->time_base);
         avformat_seek_file(input.Format(), input.StreamIndex(), 0, ticks, ticks, AVSEEK_FLAG_FRAME);
         avcodec_flush_buffers(codec.get());
         std::vector<Delivered> delivered;
@@ -144,13 +152,14 @@ public:
             if (!packet)
                 ++forced; // what a dropped picture left in the decoder comes with further empty packets
             Pictures pictures;
-            decoder.DecodePacket(packet ? packet.get() : EmptyPacket().get(), pictures, skips ? target : -1);
+            decoder.DecodePacket(packet ? packet.get() : EmptyPacket().get(), pictures, tellsTarget ? target : -1);
             for (auto const& picture : pictures)
                 Take(*picture, target, delivered);
         }
         return delivered;
     }
 
+    void BeginAtKeyPicture() { decoder.BeginAtKeyPicture(); }
     bool HasSkippedInDoubt() const { return decoder.HasSkippedInDoubt(); }
     AVCodecContext* Codec() const { return codec.get(); }
     int DecodedPictures() const { return decodedPictures; } // by a session that counts
@@ -241,4 +250,108 @@ TEST(SeekSkippingTest, SkipsNoLessThanTheHostAskedFor)
         times.push_back(picture.time);
     EXPECT_EQ(times, (std::vector<long long>{2400000, 4800000}));
     EXPECT_EQ(session.DecodedPictures(), 3);
+}
+
+// How many pictures the codec makes on the way from the beginning to `target`.
+int DecodedOnTheWay(Recipe const& recipe, long long target, bool skips)
+{
+    Session session(Make(recipe), 1, /*counts=*/true);
+    session.SeekFrom(0, target, skips, /*tellsTarget=*/true);
+    return session.DecodedPictures();
+}
+
+TEST(SeekSkippingTest, DecodesEveryPictureUnlessItIsAskedTo)
+{
+    Recipe const movie = {"skip-b.mp4", X264("bframes=3:b-pyramid=none")};
+    EXPECT_GE(DecodedOnTheWay(movie, 4600000, /*skips=*/false), 115);
+    EXPECT_LT(DecodedOnTheWay(movie, 4600000, /*skips=*/true), 50);
+}
+
+// A field may refer to the other one of its picture, a picture of a higher sub-layer to what no other of its own refers
+// to, and no header tells what pictures of VP8 leave behind.
+TEST(SeekSkippingTest, LeavesOutNothingWithoutAProofThatItIsHarmless)
+{
+    QString const layers = "log-level=0:bframes=7:b-adapt=0:keyint=60:rc-lookahead=20:temporal-layers=1";
+    for (Recipe const& recipe :
+         {Recipe{"skip-interlaced.mp4", X264("bframes=3:interlaced=1")},
+          Recipe{"skip-mpeg2i.ts",
+                 Encoder("mpeg2video", {"-bf", "2", "-g", "50", "-b:v", "1M", "-flags", "+ildct+ilme"})},
+          Recipe{"skip-layers.mp4", Encoder("libx265", {"-preset", "ultrafast", "-x265-params", layers})},
+          Recipe{"skip-vp8.webm", Encoder("libvpx", {"-deadline", "realtime", "-cpu-used", "8", "-g", "60"})}}) {
+        EXPECT_EQ(DecodedOnTheWay(recipe, 3900000, true), DecodedOnTheWay(recipe, 3900000, false)) << recipe.name;
+    }
+}
+
+TEST(SeekSkippingTest, LeavesOutPicturesOfEachCodecThatProvesIt)
+{
+    QString const x265 = "log-level=0:bframes=4:b-adapt=0:keyint=60:b-pyramid=0";
+    QStringList const mpeg = {"-bf", "2", "-g", "50", "-b:v", "1M"};
+    for (Recipe const& recipe :
+         {Recipe{"skip-b.mkv", X264("bframes=3:b-pyramid=none")}, Recipe{"skip-b.ts", X264("bframes=3:b-pyramid=none")},
+          Recipe{"skip-hevc-flat.mp4", Encoder("libx265", {"-preset", "ultrafast", "-x265-params", x265})},
+          Recipe{"skip-mpeg1.mpg", Encoder("mpeg1video", mpeg)}, Recipe{"skip-mpeg2.mkv", Encoder("mpeg2video", mpeg)},
+          Recipe{"skip-mpeg4.mp4", Encoder("mpeg4", mpeg)}}) {
+        EXPECT_LT(DecodedOnTheWay(recipe, 3900000, true), DecodedOnTheWay(recipe, 3900000, false) * 3 / 4)
+            << recipe.name;
+    }
+}
+
+TEST(SeekSkippingTest, IsInDoubtWhereTheStretchIsDamaged)
+{
+    QString const sound = Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")});
+    Session whole(sound, 1);
+    whole.Seek(4600000, true);
+    EXPECT_FALSE(whole.HasSkippedInDoubt());
+
+    QByteArray bytes = ReadMedia(sound);
+    auto const head = bytes.indexOf("mdat");
+    auto const length = bytes.indexOf("moov") - head;
+    ASSERT_GT(length, 20000);
+    for (auto at = head + length / 2; at < head + length * 3 / 4; at += 800)
+        bytes[at] = static_cast<char>(bytes[at] ^ 0x55);
+    Session damaged(WriteMedia("skip-damaged.mp4", bytes), 1);
+    damaged.Seek(4600000, true);
+    EXPECT_TRUE(damaged.HasSkippedInDoubt());
+    damaged.Seek(4600000, /*skips=*/false, /*tellsTarget=*/true);
+    EXPECT_FALSE(damaged.HasSkippedInDoubt()); // nothing was left out
+}
+
+// All packets are called key packets; to FFmpeg's decoder few pictures are.
+TEST(SeekSkippingTest, BeginsAtAKeyPictureOfTheCodecWhereTheContainerLies)
+{
+    QString const movie = Make({"skip-mpeg4.mp4", Encoder("mpeg4", {"-bf", "2", "-g", "50", "-b:v", "1M"})});
+    Session session(PatchMedia("skip-all-key.mp4", movie, "stss", "free"), 1);
+    auto const trusting = session.Seek(1500000, false);
+    ASSERT_FALSE(trusting.empty());
+    EXPECT_LT(trusting.front().time, 1600000);
+    session.BeginAtKeyPicture();
+    auto const careful = session.Seek(1500000, false);
+    ASSERT_FALSE(careful.empty());
+    std::vector<long long> keyTimes;
+    ReferenceInput input(movie, AVMEDIA_TYPE_VIDEO);
+    input.DecodeAll([&](AVFrame& frame) {
+        if (frame.pict_type == AV_PICTURE_TYPE_I)
+            keyTimes.push_back(
+                static_cast<long long>(static_cast<double>(frame.best_effort_timestamp) * input.TickUs()));
+    });
+    auto const next = std::upper_bound(keyTimes.begin(), keyTimes.end(), 1500000);
+    ASSERT_NE(next, keyTimes.end());
+    EXPECT_GT(*next, 1700000);
+    EXPECT_EQ(careful.front().time, *next);
+}
+
+// The B pictures in front of the key picture of an open group refer to the group before, which was not decoded.
+TEST(SeekSkippingTest, LeavesOutWhatShowsBeforeTheKeyPictureOfAnOpenGroup)
+{
+    QString const movie = Make({"skip-open.mkv", X264("bframes=3:open-gop=1")});
+    Session session(movie, 1);
+    session.Seek(2420000, false);
+    session.BeginAtKeyPicture();
+    auto const delivered = session.Seek(2420000, false);
+    ReferenceInput input(movie, AVMEDIA_TYPE_VIDEO);
+    std::vector<std::vector<uint8_t>> plain;
+    input.DecodeAll([&plain](AVFrame& frame) { plain.push_back(ConvertPlainly(frame, frame.width)); });
+    ASSERT_FALSE(delivered.empty());
+    for (Delivered const& picture : delivered)
+        EXPECT_EQ(picture.bytes, plain[static_cast<size_t>((picture.time + 20000) / 40000)]) << picture.time;
 }
