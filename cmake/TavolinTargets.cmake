@@ -10,17 +10,61 @@ if(TAVOLIN_SANITIZE)
         -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     target_link_options(TavolinBuildFlags INTERFACE -fsanitize=${TAVOLIN_SANITIZE})
 endif()
-if(TAVOLIN_BUILD_FUZZERS)
-    # What the fuzzers are led by, and what tells afterwards how far they came.
-    target_compile_options(TavolinBuildFlags INTERFACE
-        -fsanitize=fuzzer-no-link -fprofile-instr-generate -fcoverage-mapping)
+if(TAVOLIN_FUZZ_COVERAGE)
+    target_compile_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate -fcoverage-mapping)
     target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
+endif()
+if(TAVOLIN_QUICK_BUILD)
+    find_program(TAVOLIN_MOLD mold) # a linker several times as fast as the usual one
+    if(TAVOLIN_MOLD)
+        target_link_options(TavolinBuildFlags INTERFACE -fuse-ld=mold)
+    endif()
 endif()
 
 function(tavolin_use_build_flags target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:TavolinBuildFlags>)
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+endfunction()
+
+# tavolin_precompile(HEADERS LIBRARY...): precompiles cmake/headers/HEADERS.h, which includes what these libraries
+# bring, for a quick build.
+function(tavolin_precompile headers)
+    if(NOT TAVOLIN_QUICK_BUILD)
+        return()
+    endif()
+    set(target Tavolin${headers}Headers)
+    set(source "${PROJECT_BINARY_DIR}/generated/${target}.cpp") # a target needs one
+    file(GENERATE OUTPUT "${source}" CONTENT "")
+    add_library(${target} OBJECT "${source}")
+    tavolin_use_build_flags(${target})
+    tavolin_set_precompiled_flags(${target})
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake")
+    target_link_libraries(${target} PRIVATE ${ARGN})
+    target_precompile_headers(${target} PRIVATE <headers/${headers}.h>)
+endfunction()
+
+# tavolin_use_precompiled(TARGET HEADERS): the target's sources begin with what tavolin_precompile made.
+function(tavolin_use_precompiled target headers)
+    if(TAVOLIN_QUICK_BUILD)
+        target_precompile_headers(${target} REUSE_FROM Tavolin${headers}Headers)
+        tavolin_set_precompiled_flags(${target})
+    endif()
+endfunction()
+
+# Whoever makes and whoever uses precompiled headers is compiled with the same options. Without the last of them ccache
+# would not keep them.
+function(tavolin_set_precompiled_flags target)
+    set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_options(${target} PRIVATE -fPIC
+        $<IF:$<CXX_COMPILER_ID:GNU>,-fpch-preprocess,SHELL:-Xclang -fno-pch-timestamp>)
+endfunction()
+
+# Lets the fuzzers see which branches of the target an input reaches.
+function(tavolin_lead_fuzzers target)
+    if(TAVOLIN_BUILD_FUZZERS AND TARGET ${target})
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
 endfunction()
 
 # tavolin_add_library(TavolinAV AV): the target, its alias Tavolin::AV, hidden symbols and the export header
@@ -37,6 +81,8 @@ function(tavolin_add_library target alias)
         VISIBILITY_INLINES_HIDDEN ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
+    tavolin_use_precompiled(${target} Library)
+    tavolin_lead_fuzzers(${target})
     generate_export_header(${target} EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/generated/${target}Export.h")
     if(NOT BUILD_SHARED_LIBS)
         string(TOUPPER ${target} upper)

@@ -6,12 +6,12 @@ build_packages=(
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
 )
 test_packages=(
-    ffmpeg libgtest-dev libbenchmark-dev
+    ffmpeg libgtest-dev ccache mold
     xvfb xauth libgl1-mesa-dri
     pulseaudio pulseaudio-utils libasound2-plugins
     desktop-file-utils appstream mandoc
 )
-fuzz_packages=(clang libclang-rt-dev llvm libgtest-dev)
+clang_packages=(clang libclang-rt-dev llvm)
 
 is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | head -n 1) == installed ]]
@@ -42,23 +42,35 @@ need_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
-# use_ccache: compiles by way of it where there is one; what was compiled in one checkout then serves in another.
+# use_ccache: compiles by way of it where there is one; what was compiled in one checkout then serves in another. It
+# takes precompiled headers for what they hold, whatever their time.
 use_ccache() {
     command -v ccache >/dev/null || return 0
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
+    export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+}
+
+# configure PRESET: quietly unless it fails.
+configure() {
+    local log=build/$1.log
+    use_ccache
+    mkdir -p build
+    if ! cmake --preset "$1" >"$log" 2>&1; then
+        tail -n 60 "$log" >&2
+        return 1
+    fi
 }
 
 # build PRESET [TARGET...]: configures and builds, quietly unless it fails.
 build() {
     local preset=$1 target options=() log=build/$1.log
+    configure "$preset"
     shift
     for target in "$@"; do
         options+=(--target "$target")
     done
-    use_ccache
-    mkdir -p build
     echo "Building $preset" >&2
-    if ! { cmake --preset "$preset" && cmake --build "build/$preset" -j "$(nproc)" "${options[@]}"; } >"$log" 2>&1; then
+    if ! cmake --build "build/$preset" -j "$(nproc)" "${options[@]}" >>"$log" 2>&1; then
         tail -n 60 "$log" >&2
         echo "The build of $preset failed; all of its output is in $log" >&2
         return 1

@@ -1,6 +1,7 @@
 #include "Clips.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,8 +11,6 @@
 #include <stdexcept>
 
 namespace {
-
-QString const folder = QStringLiteral(TAVOLIN_TEST_CLIPS);
 
 QString const small = QStringLiteral("-f lavfi -i testsrc2=size=192x108:rate=25:duration=%1 ");
 QString const tone = QStringLiteral("-f lavfi -i sine=frequency=440:beep_factor=4:duration=%1:sample_rate=44100 ");
@@ -72,6 +71,9 @@ std::map<QString, QString> const otherRecipes = {
     {"cover-png.mp3", tone.arg(3) + "-f lavfi -i testsrc2=size=64x64:rate=1:duration=1 -map 0:a -map 1:v "
                                     "-c:v png -disposition:v attached_pic -c:a libmp3lame"},
 };
+
+// Another one whenever an edit changes.
+constexpr char editVersion[] = "1";
 
 // Streams that are hard to enter in the middle. `edit` changes the file that FFmpeg made.
 struct DifficultRecipe
@@ -154,6 +156,21 @@ std::vector<DifficultRecipe> const& DifficultRecipes()
     };
     return recipes;
 }
+
+// Another one whenever a recipe changes.
+QString NewFolder()
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    for (Recipe const& recipe : Recipes())
+        hash.addData(recipe.name.toUtf8() + recipe.arguments.toUtf8());
+    for (DifficultRecipe const& recipe : DifficultRecipes())
+        hash.addData(recipe.name.toUtf8() + recipe.arguments.toUtf8() + editVersion);
+    for (auto const& [name, arguments] : otherRecipes)
+        hash.addData(name.toUtf8() + arguments.toUtf8());
+    return QStringLiteral(TAVOLIN_TEST_CLIPS "/") + QString::fromLatin1(hash.result().toHex().left(12));
+}
+
+QString const folder = NewFolder();
 
 QString ArgumentsFor(QString const& name)
 {

@@ -3,12 +3,12 @@
 #include "media/FfmpegBridge.h"
 #include "media/FfmpegPtr.h"
 
-#include <QCryptographicHash>
-
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/dict.h>
+#include <libavutil/mem.h>
+#include <libavutil/murmur3.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
@@ -16,6 +16,8 @@ extern "C" {
 
 #include <algorithm>
 #include <functional>
+#include <map>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -129,11 +131,13 @@ FfmpegPtr<SwrContext> MakeResampler(AVCodecContext const* codec)
 
 QByteArray Reference::HashOf(unsigned char const* data, int width, int height, int stride)
 {
-    QCryptographicHash hash(QCryptographicHash::Md5);
+    std::unique_ptr<AVMurMur3, decltype(&av_free)> const state(av_murmur3_alloc(), &av_free);
+    av_murmur3_init(state.get());
     for (int y = 0; y < height; ++y)
-        hash.addData(QByteArray::fromRawData(reinterpret_cast<char const*>(data) + static_cast<ptrdiff_t>(y) * stride,
-                                             3 * width));
-    return hash.result();
+        av_murmur3_update(state.get(), data + static_cast<ptrdiff_t>(y) * stride, static_cast<size_t>(3 * width));
+    QByteArray hash(16, 0);
+    av_murmur3_final(state.get(), reinterpret_cast<uint8_t*>(hash.data()));
+    return hash;
 }
 
 namespace {
@@ -167,7 +171,11 @@ std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double un
 
 std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, double untimedRate)
 {
-    return DecodeAllPictures(path, untimedRate, true);
+    static std::map<std::pair<QString, double>, std::vector<Picture>> known;
+    auto const [entry, isNew] = known.try_emplace({path, untimedRate});
+    if (isNew)
+        entry->second = DecodeAllPictures(path, untimedRate, true);
+    return entry->second;
 }
 
 std::vector<Reference::Picture> Reference::DecodeDamagedPictures(QString const& path)
@@ -198,7 +206,12 @@ long long Reference::FirstPictureTime(QString const& path)
 
 Reference::Sound Reference::DecodeSound(QString const& path)
 {
-    Sound sound;
+    static QString lastPath;
+    static Sound sound;
+    if (path == lastPath)
+        return sound;
+    lastPath.clear();
+    sound = {};
     Input input = OpenBest(path, AVMEDIA_TYPE_AUDIO, false);
     if (!input.stream)
         return sound;
@@ -217,6 +230,7 @@ Reference::Sound Reference::DecodeSound(QString const& path)
                     frame->nb_samples);
         return true;
     });
+    lastPath = path;
     return sound;
 }
 

@@ -11,10 +11,11 @@ namespace Reference {
 struct Picture
 {
     long long time = 0; // microseconds from the first picture
-    QByteArray hash;    // MD5 of the packed RGB rows, without padding
+    QByteArray hash;    // MurmurHash3 of the packed RGB rows, without padding
 };
 
-// Those that show at 0 or later and whose times rise. `untimedRate` is for pictures without times.
+// Those that show at 0 or later and whose times rise. `untimedRate` is for pictures without times. Decoded once a
+// process.
 std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
 
 // The same of a damaged file. FFmpeg patches up pictures by what its threads have at hand: those that do not come out the
@@ -30,7 +31,8 @@ struct Sound
     std::vector<short> samples;
 };
 
-// All samples of the best stream of sound one after the other, as 16 bits, whatever their times.
+// All samples of the best stream of sound one after the other, as 16 bits, whatever their times. Those of the file that
+// was asked for last are kept.
 Sound DecodeSound(QString const& path);
 
 QString SoundCodec(QString const& path); // of the best stream

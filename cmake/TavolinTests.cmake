@@ -1,0 +1,63 @@
+# Programs of GoogleTest, and how CTest comes to know the tests in them.
+
+# tavolin_add_test_program(TARGET SOURCE...): a program that is built with the target Tests.
+function(tavolin_add_test_program target)
+    add_executable(${target} ${ARGN})
+    tavolin_use_build_flags(${target})
+    tavolin_use_precompiled(${target} Tests)
+    tavolin_discover_tests(${target})
+endfunction()
+
+# tavolin_add_tests(TARGET SOURCE...): one that uses tests/support.
+function(tavolin_add_tests target)
+    tavolin_add_test_program(${target} ${ARGN})
+    target_link_libraries(${target} PRIVATE TavolinTestSupport)
+endfunction()
+
+# tavolin_optimise(SOURCE...): for sources that calculate so much that it takes less time to optimise them.
+function(tavolin_optimise)
+    if(TAVOLIN_QUICK_BUILD)
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O2 SKIP_PRECOMPILE_HEADERS ON)
+    endif()
+endfunction()
+
+# tavolin_discover_tests(TARGET [ONE_PROCESS] [LAUNCHER COMMAND...] [PROPERTIES NAME VALUE...]): has CTest ask the
+# program for its tests when it starts; see DiscoverTests.cmake.
+function(tavolin_discover_tests target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "ONE_PROCESS" "" "LAUNCHER;PROPERTIES")
+    set(one_process "")
+    if(arg_ONE_PROCESS)
+        set(one_process ONE_PROCESS)
+    endif()
+    set(call "set(launcher [==[${arg_LAUNCHER}]==])
+set(properties [==[${arg_PROPERTIES}]==])
+tavolin_add_tests_of(\"$<TARGET_FILE:${target}>\" ${one_process})
+")
+    set(include "${CMAKE_CURRENT_BINARY_DIR}/${target}-tests.cmake")
+    file(GENERATE OUTPUT "${include}" CONTENT "include(\"${PROJECT_SOURCE_DIR}/cmake/DiscoverTests.cmake\")\n${call}")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${include}")
+    tavolin_note_test_program(${target})
+endfunction()
+
+# tavolin_define_for(SOURCE DEFINITION...): for one source alone, so that a path in it leaves the others to the compiler
+# cache wherever they are compiled.
+function(tavolin_define_for source)
+    set_property(SOURCE ${source} APPEND PROPERTY COMPILE_DEFINITIONS ${ARGN})
+endfunction()
+
+# Has the target Tests build the program, and ./test know what it is made of.
+function(tavolin_note_test_program target)
+    add_dependencies(Tests ${target})
+    get_target_property(sources ${target} SOURCES)
+    get_target_property(folder ${target} SOURCE_DIR)
+    list(FILTER sources INCLUDE REGEX "Test\\.cpp$")
+    list(TRANSFORM sources PREPEND "${folder}/")
+    set_property(GLOBAL APPEND_STRING PROPERTY TAVOLIN_TEST_PROGRAMS "${target} ${sources}\n")
+endfunction()
+
+# Writes a line a program: its name and its sources.
+function(tavolin_list_test_programs)
+    get_property(programs GLOBAL PROPERTY TAVOLIN_TEST_PROGRAMS)
+    string(REPLACE ";" " " programs "${programs}")
+    file(WRITE "${PROJECT_BINARY_DIR}/test-programs" "${programs}")
+endfunction()
