@@ -17,7 +17,7 @@ public:
     // Writer.
     void Write(Value value)
     {
-        slots[back] = std::move(value);
+        places[back] = std::move(value);
         back = middle.exchange(back | isNew, std::memory_order_acq_rel) & ~isNew;
     }
 
@@ -30,12 +30,12 @@ public:
         return true;
     }
 
-    Value const& Get() const { return slots[front]; } // reader; stays as it is until the next Update
+    Value const& Get() const { return places[front]; } // reader; stays as it is until the next Update
 
 private:
     static constexpr unsigned isNew = 4;
 
-    Value slots[3];
+    Value places[3];
     unsigned back = 0;
     std::atomic<unsigned> middle = 1;
     unsigned front = 2;
