@@ -218,7 +218,7 @@ void MeasureSound(QString const& path, QString const& silentPath)
                 engines[1].GetStatus().channels);
     std::vector<double> times[2];
     std::vector<double> ratios;
-    for (unsigned row = 0; row < 20; ++row) {
+    for (unsigned row = 0; row < 60; ++row) {
         for (size_t turn = 0; turn < 2; ++turn) {
             size_t const which = (turn + row) % 2;
             times[which].push_back(Scrub(engines[which], std::mt19937(row)));
