@@ -377,7 +377,8 @@ bool EngineCore::WaitUntilReady(int milliseconds)
     for (bool isFirst = true;; isFirst = false) {
         long long const now = Now();
         Settle(now);
-        if (!opening && !openingAsked && !soundOpening && (!media || IsReady(now, soundToWaitFor)))
+        bool const isOpen = !opening && !openingAsked && !soundOpening;
+        if (isOpen && (!media || (IsReady(now, soundToWaitFor) && IsBudgetHeeded())))
             return true;
         if (isFirst)
             Wake(); // who waits may be the only one who looks, and time has gone by
@@ -558,6 +559,11 @@ bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
     PlayNeed const need = GetNeed(now);
     bool const hasPicture = !media->pictures || (steps == 0 && media->pictures->IsReady(need));
     return hasPicture && (!media->sound || media->sound->HasSound(need, soundAheadNeeded));
+}
+
+bool EngineCore::IsBudgetHeeded() const
+{
+    return !media->pictures || media->pictures->GetSpan().budget == budget;
 }
 
 bool EngineCore::IsEndKnown() const

@@ -121,6 +121,7 @@ private:
     void PlaceAt(long long position, long long now);
     void RunClock(double speed, long long now);
     bool IsReady(long long now, long long soundAhead);
+    bool IsBudgetHeeded() const;
     bool IsEndKnown() const;
     long long GetStart() const;
     long long GetEnd() const;
