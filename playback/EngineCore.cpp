@@ -29,6 +29,10 @@ constexpr long long soundAhead = 2 * second;
 constexpr long long soundToBegin = second / 5;
 constexpr long long soundToWaitFor = second;
 
+// While the clock runs, the decoding thread looks at least as often what is needed, because the sound output does not
+// wake it: waking a thread takes a system call, after which the other may run first.
+constexpr auto longestRest = std::chrono::milliseconds(10);
+
 constexpr long long farAway =
     std::numeric_limits<long long>::max() / 4; // no position is beyond, so that sums stay small
 
@@ -288,7 +292,6 @@ int EngineCore::FillAudio(short* buffer, int frames, long long delay)
         ReportSound(order, now, delay);
     SoundRun run = order.run;
     run.position = Onwards(order.clock.GetPosition(now), order.reported, run.speed) + order.origin;
-    Wake(); // without the lock this may come to nothing; the next block makes up for it
     order.output->Fill(buffer, frames, run);
     return frames;
 }
@@ -374,7 +377,8 @@ bool EngineCore::WaitUntilReady(int milliseconds)
     for (bool isFirst = true;; isFirst = false) {
         long long const now = Now();
         Settle(now);
-        if (!opening && !openingAsked && !soundOpening && (!media || IsReady(now, soundToWaitFor)))
+        bool const isOpen = !opening && !openingAsked && !soundOpening;
+        if (isOpen && (!media || (IsReady(now, soundToWaitFor) && IsBudgetHeeded())))
             return true;
         if (isFirst)
             Wake(); // who waits may be the only one who looks, and time has gone by
@@ -557,6 +561,11 @@ bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
     return hasPicture && (!media->sound || media->sound->HasSound(need, soundAheadNeeded));
 }
 
+bool EngineCore::IsBudgetHeeded() const
+{
+    return !media->pictures || media->pictures->GetSpan().budget == budget;
+}
+
 bool EngineCore::IsEndKnown() const
 {
     return !soundOpening && (!media->pictures || media->pictures->GetEnd() >= 0) &&
@@ -601,7 +610,11 @@ void EngineCore::Run()
             GiveUp(lock, TroubleOf(exception));
         }
         progress.notify_all();
-        wake.wait(lock, [&] { return worked || quitting || wakes != seen; });
+        auto const isDue = [&] { return worked || quitting || wakes != seen; };
+        if (clock.GetSpeed() != 0.0)
+            wake.wait_for(lock, longestRest, isDue);
+        else
+            wake.wait(lock, isDue);
     }
     lock.unlock();
     media.reset();

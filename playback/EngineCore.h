@@ -9,7 +9,6 @@
 
 #include <QString>
 
-#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -106,7 +105,7 @@ private:
     // The output thread.
     void ReportSound(SoundOrder const& order, long long now, long long delay);
 
-    // Under the lock, but for the first two.
+    // Under the lock, but for the first.
     long long Now() const;
     void Wake();
     PlayNeed GetNeed(long long now);
@@ -122,6 +121,7 @@ private:
     void PlaceAt(long long position, long long now);
     void RunClock(double speed, long long now);
     bool IsReady(long long now, long long soundAhead);
+    bool IsBudgetHeeded() const;
     bool IsEndKnown() const;
     long long GetStart() const;
     long long GetEnd() const;
@@ -134,7 +134,6 @@ private:
     PlaybackOptions const options;
     std::shared_ptr<TimeSource const> const timeSource;
 
-    std::atomic<long long> wakes = 0; // the output adds to it without the lock
     std::condition_variable wake;
     std::condition_variable progress;
     Latest<SoundOrder> orders;   // written under the lock
@@ -145,6 +144,7 @@ private:
     long long freeClockSerial = -1;
 
     std::mutex mutex; // of everything below
+    long long wakes = 0;
     bool quitting = false;
 
     // What is asked for.

@@ -28,14 +28,25 @@ std::vector<PictureCache::Picture> PictureCache::SetBudget(long long bytes, long
                           static_cast<int>(std::min<long long>(slotBytes, std::numeric_limits<int>::max())), 1, 1);
     auto kept = current;
     for (; kept != released.end() && HasRoom((*kept)->size); ++kept)
-        cache.AppendFrame(*kept);
+        PutBack(*kept);
     auto before = current;
     if (kept != current) {
         while (before != released.begin() && HasRoom((*(before - 1))->size))
-            cache.AppendFrame(*--before);
+            PutBack(*--before);
     }
     released.erase(before, kept);
     return released;
+}
+
+// As AppendFrame, which would round the start of the only picture, though, while a display may be reading that.
+void PictureCache::PutBack(Picture const& picture)
+{
+    if (cache.FirstFrame()) {
+        cache.AppendFrame(picture);
+        return;
+    }
+    cache.PushBack(picture);
+    cache.UpdateStartEndTimes();
 }
 
 bool PictureCache::HasRoomFor(long long bytes) const

@@ -90,6 +90,7 @@ public:
 
 private:
     std::vector<Picture> GetAll() const;
+    void PutBack(Picture const& picture);
     bool HasRoom(long long bytes) const;
     int GetCount() const;
 

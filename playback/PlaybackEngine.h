@@ -96,8 +96,8 @@ public:
     PlaybackStatus GetStatus() const; // as of now
 
     // Waits until whatever is under way for the present position is there: the opening done or failed, steps made, the
-    // exact picture cached or known not to exist, the sound of the next moments too. False after `milliseconds` of real
-    // time. With a time source that stands still meanwhile, nothing is ever dropped.
+    // exact picture cached or known not to exist, the sound of the next moments too, a change of the budget heeded.
+    // False after `milliseconds` of real time. With a time source that stands still meanwhile, nothing is ever dropped.
     bool WaitUntilReady(int milliseconds) const;
 
 private:

@@ -1,4 +1,5 @@
 #include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
 #include "playback/PlaybackEngine.h"
 #include "playback/TimeSource.h"
 
@@ -18,6 +19,11 @@
 //
 // GROUP is the number of pictures from key picture to key picture in the movie. Time goes on as fast as pictures are
 // decoded. Each figure stands on a line of its own.
+//
+//     PlaybackBench --sound MOVIE SILENT
+//
+// compares how long a seek while paused takes until its picture is there, in a movie with sound and in the same one
+// without: rows of ten seeks in turns, each seek as soon as the one before shows its picture.
 //
 //     PlaybackBench --seeks MOVIE
 //
@@ -182,6 +188,47 @@ void ServeSeeks(QString const& path)
     }
 }
 
+// Milliseconds of ten seeks while paused, one right after the other.
+double Scrub(PlaybackEngine& engine, std::mt19937 random)
+{
+    PlaybackStatus const status = engine.GetStatus();
+    std::uniform_int_distribution<long long> anyTime(0, status.duration - 2 * status.frameStep);
+    auto const begin = SteadyClock::now();
+    for (int i = 0; i < 10; ++i) {
+        long long const time = anyTime(random) / status.frameStep * status.frameStep;
+        engine.Seek(time);
+        for (auto picture = engine.GetPicture(); !picture || picture->startTime != time; picture = engine.GetPicture())
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    double const milliseconds = SecondsSince(begin) * 1e3;
+    Wait(engine);
+    return milliseconds;
+}
+
+void MeasureSound(QString const& path, QString const& silentPath)
+{
+    PlaybackOptions options;
+    options.cacheBudget = 0;
+    PlaybackEngine engines[2] = {PlaybackEngine(options), PlaybackEngine(options)};
+    engines[0].Open(path);
+    engines[1].Open(silentPath);
+    for (PlaybackEngine const& engine : engines)
+        Wait(engine);
+    std::printf("with sound: %d channels; without: %d\n", engines[0].GetStatus().channels,
+                engines[1].GetStatus().channels);
+    std::vector<double> times[2];
+    std::vector<double> ratios;
+    for (unsigned row = 0; row < 60; ++row) {
+        for (size_t turn = 0; turn < 2; ++turn) {
+            size_t const which = (turn + row) % 2;
+            times[which].push_back(Scrub(engines[which], std::mt19937(row)));
+        }
+        ratios.push_back(times[0].back() / times[1].back());
+    }
+    std::printf("seek while paused to its picture: with sound %.1f ms, without %.1f ms, ratio %.3f\n",
+                Median(times[0]) / 10, Median(times[1]) / 10, Median(ratios));
+}
+
 void MeasureOpening(QString const& path)
 {
     std::vector<double> times;
@@ -205,8 +252,14 @@ int main(int argc, char** argv)
         ServeSeeks(QString::fromLocal8Bit(argv[2]));
         return 0;
     }
+    if (argc == 4 && QLatin1String(argv[1]) == QLatin1String("--sound")) {
+        AvGlobals::maxAudioOutputChannels = 2;
+        MeasureSound(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+        return 0;
+    }
     if (argc != 3 || std::atoi(argv[2]) <= 0) {
-        std::fprintf(stderr, "Usage: PlaybackBench MOVIE GROUP\n       PlaybackBench --seeks MOVIE\n");
+        std::fprintf(stderr, "Usage: PlaybackBench MOVIE GROUP\n       PlaybackBench --sound MOVIE SILENT\n"
+                             "       PlaybackBench --seeks MOVIE\n");
         return 2;
     }
     QString const path = QString::fromLocal8Bit(argv[1]);
