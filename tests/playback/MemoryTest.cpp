@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int patience = 20000; // milliseconds
+constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 long long PeakBytes()
 {
@@ -39,8 +39,10 @@ bool ResetPeak()
 
 bool IsSanitized()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) // GCC
     return true;
+#elif defined(__has_feature) // Clang
+    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
     return false;
 #endif

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
+constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 constexpr long long farAhead = 1000000000000LL;
 
 std::vector<std::string> AllClips()

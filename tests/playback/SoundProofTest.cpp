@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
+constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 constexpr int blockFrames = 700;
 constexpr int fadesPerSecond = 200;
 

@@ -25,7 +25,7 @@ namespace {
 
 constexpr int rate = DemoMovie::sampleRate;
 constexpr long long second = 1000000;
-constexpr int patience = 20000; // milliseconds
+constexpr int patience = 60000; // milliseconds
 constexpr double pi = 3.14159265358979323846;
 
 long long Now()

@@ -32,7 +32,7 @@ namespace {
 
 constexpr int pictures = 250; // ten seconds
 constexpr long long step = 40000;
-constexpr int patience = 15000; // milliseconds; on a computer that has nothing else to do, milliseconds are enough
+constexpr int patience = 60000; // milliseconds; on a computer that has nothing else to do, milliseconds are enough
 
 // The view of the picture is 640 x 480, so that each pixel of the movie is 2 x 2 on the screen.
 constexpr int viewWidth = 640;
