@@ -70,6 +70,11 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, int threa
         av_opt_set_int(context.get(), "threads", threads, 0);
     if (sws_init_context(context.get(), nullptr, nullptr) < 0)
         return nullptr;
+    if (layout.matrix >= 0) {
+        int const* const coefficients = sws_getCoefficients(layout.matrix);
+        // RGB has none to set, which is no failure.
+        sws_setColorspaceDetails(context.get(), coefficients, layout.isFullRange, coefficients, 1, 0, 1 << 16, 1 << 16);
+    }
     return context;
 }
 
@@ -135,7 +140,8 @@ bool PictureScaler::Prepare(Layout const& layout)
     int const threads = IsWorthThreads(layout) ? mostThreads : 1;
     bool const fits = context && threads == preparedThreads && layout.width == prepared.width &&
                       layout.height == prepared.height && layout.format == prepared.format &&
-                      layout.outputWidth == prepared.outputWidth && layout.outputHeight == prepared.outputHeight;
+                      layout.outputWidth == prepared.outputWidth && layout.outputHeight == prepared.outputHeight && layout.matrix == prepared.matrix &&
+                      layout.isFullRange == prepared.isFullRange;
     if (fits)
         return true;
     context = MakeContext(layout, threads);

@@ -173,6 +173,16 @@ inline int ReceiveFrame(AVCodecContext* context, AVFrame* frame)
     return avcodec_is_open(context) ? avcodec_receive_frame(context, frame) : AVERROR(EINVAL);
 }
 
+// Whether the rows of the picture were taken as two fields, one after the other.
+inline bool IsInterlaced(AVFrame const* picture)
+{
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+    return (picture->flags & AV_FRAME_FLAG_INTERLACED) != 0;
+#else
+    return picture->interlaced_frame != 0;
+#endif
+}
+
 // Whether a scaler can cut a picture into slices for threads of its own.
 constexpr bool hasScalerThreads = TAVOLIN_HAS_SCALER_THREADS;
 
