@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TavolinAVExport.h"
+#include "decode/ColourSettings.h"
 #include "media/FfmpegPtr.h"
 
 #include <QList>
@@ -97,6 +98,10 @@ public:
 
     void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; after Initialize
 
+    // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
+    // default by the converter's defaults, whatever the stream says. In every state.
+    void SetColours(ColourSettings const& colours);
+
     // Positions among the container's streams, -1 without such a stream.
     int GetActiveAudioStreamIndex() const;
     int GetActiveVideoStreamIndex() const;
@@ -109,6 +114,7 @@ public:
     bool IsPlaner() const;             // each channel in a plane of its own, as decoded
 
 private:
+    void ApplyColours();
     bool OpenAudio(MediaInfo const& info);
     bool OpenVideo(MediaInfo const& info);
     void LoadPacket();
@@ -127,6 +133,7 @@ private:
     bool endOfFile = false;
     bool requiresLargeSeekOffset = false;
     bool seekFailed = false;
+    ColourSettings colours;
 
     // The decoders use the codec contexts, so they are declared after them and go first.
     FfmpegPtr<AVFormatContext> formatContext;

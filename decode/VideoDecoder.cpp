@@ -7,6 +7,7 @@
 #include "decode/Microseconds.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
+#include "decode/colour/StreamConverter.h"
 #include "media/FfmpegBridge.h"
 
 extern "C" {
@@ -146,6 +147,17 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
 void VideoDecoder::SetTimesOnly(bool newTimesOnly)
 {
     timesOnly = newTimesOnly;
+}
+
+void VideoDecoder::SetColours(ColourSettings const& newColours, double statedPeak)
+{
+    colours = newColours;
+    if (!colours.followStream)
+        return;
+    if (!converter)
+        converter = std::make_unique<StreamConverter>();
+    converter->SetSettings(colours);
+    converter->SetStatedPeak(statedPeak);
 }
 
 void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
@@ -331,6 +343,10 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
     if (timesOnly)
         return scaler->CanConvert(layout);
     record.TakeFromStore(pictureBuffers, outputSize);
+    if (record.data && colours.followStream) {
+        converter->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
+        return converter->Convert(*frame, layout, isLinear, record.data);
+    }
     if (!record.data || !scaler->Convert(*frame, layout, record.data))
         return false;
     if (isLinear)

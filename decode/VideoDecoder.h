@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TavolinAVExport.h"
+#include "decode/ColourSettings.h"
 #include "media/FfmpegPtr.h"
 
 #include <QList>
@@ -10,12 +11,14 @@
 
 class PictureBuffers;
 class PictureScaler;
+class StreamConverter;
 struct AVRational;
 struct DecodedVideoFrame;
 
 // Turns the packets of one video stream into DecodedVideoFrame records: packed RGB at the width that the pixels' aspect
-// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range), times in microseconds from the
-// stream's first picture. One thread at a time. A decoder that is not initialised does nothing.
+// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range) unless SetColours asks for the
+// stream's, times in microseconds from the stream's first picture. One thread at a time. A decoder that is not
+// initialised does nothing.
 class TAVOLINAV_EXPORT VideoDecoder
 {
 public:
@@ -38,6 +41,10 @@ public:
     // For who asks for nothing but times: pictures come when they would, but without `data` and at a fraction of the
     // cost.
     void SetTimesOnly(bool timesOnly);
+
+    // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
+    // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
+    void SetColours(ColourSettings const& colours, double statedPeak = 0.0);
 
     // Appends the records that `packet` completes: at most one picture for an ordinary packet; all that are held back
     // and the mark of the end for an empty one (no data, no size); the whole image, without a mark, for an image.
@@ -97,4 +104,6 @@ private:
     std::deque<FfmpegPtr<AVFrame>> heldFrames; // decoded by an earlier call and not yet delivered
     std::shared_ptr<PictureBuffers> pictureBuffers;
     std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
+    ColourSettings colours;
+    std::unique_ptr<StreamConverter> converter; // of the stream's colours, once they are asked for; outlives Shutdown
 };

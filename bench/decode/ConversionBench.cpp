@@ -77,8 +77,8 @@ FfmpegPtr<AVFrame> MakePicture(Case const& one)
     AVPixFmtDescriptor const& format = *av_pix_fmt_desc_get(one.format);
     for (int plane = 0; plane < 4 && frame->data[plane]; ++plane) {
         bool const isChroma = plane > 0 && format.log2_chroma_h > 0;
-        auto const bytes = static_cast<size_t>(frame->linesize[plane]) *
-                           static_cast<size_t>(isChroma ? (height + 1) / 2 : height);
+        auto const bytes =
+            static_cast<size_t>(frame->linesize[plane]) * static_cast<size_t>(isChroma ? (height + 1) / 2 : height);
         int const depth = format.comp[0].depth;
         for (size_t i = 0; i + 4 <= bytes; i += 4) {
             uint32_t const noise = static_cast<uint32_t>(i / 4) * 2654435761u >> 7;
@@ -171,7 +171,8 @@ void Measure(Case const& one, int pairs)
 int main(int argc, char** argv)
 {
     int const pairs = argc > 1 ? std::atoi(argv[1]) : defaultPairs;
-    std::printf("| Picture | Ours, ms | Theirs, ms | Lowest | Median | Highest | Processor | Goal |\n|---|---|---|---|---|---|---|---|\n");
+    std::printf("| Picture | Ours, ms | Theirs, ms | Lowest | Median | Highest | Processor | Goal "
+                "|\n|---|---|---|---|---|---|---|---|\n");
     for (Case const& one : cases)
         if (argc < 3 || NameOf(one).find(argv[2]) != std::string::npos)
             Measure(one, pairs);

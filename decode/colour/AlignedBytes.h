@@ -15,7 +15,7 @@ public:
     uint8_t* Get(size_t size)
     {
         if (size > capacity || !bytes) {
-            bytes.reset(static_cast<uint8_t*>(::operator new(size, std::align_val_t{alignment}, std::nothrow)));
+            bytes.reset(static_cast<uint8_t*>(::operator new (size, std::align_val_t{alignment}, std::nothrow)));
             capacity = bytes ? size : 0;
         }
         return bytes.get();
@@ -24,7 +24,7 @@ public:
 private:
     struct Deleter
     {
-        void operator()(uint8_t* memory) const { ::operator delete(memory, std::align_val_t{alignment}); }
+        void operator()(uint8_t* memory) const { ::operator delete (memory, std::align_val_t{alignment}); }
     };
 
     std::unique_ptr<uint8_t, Deleter> bytes;

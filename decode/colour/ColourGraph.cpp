@@ -58,8 +58,7 @@ zimg_image_format SourceFormat(ColourGraph::Kind const& kind, FrameRows::Shape c
     if (shape.planes == 1)
         return format;
     format.color_family = shape.isRgb ? ZIMG_COLOR_RGB : ZIMG_COLOR_YUV;
-    format.matrix_coefficients =
-        shape.isRgb ? ZIMG_MATRIX_RGB : static_cast<zimg_matrix_coefficients_e>(kind.matrix);
+    format.matrix_coefficients = shape.isRgb ? ZIMG_MATRIX_RGB : static_cast<zimg_matrix_coefficients_e>(kind.matrix);
     format.subsample_w = static_cast<unsigned>(shape.log2ChromaWidth);
     format.subsample_h = static_cast<unsigned>(shape.log2ChromaHeight);
     format.chroma_location = static_cast<zimg_chroma_location_e>(kind.chromaLocation - AVCHROMA_LOC_LEFT);
@@ -232,8 +231,8 @@ bool ColourGraph::Kind::operator==(Kind const& other) const
 {
     return format == other.format && width == other.width && height == other.height &&
            outputWidth == other.outputWidth && matrix == other.matrix && transfer == other.transfer &&
-           primaries == other.primaries && chromaLocation == other.chromaLocation &&
-           isFullRange == other.isFullRange && scan == other.scan && output == other.output;
+           primaries == other.primaries && chromaLocation == other.chromaLocation && isFullRange == other.isFullRange &&
+           scan == other.scan && output == other.output;
 }
 
 std::unique_ptr<ColourGraph> ColourGraph::Make(Kind const& kind)
@@ -287,6 +286,6 @@ bool ColourGraph::Process(FrameRows const& rows, Memory& memory, RowSink& sink) 
         !Divide(memory.output, ends.output, shape.planes, outputStride, Ring(outputRows, target.height), 0))
         return false;
     zimg_image_buffer_const const input = Constant(ends.input);
-    return zimg_filter_graph_process(graph, &input, &ends.output, graphMemory, isDirect ? nullptr : Ends::Unpack,
-                                     &ends, Ends::Pack, &ends) == ZIMG_ERROR_SUCCESS;
+    return zimg_filter_graph_process(graph, &input, &ends.output, graphMemory, isDirect ? nullptr : Ends::Unpack, &ends,
+                                     Ends::Pack, &ends) == ZIMG_ERROR_SUCCESS;
 }

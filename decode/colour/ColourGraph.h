@@ -20,8 +20,8 @@ protected:
 };
 
 // zimg's conversion of one kind of picture to RGB planes: matrix, range, depth, places of chroma, width. Making one
-// costs about a millisecond, so that it is kept for the pictures that follow. Any number of threads at a time, each with
-// memory of its own.
+// costs about a millisecond, so that it is kept for the pictures that follow. Any number of threads at a time, each
+// with memory of its own.
 class ColourGraph
 {
 public:

@@ -34,9 +34,12 @@ namespace {
 TAVOLIN_INLINE void EncodeLoop(DisplayEncoder const& encoder, float const* const* rows, int count, uint8_t* target)
 {
     constexpr int stretch = 64;
-    for (int i = 0; i < count; i += stretch)
-        encoder.EncodeStretch(rows[0] + i, rows[1] + i, rows[2] + i, std::min(count - i, stretch),
-                              target + static_cast<ptrdiff_t>(i) * 3);
+    for (int i = 0; i < count; i += stretch, target += 3 * stretch) {
+        if (count - i >= stretch) // a length that the compiler knows
+            encoder.EncodeStretch(rows[0] + i, rows[1] + i, rows[2] + i, stretch, target);
+        else
+            encoder.EncodeStretch(rows[0] + i, rows[1] + i, rows[2] + i, count - i, target);
+    }
 }
 
 TAVOLIN_BOTH(Encode, (DisplayEncoder const& encoder, float const* const* rows, int count, uint8_t* target),

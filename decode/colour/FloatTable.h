@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-// A function of a positive float by a table over the float's own bits: 2^precision steps for each power of two from
-// 2^lowest to 2^highest. Beyond them the value at the end.
+// A function of a positive float by a table over the float's own bits: 2^precision places for each power of two from
+// 2^lowest to 2^highest, and straight lines between them. Beyond them the value at the end.
 template <int lowest, int highest, int precision>
 class FloatTable
 {
@@ -17,8 +17,7 @@ public:
     void Fill(Function const& function)
     {
         for (size_t i = 0; i < values.size(); ++i) {
-            // The middle of the step.
-            int32_t const bits = lowestBits + static_cast<int32_t>(i << shift) + (1 << (shift - 1));
+            int32_t const bits = lowestBits + static_cast<int32_t>(i << shift);
             float argument = 0.0f;
             std::memcpy(&argument, &bits, sizeof argument);
             values[i] = static_cast<float>(function(static_cast<double>(argument)));
@@ -29,13 +28,18 @@ public:
     TAVOLIN_INLINE void LookUp(float const* arguments, int count, float* results) const
     {
         int32_t places[64]; // the bits are in the order of the values, those of negative floats below 0
+        float fractions[64];
         std::memcpy(places, arguments, static_cast<size_t>(count) * sizeof(float));
         for (int i = 0; i < count; ++i) {
             int32_t const above = places[i] < lowestBits ? lowestBits : places[i];
-            places[i] = ((above > highestBits ? highestBits : above) - lowestBits) >> shift;
+            int32_t const place = (above > highestBits ? highestBits : above) - lowestBits;
+            fractions[i] = static_cast<float>(place & ((1 << shift) - 1)) * (1.0f / (1 << shift));
+            places[i] = place >> shift;
         }
-        for (int i = 0; i < count; ++i)
-            results[i] = values[static_cast<size_t>(places[i])];
+        for (int i = 0; i < count; ++i) {
+            float const* const value = values.data() + places[i];
+            results[i] = value[0] + fractions[i] * (value[1] - value[0]);
+        }
     }
 
 private:
@@ -43,5 +47,5 @@ private:
     static constexpr int32_t lowestBits = (127 + lowest) << 23;
     static constexpr int32_t highestBits = ((127 + highest) << 23) - 1;
 
-    std::array<float, static_cast<size_t>(highest - lowest) << precision> values;
+    std::array<float, (static_cast<size_t>(highest - lowest) << precision) + 1> values;
 };

@@ -11,8 +11,8 @@ extern "C" {
 
 namespace {
 
-constexpr uint64_t unreadable = AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL |
-                                AV_PIX_FMT_FLAG_BAYER;
+constexpr uint64_t unreadable =
+    AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER;
 
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
 constexpr bool machineIsBigEndian = true;
@@ -92,8 +92,11 @@ int FrameRows::BytesOf(Type type)
 }
 
 FrameRows::FrameRows(AVFrame const& picture, int width, int height)
-    : format(av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format))), shape(ShapeOf(picture.format)),
-      width(width), height(height), chromaHeight(AV_CEIL_RSHIFT(height, shape.log2ChromaHeight))
+    : format(av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format))),
+      shape(ShapeOf(picture.format)),
+      width(width),
+      height(height),
+      chromaHeight(AV_CEIL_RSHIFT(height, shape.log2ChromaHeight))
 {
     std::copy_n(picture.data, 4, data);
     std::copy_n(picture.linesize, 4, strides);
@@ -128,8 +131,8 @@ uint8_t const* FrameRows::DirectPlane(int component, size_t alignment) const
     bool const isPlain = layout.step == BytesOf(shape.type) && layout.offset == 0 && layout.shift == 0 &&
                          !IsSwapped(*format, shape.type);
     uint8_t const* plane = data[layout.plane];
-    bool const isAligned = reinterpret_cast<uintptr_t>(plane) % alignment == 0 &&
-                           strides[layout.plane] % static_cast<int>(alignment) == 0;
+    bool const isAligned =
+        reinterpret_cast<uintptr_t>(plane) % alignment == 0 && strides[layout.plane] % static_cast<int>(alignment) == 0;
     return isPlain && isAligned ? plane : nullptr;
 }
 

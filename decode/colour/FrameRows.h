@@ -34,8 +34,8 @@ public:
     // Of the first `width` x `height` pixels of `picture`, which must outlive this, and whose format has a shape.
     FrameRows(AVFrame const& picture, int width, int height);
 
-    void TakeField(int field);  // 0: the rows 0, 2, 4, ...; 1: the others
-    void SkipRows(int rows);    // a multiple of the rows that share their chroma
+    void TakeField(int field); // 0: the rows 0, 2, 4, ...; 1: the others
+    void SkipRows(int rows);   // a multiple of the rows that share their chroma
     int Height() const { return height; }
 
     // The plane of component `component`, where its samples lie there as they would be read, in rows that start at

@@ -68,8 +68,8 @@ double ToneMapped(double luminance, double peak)
     double const t = (value - knee) / (1.0 - knee);
     double const t2 = t * t;
     double const t3 = t2 * t;
-    double const bent = (2.0 * t3 - 3.0 * t2 + 1.0) * knee + (t3 - 2.0 * t2 + t) * (1.0 - knee) +
-                        (-2.0 * t3 + 3.0 * t2) * highest;
+    double const bent =
+        (2.0 * t3 - 3.0 * t2 + 1.0) * knee + (t3 - 2.0 * t2 + t) * (1.0 - knee) + (-2.0 * t3 + 3.0 * t2) * highest;
     return LuminanceOfPq(bent * top);
 }
 
@@ -138,7 +138,11 @@ TAVOLIN_INLINE void ConvertLoop(LightMap::Tables const& tables, uint16_t const* 
         for (int component = 0; component < 3; ++component)
             for (int i = 0; i < here; ++i)
                 light[component][i] = tables.light[rows[component][first + i] & mask];
-        ConvertStretch<kind>(tables, light, here, target + static_cast<ptrdiff_t>(first) * 3);
+        uint8_t* const place = target + static_cast<ptrdiff_t>(first) * 3;
+        if (here == stretch) // a length that the compiler knows
+            ConvertStretch<kind>(tables, light, stretch, place);
+        else
+            ConvertStretch<kind>(tables, light, here, place);
     }
 }
 
@@ -182,12 +186,9 @@ LightMap::LightMap(PictureColours const& colours) : made(colours)
     double const last = static_cast<double>(tables.light.size() - 1);
     for (size_t i = 0; i < tables.light.size(); ++i)
         tables.light[i] = static_cast<float>(lightOf(static_cast<double>(i) / last));
-    tables.gains.Fill([](double luminance) {
-        return hlgPeak / referenceWhite * std::pow(luminance, hlgGamma - 1.0);
-    });
-    tables.factors.Fill([this](double light) {
-        return ToneMapped(light * referenceWhite, made.peak) / (light * referenceWhite);
-    });
+    tables.gains.Fill([](double luminance) { return hlgPeak / referenceWhite * std::pow(luminance, hlgGamma - 1.0); });
+    tables.factors.Fill(
+        [this](double light) { return ToneMapped(light * referenceWhite, made.peak) / (light * referenceWhite); });
 }
 
 bool LightMap::IsFor(PictureColours const& colours) const

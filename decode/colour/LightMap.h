@@ -44,8 +44,8 @@ public:
         // luminance.
         std::array<std::array<float, 4>, 3> columns;
 
-        FloatTable<-22, 0, 6> gains;   // what the OOTF multiplies with, by luminance
-        FloatTable<-4, 6, 8> factors;  // what the EETF multiplies with, by the largest component
+        FloatTable<-22, 0, 5> gains;  // what the OOTF multiplies with, by luminance
+        FloatTable<-4, 6, 7> factors; // what the EETF multiplies with, by the largest component
     };
 
 private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int linesOfHighDefinition = 720;
 
-constexpr double usualPeak = 1000.0;  // cd/m2
+constexpr double usualPeak = 1000.0;    // cd/m2
 constexpr double highestPeak = 10000.0; // where PQ ends
 
 bool IsJpegFormat(int format)
@@ -73,6 +73,18 @@ AVChromaLocation ChromaLocationOf(AVFrame const& picture)
     return IsJpegFormat(picture.format) ? AVCHROMA_LOC_CENTER : AVCHROMA_LOC_LEFT;
 }
 
+// Of FFmpeg's records; null for those that are not there.
+double PeakOf(uint8_t const* contentLight, uint8_t const* masteringDisplay)
+{
+    auto const* levels = reinterpret_cast<AVContentLightMetadata const*>(contentLight);
+    if (levels && levels->MaxCLL > 0)
+        return levels->MaxCLL;
+    auto const* display = reinterpret_cast<AVMasteringDisplayMetadata const*>(masteringDisplay);
+    if (display && display->has_luminance && display->max_luminance.num > 0 && display->max_luminance.den > 0)
+        return av_q2d(display->max_luminance);
+    return 0.0;
+}
+
 } // namespace
 
 PictureColours PictureColours::Of(AVFrame const& picture, double statedPeak)
@@ -101,17 +113,17 @@ PictureColours PictureColours::Of(AVFrame const& picture, double statedPeak)
 
 double PictureColours::StatedPeak(AVFrame const& picture)
 {
-    if (AVFrameSideData const* data = av_frame_get_side_data(&picture, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL)) {
-        auto const* levels = reinterpret_cast<AVContentLightMetadata const*>(data->data);
-        if (levels->MaxCLL > 0)
-            return levels->MaxCLL;
-    }
-    if (AVFrameSideData const* data = av_frame_get_side_data(&picture, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA)) {
-        auto const* display = reinterpret_cast<AVMasteringDisplayMetadata const*>(data->data);
-        if (display->has_luminance && display->max_luminance.num > 0 && display->max_luminance.den > 0)
-            return av_q2d(display->max_luminance);
-    }
-    return 0.0;
+    AVFrameSideData const* levels = av_frame_get_side_data(&picture, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL);
+    AVFrameSideData const* display = av_frame_get_side_data(&picture, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA);
+    return PeakOf(levels ? levels->data : nullptr, display ? display->data : nullptr);
+}
+
+double PictureColours::StatedPeak(AVStream const& stream)
+{
+    return PeakOf(
+        FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL, sizeof(AVContentLightMetadata)),
+        FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                                     sizeof(AVMasteringDisplayMetadata)));
 }
 
 bool PictureColours::IsHdr() const

@@ -10,8 +10,14 @@
 
 #define TAVOLIN_INLINE inline __attribute__((always_inline))
 #define TAVOLIN_BOTH(name, parameters, call)                                                                           \
-    __attribute__((target("avx2"))) void name##Avx2 parameters { call; }                                               \
-    void name##Anywhere parameters { call; }
+    __attribute__((target("avx2"))) void name##Avx2 parameters                                                         \
+    {                                                                                                                  \
+        call;                                                                                                          \
+    }                                                                                                                  \
+    void name##Anywhere parameters                                                                                     \
+    {                                                                                                                  \
+        call;                                                                                                          \
+    }
 #define TAVOLIN_BEST(name) (ProcessorLoops::HasAvx2() ? name##Avx2 : name##Anywhere)
 
 namespace ProcessorLoops {
@@ -28,7 +34,10 @@ inline bool HasAvx2()
 
 #define TAVOLIN_INLINE inline
 #define TAVOLIN_BOTH(name, parameters, call)                                                                           \
-    void name##Anywhere parameters { call; }
+    void name##Anywhere parameters                                                                                     \
+    {                                                                                                                  \
+        call;                                                                                                          \
+    }
 #define TAVOLIN_BEST(name) name##Anywhere
 
 #endif

@@ -43,7 +43,8 @@ TAVOLIN_INLINE void Gather8Loop(uint8_t const* source, int count, uint8_t* __res
 }
 
 template <bool isSwapped, int step>
-TAVOLIN_INLINE void Gather16Loop(uint8_t const* source, int shift, unsigned mask, int count, uint16_t* __restrict target)
+TAVOLIN_INLINE void Gather16Loop(uint8_t const* source, int shift, unsigned mask, int count,
+                                 uint16_t* __restrict target)
 {
     for (int i = 0; i < count; ++i)
         target[i] = static_cast<uint16_t>(
@@ -145,8 +146,7 @@ TAVOLIN_BOTH(Gather32, (uint8_t const* source, int step, int count, uint32_t* ta
              Gather32Steps<false>(source, step, count, target))
 TAVOLIN_BOTH(Gather32Swapped, (uint8_t const* source, int step, int count, uint32_t* target),
              Gather32Steps<true>(source, step, count, target))
-TAVOLIN_BOTH(Interleave,
-             (uint8_t const* red, uint8_t const* green, uint8_t const* blue, int count, uint8_t* target),
+TAVOLIN_BOTH(Interleave, (uint8_t const* red, uint8_t const* green, uint8_t const* blue, int count, uint8_t* target),
              InterleaveLoop(red, green, blue, count, target))
 TAVOLIN_BOTH(Narrow, (uint8_t const* source, int count, uint8_t* target), NarrowLoop<false>(source, count, target))
 TAVOLIN_BOTH(NarrowSwapped, (uint8_t const* source, int count, uint8_t* target),

@@ -10,9 +10,9 @@
 #include <memory>
 #include <vector>
 
-// Converts decoded pictures to packed RGB as their stream says: matrix, range, primaries, HDR, places of chroma, fields.
-// Straight into the caller's rows: every pixel is written, the padding of each row is 0, and nothing beside the rows
-// changes. Each kind of picture goes the quickest way that is exact enough:
+// Converts decoded pictures to packed RGB as their stream says: matrix, range, primaries, HDR, places of chroma,
+// fields. Straight into the caller's rows: every pixel is written, the padding of each row is 0, and nothing beside the
+// rows changes. Each kind of picture goes the quickest way that is exact enough:
 //
 //     8-bit RGB, palettes, what zimg cannot read     libswscale, as PictureScaler does
 //     8-bit planar 4:2:0 and 4:2:2, of frames        libswscale's quick converter with the stream's matrix and range

@@ -145,7 +145,8 @@ double LargestDifference(std::vector<uint8_t> const& rows, int stride, std::vect
     double largest = 0.0;
     for (int y = 0; y < height; ++y)
         for (int i = 0; i < 3 * width; ++i) {
-            int const expected = Byte(model[static_cast<size_t>(y) * 3 * static_cast<size_t>(width) + static_cast<size_t>(i)]);
+            int const expected =
+                Byte(model[static_cast<size_t>(y) * 3 * static_cast<size_t>(width) + static_cast<size_t>(i)]);
             int const found = rows[static_cast<size_t>(y) * static_cast<size_t>(stride) + static_cast<size_t>(i)];
             largest = std::max(largest, static_cast<double>(std::abs(found - expected)));
         }
@@ -157,7 +158,8 @@ double Psnr(std::vector<uint8_t> const& rows, int stride, std::vector<double> co
     double sum = 0.0;
     for (int y = 0; y < height; ++y)
         for (int i = 0; i < 3 * width; ++i) {
-            double const value = model[static_cast<size_t>(y) * 3 * static_cast<size_t>(width) + static_cast<size_t>(i)];
+            double const value =
+                model[static_cast<size_t>(y) * 3 * static_cast<size_t>(width) + static_cast<size_t>(i)];
             double const expected = 255.0 * std::clamp(value, 0.0, 1.0);
             double const found = rows[static_cast<size_t>(y) * static_cast<size_t>(stride) + static_cast<size_t>(i)];
             sum += (found - expected) * (found - expected);
