@@ -117,9 +117,9 @@ TEST(StreamColoursTest, MediaInstanceGivesTheDefaultBytesAgainAfterSwitching)
 
 TEST(StreamColoursTest, MediaInstanceStretchesPicturesOfOddSizes)
 {
-    QString const path = MakeMedia("anamorphic-odd.mkv",
-                                   {"-f", "lavfi", "-i", "testsrc2=size=200x160:rate=25:duration=0.2", "-vf",
-                                    "scale=161:121,setsar=4/3", "-c:v", "ffv1", "-pix_fmt", "yuv420p"});
+    QString const path =
+        MakeMedia("anamorphic-odd.mp4", {"-f", "lavfi", "-i", "testsrc2=size=200x160:rate=25:duration=0.2", "-vf",
+                                         "scale=161:121,setsar=4/3", "-c:v", "mpeg4", "-pix_fmt", "yuv420p"});
     Pictures const pictures = DecodePictures(path, StreamColours());
     ASSERT_FALSE(pictures.isEmpty());
     EXPECT_EQ(pictures.front()->width, 214);
