@@ -384,6 +384,11 @@ void MediaInstance::SetColours(ColourSettings const& newColours)
     ApplyColours();
 }
 
+QString MediaInstance::DescribeColours() const
+{
+    return videoDecoder ? videoDecoder->DescribeColours() : QString();
+}
+
 void MediaInstance::ApplyColours()
 {
     bool const isOpen = videoDecoder && formatContext && videoStreamIndex >= 0;

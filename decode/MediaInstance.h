@@ -5,6 +5,7 @@
 #include "media/FfmpegPtr.h"
 
 #include <QList>
+#include <QString>
 
 #include <memory>
 
@@ -101,6 +102,7 @@ public:
     // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
     // default by the converter's defaults, whatever the stream says. In every state.
     void SetColours(ColourSettings const& colours);
+    QString DescribeColours() const; // see VideoDecoder; empty before the first picture
 
     // Positions among the container's streams, -1 without such a stream.
     int GetActiveAudioStreamIndex() const;

@@ -160,6 +160,11 @@ void VideoDecoder::SetColours(ColourSettings const& newColours, double statedPea
     converter->SetStatedPeak(statedPeak);
 }
 
+QString VideoDecoder::DescribeColours() const
+{
+    return colours.followStream ? converter->Describe() : QString();
+}
+
 void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     if (!packet || !codecContext)

@@ -5,6 +5,7 @@
 #include "media/FfmpegPtr.h"
 
 #include <QList>
+#include <QString>
 
 #include <deque>
 #include <memory>
@@ -45,6 +46,10 @@ public:
     // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
     // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
     void SetColours(ColourSettings const& colours, double statedPeak = 0.0);
+
+    // What the last picture was converted from, in FFmpeg's names, and what was done to its light: "yuv420p10le
+    // bt2020nc tv arib-std-b67 bt2020, tone-mapped from 1000 to 203 cd/m2". Empty by the converter's defaults.
+    QString DescribeColours() const;
 
     // Appends the records that `packet` completes: at most one picture for an ordinary packet; all that are held back
     // and the mark of the end for an empty one (no data, no size); the whole image, without a mark, for an image.

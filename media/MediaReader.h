@@ -23,6 +23,10 @@ public:
     // again, it rebuilds the streams and adds to the tags.
     static bool ParseMedia(std::shared_ptr<MediaInfo> info);
 
+    // Describes `info` as `like` was, another file of the same kind and size, without opening anything: most files of
+    // an image sequence differ in nothing that a description tells. False when `like` was not described itself.
+    static bool TakeDescription(std::shared_ptr<MediaInfo> info, MediaInfo const& like);
+
     // `*formatContext` receives the opened file, the caller's to close; false leaves it null.
     static bool OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** formatContext);
 

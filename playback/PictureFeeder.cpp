@@ -359,6 +359,20 @@ void PictureFeeder::SetBudget(long long bytes, long long position)
     released.clear();
 }
 
+void PictureFeeder::SetColours(ColourSettings const& newColours)
+{
+    source->SetColours(newColours);
+    segment.clear();
+    pendingBytes = 0;
+    released = cache.TakeAll();
+    released.clear();
+    followsCache = false;
+    failedFor = -1;
+    std::lock_guard const lock(mutex);
+    preview.reset();
+    previewFor = -1;
+}
+
 // The sizes that the budget is reckoned with follow the pictures.
 void PictureFeeder::NotePicture(Picture const& picture)
 {
@@ -371,6 +385,7 @@ void PictureFeeder::NoteProgress()
     end = source->GetEnd();
     std::lock_guard const lock(mutex);
     error = source->GetError();
+    colours = source->DescribeColours();
 }
 
 void PictureFeeder::Measure(long long decodedBefore, double seconds)
@@ -492,4 +507,10 @@ QString PictureFeeder::GetError() const
 {
     std::lock_guard const lock(mutex);
     return error;
+}
+
+QString PictureFeeder::DescribeColours() const
+{
+    std::lock_guard const lock(mutex);
+    return colours;
 }

@@ -3,6 +3,8 @@
 #include "decode/colour/DisplayEncoder.h"
 #include "decode/colour/SampleLoops.h"
 
+#include <QStringList>
+
 extern "C" {
 #include <libavutil/pixdesc.h>
 }
@@ -214,6 +216,9 @@ bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layo
     FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
     PictureColours const colours = PictureColours::Of(source, statedPeak);
     isLinear = isLinear || colours.transfer == AVCOL_TRC_LINEAR;
+    last = colours;
+    lastFormat = layout.format;
+    lastIsLinear = isLinear;
     bool const changesLight = isLinear || MapOf(colours, shape.isRgb);
     bool const isPlain = IsPlain(layout, colours);
     if (shape.planes == 0 || (isPlain && !changesLight))
@@ -225,6 +230,33 @@ bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layo
         return ConvertPlainly(source, layout, colours, isLinear, target);
     ClearPadding(layout, target);
     return true;
+}
+
+QString StreamConverter::Describe() const
+{
+    AVPixFmtDescriptor const* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(lastFormat));
+    if (!format)
+        return {};
+    bool const isRgb = (format->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
+    QStringList words{QString::fromLatin1(format->name)};
+    if (!isRgb)
+        words << QString::fromLatin1(av_color_space_name(last.matrix))
+              << QString::fromLatin1(av_color_range_name(last.isFullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG));
+    if (last.IsHdr())
+        words << QString::fromLatin1(av_color_transfer_name(last.transfer))
+              << QString::fromLatin1(av_color_primaries_name(last.primaries));
+    QString text = words.join(QLatin1Char(' '));
+    if (last.isInterlaced)
+        text += QStringLiteral(", by field");
+    if (lastIsLinear)
+        return text + QStringLiteral(", linear light encoded for gamma 2.2");
+    if (last.IsHdr())
+        return text + (settings.toneMapping ? QStringLiteral(", tone-mapped from %1 to 203 cd/m2").arg(last.peak)
+                                            : QStringLiteral(", not tone-mapped"));
+    if (!isRgb && last.HasOtherPrimaries())
+        return text + QStringLiteral(", %1 brought to bt709")
+                          .arg(QString::fromLatin1(av_color_primaries_name(last.primaries)));
+    return text;
 }
 
 // Whether libswscale converts exactly enough, and quicker than anything else.

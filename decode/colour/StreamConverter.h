@@ -6,6 +6,8 @@
 #include "decode/colour/LightMap.h"
 #include "decode/colour/PictureColours.h"
 
+#include <QString>
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -33,6 +35,9 @@ public:
     // then holds anything.
     bool Convert(AVFrame& source, PictureScaler::Layout const& layout, bool isLinear, uint8_t* target);
 
+    // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty before.
+    QString Describe() const;
+
 private:
     struct Job;
 
@@ -47,6 +52,9 @@ private:
     LightMap const* MapOf(PictureColours const& colours, bool isRgb);
 
     ColourSettings settings;
+    PictureColours last; // of the picture converted last
+    int lastFormat = -1;
+    bool lastIsLinear = false;
     double statedPeak = 0.0;
     int mostThreads = 1;
     PictureScaler scaler;
