@@ -126,6 +126,13 @@ FfmpegPtr<SwrContext> MakeResampler(AVCodecContext const* codec)
 
 } // namespace
 
+PlaybackOptions Reference::PlainOptions()
+{
+    PlaybackOptions options;
+    options.colours = ColourSettings();
+    return options;
+}
+
 QByteArray Reference::HashOf(unsigned char const* data, int width, int height, int stride)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
