@@ -1,5 +1,7 @@
 #pragma once
 
+#include "decode/ColourSettings.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -55,6 +57,10 @@ public:
     // Whether the decoder of the pictures shows none before it has met a true key frame, whatever packets it gets.
     bool StartsCleanly() const;
 
+    // How whoever decodes it is to convert its pictures; by the converter's defaults at first.
+    void SetColours(ColourSettings const& newColours) { colours = newColours; }
+    ColourSettings const& GetColours() const { return colours; }
+
     QString Describe() const;                // what it is: "movie", "still image", "sound with cover art", ...
     QStringList DescribeUndecodable() const; // one line for each stream without a decoder
 
@@ -75,6 +81,7 @@ private:
     QMap<QString, QString> tags;
     QList<Stream> streams;
     bool packetsBearTimes = true;
+    ColourSettings colours;
 };
 
 // Opens `path` and says on standard error what is wrong when it cannot be used; empty then.
