@@ -42,6 +42,19 @@ public:
         }
     }
 
+    // The same without the lines, the value at the nearest place: half the cost, for tables of many places.
+    TAVOLIN_INLINE void LookUpNearest(float const* arguments, int count, float* results) const
+    {
+        int32_t places[64];
+        std::memcpy(places, arguments, static_cast<size_t>(count) * sizeof(float));
+        for (int i = 0; i < count; ++i) {
+            int32_t const above = places[i] < lowestBits ? lowestBits : places[i];
+            places[i] = ((above > highestBits ? highestBits : above) - lowestBits + (1 << (shift - 1))) >> shift;
+        }
+        for (int i = 0; i < count; ++i)
+            results[i] = values[static_cast<size_t>(places[i])];
+    }
+
 private:
     static constexpr int shift = 23 - precision;
     static constexpr int32_t lowestBits = (127 + lowest) << 23;

@@ -44,16 +44,6 @@ double SceneOfHlg(double value)
     return value <= 0.5 ? value * value / 3.0 : (std::exp((value - c) / a) + b) / 12.0;
 }
 
-double LightOfPq(double value)
-{
-    return LuminanceOfPq(value) / referenceWhite;
-}
-
-double LightOfSdr(double value)
-{
-    return std::pow(value, sdrGamma);
-}
-
 // The EETF of ITU-R BT.2390 from black and `peak` to black and reference white; cd/m2 in and out.
 double ToneMapped(double luminance, double peak)
 {
@@ -73,18 +63,22 @@ double ToneMapped(double luminance, double peak)
     return LuminanceOfPq(bent * top);
 }
 
+// Of a value from 0 to 1; see LightMap::Tables.
+double LightOf(double value, PictureColours const& colours)
+{
+    switch (colours.transfer) {
+    case AVCOL_TRC_SMPTE2084:
+        return ToneMapped(LuminanceOfPq(value), colours.peak) / referenceWhite;
+    case AVCOL_TRC_ARIB_STD_B67:
+        return SceneOfHlg(value);
+    default:
+        return std::pow(value, sdrGamma);
+    }
+}
+
 constexpr int stretch = 64; // pixels; what lies between two steps stays in the nearest cache
 
 using Stretch = float[stretch];
-
-// The largest component of each pixel.
-TAVOLIN_INLINE void TakeLargest(Stretch const* light, float* largest)
-{
-    for (int i = 0; i < stretch; ++i) {
-        float const two = light[0][i] > light[1][i] ? light[0][i] : light[1][i];
-        largest[i] = two > light[2][i] ? two : light[2][i];
-    }
-}
 
 TAVOLIN_INLINE void Mix(LightMap::Tables const& tables, size_t row, Stretch const* light, float* mixed)
 {
@@ -101,57 +95,45 @@ TAVOLIN_INLINE void MultiplyBy(float const* factors, float* values)
         values[i] *= factors[i];
 }
 
-// One stretch, step by step: only the look-ups go pixel by pixel.
-template <LightMap::Kind kind>
-TAVOLIN_INLINE void ConvertStretch(LightMap::Tables const& tables, Stretch const* light, int count, uint8_t* target)
+// From light of the scene to that of the display: the OOTF multiplies by a power of the luminance.
+TAVOLIN_INLINE void ShowScene(LightMap::Tables const& tables, Stretch* light)
 {
-    Stretch mixed[3];
-    for (size_t row = 0; row < 3; ++row)
-        Mix(tables, row, light, mixed[row]);
-    if constexpr (kind != LightMap::Kind::Sdr) {
-        Stretch factors;
-        Stretch largest;
-        TakeLargest(light, largest);
-        if constexpr (kind == LightMap::Kind::Hlg) {
-            Stretch gains;
-            Mix(tables, LightMap::luminanceRow, light, gains);
-            tables.gains.LookUp(gains, stretch, gains);
-            MultiplyBy(gains, largest);
-            tables.factors.LookUp(largest, stretch, factors);
-            MultiplyBy(gains, factors);
-        } else {
-            tables.factors.LookUp(largest, stretch, factors);
-        }
-        for (Stretch& row : mixed)
-            MultiplyBy(factors, row);
+    Stretch gains;
+    Mix(tables, LightMap::luminanceRow, light, gains);
+    tables.gains.LookUp(gains, stretch, gains);
+    for (int component = 0; component < 3; ++component) {
+        MultiplyBy(gains, light[component]);
+        tables.toneMapped.LookUpNearest(light[component], stretch, light[component]);
     }
-    DisplayEncoder::ForGamma24().EncodeStretch(mixed[0], mixed[1], mixed[2], count, target);
 }
 
-template <LightMap::Kind kind>
+// Stretch by stretch and step by step: only the look-ups go pixel by pixel.
+template <bool isScene>
 TAVOLIN_INLINE void ConvertLoop(LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target)
 {
     constexpr unsigned mask = (1u << LightMap::depth) - 1u; // zimg gives no more bits
     Stretch light[3] = {};
-    for (int first = 0; first < count; first += stretch) {
+    Stretch mixed[3];
+    for (int first = 0; first < count; first += stretch, target += 3 * stretch) {
         int const here = std::min(count - first, stretch);
         for (int component = 0; component < 3; ++component)
             for (int i = 0; i < here; ++i)
                 light[component][i] = tables.light[rows[component][first + i] & mask];
-        uint8_t* const place = target + static_cast<ptrdiff_t>(first) * 3;
+        if constexpr (isScene)
+            ShowScene(tables, light);
+        for (size_t row = 0; row < 3; ++row)
+            Mix(tables, row, light, mixed[row]);
         if (here == stretch) // a length that the compiler knows
-            ConvertStretch<kind>(tables, light, stretch, place);
+            DisplayEncoder::ForGamma24().EncodeStretch(mixed[0], mixed[1], mixed[2], stretch, target);
         else
-            ConvertStretch<kind>(tables, light, here, place);
+            DisplayEncoder::ForGamma24().EncodeStretch(mixed[0], mixed[1], mixed[2], here, target);
     }
 }
 
-TAVOLIN_BOTH(ConvertSdr, (LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target),
-             ConvertLoop<LightMap::Kind::Sdr>(tables, rows, count, target))
-TAVOLIN_BOTH(ConvertPq, (LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target),
-             ConvertLoop<LightMap::Kind::Pq>(tables, rows, count, target))
-TAVOLIN_BOTH(ConvertHlg, (LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target),
-             ConvertLoop<LightMap::Kind::Hlg>(tables, rows, count, target))
+TAVOLIN_BOTH(ConvertDisplay, (LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target),
+             ConvertLoop<false>(tables, rows, count, target))
+TAVOLIN_BOTH(ConvertScene, (LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target),
+             ConvertLoop<true>(tables, rows, count, target))
 
 } // namespace
 
@@ -175,20 +157,13 @@ LightMap::LightMap(PictureColours const& colours) : made(colours)
             tables.columns[column][row] = static_cast<float>(matrix.At(row, column));
         tables.columns[column][luminanceRow] = static_cast<float>(luminance[column]);
     }
-    double (*lightOf)(double) = LightOfSdr;
-    if (colours.transfer == AVCOL_TRC_SMPTE2084) {
-        kind = Kind::Pq;
-        lightOf = LightOfPq;
-    } else if (colours.transfer == AVCOL_TRC_ARIB_STD_B67) {
-        kind = Kind::Hlg;
-        lightOf = SceneOfHlg;
-    }
+    isScene = colours.transfer == AVCOL_TRC_ARIB_STD_B67;
     double const last = static_cast<double>(tables.light.size() - 1);
     for (size_t i = 0; i < tables.light.size(); ++i)
-        tables.light[i] = static_cast<float>(lightOf(static_cast<double>(i) / last));
+        tables.light[i] = static_cast<float>(LightOf(static_cast<double>(i) / last, colours));
     tables.gains.Fill([](double luminance) { return hlgPeak / referenceWhite * std::pow(luminance, hlgGamma - 1.0); });
-    tables.factors.Fill(
-        [this](double light) { return ToneMapped(light * referenceWhite, made.peak) / (light * referenceWhite); });
+    tables.toneMapped.Fill(
+        [&](double light) { return ToneMapped(light * referenceWhite, colours.peak) / referenceWhite; });
 }
 
 bool LightMap::IsFor(PictureColours const& colours) const
@@ -200,12 +175,8 @@ void LightMap::Convert(uint16_t const* red, uint16_t const* green, uint16_t cons
                        uint8_t* target) const
 {
     uint16_t const* const rows[] = {red, green, blue};
-    switch (kind) {
-    case Kind::Sdr:
-        return TAVOLIN_BEST(ConvertSdr)(tables, rows, count, target);
-    case Kind::Pq:
-        return TAVOLIN_BEST(ConvertPq)(tables, rows, count, target);
-    case Kind::Hlg:
-        return TAVOLIN_BEST(ConvertHlg)(tables, rows, count, target);
-    }
+    if (isScene)
+        TAVOLIN_BEST(ConvertScene)(tables, rows, count, target);
+    else
+        TAVOLIN_BEST(ConvertDisplay)(tables, rows, count, target);
 }

@@ -13,8 +13,8 @@
 //
 //     PQ    cd/m2 by the EOTF of SMPTE ST 2084
 //     HLG   scene light by the inverse OETF of ITU-R BT.2100, its OOTF for a display of 1000 cd/m2
-//     both  the EETF of ITU-R BT.2390 from the picture's peak to reference white, 203 cd/m2 (ITU-R BT.2408); one factor
-//           for the three components, taken from the largest, so that hues stay
+//     both  the EETF of ITU-R BT.2390 from the picture's peak to reference white, 203 cd/m2 (ITU-R BT.2408), of each
+//           component by itself, so that what is nearly white becomes white towards the peak
 //     SDR   the EOTF of ITU-R BT.1886, gamma 2.4
 //     all   the matrix to the primaries of BT.709, clipped, and the inverse of BT.1886
 class LightMap
@@ -32,26 +32,24 @@ public:
     // Three rows into one of packed RGB.
     void Convert(uint16_t const* red, uint16_t const* green, uint16_t const* blue, int count, uint8_t* target) const;
 
-    enum class Kind { Sdr, Pq, Hlg };
-
     // What the loops look up; small enough together for the nearest cache.
     struct Tables
     {
-        // Linear light of a value: 1 is reference white for PQ and SDR, the brightest scene for HLG.
+        // Linear light of a value: 1 is reference white, tone-mapped already for PQ, or the brightest scene for HLG.
         std::array<float, 1 << depth> light;
 
         // Columns of the matrix from the source's red, green and blue to those of BT.709; the fourth row gives
         // luminance.
         std::array<std::array<float, 4>, 3> columns;
 
-        FloatTable<-22, 0, 5> gains;  // what the OOTF multiplies with, by luminance
-        FloatTable<-4, 6, 7> factors; // what the EETF multiplies with, by the largest component
+        FloatTable<-22, 0, 5> gains;      // of HLG: what the OOTF multiplies with, by luminance
+        FloatTable<-22, 3, 8> toneMapped; // the same: the EETF, 1 is reference white
     };
 
 private:
     explicit LightMap(PictureColours const& colours);
 
-    Kind kind = Kind::Sdr;
     PictureColours made;
+    bool isScene = false; // HLG
     Tables tables;
 };

@@ -67,10 +67,8 @@ double Eetf(double luminance, double peak)
 
 Rgb ToSdr(Rgb light, double peak)
 {
-    double const largest = std::max({light[0], light[1], light[2]});
-    double const factor = largest > 0.0 ? Eetf(largest, peak) / largest / 203.0 : 0.0;
     for (double& component : light)
-        component *= factor;
+        component = Eetf(component, peak) / 203.0;
     Rgb sdr = Bt2020ToBt709(light);
     for (double& component : sdr)
         component = std::pow(std::clamp(component, 0.0, 1.0), 1.0 / 2.4);
