@@ -349,8 +349,9 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record)
         return scaler->CanConvert(layout);
     record.TakeFromStore(pictureBuffers, outputSize);
     if (record.data && colours.followStream) {
+        bool const isLinearFormat = codecContext->codec_id == AV_CODEC_ID_EXR; // by definition
         converter->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
-        return converter->Convert(*frame, layout, isLinear, record.data);
+        return converter->Convert(*frame, layout, isLinear || isLinearFormat, record.data);
     }
     if (!record.data || !scaler->Convert(*frame, layout, record.data))
         return false;

@@ -45,6 +45,7 @@ public:
 
     // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
     // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
+    // OpenEXR is taken for linear light when the stream is followed, whatever Initialize was told.
     void SetColours(ColourSettings const& colours, double statedPeak = 0.0);
 
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light: "yuv420p10le
