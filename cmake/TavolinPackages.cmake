@@ -66,7 +66,7 @@ else()
     set(qt_package qt6-base-dev)
 endif()
 string(JOIN ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "${ours}" ${qt_package} libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+    "${ours}" ${qt_package} libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libzimg-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "media decoding library (development files)
 Probes and decodes movies, sound, still images and image sequences, and keeps
 pictures and sound around a play position for playing both ways at variable

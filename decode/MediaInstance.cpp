@@ -6,6 +6,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/Microseconds.h"
 #include "decode/VideoDecoder.h"
+#include "decode/colour/PictureColours.h"
 #include "media/AvGlobals.h"
 #include "media/FfmpegBridge.h"
 #include "media/MediaInfo.h"
@@ -214,6 +215,7 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
     videoDecoder->Initialize(videoCodecContext.get(), stream->time_base, record.width, record.height,
                              record.pixelAspectRatio, record.startTime, record.frameRate, RotationOf(record),
                              info.IsImage(), info.IsLinearColorSpace());
+    ApplyColours();
     return true;
 }
 
@@ -431,6 +433,24 @@ void MediaInstance::SetDecoderFrameRate(double frameRate)
 {
     if (videoDecoder)
         videoDecoder->SetFrameRate(frameRate);
+}
+
+void MediaInstance::SetColours(ColourSettings const& newColours)
+{
+    colours = newColours;
+    ApplyColours();
+}
+
+QString MediaInstance::DescribeColours() const
+{
+    return videoDecoder ? videoDecoder->DescribeColours() : QString();
+}
+
+void MediaInstance::ApplyColours()
+{
+    bool const isOpen = videoDecoder && formatContext && videoStreamIndex >= 0;
+    if (isOpen)
+        videoDecoder->SetColours(colours, PictureColours::StatedPeak(*formatContext->streams[videoStreamIndex]));
 }
 
 int MediaInstance::GetActiveAudioStreamIndex() const

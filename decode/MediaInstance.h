@@ -1,9 +1,11 @@
 #pragma once
 
 #include "TavolinAVExport.h"
+#include "decode/ColourSettings.h"
 #include "media/FfmpegPtr.h"
 
 #include <QList>
+#include <QString>
 
 #include <memory>
 
@@ -110,6 +112,11 @@ public:
 
     void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; after Initialize
 
+    // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
+    // default by the converter's defaults, whatever the stream says. In every state.
+    void SetColours(ColourSettings const& colours);
+    QString DescribeColours() const; // see VideoDecoder; empty before the first picture
+
     // Positions among the container's streams, -1 without such a stream.
     int GetActiveAudioStreamIndex() const;
     int GetActiveVideoStreamIndex() const;
@@ -123,6 +130,7 @@ public:
 
 private:
     void ForgetSource();
+    void ApplyColours();
     bool OpenAudio(MediaInfo const& info);
     bool OpenVideo(MediaInfo const& info);
     void LoadPacket();
@@ -141,6 +149,7 @@ private:
     bool endOfFile = false;
     bool requiresLargeSeekOffset = false;
     bool seekFailed = false;
+    ColourSettings colours;
 
     // The decoders use the codec contexts, so they are declared after them and go first.
     FfmpegPtr<AVFormatContext> formatContext;

@@ -25,6 +25,9 @@ constexpr int pixelsPerStep = 16;
 // this many pixels that is more than they save.
 constexpr long long pixelsWorthThreads = 500000;
 
+// libswscale's brightness that makes its quick converters round limited range, which they otherwise cut off.
+constexpr int halfAStep = 128;
+
 constexpr long long RoundUp(long long value, long long step)
 {
     return (value + step - 1) / step * step;
@@ -70,6 +73,13 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, int threa
         av_opt_set_int(context.get(), "threads", threads, 0);
     if (sws_init_context(context.get(), nullptr, nullptr) < 0)
         return nullptr;
+    if (layout.matrix >= 0) {
+        int const* const coefficients = sws_getCoefficients(layout.matrix);
+        int const brightness = layout.isFullRange ? 0 : halfAStep;
+        // RGB has none to set, which is no failure.
+        sws_setColorspaceDetails(context.get(), coefficients, layout.isFullRange, coefficients, 1, brightness, 1 << 16,
+                                 1 << 16);
+    }
     return context;
 }
 
@@ -135,7 +145,8 @@ bool PictureScaler::Prepare(Layout const& layout)
     int const threads = IsWorthThreads(layout) ? mostThreads : 1;
     bool const fits = context && threads == preparedThreads && layout.width == prepared.width &&
                       layout.height == prepared.height && layout.format == prepared.format &&
-                      layout.outputWidth == prepared.outputWidth && layout.outputHeight == prepared.outputHeight;
+                      layout.outputWidth == prepared.outputWidth && layout.outputHeight == prepared.outputHeight &&
+                      layout.matrix == prepared.matrix && layout.isFullRange == prepared.isFullRange;
     if (fits)
         return true;
     context = MakeContext(layout, threads);

@@ -22,6 +22,11 @@ public:
         int outputWidth = 0;
         int outputHeight = 0;
         int outputStride = 0; // bytes, at least 3 x outputWidth
+
+        // How the picture's colours are meant: AVColorSpace, and whether black and white are 0 and 255. Negative: the
+        // converter's defaults, BT.601 and limited range.
+        int matrix = -1;
+        bool isFullRange = false; // only with a matrix
     };
 
     // How many slices of a picture may be converted at the same time; 1 at first. The bytes do not depend on it.

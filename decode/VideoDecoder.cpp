@@ -8,6 +8,7 @@
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
 #include "decode/SkipProof.h"
+#include "decode/colour/StreamConverter.h"
 #include "media/FfmpegBridge.h"
 
 extern "C" {
@@ -202,6 +203,22 @@ void VideoDecoder::BeginAtKeyPicture()
 bool VideoDecoder::IsBeforeKeyPicture() const
 {
     return awaitsKeyPicture;
+}
+
+void VideoDecoder::SetColours(ColourSettings const& newColours, double statedPeak)
+{
+    colours = newColours;
+    if (!colours.followStream)
+        return;
+    if (!converter)
+        converter = std::make_unique<StreamConverter>();
+    converter->SetSettings(colours);
+    converter->SetStatedPeak(statedPeak);
+}
+
+QString VideoDecoder::DescribeColours() const
+{
+    return colours.followStream ? converter->Describe() : QString();
 }
 
 void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
@@ -429,6 +446,11 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record, AVFrame& picture)
     if (timesOnly)
         return scaler->CanConvert(layout);
     record.TakeFromStore(pictureBuffers, outputSize);
+    if (record.data && colours.followStream) {
+        bool const isLinearFormat = codecContext->codec_id == AV_CODEC_ID_EXR; // by definition
+        converter->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
+        return converter->Convert(picture, layout, isLinear || isLinearFormat, record.data);
+    }
     if (!record.data || !scaler->Convert(picture, layout, record.data))
         return false;
     if (isLinear)

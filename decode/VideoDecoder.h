@@ -1,9 +1,11 @@
 #pragma once
 
 #include "TavolinAVExport.h"
+#include "decode/ColourSettings.h"
 #include "media/FfmpegPtr.h"
 
 #include <QList>
+#include <QString>
 
 #include <memory>
 #include <vector>
@@ -11,12 +13,14 @@
 class PictureBuffers;
 class PictureScaler;
 class SkipProof;
+class StreamConverter;
 struct AVRational;
 struct DecodedVideoFrame;
 
 // Turns the packets of one video stream into DecodedVideoFrame records: packed RGB at the width that the pixels' aspect
-// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range), times in microseconds from the
-// stream's first picture. One thread at a time. A decoder that is not initialised does nothing.
+// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range) unless SetColours asks for the
+// stream's, times in microseconds from the stream's first picture. One thread at a time. A decoder that is not
+// initialised does nothing.
 class TAVOLINAV_EXPORT VideoDecoder
 {
 public:
@@ -57,6 +61,15 @@ public:
 
     // Whether BeginAtKeyPicture still waits for its picture.
     bool IsBeforeKeyPicture() const;
+
+    // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
+    // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
+    // OpenEXR is taken for linear light when the stream is followed, whatever Initialize was told.
+    void SetColours(ColourSettings const& colours, double statedPeak = 0.0);
+
+    // What the last picture was converted from, in FFmpeg's names, and what was done to its light: "yuv420p10le
+    // bt2020nc tv arib-std-b67 bt2020, tone-mapped from 1000 to 203 cd/m2". Empty by the converter's defaults.
+    QString DescribeColours() const;
 
     // Appends the records that `packet` completes: one picture at most for an ordinary packet, after those that the
     // codec wanted to be rid of before it took the packet; all that are held back and the mark of the end for an empty
@@ -139,4 +152,6 @@ private:
     std::unique_ptr<SkipProof> skipProof;
     std::shared_ptr<PictureBuffers> pictureBuffers;
     std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
+    ColourSettings colours;
+    std::unique_ptr<StreamConverter> converter; // of the stream's colours, once they are asked for; outlives Shutdown
 };

@@ -152,16 +152,28 @@ inline void SetResamplerOutputLayout(SwrContext* resampler, uint64_t mask)
 
 #endif
 
+// What the container says beside the stream, of at least `least` bytes; null when it says nothing of that kind.
+inline uint8_t const* StreamSideData(AVStream const* stream, AVPacketSideDataType type, size_t least)
+{
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
+    auto const* entry =
+        av_packet_side_data_get(stream->codecpar->coded_side_data, stream->codecpar->nb_coded_side_data, type);
+    return entry && entry->size >= least ? entry->data : nullptr;
+#elif LIBAVFORMAT_VERSION_MAJOR >= 59
+    size_t size = 0;
+    uint8_t const* data = av_stream_get_side_data(stream, type, &size);
+    return size >= least ? data : nullptr;
+#else
+    int size = 0;
+    uint8_t const* data = av_stream_get_side_data(stream, type, &size);
+    return static_cast<size_t>(size) >= least ? data : nullptr;
+#endif
+}
+
 // The nine 32-bit numbers that turn the stream's pictures upright; null when it carries none.
 inline int32_t const* DisplayMatrix(AVStream const* stream)
 {
-#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
-    auto const* entry = av_packet_side_data_get(stream->codecpar->coded_side_data, stream->codecpar->nb_coded_side_data,
-                                                AV_PKT_DATA_DISPLAYMATRIX);
-    return entry && entry->size >= 36 ? reinterpret_cast<int32_t const*>(entry->data) : nullptr;
-#else
-    return reinterpret_cast<int32_t const*>(av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
-#endif
+    return reinterpret_cast<int32_t const*>(StreamSideData(stream, AV_PKT_DATA_DISPLAYMATRIX, 36));
 }
 
 // Whether the demuxer leaves it to us to write the "rotate" tag of a turned stream: FFmpeg 4 wrote it itself.
@@ -180,6 +192,16 @@ inline bool IsKeyPicture(AVFrame const& picture)
     return (picture.flags & AV_FRAME_FLAG_KEY) != 0;
 #else
     return picture.key_frame != 0;
+#endif
+}
+
+// Whether the rows of the picture were taken as two fields, one after the other.
+inline bool IsInterlaced(AVFrame const* picture)
+{
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+    return (picture->flags & AV_FRAME_FLAG_INTERLACED) != 0;
+#else
+    return picture->interlaced_frame != 0;
 #endif
 }
 

@@ -385,6 +385,16 @@ bool MediaReader::ParseVideoProperties(std::shared_ptr<MediaInfo> info, AVFormat
     return true;
 }
 
+bool MediaReader::TakeDescription(std::shared_ptr<MediaInfo> info, MediaInfo const& like)
+{
+    info->duration = like.duration;
+    info->metadata = like.metadata;
+    info->audioStreams = like.audioStreams;
+    info->videoStreams = like.videoStreams;
+    info->initialized = like.initialized;
+    return info->initialized;
+}
+
 bool MediaReader::GetPacket(AVFormatContext* formatContext, AVPacket* packet)
 {
     if (!packet)

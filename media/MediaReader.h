@@ -28,6 +28,10 @@ public:
     // itself, which is only read, after ParseMedia.
     static std::shared_ptr<MediaInfo> WithoutUndecodable(std::shared_ptr<MediaInfo> info);
 
+    // Describes `info` as `like` was, another file of the same kind and size, without opening anything: most files of
+    // an image sequence differ in nothing that a description tells. False when `like` was not described itself.
+    static bool TakeDescription(std::shared_ptr<MediaInfo> info, MediaInfo const& like);
+
     // `*formatContext` receives the opened file, the caller's to close; false leaves it null.
     static bool OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** formatContext);
 

@@ -89,6 +89,7 @@ EngineCore::EngineCore(PlaybackOptions const& newOptions, std::shared_ptr<TimeSo
     : options(Sensible(newOptions)),
       timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
       budget(options.cacheBudget),
+      colours(options.colours),
       muteAboveSpeed(options.muteAboveSpeed),
       thread([this] { Run(); })
 {}
@@ -221,6 +222,16 @@ void EngineCore::SetCacheBudget(long long bytes)
     Wake();
 }
 
+void EngineCore::SetColours(ColourSettings const& newColours)
+{
+    std::lock_guard const lock(mutex);
+    if (colours == newColours)
+        return;
+    colours = newColours;
+    coloursAsked = true;
+    Wake();
+}
+
 // ---- What the display and the output take
 
 std::shared_ptr<DecodedVideoFrame const> EngineCore::GetPicture()
@@ -349,6 +360,7 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
         status.cacheBudget = span.budget;
         status.picturesDecoded = media->pictures->GetDecodedCount();
         status.decodeRate = media->pictures->GetDecodeRate();
+        status.colours = media->pictures->DescribeColours();
         if (status.error.isEmpty())
             status.error = media->pictures->GetError();
     }
@@ -557,7 +569,7 @@ void EngineCore::KeepWithinEnds(long long position, long long now)
 bool EngineCore::IsReady(long long now, long long soundAheadNeeded)
 {
     PlayNeed const need = GetNeed(now);
-    bool const hasPicture = !media->pictures || (steps == 0 && media->pictures->IsReady(need));
+    bool const hasPicture = !media->pictures || (steps == 0 && !coloursAsked && media->pictures->IsReady(need));
     return hasPicture && (!media->sound || media->sound->HasSound(need, soundAheadNeeded));
 }
 
@@ -623,6 +635,8 @@ void EngineCore::Run()
 // One piece of work, done without the lock.
 bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
 {
+    if (coloursAsked)
+        ChangeColours(lock);
     Settle(Now());
     PlayNeed const need = GetNeed(Now());
     lock.unlock();
@@ -630,6 +644,17 @@ bool EngineCore::WorkOnce(Lock& lock, AskNeed const& ask)
     lock.lock();
     Settle(Now());
     return worked;
+}
+
+// Without the lock, as pictures of a sequence may be under way; whoever waits sees it as asked until it is done.
+void EngineCore::ChangeColours(Lock& lock)
+{
+    ColourSettings const asked = colours;
+    lock.unlock();
+    if (media->pictures)
+        media->pictures->SetColours(asked);
+    lock.lock();
+    coloursAsked = colours != asked;
 }
 
 // What was interrupted cannot be trusted any more.
@@ -684,8 +709,11 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
         std::lock_guard const inner(mutex);
         return opened != serial;
     };
+    PlaybackOptions now = options;
+    now.colours = colours;
+    coloursAsked = false;
     lock.unlock();
-    OpenedSource source = OpenedSource::Open(asked, askedSequence, options, stop);
+    OpenedSource source = OpenedSource::Open(asked, askedSequence, now, stop);
     if (!options.withPictures && source.hasSound) {
         source.kind = SourceKind::Sound;
         source.pictures.reset();

@@ -48,6 +48,7 @@ public:
     void SetMuted(bool muted);
     void SetMuteAboveSpeed(double speed);
     void SetCacheBudget(long long bytes);
+    void SetColours(ColourSettings const& colours);
 
     std::shared_ptr<DecodedVideoFrame const> GetPicture();
     int FillAudio(short* buffer, int frames, long long delay);
@@ -110,6 +111,7 @@ private:
     void Wake();
     PlayNeed GetNeed(long long now);
     long long GetPosition(long long now);
+    void ChangeColours(Lock& lock);
     void Settle(long long now);
     void SettlePlay(long long now);
     void TakeReport();
@@ -152,6 +154,8 @@ private:
     QString path;
     bool isSequence = false;
     long long budget;
+    ColourSettings colours;
+    bool coloursAsked = false; // until the pictures of the former ones are gone
 
     std::unique_ptr<Media> media;
     bool opening = false;      // until there is a picture or a sound to begin with, or the failure is known

@@ -50,9 +50,11 @@ bool IsCover(MediaInfo const& info, PlaybackOptions const& options)
 }
 
 // Some image decoders hold their one picture back until the end of the file.
-std::shared_ptr<DecodedVideoFrame> ReadCover(std::shared_ptr<MediaInfo> const& info, StopCheck const& stop)
+std::shared_ptr<DecodedVideoFrame> ReadCover(std::shared_ptr<MediaInfo> const& info, ColourSettings const& colours,
+                                             StopCheck const& stop)
 {
     MediaInstance instance;
+    instance.SetColours(colours);
     instance.Initialize(info, 0);
     QList<std::shared_ptr<DecodedVideoFrame>> pictures;
     while (pictures.isEmpty() && instance.HasPacket() && !stop()) {
@@ -94,7 +96,7 @@ void TakeRate(OpenedSource& source, PlaybackOptions const& options)
 
 void OpenMovie(OpenedSource& source, PlaybackOptions const& options)
 {
-    auto reader = std::make_unique<PictureReader>(source.info, options.untimedRate);
+    auto reader = std::make_unique<PictureReader>(source.info, options.untimedRate, options.colours);
     if (reader->Open()) {
         source.kind = SourceKind::Movie;
         source.pictures = std::move(reader);
@@ -118,10 +120,10 @@ void LeaveOutUndecodable(OpenedSource& source)
         source.error = QStringLiteral("There is no decoder for the pictures of \"%1\".").arg(name);
 }
 
-void OpenSound(OpenedSource& source, bool hasCover, StopCheck const& stop)
+void OpenSound(OpenedSource& source, bool hasCover, ColourSettings const& colours, StopCheck const& stop)
 {
     source.kind = SourceKind::Sound;
-    auto const cover = hasCover ? ReadCover(source.info, stop) : nullptr;
+    auto const cover = hasCover ? ReadCover(source.info, colours, stop) : nullptr;
     if (!cover)
         return;
     source.kind = SourceKind::SoundWithCover;
@@ -159,7 +161,7 @@ OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOp
     if (!hasCover && HasValid(source.info->GetVideoStreams()))
         OpenMovie(source, options);
     else if (source.hasSound)
-        OpenSound(source, hasCover, stop);
+        OpenSound(source, hasCover, options.colours, stop);
     else
         source.error = QStringLiteral("\"%1\" holds neither pictures nor sound that can be decoded.").arg(path);
     return source;

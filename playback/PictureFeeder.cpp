@@ -358,6 +358,19 @@ PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
     return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
 }
 
+void PictureFeeder::SetColours(ColourSettings const& newColours)
+{
+    source->SetColours(newColours);
+    released = cache.TakeAllWaiting();
+    released = cache.TakeAll();
+    released.clear();
+    followsCache = false;
+    failedFor = -1;
+    std::lock_guard const lock(mutex);
+    preview.reset();
+    previewFor = -1;
+}
+
 // The sizes that the cache reckons with follow the pictures.
 void PictureFeeder::NotePicture(Picture const& picture)
 {
@@ -383,6 +396,7 @@ void PictureFeeder::NoteProgress()
     end = source->GetEnd();
     std::lock_guard const lock(mutex);
     error = source->GetError();
+    colours = source->DescribeColours();
 }
 
 void PictureFeeder::Measure(long long decodedBefore, double seconds)
@@ -494,4 +508,10 @@ QString PictureFeeder::GetError() const
 {
     std::lock_guard const lock(mutex);
     return error;
+}
+
+QString PictureFeeder::DescribeColours() const
+{
+    std::lock_guard const lock(mutex);
+    return colours;
 }

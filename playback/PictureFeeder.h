@@ -39,6 +39,9 @@ public:
     // before is heeded at once, also in the midst of it.
     bool Work(PlayNeed const& need, AskNeed const& ask);
 
+    // Decoding thread. Lets go of all pictures: those around the position are read anew.
+    void SetColours(ColourSettings const& colours);
+
     // Any thread.
     PictureCache::Place Find(long long position,
                              int offset) const; // positions beyond the pictures mean the first, last
@@ -53,6 +56,7 @@ public:
     long long GetDecodedCount() const;
     double GetDecodeRate() const;
     QString GetError() const;
+    QString DescribeColours() const; // what the last picture was converted from
 
 private:
     bool DoWork(PlayNeed const& need, AskNeed const& ask);
@@ -102,6 +106,7 @@ private:
     Picture preview;
     long long previewFor = -1; // PlayNeed::sought of it
     QString error;
+    QString colours;
 
     std::atomic<long long> failedFor = -1; // PlayNeed::sought of a place where nothing could be read
     std::atomic<long long> end = -1;

@@ -31,8 +31,9 @@ constexpr long long fewPictures = 3;
 
 } // namespace
 
-PictureReader::PictureReader(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate)
-    : info(std::move(newInfo)), untimedRate(newUntimedRate)
+PictureReader::PictureReader(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate,
+                             ColourSettings const& newColours)
+    : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours)
 {}
 
 PictureReader::~PictureReader() = default;
@@ -57,6 +58,7 @@ bool PictureReader::Restart()
 {
     Forget();
     instance = std::make_unique<MediaInstance>();
+    instance->SetColours(colours);
     if (!instance->Initialize(info, 0) || !instance->HasPacket())
         return false;
     instance->SetSeekSkipping(skips);
@@ -65,6 +67,19 @@ bool PictureReader::Restart()
     if (stream.frameRate == 0.0)
         instance->SetDecoderFrameRate(untimedRate);
     return true;
+}
+
+void PictureReader::SetColours(ColourSettings const& newColours)
+{
+    colours = newColours;
+    Forget(); // what is decoded already
+    if (instance)
+        instance->SetColours(colours);
+}
+
+QString PictureReader::DescribeColours() const
+{
+    return instance ? instance->DescribeColours() : QString();
 }
 
 void PictureReader::Forget()

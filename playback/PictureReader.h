@@ -2,6 +2,7 @@
 
 #include "TavolinPlaybackExport.h"
 
+#include "decode/ColourSettings.h"
 #include "playback/PictureSource.h"
 
 #include <QList>
@@ -31,13 +32,15 @@ class TAVOLINPLAYBACK_EXPORT PictureReader : public PictureSource
 {
 public:
     // `untimedRate`: pictures per second of a stream that says no rate.
-    PictureReader(std::shared_ptr<MediaInfo> info, double untimedRate);
+    PictureReader(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {});
     ~PictureReader() override;
 
     bool Open(); // false when there is no stream of pictures that can be decoded
 
     Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
     void ReadOnlyBefore(long long time) override;
+    void SetColours(ColourSettings const& colours) override;
+    QString DescribeColours() const override;
     Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
     long long GetEnd() const override;
     QString GetError() const override;
@@ -76,6 +79,7 @@ private:
 
     std::shared_ptr<MediaInfo> info;
     double untimedRate;
+    ColourSettings colours;
     std::unique_ptr<MediaInstance> instance;
     bool canLand = true; // what is found after a seek can be trusted; otherwise everything is read from the start
     long long latestLanding = std::numeric_limits<long long>::max(); // time from which to look for a key picture

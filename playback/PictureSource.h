@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+struct ColourSettings;
 struct DecodedVideoFrame;
 
 // Asked again and again during long work on the decoding thread: true when nobody wants its result any more.
@@ -34,6 +35,12 @@ public:
     // No picture from `time` on, at which one starts, will be read before the next seek: a source that can tell where
     // what lies before it is complete then says End, and spares itself what comes after.
     virtual void ReadOnlyBefore(long long time);
+
+    // How the pictures are converted from the next seek on; what was read before it may still come as it was.
+    virtual void SetColours(ColourSettings const& colours);
+
+    // What the last picture was converted from; empty when that is unknown.
+    virtual QString DescribeColours() const;
 
     // The next picture, the caller's to keep.
     virtual Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) = 0;

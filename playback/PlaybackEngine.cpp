@@ -83,6 +83,11 @@ void PlaybackEngine::SetCacheBudget(long long bytes)
     core->SetCacheBudget(bytes);
 }
 
+void PlaybackEngine::SetColours(ColourSettings const& colours)
+{
+    core->SetColours(colours);
+}
+
 std::shared_ptr<DecodedVideoFrame const> PlaybackEngine::GetPicture()
 {
     return core->GetPicture();

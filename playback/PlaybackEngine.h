@@ -77,6 +77,10 @@ public:
     void SetMuteAboveSpeed(double speed); // see PlaybackOptions
     void SetCacheBudget(long long bytes); // see PlaybackOptions; less than before lets go of pictures at once
 
+    // How pictures become RGB from now on, also those of what is opened later. The picture on show stays until its
+    // successor is decoded; what is cached is decoded anew. The cover of a file of sound stays as it was opened.
+    void SetColours(ColourSettings const& colours);
+
     // The picture to show now, shared with the cache and never a copy; the one shown last while the one for now is not
     // decoded yet; null before the first, and without pictures. What play passed over is counted as dropped, so one
     // place calls this, on the display's beat. Only `data`, the sizes, `rotation` and `startTime` are to be read: the

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Settings.h"
+#include "decode/ColourSettings.h"
 
 #include <QStringList>
 
@@ -32,8 +33,12 @@ struct PlaybackOptions
                                        QStringLiteral("jpeg2000"), QStringLiteral("sgi"),  QStringLiteral("psd")};
 
     bool isLinearColorSpace = false; // pictures of what is opened are in linear light and become gamma-encoded
-    bool withSound = true;           // false leaves the sound of movies alone
-    bool withPictures = true;        // false plays a source that has sound by it alone: 0 is the container's 0 then
-    double muteAboveSpeed = 4.0;     // a higher speed, either way, is played without sound
-    long long previewRest = 150000;  // microseconds without a new preview seek after which the exact picture is decoded
+
+    // How pictures become RGB: as the stream says, HDR brought to SDR. See PlaybackEngine::SetColours.
+    ColourSettings colours = {/*followStream=*/true, /*toneMapping=*/true, /*exact=*/false};
+
+    bool withSound = true;          // false leaves the sound of movies alone
+    bool withPictures = true;       // false plays a source that has sound by it alone: 0 is the container's 0 then
+    double muteAboveSpeed = 4.0;    // a higher speed, either way, is played without sound
+    long long previewRest = 150000; // microseconds without a new preview seek after which the exact picture is decoded
 };

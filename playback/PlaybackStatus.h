@@ -43,6 +43,10 @@ struct PlaybackStatus
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
 
+    // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
+    // colours are not followed.
+    QString colours;
+
     // Of the sound at output; 0 without sound. The sound of a movie opens after its first picture, so that these may
     // still be 0 when the state is no longer Opening.
     int channels = 0;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -15,22 +16,6 @@
 namespace {
 
 constexpr int mostThreads = 256;
-
-// Any thread; null for a file that cannot be decoded.
-std::shared_ptr<DecodedVideoFrame> DecodeImage(QString const& path, bool isLinear)
-{
-    auto const info = std::make_shared<MediaInfo>(path);
-    info->isImage = true;
-    info->isLinearColorSpace = isLinear;
-    MediaInstance instance;
-    if (!MediaReader::ParseMedia(info) || !instance.Initialize(info, 0) || !instance.HasPacket())
-        return nullptr;
-    QList<std::shared_ptr<DecodedAudioFrame>> sounds;
-    QList<std::shared_ptr<DecodedVideoFrame>> pictures;
-    instance.DecodePacket(sounds, pictures, -1);
-    bool const isPicture = !pictures.isEmpty() && pictures.first()->data && pictures.first()->status == 0;
-    return isPicture ? pictures.first() : nullptr;
-}
 
 size_t ThreadsFor(PlaybackOptions const& options)
 {
@@ -48,12 +33,85 @@ double RateFor(PlaybackOptions const& options)
 
 } // namespace
 
+// Decodes the files, and keeps what was found out about one of them. Any number of threads.
+class SequenceReader::Describer
+{
+public:
+    // Null for a file that cannot be decoded.
+    Picture Decode(QString const& path, bool isLinear, ColourSettings const& colours)
+    {
+        auto const info = MakeInfo(path, isLinear);
+        auto const like = GetDescribed();
+        if (like && MediaReader::TakeDescription(info, *like))
+            if (Picture picture = DecodeImage(info, colours))
+                return picture;
+        auto const own = MakeInfo(path, isLinear);
+        if (!MediaReader::ParseMedia(own))
+            return nullptr;
+        Picture picture = DecodeImage(own, colours);
+        if (picture)
+            SetDescribed(own);
+        return picture;
+    }
+
+    QString GetColours() const
+    {
+        std::lock_guard const lock(mutex);
+        return lastColours;
+    }
+
+private:
+    using Info = std::shared_ptr<MediaInfo>;
+
+    static Info MakeInfo(QString const& path, bool isLinear)
+    {
+        auto info = std::make_shared<MediaInfo>(path);
+        info->isImage = true;
+        info->isLinearColorSpace = isLinear;
+        return info;
+    }
+
+    // Null also for a picture of another size than the one described: its record is a mark then.
+    Picture DecodeImage(Info const& info, ColourSettings const& colours)
+    {
+        MediaInstance instance;
+        instance.SetColours(colours);
+        if (!instance.Initialize(info, 0) || !instance.HasPacket())
+            return nullptr;
+        QList<std::shared_ptr<DecodedAudioFrame>> sounds;
+        QList<Picture> pictures;
+        instance.DecodePacket(sounds, pictures, -1);
+        bool const isPicture = !pictures.isEmpty() && pictures.first()->data && pictures.first()->status == 0;
+        std::lock_guard const lock(mutex);
+        lastColours = instance.DescribeColours();
+        return isPicture ? pictures.first() : nullptr;
+    }
+
+    Info GetDescribed() const
+    {
+        std::lock_guard const lock(mutex);
+        return described;
+    }
+
+    void SetDescribed(Info const& info)
+    {
+        std::lock_guard const lock(mutex);
+        described = info;
+    }
+
+    mutable std::mutex mutex;
+    Info described;
+    QString lastColours;
+};
+
 SequenceReader::SequenceReader(ImageSequence newSequence, PlaybackOptions const& options)
     : sequence(std::move(newSequence)),
       rate(RateFor(options)),
       holes(options.sequenceHoles),
       threads(ThreadsFor(options)),
-      isLinear(options.isLinearColorSpace)
+      isLinear(options.isLinearColorSpace),
+      colours(options.colours),
+      describer(std::make_shared<Describer>())
 {}
 
 SequenceReader::~SequenceReader() = default;
@@ -82,6 +140,18 @@ long long SequenceReader::IndexAt(long long time) const
 long long SequenceReader::IndexAfter(long long index) const
 {
     return holes == SequenceHoles::Black ? index + 1 : sequence.GetIndexAfter(index);
+}
+
+void SequenceReader::SetColours(ColourSettings const& newColours)
+{
+    colours = newColours;
+    underWay.clear();
+    newest.reset();
+}
+
+QString SequenceReader::DescribeColours() const
+{
+    return describer->GetColours();
 }
 
 PictureSource::Result SequenceReader::SeekTo(long long time, long long, StopCheck const& stop)
@@ -133,7 +203,9 @@ void SequenceReader::StartMore()
         QString const file = sequence.GetFile(nextToStart);
         std::future<Picture> picture;
         if (!file.isEmpty())
-            picture = std::async(std::launch::async, DecodeImage, file, isLinear);
+            picture = std::async(std::launch::async, [keeper = describer, file, linear = isLinear, as = colours] {
+                return keeper->Decode(file, linear, as);
+            });
         underWay.push_back({nextToStart, std::move(picture)});
         nextToStart = IndexAfter(nextToStart);
     }

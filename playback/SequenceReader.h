@@ -7,18 +7,22 @@
 
 #include <deque>
 #include <future>
+#include <memory>
 
 // Reads the pictures of an image sequence, each by an instance of its own, on several threads at a time and yet in
-// order. A still image is a sequence of one.
+// order. The first file that is read is probed, and its description serves the others, too; a file that turns out to be
+// of another kind is probed by itself. A still image is a sequence of one.
 class TAVOLINPLAYBACK_EXPORT SequenceReader : public PictureSource
 {
 public:
-    // `options` gives the rate, the holes, the threads and the colour space.
+    // `options` gives the rate, the holes, the threads, the colour space and the colours.
     SequenceReader(ImageSequence sequence, PlaybackOptions const& options);
     ~SequenceReader() override; // waits for the pictures under way
 
     double GetRate() const; // pictures per second
 
+    void SetColours(ColourSettings const& colours) override;
+    QString DescribeColours() const override;
     Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
     Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
     long long GetEnd() const override;    // known from the beginning
@@ -27,6 +31,7 @@ public:
     long long GetDecodedCount() const override;
 
 private:
+    class Describer;
     using Picture = std::shared_ptr<DecodedVideoFrame>;
 
     struct UnderWay
@@ -48,6 +53,8 @@ private:
     SequenceHoles holes;
     size_t threads;
     bool isLinear;
+    ColourSettings colours;
+    std::shared_ptr<Describer> describer;
 
     std::deque<UnderWay> underWay; // in order
     long long nextToStart = 0;     // index after the last one under way

@@ -91,7 +91,7 @@ std::vector<KeyMap::Action> const& KeyMap::Actions()
         {PlayerAction::ToggleFit, "toggle-fit", "Z", "Picture", "Picture fitted or pixel for pixel"},
         {PlayerAction::ZoomIn, "zoom-in", "+ =", "Picture", "Larger (Ctrl and wheel up); drag to move"},
         {PlayerAction::ZoomOut, "zoom-out", "-", "Picture", "Smaller (Ctrl and wheel down)"},
-        {PlayerAction::ToggleColours, "toggle-colours", "C", "Picture", "Colour correction off and on"},
+        {PlayerAction::ToggleColours, "toggle-colours", "C", "Picture", "Colours as the stream says, off and on"},
         {PlayerAction::SavePicture, "save-picture", "S", "Picture", "Save the picture shown"},
         {PlayerAction::CopyPicture, "copy-picture", "Ctrl+C", "Picture", "Copy the picture shown"},
         {PlayerAction::OpenFile, "open", "Ctrl+O", "Files", "Open files"},

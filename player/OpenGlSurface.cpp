@@ -23,12 +23,10 @@ char const* const vertexShader = R"(
 
 char const* const fragmentShader = R"(
     uniform sampler2D picture;
-    uniform highp mat3 matrix;
-    uniform highp vec3 offset;
     varying highp vec2 place;
     void main()
     {
-        gl_FragColor = vec4(matrix * texture2D(picture, place).rgb + offset, 1.0);
+        gl_FragColor = vec4(texture2D(picture, place).rgb, 1.0);
     }
 )";
 
@@ -78,12 +76,6 @@ void OpenGlSurface::SetPicture(std::shared_ptr<DecodedVideoFrame const> newPictu
 void OpenGlSurface::SetTransform(QTransform const& pictureToView)
 {
     transform = pictureToView;
-    update();
-}
-
-void OpenGlSurface::SetCorrection(ColourCorrection const& newCorrection)
-{
-    correction = newCorrection;
     update();
 }
 
@@ -166,9 +158,6 @@ void OpenGlSurface::paintGL()
 
     program->setUniformValue("picture", 0);
     program->setUniformValue("textureToScreen", TextureToScreen());
-    program->setUniformValue("matrix", QMatrix3x3(correction.GetMatrix().data()));
-    auto const& offset = correction.GetOffset();
-    program->setUniformValue("offset", offset[0], offset[1], offset[2]);
 
     static GLfloat const corners[] = {0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f};
     program->enableAttributeArray(cornerAttribute);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "player/ColourCorrection.h"
 #include "player/PictureSurface.h"
 
 #include <QOpenGLFunctions>
@@ -23,7 +22,6 @@ public:
     QWidget* GetWidget() override;
     void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
     void SetTransform(QTransform const& pictureToView) override;
-    void SetCorrection(ColourCorrection const& correction) override;
 
 protected:
     void initializeGL() override;
@@ -38,7 +36,6 @@ private:
     std::shared_ptr<DecodedVideoFrame const> picture;
     bool uploaded = false; // `picture` is in the texture
     QTransform transform;
-    ColourCorrection correction;
 
     std::unique_ptr<QOpenGLShaderProgram> program; // these belong to the OpenGL context
     GLuint texture = 0;

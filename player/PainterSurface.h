@@ -1,6 +1,5 @@
 #pragma once
 
-#include "player/ColourCorrection.h"
 #include "player/PictureSurface.h"
 
 #include <QImage>
@@ -17,16 +16,11 @@ public:
     QWidget* GetWidget() override;
     void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
     void SetTransform(QTransform const& pictureToView) override;
-    void SetCorrection(ColourCorrection const& correction) override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QImage const& Image();
-
     std::shared_ptr<DecodedVideoFrame const> picture; // owns the bytes of `image` unless that is a corrected copy
-    QImage image;                                     // null until the picture is painted
     QTransform transform;
-    ColourCorrection correction;
 };

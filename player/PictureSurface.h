@@ -4,7 +4,6 @@
 
 #include <memory>
 
-class ColourCorrection;
 class QImage;
 class QWidget;
 struct DecodedVideoFrame;
@@ -23,8 +22,6 @@ public:
     // From the picture's pixels to the widget's device pixels. Magnified so far that single pixels can be told apart,
     // they have hard edges.
     virtual void SetTransform(QTransform const& pictureToView) = 0;
-
-    virtual void SetCorrection(ColourCorrection const& correction) = 0;
 
     // The bytes of a record that is a picture, not copied: the record must outlive it.
     static QImage ImageOver(DecodedVideoFrame const& picture);

@@ -56,17 +56,6 @@ std::shared_ptr<DecodedVideoFrame const> PictureView::GetShown() const
     return shown;
 }
 
-void PictureView::SetCorrection(ColourCorrection const& newCorrection)
-{
-    correction = newCorrection;
-    surface->SetCorrection(correction);
-}
-
-ColourCorrection const& PictureView::GetCorrection() const
-{
-    return correction;
-}
-
 PictureGeometry const& PictureView::GetGeometry() const
 {
     return geometry;
@@ -93,14 +82,11 @@ void PictureView::Fit()
     Place();
 }
 
-QImage PictureView::Render(DecodedVideoFrame const& picture, ColourCorrection const& correction)
+QImage PictureView::Render(DecodedVideoFrame const& picture)
 {
     if (!IsPicture(&picture))
         return {};
-    QImage image = PictureSurface::ImageOver(picture).copy();
-    if (!correction.IsIdentity())
-        for (int row = 0; row < image.height(); ++row)
-            correction.Apply(image.constScanLine(row), image.scanLine(row), image.width());
+    QImage const image = PictureSurface::ImageOver(picture).copy();
     return picture.rotation == 0 ? image : image.transformed(QTransform().rotate(picture.rotation));
 }
 

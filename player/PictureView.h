@@ -1,6 +1,5 @@
 #pragma once
 
-#include "player/ColourCorrection.h"
 #include "player/PictureGeometry.h"
 
 #include <QWidget>
@@ -11,7 +10,7 @@ class PictureSurface;
 class QImage;
 struct DecodedVideoFrame;
 
-// The part of the window that shows the picture: which record, how large, where, in which colours. Dragging moves a
+// The part of the window that shows the picture: which record, how large, where. Dragging moves a
 // picture that is larger than the view, Ctrl and the wheel change its size at the pointer.
 class PictureView : public QWidget
 {
@@ -29,16 +28,13 @@ public:
     void Show(std::shared_ptr<DecodedVideoFrame const> picture);
     std::shared_ptr<DecodedVideoFrame const> GetShown() const;
 
-    void SetCorrection(ColourCorrection const& correction);
-
     PictureGeometry const& GetGeometry() const;
     void ToggleFit();         // between fitted and pixel for pixel
     void Zoom(double factor); // around the middle
     void Fit();
 
-    // The picture as seen, upright and in corrected colours, in its own size; null without one. Any thread.
-    static QImage Render(DecodedVideoFrame const& picture, ColourCorrection const& correction);
-    ColourCorrection const& GetCorrection() const;
+    // The picture as seen, upright, in its own size; null without one. Any thread.
+    static QImage Render(DecodedVideoFrame const& picture);
 
 signals:
     void DoubleClicked();
@@ -59,7 +55,6 @@ private:
     PictureSurface* surface = nullptr; // a child widget
     std::shared_ptr<DecodedVideoFrame const> shown;
     PictureGeometry geometry;
-    ColourCorrection correction;
     QPoint dragFrom;
     int wheelRest = 0; // eighths of a degree that are no notch yet
 };

@@ -25,6 +25,8 @@ void Declare(QCommandLineParser& parser)
         {"loop", "Repeat; --loop=no does not.", "yes|no"},
         {"cache-mb", "Memory for decoded pictures in megabytes.", "SIZE"},
         {"fps", "Pictures per second of image sequences, 0.1 to 1000.", "RATE"},
+        {"colours", "\"stream\": as the stream says; \"plain\": by libswscale's defaults.", "stream|plain"},
+        {"no-tone-mapping", "Leave PQ and HLG as they are coded."},
         {"fullscreen", "Start in full screen."},
         {"mute", "Start without sound; --mute=no with sound.", "yes|no"},
         {"volume", "Volume in percent, 0 to 100.", "PERCENT"},
@@ -116,6 +118,13 @@ std::optional<QString> Audio(QString const& text)
     return isKnown ? std::optional<QString>(text) : std::nullopt;
 }
 
+std::optional<bool> StreamOrPlain(QString const& text)
+{
+    if (text == "stream" || text == "plain")
+        return text == "stream";
+    return std::nullopt;
+}
+
 std::optional<PictureView::Painting> Painting(QString const& text)
 {
     auto const wanted = YesOrNo(text);
@@ -142,6 +151,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     options.files = parser.positionalArguments();
     options.paused = parser.isSet("paused");
     options.once = parser.isSet("once");
+    options.toneMapping = !parser.isSet("no-tone-mapping");
     options.fullScreen = parser.isSet("fullscreen");
 
     Reader reader(parser, options.fault);
@@ -152,6 +162,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     reader.Read("volume", options.volume, Volume);
     reader.Read("cache-mb", options.cacheMegabytes, CacheSize);
     reader.Read("fps", options.sequenceRate, [](QString const& text) { return Number(text, 0.1, 1000.0); });
+    reader.Read("colours", options.streamColours, StreamOrPlain);
     reader.Read("geometry", options.geometry, Geometry);
     reader.Read("audio", options.audio, Audio);
     reader.Read("opengl", options.painting, Painting);

@@ -22,7 +22,9 @@ public:
     std::optional<double> volume; // 0 to 1
     std::optional<int> cacheMegabytes;
     std::optional<double> sequenceRate; // pictures per second
-    std::optional<QRect> geometry;      // the position is (-1, -1) when only a size was given
+    std::optional<bool> streamColours;
+    bool toneMapping = true;
+    std::optional<QRect> geometry; // the position is (-1, -1) when only a size was given
     QString audio = "portaudio";
     PictureView::Painting painting = PictureView::Painting::OpenGl;
 

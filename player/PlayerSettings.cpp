@@ -35,7 +35,7 @@ PlayerSettings PlayerSettings::Load()
     settings.volume = volume >= 0.0 ? std::min(volume, 1.0) : 1.0; // also not a number
     settings.muted = file.value("sound/muted", settings.muted).toBool();
     settings.looping = file.value("play/loop", settings.looping).toBool();
-    settings.correctColours = file.value("picture/correct-colours", settings.correctColours).toBool();
+    settings.streamColours = file.value("picture/stream-colours", settings.streamColours).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
     settings.geometry = file.value("window/geometry").toByteArray();
@@ -53,7 +53,7 @@ void PlayerSettings::Save() const
     file.setValue("sound/muted", muted);
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
-    file.setValue("picture/correct-colours", correctColours);
+    file.setValue("picture/stream-colours", streamColours);
     file.setValue("picture/folder", pictureFolder);
     file.setValue("window/geometry", geometry);
     file.setValue("files/last-folder", lastFolder);

@@ -12,7 +12,7 @@ public:
     double volume = 1.0; // 0 to 1
     bool muted = false;
     bool looping = false;
-    bool correctColours = true;
+    bool streamColours = true; // pictures are converted as the stream says
     int cacheMegabytes = 512;
     QByteArray geometry;   // of the window, as QWidget saves it
     QString lastFolder;    // of the open dialog

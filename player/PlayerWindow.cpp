@@ -44,6 +44,8 @@ PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const
     engineOptions.cacheBudget = options.cacheMegabytes.value_or(settings.cacheMegabytes) * 1024LL * 1024LL;
     if (options.sequenceRate)
         engineOptions.sequenceRate = *options.sequenceRate;
+    engineOptions.colours.followStream = options.streamColours.value_or(settings.streamColours);
+    engineOptions.colours.toneMapping = options.toneMapping;
     return engineOptions;
 }
 
@@ -64,8 +66,13 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), engine(EngineOptions(options, settings)), transport(engine)
+    : options(options),
+      settings(settings),
+      engineOptions(EngineOptions(options, settings)),
+      engine(engineOptions),
+      transport(engine)
 {
+    this->settings.streamColours = engineOptions.colours.followStream;
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
     setFocusPolicy(Qt::StrongFocus);
@@ -165,7 +172,6 @@ void PlayerWindow::Connect()
     });
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
-    connect(&coloursProbe, &QFutureWatcher<StreamColours>::finished, this, &PlayerWindow::TakeColours);
     connect(sound, &SoundPlayer::NoteChanged, this, [this](QString const& note) { soundNote = note; });
 }
 
@@ -199,8 +205,6 @@ void PlayerWindow::OpenCurrent()
     welcome->hide();
     view->Show(nullptr);
     view->Fit();
-    colours = {};
-    ApplyColours();
     opening = true;
     sounding = false;
     ended = false;
@@ -261,8 +265,6 @@ void PlayerWindow::TakeOpened(PlaybackStatus const& status)
     transport.SetLooping(transport.IsLooping()); // over what is open now
     if (!options.paused)
         transport.Play();
-    if (status.width > 0 && QFileInfo(path).isFile())
-        coloursProbe.setFuture(QtConcurrent::run([path] { return StreamColours::Probe(path); }));
     soundTitle->setText(QFileInfo(path).completeBaseName());
     soundTitle->setVisible(status.width <= 0);
 }
@@ -308,22 +310,12 @@ void PlayerWindow::ReadWaveform(PlaybackStatus const& status)
     waveform->start(QThread::IdlePriority);
 }
 
-void PlayerWindow::TakeColours()
-{
-    colours = coloursProbe.result();
-    ApplyColours();
-}
-
-void PlayerWindow::ApplyColours()
-{
-    view->SetCorrection(settings.correctColours ? ColourCorrection(colours) : ColourCorrection());
-}
-
 void PlayerWindow::ToggleColours()
 {
-    settings.correctColours = !settings.correctColours;
-    ApplyColours();
-    bar->ShowPassingNote(settings.correctColours ? "Colour correction on" : "Colour correction off");
+    settings.streamColours = !settings.streamColours;
+    engineOptions.colours.followStream = settings.streamColours;
+    engine.SetColours(engineOptions.colours);
+    bar->ShowPassingNote(settings.streamColours ? "Colours as the stream says" : "Plain colours");
 }
 
 void PlayerWindow::FollowEnd(PlaybackStatus const& status)
@@ -379,8 +371,7 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
 QString PlayerWindow::PaintingText() const
 {
     QString const way = view->PaintsWithOpenGl() ? "OpenGL" : "QPainter";
-    QString const corrected = view->GetCorrection().IsIdentity() ? "as converted" : "colours corrected";
-    return QString("%1, %2 %, %3").arg(way).arg(std::lround(view->GetGeometry().GetZoom() * 100.0)).arg(corrected);
+    return QString("%1, %2 %").arg(way).arg(std::lround(view->GetGeometry().GetZoom() * 100.0));
 }
 
 void PlayerWindow::ShowControls()
@@ -481,9 +472,9 @@ void PlayerWindow::SavePicture()
         bar->ShowPassingNote(QString(saving->result() ? "Saved %1" : "The picture cannot be saved to %1.").arg(name));
         saving->deleteLater();
     });
-    saving->setFuture(QtConcurrent::run([picture, name, correction = view->GetCorrection()] {
+    saving->setFuture(QtConcurrent::run([picture, name] {
         QDir().mkpath(QFileInfo(name).absolutePath());
-        return PictureView::Render(*picture, correction).save(name, "PNG");
+        return PictureView::Render(*picture).save(name, "PNG");
     }));
 }
 
@@ -494,7 +485,7 @@ void PlayerWindow::CopyPicture()
         bar->ShowPassingNote("There is no picture to copy.");
         return;
     }
-    QApplication::clipboard()->setImage(PictureView::Render(*picture, view->GetCorrection()));
+    QApplication::clipboard()->setImage(PictureView::Render(*picture));
     bar->ShowPassingNote("Picture copied");
 }
 
@@ -578,7 +569,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     menu->addSeparator();
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
-    addAction(menu, "Colour correction", PlayerAction::ToggleColours);
+    addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

@@ -6,7 +6,6 @@
 #include "player/PlayerSettings.h"
 #include "player/Playlist.h"
 #include "player/RecentFiles.h"
-#include "player/StreamColours.h"
 #include "player/Transport.h"
 
 #include <QFutureWatcher>
@@ -62,7 +61,6 @@ private:
     void TakeFailed(PlaybackStatus const& status);
     void FollowSound(PlaybackStatus const& status);
     void ReadWaveform(PlaybackStatus const& status);
-    void TakeColours();
 
     void Tick();
     void FollowOpening(PlaybackStatus const& status);
@@ -79,7 +77,6 @@ private:
     void LeaveFullScreen();
     void FollowPointer(QPoint position);
     void ToggleColours();
-    void ApplyColours();
     QString PaintingText() const;
     QString FreePictureName() const;
 
@@ -88,6 +85,7 @@ private:
     RecentFiles recentFiles;
     KeyMap keys;
     Playlist playlist;
+    PlaybackOptions engineOptions;
     PlaybackEngine engine;
     Transport transport;
 
@@ -101,8 +99,6 @@ private:
     QLabel* soundTitle; // in place of a picture
     SoundPlayer* sound;
     QPointer<WaveformReader> waveform;
-    QFutureWatcher<StreamColours> coloursProbe;
-    StreamColours colours;
 
     QTimer beat;
     QTimer pointerRest;    // hides the pointer in full screen

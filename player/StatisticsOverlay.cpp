@@ -35,6 +35,13 @@ QString PictureText(PlaybackStatus const& status)
     return QString("%1 × %2, %3 fps").arg(status.width).arg(status.height).arg(status.frameRate, 0, 'g', 6);
 }
 
+// What was done to the light of the picture, behind the first comma of its colours.
+QString LightText(PlaybackStatus const& status)
+{
+    QString const done = status.colours.section(", ", 1);
+    return done.isEmpty() ? QString("as coded") : done;
+}
+
 QString SoundText(PlaybackStatus const& status)
 {
     if (status.channels <= 0)
@@ -53,6 +60,8 @@ void StatisticsOverlay::Show(PlaybackStatus const& status, QString const& painti
 {
     rows = {
         {"Picture", PictureText(status)},
+        {"Colours", status.colours.isEmpty() ? QString("plain") : status.colours.section(", ", 0, 0)},
+        {"Light", LightText(status)},
         {"Sound", SoundText(status)},
         {"Decoding", QString("%1 pictures/s").arg(status.decodeRate, 0, 'f', 1)},
         {"Shown", QString::number(status.picturesShown)},

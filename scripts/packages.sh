@@ -3,7 +3,7 @@
 
 build_packages=(
     cmake ninja-build g++ pkg-config qtbase5-dev portaudio19-dev
-    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
+    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libzimg-dev
 )
 test_packages=(
     ffmpeg libgtest-dev ccache mold

@@ -1,5 +1,6 @@
 #include "tools/CheckCommand.h"
 
+#include "tools/ColourOptions.h"
 #include "tools/Console.h"
 #include "tools/InputFiles.h"
 #include "tools/MediaSource.h"
@@ -31,12 +32,13 @@ void Report(QString const& path, SourceCheck const& check)
     Console::WriteData(QStringLiteral("%1: %2: %3\n").arg(path, verdict, Decoded(check)));
 }
 
-ExitCode Check(QString const& path, MessageLog& log)
+ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log)
 {
     auto const source = OpenSource(path, log);
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
+    source->SetColours(colours);
     SourceCheck check(*source, log);
     if (!check.Run()) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
@@ -76,9 +78,15 @@ QString CheckCommand::GetDescription() const
                           "Exit code 0 when all is well, 4 when a file is damaged.\n");
 }
 
-void CheckCommand::AddOptions(QCommandLineParser& /*parser*/) const {}
+void CheckCommand::AddOptions(QCommandLineParser& parser) const
+{
+    ColourOptions::Add(parser, /*followsStream=*/true);
+}
 
 ExitCode CheckCommand::Run(QCommandLineParser const& parser, MessageLog& log)
 {
-    return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Check(path, log); });
+    ColourSettings colours;
+    if (!ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/false, colours))
+        return ExitCode::Usage;
+    return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Check(path, colours, log); });
 }

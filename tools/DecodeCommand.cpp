@@ -1,6 +1,7 @@
 #include "tools/DecodeCommand.h"
 
 #include "media/MediaInfo.h"
+#include "tools/ColourOptions.h"
 #include "tools/Console.h"
 #include "tools/DecodeReport.h"
 #include "tools/InputFiles.h"
@@ -25,6 +26,7 @@ struct Request
 {
     TimeRange range;
     bool withSums = false;
+    ColourSettings colours;
 };
 
 bool Start(SourceReader& reader, MediaSource const& source, TimeRange const& range)
@@ -69,6 +71,7 @@ ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
+    source->SetColours(request.colours);
     SourceReader reader(*source);
     QElapsedTimer timer;
     timer.start();
@@ -128,13 +131,15 @@ void DecodeCommand::AddOptions(QCommandLineParser& parser) const
 {
     parser.addOption({QStringLiteral("md5"), QStringLiteral("Print a line with an MD5 sum for each record.")});
     TimeRangeOptions::Add(parser);
+    ColourOptions::Add(parser, /*followsStream=*/false);
 }
 
 ExitCode DecodeCommand::Run(QCommandLineParser const& parser, MessageLog& log)
 {
     Request request;
     request.withSums = parser.isSet(QStringLiteral("md5"));
-    if (!TimeRangeOptions::Take(parser, request.range))
+    if (!TimeRangeOptions::Take(parser, request.range) ||
+        !ColourOptions::Take(parser, /*followsStream=*/false, /*exact=*/false, request.colours))
         return ExitCode::Usage;
     return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Decode(path, request, log); });
 }

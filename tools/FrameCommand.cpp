@@ -2,6 +2,7 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "tools/ColourOptions.h"
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
@@ -23,6 +24,7 @@ struct Request
     QString picturePath;
     long long time = 0; // microseconds
     bool asStored = false;
+    ColourSettings colours;
 };
 
 ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
@@ -42,7 +44,8 @@ ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
     if (!PictureFile::IsSupported(request.picturePath))
         return CommandAnswers::RejectUsage(
             QStringLiteral("\"%1\" does not end in .png, .jpg, .jpeg or .ppm").arg(request.picturePath));
-    return ExitCode::Ok;
+    bool const isGood = ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/true, request.colours);
+    return isGood ? ExitCode::Ok : ExitCode::Usage;
 }
 
 ExitCode Report(Request const& request, PictureFinder::Result result, DecodedVideoFrame const* last)
@@ -123,6 +126,7 @@ void FrameCommand::AddOptions(QCommandLineParser& parser) const
         {QStringLiteral("at"), QStringLiteral("The time: 12.5, 00:00:12.500 or 12500000us."), QStringLiteral("TIME")});
     OutputOption::Add(parser, QStringLiteral("PICTURE"));
     parser.addOption({QStringLiteral("as-stored"), QStringLiteral("Leave the picture as it is stored, not upright.")});
+    ColourOptions::Add(parser, /*followsStream=*/true);
 }
 
 ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
@@ -134,6 +138,7 @@ ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
+    source->SetColours(request.colours);
     SayWhatItIs(*source, request.path);
     SourceReader reader(*source);
     PictureFinder finder(*source, reader);

@@ -2,6 +2,7 @@
 
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
+#include "tools/StreamColours.h"
 #include "tools/StreamText.h"
 #include "tools/TimeText.h"
 
@@ -57,7 +58,43 @@ void AddCodec(QJsonObject& object, QString const& decoderName)
         object["codec_long_name"] = longName;
 }
 
-QJsonObject DescribeVideo(MediaSource::Stream const& announced, VideoStream const& stream)
+QJsonArray DescribeLight(StreamColours const& colours)
+{
+    QJsonArray list;
+    if (!colours.masteringDisplay.isEmpty()) {
+        QJsonObject display{{"side_data_type", "Mastering display metadata"}};
+        for (auto value = colours.masteringDisplay.begin(); value != colours.masteringDisplay.end(); ++value)
+            display[value.key()] = value.value();
+        list.append(display);
+    }
+    if (!colours.lightLevels.isEmpty()) {
+        QJsonObject levels{{"side_data_type", "Content light level metadata"}};
+        for (auto value = colours.lightLevels.begin(); value != colours.lightLevels.end(); ++value)
+            levels[value.key()] = value.value();
+        list.append(levels);
+    }
+    return list;
+}
+
+// Only what the stream says.
+void AddColours(QJsonObject& object, StreamColours const& colours)
+{
+    std::pair<char const*, QString> const values[] = {
+        {"pix_fmt", colours.pixelFormat},       {"color_range", colours.range},
+        {"color_space", colours.matrix},        {"color_transfer", colours.transfer},
+        {"color_primaries", colours.primaries}, {"chroma_location", colours.chromaLocation},
+        {"field_order", colours.fieldOrder},
+    };
+    for (auto const& [key, value] : values)
+        if (!value.isEmpty())
+            object[QString::fromLatin1(key)] = value;
+    QJsonArray const light = DescribeLight(colours);
+    if (!light.isEmpty())
+        object["side_data_list"] = light;
+}
+
+QJsonObject DescribeVideo(MediaSource::Stream const& announced, VideoStream const& stream,
+                          QList<StreamColours> const& colours)
 {
     QJsonObject object = BeginStream(announced, "video");
     if (!stream.valid)
@@ -76,6 +113,16 @@ QJsonObject DescribeVideo(MediaSource::Stream const& announced, VideoStream cons
                                     {"frame_rate", stream.frameRate},
                                     {"frame_count", stream.numFrames},
                                     {"codec_delay", stream.codecDelay}};
+    for (StreamColours const& of : colours) {
+        if (of.index != stream.streamIndex)
+            continue;
+        AddColours(object, of);
+        if (!of.conversion.isEmpty()) {
+            QJsonObject own = object["tavolin"].toObject();
+            own["conversion"] = of.conversion;
+            object["tavolin"] = own;
+        }
+    }
     AddTags(object, stream.metadata);
     return object;
 }
@@ -106,10 +153,11 @@ QJsonObject DescribeAudio(MediaSource::Stream const& announced, AudioStream cons
 QJsonArray DescribeStreams(MediaSource const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
+    QList<StreamColours> const colours = StreamColours::Probe(source);
     std::vector<std::pair<int, QJsonObject>> streams;
     for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
         auto const announced = source.GetStream(MediaSource::StreamType::Video, i);
-        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i]));
+        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i], colours));
     }
     for (int i = 0; i < info.GetNumAudioStreams(); ++i) {
         auto const announced = source.GetStream(MediaSource::StreamType::Audio, i);

@@ -2,6 +2,7 @@
 
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
+#include "tools/StreamColours.h"
 #include "tools/StreamText.h"
 #include "tools/TimeText.h"
 
@@ -68,7 +69,42 @@ QString UndecodableLine(QString const& title, MediaSource::Stream const& announc
                         QStringLiteral("cannot be decoded: FFmpeg has no usable decoder for it")});
 }
 
-QString VideoLine(MediaSource const& source, int position)
+QString ColourLines(StreamColours const& colours)
+{
+    QStringList words;
+    for (QString const& word :
+         {colours.pixelFormat, colours.range, colours.matrix, colours.transfer, colours.primaries})
+        if (!word.isEmpty())
+            words += word;
+    if (!colours.chromaLocation.isEmpty())
+        words += QStringLiteral("chroma ") + colours.chromaLocation;
+    if (!colours.fieldOrder.isEmpty())
+        words += colours.fieldOrder == QLatin1String("progressive") ? colours.fieldOrder
+                                                                    : QStringLiteral("fields ") + colours.fieldOrder;
+    QStringList light;
+    if (colours.masteringDisplay.contains(QStringLiteral("max_luminance")))
+        light += QStringLiteral("mastered for %1 to %2 cd/m2")
+                     .arg(colours.masteringDisplay.value(QStringLiteral("min_luminance")),
+                          colours.masteringDisplay.value(QStringLiteral("max_luminance")));
+    if (!colours.lightLevels.isEmpty())
+        light += QStringLiteral("light levels %1, %2 on average")
+                     .arg(colours.lightLevels.value(QStringLiteral("max_content")))
+                     .arg(colours.lightLevels.value(QStringLiteral("max_average")));
+    if (!colours.conversion.isEmpty())
+        light += QStringLiteral("shown ") + colours.conversion;
+    return (words.isEmpty() ? QString() : Line(QStringLiteral("  colours"), words)) +
+           (light.isEmpty() ? QString() : Line(QStringLiteral("  light"), light));
+}
+
+StreamColours ColoursAt(QList<StreamColours> const& all, int index)
+{
+    for (StreamColours const& colours : all)
+        if (colours.index == index)
+            return colours;
+    return {};
+}
+
+QString VideoLine(MediaSource const& source, QList<StreamColours> const& colours, int position)
 {
     VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
     auto const announced = source.GetStream(MediaSource::StreamType::Video, position);
@@ -80,7 +116,7 @@ QString VideoLine(MediaSource const& source, int position)
         words += QStringLiteral("cover art");
     else if (!source.GetWholeInfo()->IsImage())
         words += TimingWords(stream);
-    return Line(title, words) + TagLines(stream.metadata);
+    return Line(title, words) + ColourLines(ColoursAt(colours, announced.index)) + TagLines(stream.metadata);
 }
 
 QString AudioLine(MediaSource const& source, int position)
@@ -108,11 +144,12 @@ QString DescribeAsText(MediaSource const& source)
     QString text = info.GetFilePath() + QLatin1Char('\n') +
                    Line(QStringLiteral("kind"), {source.Describe(), DurationText(info), size}) +
                    Line(QStringLiteral("format"), {source.GetFormatName()}) + TagLines(source.GetTags());
+    QList<StreamColours> const colours = StreamColours::Probe(source);
     int video = 0;
     int audio = 0;
     for (MediaSource::Stream const& stream : source.GetStreams()) {
         if (stream.type == MediaSource::StreamType::Video && video < info.GetNumVideoStreams())
-            text += VideoLine(source, video++);
+            text += VideoLine(source, colours, video++);
         else if (stream.type == MediaSource::StreamType::Audio && audio < info.GetNumAudioStreams())
             text += AudioLine(source, audio++);
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "decode/ColourSettings.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -53,6 +55,10 @@ public:
     // Whether a seek can be trusted: not in a file without a duration, nor where packets bear no times.
     bool CanSeek() const;
 
+    // How whoever decodes it is to convert its pictures; by the converter's defaults at first.
+    void SetColours(ColourSettings const& newColours) { colours = newColours; }
+    ColourSettings const& GetColours() const { return colours; }
+
     QString Describe() const;                // what it is: "movie", "still image", "sound with cover art", ...
     QStringList DescribeUndecodable() const; // one line for each stream without a decoder
     bool LeavesOutAHalf() const;             // all of its pictures, or all of its sound
@@ -75,6 +81,7 @@ private:
     QMap<QString, QString> tags;
     QList<Stream> streams;
     bool packetsBearTimes = true;
+    ColourSettings colours;
 };
 
 // Opens `path` and says on standard error what is wrong when it cannot be used; empty then.

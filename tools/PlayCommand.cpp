@@ -27,6 +27,8 @@ constexpr PlayerOption playerOptions[] = {
     {"loop", "yes|no", "Repeat; --loop=no does not."},
     {"cache-mb", "SIZE", "Memory for decoded pictures in megabytes."},
     {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000."},
+    {"colours", "stream|plain", "\"stream\": as the stream says; \"plain\": by libswscale's defaults."},
+    {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."},
     {"fullscreen", nullptr, "Start in full screen."},
     {"mute", "yes|no", "Start without sound; --mute=no with sound."},
     {"volume", "PERCENT", "Volume in percent, 0 to 100."},

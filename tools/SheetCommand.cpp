@@ -2,6 +2,7 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "tools/ColourOptions.h"
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/ContactSheet.h"
@@ -36,6 +37,7 @@ struct Request
     int columns = 4;
     int count = 20;
     int width = 320;
+    ColourSettings colours;
 };
 
 bool TakeNumbers(QCommandLineParser const& parser, Request& request)
@@ -60,7 +62,8 @@ ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
             QStringLiteral("sheet needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
     if (parser.isSet(QStringLiteral("rows")) && parser.isSet(QStringLiteral("count")))
         return CommandAnswers::RejectUsage(QStringLiteral("--rows and --count do not go together"));
-    bool const isGood = TakeNumbers(parser, request) && TimeRangeOptions::Take(parser, request.range);
+    bool const isGood = TakeNumbers(parser, request) && TimeRangeOptions::Take(parser, request.range) &&
+                        ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/true, request.colours);
     return isGood ? ExitCode::Ok : ExitCode::Usage;
 }
 
@@ -163,6 +166,7 @@ void SheetCommand::AddOptions(QCommandLineParser& parser) const
     parser.addOption({QStringLiteral("width"), QStringLiteral("Pixels of a picture in it; 320 if not given."),
                       QStringLiteral("PIXELS")});
     TimeRangeOptions::Add(parser);
+    ColourOptions::Add(parser, /*followsStream=*/true);
 }
 
 ExitCode SheetCommand::Run(QCommandLineParser const& parser, MessageLog& log)
@@ -174,6 +178,7 @@ ExitCode SheetCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
+    source->SetColours(request.colours);
     int const errorsBefore = log.GetErrorCount();
     ContactSheet sheet(request.width);
     ExitCode const collected = Collect(*source, request, sheet);

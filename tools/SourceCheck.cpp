@@ -182,7 +182,7 @@ long long SourceCheck::EndOfAll() const
 void SourceCheck::ReadBackwards()
 {
     StopCheck const never = [] { return false; };
-    PictureReader reader(source.GetInfo(), Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE);
+    PictureReader reader(source.GetInfo(), Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE, source.GetColours());
     long long until = pictures.back().time + 1;
     bool const isOpen = reader.Open();
     while (isOpen && until > pictures.front().time) {

@@ -36,6 +36,7 @@ long long DurationOf(DecodedAudioFrame const& sound)
 
 SourceReader::SourceReader(MediaSource const& newSource) : source(newSource)
 {
+    instance.SetColours(source.GetColours());
     instance.Initialize(source.GetInfo(), 0);
 }
 

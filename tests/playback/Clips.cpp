@@ -60,6 +60,9 @@ std::map<QString, QString> const otherRecipes = {
     {"offset.mkv", "-i {gop12.mp4} -c copy -output_ts_offset 10"},
     {"tone.wma", tone.arg(6) + "-ac 2 -c:a wmav2"}, // of which the last frame comes out with the drain
     {"large.mp4", "-f lavfi -i testsrc2=size=1280x720:rate=25:duration=5 -c:v libx264 -preset ultrafast -g 60"},
+    {"crimson.mp4", "-f lavfi -i color=c=0xC81E3C:size=1280x720:rate=25:duration=0.6 -vf "
+                    "scale=out_color_matrix=bt709:flags=accurate_rnd -c:v libx264 -qp 0 -pix_fmt yuv420p "
+                    "-colorspace bt709"},
     {"tone.wav", tone.arg(6) + "-ac 2 -c:a pcm_s16le"},
     {"pure.wav", "-f lavfi -i sine=frequency=440:duration=6:sample_rate=44100 -ac 2 -c:a pcm_s16le"},
     {"tone.flac", tone.arg(6) + "-ac 2 -c:a flac"},

@@ -1,4 +1,5 @@
 #include "Clips.h"
+#include "Reference.h"
 #include "VirtualTime.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -53,7 +54,7 @@ protected:
     }
 
     std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
-    PlaybackEngine engine{PlaybackOptions(), time};
+    PlaybackEngine engine{Reference::PlainOptions(), time};
 };
 
 // ---- Opening
@@ -127,7 +128,7 @@ TEST_F(EngineTest, WhatIsOrderedWhileOpeningHoldsAfterwards)
 
 TEST_F(EngineTest, WithoutPicturesAMovieIsItsSound)
 {
-    PlaybackOptions options;
+    PlaybackOptions options = Reference::PlainOptions();
     options.withPictures = false;
     PlaybackEngine sound(options, time);
     sound.Open(Clips::Made("stream.ts"));
@@ -315,7 +316,7 @@ TEST_F(EngineTest, EveryArgumentIsSafe)
     long long const least = std::numeric_limits<long long>::min();
     long long const most = std::numeric_limits<long long>::max();
     double const infinity = std::numeric_limits<double>::infinity();
-    PlaybackOptions options;
+    PlaybackOptions options = Reference::PlainOptions();
     options.cacheBudget = most;
     options.untimedRate = std::nan("");
     options.previewRest = most;
@@ -555,7 +556,7 @@ TEST_F(EngineTest, WaitingIsEnoughForALoopToBeginAnew)
 TEST_F(EngineTest, WhereDecodingCannotKeepUpTheNewestPictureIsShownAndTheRestIsCounted)
 {
     for (double speed : {1.0, -1.0}) {
-        PlaybackOptions options;
+        PlaybackOptions options = Reference::PlainOptions();
         options.withSound = false;
         PlaybackEngine slow(options, std::make_shared<HurryingTime>(20000));
         slow.Open(Clips::Made("gop250.mp4"));

@@ -55,7 +55,7 @@ protected:
     void Wait() { ASSERT_TRUE(engine.WaitUntilReady(patience)); }
 
     std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
-    PlaybackEngine engine{PlaybackOptions(), time};
+    PlaybackEngine engine{Reference::PlainOptions(), time};
 };
 
 // Rule 1: each picture has its end before it goes into the cache.
@@ -323,7 +323,7 @@ TEST_F(HostRulesTest, ABlackPictureHasRoundedRowsToo)
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("P6\n5 2\n255\n" + QByteArray(5 * 2 * 3, 'x'));
     }
-    PlaybackOptions options;
+    PlaybackOptions options = Reference::PlainOptions();
     options.sequenceHoles = SequenceHoles::Black;
     PlaybackEngine withHoles(options, time);
     withHoles.Open(folder.filePath("take.#.ppm"));

@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace {
 
 constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
@@ -217,6 +219,41 @@ TEST_F(ImageSequenceTest, OneFileOfARowOpensTheRowOrJustItself)
     ASSERT_TRUE(engine.WaitUntilReady(patience));
     EXPECT_EQ(engine.GetStatus().kind, SourceKind::Still);
     EXPECT_EQ(engine.GetPicture()->data[0], 16);
+}
+
+// Files of other sizes, depths and formats among the others, each shown as it is when opened by itself.
+TEST_F(ImageSequenceTest, FilesOfOtherKindsAreShownAsTheyAreAlone)
+{
+    Write("a.%04d.ppm", {1, 2, 6, 7});
+    auto const write = [this](char const* name, QByteArray const& bytes) {
+        QFile file(folder.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    };
+    write("a.0003.ppm", "P6\n24 8\n255\n" + QByteArray(24 * 8 * 3, 'a'));                     // wider
+    write("a.0004.ppm", "P6\n16 4\n255\n" + QByteArray(16 * 4 * 3, 'b'));                     // lower
+    write("a.0005.ppm", "P5\n16 8\n65535\n" + QByteArray(static_cast<int>(16 * 8 * 2), 'c')); // deep grey
+    for (int const threads : {1, 3}) {
+        PlaybackOptions options;
+        options.sequenceRate = 10.0;
+        options.sequenceThreads = threads;
+        PlaybackEngine row(options, time);
+        row.Open(folder.filePath("a.####.ppm"));
+        for (int number = 1; number <= 7; ++number) {
+            row.Seek((number - 1) * 100000);
+            ASSERT_TRUE(row.WaitUntilReady(patience));
+            PlaybackEngine alone(options, time);
+            alone.Open(folder.filePath(QString("a.000%1.ppm").arg(number)));
+            ASSERT_TRUE(alone.WaitUntilReady(patience));
+            auto const expected = alone.GetPicture();
+            auto const picture = row.GetPicture();
+            ASSERT_TRUE(picture && expected) << number;
+            ASSERT_EQ(picture->width, expected->width) << number;
+            ASSERT_EQ(picture->height, expected->height) << number;
+            EXPECT_EQ(std::memcmp(picture->data, expected->data, static_cast<size_t>(picture->size)), 0) << number;
+        }
+        EXPECT_EQ(row.GetStatus().error, "");
+    }
 }
 
 TEST_F(ImageSequenceTest, FormatsAreToldByTheirFirstBytes)

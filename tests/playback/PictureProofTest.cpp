@@ -79,7 +79,7 @@ protected:
 
     QString path;
     std::vector<Reference::Picture> pictures;
-    PlaybackOptions options;
+    PlaybackOptions options = Reference::PlainOptions();
     std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
     std::unique_ptr<PlaybackEngine> engine;
 };

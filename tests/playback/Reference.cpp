@@ -129,6 +129,13 @@ FfmpegPtr<SwrContext> MakeResampler(AVCodecContext const* codec)
 
 } // namespace
 
+PlaybackOptions Reference::PlainOptions()
+{
+    PlaybackOptions options;
+    options.colours = ColourSettings();
+    return options;
+}
+
 QByteArray Reference::HashOf(unsigned char const* data, int width, int height, int stride)
 {
     std::unique_ptr<AVMurMur3, decltype(&av_free)> const state(av_murmur3_alloc(), &av_free);

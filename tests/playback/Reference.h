@@ -1,5 +1,7 @@
 #pragma once
 
+#include "playback/PlaybackOptions.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -7,6 +9,9 @@
 
 // What FFmpeg, called directly and from the file's beginning to its end, makes of a file.
 namespace Reference {
+
+// What makes an engine convert as the plain call does, so that its pictures can be compared with these.
+PlaybackOptions PlainOptions();
 
 struct Picture
 {

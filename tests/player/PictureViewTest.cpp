@@ -30,7 +30,7 @@ TEST(PictureViewTest, PaintsWithOpenGlWhereThereIsSome)
 
 TEST(PictureViewTest, RendersPicturesUpright)
 {
-    QImage const image = PictureView::Render(Picture(90), ColourCorrection());
+    QImage const image = PictureView::Render(Picture(90));
     ASSERT_EQ(image.size(), QSize(2, 3));
     EXPECT_EQ(image.pixelColor(1, 0), QColor(255, 0, 0));
     EXPECT_EQ(image.pixelColor(1, 2), QColor(0, 0, 255));

@@ -55,7 +55,8 @@ bool IsRed(QByteArray const& ppm, int headerSize, int pixel)
 
 TEST_F(FrameCommandTest, WritesTheVeryPicture)
 {
-    ToolRun const run = RunTavolin({"frame", PlainMovie(), "--at", "00:00:02.050", "-o", PathOf("a.ppm")});
+    ToolRun const run =
+        RunTavolin({"frame", PlainMovie(), "--at", "00:00:02.050", "-o", PathOf("a.ppm"), "--colours=plain"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.errors, "");
     EXPECT_EQ(run.Output(), PathOf("a.ppm") + ": the picture at 00:00:02.040 (2040000us), 96x64\n");
@@ -63,6 +64,25 @@ TEST_F(FrameCommandTest, WritesTheVeryPicture)
     QByteArray const written = Written("a.ppm");
     ASSERT_TRUE(written.startsWith(header));
     EXPECT_EQ(Md5(written.mid(header.size())), ShowingAt(DecodePlainly(PlainMovie()), 2050000).md5);
+}
+
+// Crimson, (200, 30, 60), coded without loss by the matrix of HD and tagged so.
+TEST_F(FrameCommandTest, FollowsTheStreamUnlessToldOtherwise)
+{
+    QString const clip =
+        MakeMedia("crimson-hd.mp4", {"-f", "lavfi", "-i", "color=c=0xC81E3C:size=1280x720:rate=25:duration=0.2", "-vf",
+                                     "scale=out_color_matrix=bt709:flags=accurate_rnd", "-c:v", "libx264", "-qp", "0",
+                                     "-pix_fmt", "yuv420p", "-colorspace", "bt709"});
+    for (char const* colours : {"", "--colours=stream", "--colours=plain"}) {
+        QStringList arguments{"frame", clip, "--at", "0", "-o", PathOf("a.ppm")};
+        if (*colours)
+            arguments << colours;
+        EXPECT_EQ(RunTavolin(arguments).exitCode, 0);
+        auto const green = static_cast<uint8_t>(Written("a.ppm").at(QByteArray("P6\n1280 720\n255\n").size() + 1));
+        bool const isPlain = QString(colours).endsWith("plain");
+        EXPECT_NEAR(green, isPlain ? 9 : 30, isPlain ? 3 : 1) << colours;
+    }
+    EXPECT_EQ(RunTavolin({"frame", clip, "--at", "0", "-o", PathOf("a.ppm"), "--colours=other"}).exitCode, 2);
 }
 
 TEST_F(FrameCommandTest, WritesEachFormat)

@@ -74,7 +74,8 @@ void ExpectLikeFfprobe(QString const& path)
             continue;
         ExpectSharedValues(stream, expected,
                            {"index", "codec_name", "codec_long_name", "codec_type", "width", "height", "sample_rate",
-                            "channels", "channel_layout"});
+                            "channels", "channel_layout", "pix_fmt", "color_range", "color_space", "color_transfer",
+                            "color_primaries", "chroma_location", "field_order"});
         // In transport streams ffprobe keeps the format of the decoder that it tried before it knew the codec.
         if (stream["codec_name"] != "mp2")
             ExpectSharedValues(stream, expected, {"sample_fmt"});

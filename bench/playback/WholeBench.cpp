@@ -1,0 +1,117 @@
+// Everything from the file to RGB in the stream's colours, process against process: probing, decoding and converting,
+// sequences on all processors, against `ffmpeg -i X -an -pix_fmt rgb24 -f null -`:
+//
+//     WholeBench CLIPS [PAIRS] [CASE]    the table; CLIPS is the folder that bench/decode/make-clips fills
+//     WholeBench --read FILE             reads all pictures, the process that is compared
+
+#include "bench/decode/PairedRuns.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "playback/PictureReader.h"
+#include "playback/SequenceReader.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <cstdio>
+
+namespace {
+
+constexpr int defaultPairs = 7;
+
+struct Case
+{
+    char const* clip; // a movie, or a folder of images
+    double goal;
+};
+
+constexpr Case cases[] = {
+    {"dpx10-1080", 0.6},    {"dpx10-uhd", 0.6},        {"exr-1080", 0.8},         {"png16-1080", 0.6},
+    {"tiff16-1080", 0.6},   {"prores-1080.mov", 0.85}, {"hevc10-1080.mp4", 0.85}, {"h264-1080.mp4", 1.0},
+    {"vp9-1080.webm", 1.0}, {"mjpeg-1080.avi", 1.0},
+};
+
+// A movie as it is, a folder as the pattern of its row.
+QString InputOf(QString const& path)
+{
+    if (!QFileInfo(path).isDir())
+        return path;
+    QStringList const names = QDir(path).entryList(QDir::Files, QDir::Name);
+    return names.isEmpty() ? path : path + "/%04d." + QFileInfo(names.first()).suffix();
+}
+
+std::unique_ptr<PictureSource> Open(QString const& path)
+{
+    PlaybackOptions const options;
+    if (path.contains('%')) {
+        QString error;
+        return std::make_unique<SequenceReader>(ImageSequence::Find(path, options.sequenceHoles, error), options);
+    }
+    auto const info = std::make_shared<MediaInfo>(path);
+    auto reader = std::make_unique<PictureReader>(info, options.untimedRate, options.colours);
+    return MediaReader::ParseMedia(info) && reader->Open() ? std::move(reader) : nullptr;
+}
+
+int ReadAll(QString const& path)
+{
+    StopCheck const never = [] { return false; };
+    auto const source = Open(path);
+    int count = 0;
+    std::shared_ptr<DecodedVideoFrame> picture;
+    while (source && source->Read(picture, never) == PictureSource::Result::Picture)
+        ++count;
+    return count > 0 ? 0 : 1;
+}
+
+void RunProcess(QString const& program, QStringList const& arguments)
+{
+    QProcess process;
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForFinished(-1) || process.exitCode() != 0)
+        std::fprintf(stderr, "%s failed: %s\n", qPrintable(program), process.readAllStandardError().constData());
+}
+
+void Compare(Case const& one, QString const& input, int pairs)
+{
+    QString const self = QCoreApplication::applicationFilePath();
+    QStringList const theirs = {"-v", "error", "-i", input, "-an", "-pix_fmt", "rgb24", "-f", "null", "-"};
+    auto const runs = PairedRuns::Measure(
+        pairs,
+        [&] {
+            RunProcess(self, {"--read", input});
+        },
+        [&] { RunProcess("ffmpeg", theirs); });
+    std::printf("| %-16s | %8.1f | %8.1f | %5.3f | **%5.3f** | %5.3f | %4.2f |\n", one.clip, runs.ours * 1000.0,
+                runs.theirs * 1000.0, runs.ratio.lowest, runs.ratio.median, runs.ratio.highest, one.goal);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    av_log_set_level(AV_LOG_ERROR);
+    QCoreApplication const application(argc, argv);
+    QStringList const arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "--read")
+        return ReadAll(arguments.value(2));
+    if (arguments.size() < 2) {
+        std::fprintf(stderr, "usage: WholeBench CLIPS [PAIRS] [CASE]\n");
+        return 2;
+    }
+    int const pairs = arguments.size() > 2 ? arguments.at(2).toInt() : defaultPairs;
+    std::printf("| Clip | Ours, ms | ffmpeg, ms | Lowest | Median | Highest | Goal |\n|---|---|---|---|---|---|---|\n");
+    for (Case const& one : cases)
+        if (QString(one.clip).contains(arguments.value(3)))
+            Compare(one, InputOf(arguments.at(1) + '/' + one.clip), pairs);
+    return 0;
+}

@@ -1,0 +1,384 @@
+#include "decode/colour/StreamConverter.h"
+
+#include "decode/colour/DisplayEncoder.h"
+#include "decode/colour/SampleLoops.h"
+
+#include <QStringList>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <exception>
+#include <thread>
+
+namespace {
+
+constexpr int bytesPerPixel = 3;
+
+// A thread costs a few dozen microseconds to start. Below this many pixels that is more than it saves.
+constexpr long long pixelsWorthThreads = 500000;
+
+// Interpolated chroma at the border of a slice needs rows from beyond it.
+constexpr int rowsAroundSlice = 8;
+
+// Two fields, and two heights of slices of each, twice over.
+constexpr size_t mostGraphs = 8;
+
+bool IsScaled(PictureScaler::Layout const& layout)
+{
+    return layout.outputWidth != layout.width;
+}
+
+bool IsPlanar(AVPixFmtDescriptor const& format)
+{
+    return format.comp[1].plane == 1 && format.comp[2].plane == 2;
+}
+
+// libswscale has tables for these; the rest it would take for BT.601.
+bool IsKnownToScaler(AVColorSpace matrix)
+{
+    switch (matrix) {
+    case AVCOL_SPC_BT709:
+    case AVCOL_SPC_FCC:
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+    case AVCOL_SPC_SMPTE240M:
+    case AVCOL_SPC_BT2020_NCL:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Constant luminance and ICtCp are not linear in the values.
+bool NeedsTransfer(AVColorSpace matrix)
+{
+    return matrix == AVCOL_SPC_BT2020_CL || matrix == AVCOL_SPC_CHROMA_DERIVED_NCL ||
+           matrix == AVCOL_SPC_CHROMA_DERIVED_CL || matrix == AVCOL_SPC_ICTCP;
+}
+
+bool IsQuick(FrameRows::Shape const& shape, AVPixFmtDescriptor const& format, PictureColours const& colours)
+{
+    return shape.planes == 3 && !shape.isRgb && shape.type == FrameRows::Type::Byte && IsPlanar(format) &&
+           shape.log2ChromaWidth == 1 && shape.log2ChromaHeight <= 1 && !colours.isInterlaced &&
+           IsKnownToScaler(colours.matrix);
+}
+
+// Red, green, blue and perhaps something behind them, each in 16 bits.
+bool IsPackedRgb16(int format)
+{
+    return format == AV_PIX_FMT_RGB48LE || format == AV_PIX_FMT_RGB48BE || format == AV_PIX_FMT_RGBA64LE ||
+           format == AV_PIX_FMT_RGBA64BE;
+}
+
+void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
+{
+    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
+    auto const stride = static_cast<size_t>(layout.outputStride);
+    for (int row = 0; used < stride && row < layout.outputHeight; ++row)
+        std::memset(target + static_cast<size_t>(row) * stride + used, 0, stride - used);
+}
+
+bool IsBigEndian(AVPixFmtDescriptor const& format)
+{
+    return (format.flags & AV_PIX_FMT_FLAG_BE) != 0;
+}
+
+// The other byte order than this machine's.
+bool IsSwapped(AVPixFmtDescriptor const& format)
+{
+    uint16_t const one = 1;
+    uint8_t first = 0;
+    std::memcpy(&first, &one, 1);
+    return IsBigEndian(format) == (first == 1);
+}
+
+void NarrowRows(AVFrame const& source, PictureScaler::Layout const& layout, int firstRow, int lastRow, uint8_t* target)
+{
+    AVPixFmtDescriptor const& format = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(layout.format));
+    for (int row = firstRow; row < lastRow; ++row) {
+        uint8_t const* from = source.data[0] + static_cast<ptrdiff_t>(row) * source.linesize[0];
+        uint8_t* to = target + static_cast<ptrdiff_t>(row) * layout.outputStride;
+        if (format.nb_components == 3)
+            SampleLoops::Narrow(from, IsSwapped(format), layout.width * 3, to);
+        else
+            SampleLoops::NarrowWithoutFourth(from, IsSwapped(format), layout.width, to);
+    }
+}
+
+// The values of linear light, already rounded to bytes, for the display.
+void EncodeBytes(PictureScaler::Layout const& layout, uint8_t* target)
+{
+    uint8_t table[256];
+    for (int i = 0; i < 256; ++i)
+        table[i] = DisplayEncoder::ForGamma22().Encode(static_cast<float>(i) / 255.0f);
+    for (int row = 0; row < layout.outputHeight; ++row)
+        for (int i = 0; i < layout.outputWidth * bytesPerPixel; ++i) {
+            uint8_t& byte = target[static_cast<ptrdiff_t>(row) * layout.outputStride + i];
+            byte = table[byte];
+        }
+}
+
+// Does all jobs, by one thread each; where the system gives none, one after the other. False when any failed.
+template <typename Work>
+bool DoAll(int jobs, Work const& work)
+{
+    std::atomic<bool> succeeded = true;
+    auto const run = [&](int job) {
+        if (!work(job))
+            succeeded = false;
+    };
+    std::vector<std::thread> threads;
+    int started = 1;
+    try {
+        threads.reserve(static_cast<size_t>(jobs));
+        for (; started < jobs; ++started)
+            threads.emplace_back(run, started);
+    } catch (std::exception const&) {
+        // The rest is done here.
+    }
+    run(0);
+    for (; started < jobs; ++started)
+        run(started);
+    for (std::thread& thread : threads)
+        thread.join();
+    return succeeded;
+}
+
+} // namespace
+
+// One slice of a picture, or of one field of it.
+struct StreamConverter::Job final : RowSink
+{
+    // A conversion by loops alone has no graph.
+    ColourGraph const* graph = nullptr;
+    FrameRows rows;
+    LightMap const* lightMap = nullptr;
+    int outputWidth = 0;
+    int rowsBefore = 0; // rows of the graph that belong to the slice before
+    int count = 0;      // rows of the slice
+    uint8_t* target = nullptr;
+    ptrdiff_t stride = 0;
+
+    explicit Job(FrameRows const& rows) : rows(rows) {}
+
+    void Take(int row, int left, int samples, void const* const* planes) override
+    {
+        samples = std::min(samples, outputWidth - left);
+        if (row < rowsBefore || row >= rowsBefore + count || samples <= 0)
+            return;
+        uint8_t* const place = target + (row - rowsBefore) * stride + static_cast<ptrdiff_t>(left) * bytesPerPixel;
+        switch (graph->GetKind().output) {
+        case ColourGraph::Output::Bytes:
+            SampleLoops::Interleave(static_cast<uint8_t const*>(planes[0]), static_cast<uint8_t const*>(planes[1]),
+                                    static_cast<uint8_t const*>(planes[2]), samples, place);
+            break;
+        case ColourGraph::Output::Words:
+            lightMap->Convert(static_cast<uint16_t const*>(planes[0]), static_cast<uint16_t const*>(planes[1]),
+                              static_cast<uint16_t const*>(planes[2]), samples, place);
+            break;
+        case ColourGraph::Output::Floats:
+            DisplayEncoder::ForGamma22().EncodeRow(static_cast<float const*>(planes[0]),
+                                                   static_cast<float const*>(planes[1]),
+                                                   static_cast<float const*>(planes[2]), samples, place);
+            break;
+        }
+    }
+};
+
+void StreamConverter::SetSettings(ColourSettings const& newSettings)
+{
+    if (settings.toneMapping != newSettings.toneMapping)
+        lightMap.reset();
+    settings = newSettings;
+}
+
+void StreamConverter::SetStatedPeak(double peak)
+{
+    statedPeak = peak;
+}
+
+void StreamConverter::SetMostThreads(int threads)
+{
+    mostThreads = std::max(threads, 1);
+    scaler.SetMostThreads(threads);
+}
+
+bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layout, bool isLinear, uint8_t* target)
+{
+    source.width = layout.width;
+    source.height = layout.height;
+    source.format = layout.format;
+    FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
+    PictureColours const colours = PictureColours::Of(source, statedPeak);
+    isLinear = isLinear || colours.transfer == AVCOL_TRC_LINEAR;
+    last = colours;
+    lastFormat = layout.format;
+    lastIsLinear = isLinear;
+    bool const changesLight = isLinear || MapOf(colours, shape.isRgb);
+    bool const isPlain = IsPlain(layout, colours);
+    if (shape.planes == 0 || (isPlain && !changesLight))
+        return ConvertPlainly(source, layout, colours, isLinear, target);
+    bool const isConverted = !changesLight && !IsScaled(layout) && IsPackedRgb16(layout.format)
+                                 ? ConvertPackedRgb16(source, layout, target)
+                                 : ConvertByGraph(source, layout, colours, isLinear, target);
+    if (!isConverted)
+        return ConvertPlainly(source, layout, colours, isLinear, target);
+    ClearPadding(layout, target);
+    return true;
+}
+
+QString StreamConverter::Describe() const
+{
+    AVPixFmtDescriptor const* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(lastFormat));
+    if (!format)
+        return {};
+    bool const isRgb = (format->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
+    QStringList words{QString::fromLatin1(format->name)};
+    if (!isRgb)
+        words << QString::fromLatin1(av_color_space_name(last.matrix))
+              << QString::fromLatin1(av_color_range_name(last.isFullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG));
+    if (last.IsHdr())
+        words << QString::fromLatin1(av_color_transfer_name(last.transfer))
+              << QString::fromLatin1(av_color_primaries_name(last.primaries));
+    QString text = words.join(QLatin1Char(' '));
+    if (last.isInterlaced)
+        text += QStringLiteral(", by field");
+    if (lastIsLinear)
+        return text + QStringLiteral(", linear light encoded for gamma 2.2");
+    if (last.IsHdr())
+        return text + (settings.toneMapping ? QStringLiteral(", tone-mapped from %1 to 203 cd/m2").arg(last.peak)
+                                            : QStringLiteral(", not tone-mapped"));
+    if (!isRgb && last.HasOtherPrimaries())
+        return text + QStringLiteral(", %1 brought to bt709")
+                          .arg(QString::fromLatin1(av_color_primaries_name(last.primaries)));
+    return text;
+}
+
+// Whether libswscale converts exactly enough, and quicker than anything else.
+bool StreamConverter::IsPlain(PictureScaler::Layout const& layout, PictureColours const& colours) const
+{
+    FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
+    if (IsScaled(layout))
+        return false;
+    if (shape.isRgb)
+        return shape.type == FrameRows::Type::Byte;
+    return !settings.exact && IsQuick(shape, *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(layout.format)), colours);
+}
+
+bool StreamConverter::ConvertPlainly(AVFrame& source, PictureScaler::Layout layout, PictureColours const& colours,
+                                     bool isLinear, uint8_t* target)
+{
+    layout.matrix = IsKnownToScaler(colours.matrix) ? colours.matrix : AVCOL_SPC_UNSPECIFIED;
+    layout.isFullRange = colours.isFullRange;
+    if (!scaler.Convert(source, layout, target))
+        return false;
+    if (isLinear)
+        EncodeBytes(layout, target);
+    return true;
+}
+
+bool StreamConverter::ConvertPackedRgb16(AVFrame const& source, PictureScaler::Layout const& layout, uint8_t* target)
+{
+    int const slices = SlicesOf(layout);
+    return DoAll(slices, [&](int slice) {
+        NarrowRows(source, layout, layout.height * slice / slices, layout.height * (slice + 1) / slices, target);
+        return true;
+    });
+}
+
+bool StreamConverter::ConvertByGraph(AVFrame const& source, PictureScaler::Layout const& layout,
+                                     PictureColours const& colours, bool isLinear, uint8_t* target)
+{
+    FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
+    ColourGraph::Kind kind;
+    kind.format = layout.format;
+    kind.width = layout.width;
+    kind.outputWidth = layout.outputWidth;
+    kind.matrix = colours.matrix;
+    kind.chromaLocation = colours.chromaLocation;
+    kind.isFullRange = colours.isFullRange;
+    if (NeedsTransfer(colours.matrix)) {
+        kind.transfer = colours.transfer;
+        kind.primaries = colours.primaries;
+    }
+    LightMap const* map = isLinear ? nullptr : MapOf(colours, shape.isRgb);
+    if (isLinear)
+        kind.output = ColourGraph::Output::Floats;
+    else if (map)
+        kind.output = ColourGraph::Output::Words;
+
+    // Chroma of interlaced pictures belongs to the rows of its own field.
+    int const fields = colours.isInterlaced && layout.height > 1 << shape.log2ChromaHeight ? 2 : 1;
+    int const slices = SlicesOf(layout);
+    if (graphs.size() > mostGraphs)
+        graphs.clear();
+    std::vector<Job> jobs;
+    for (int slice = 0; slice < slices; ++slice) {
+        for (int field = 0; field < fields; ++field) {
+            FrameRows rows(source, layout.width, layout.height);
+            if (fields == 2) {
+                rows.TakeField(field);
+                kind.scan = field == 0 ? ColourGraph::Scan::TopField : ColourGraph::Scan::BottomField;
+            }
+            Job job(rows);
+            int const first = rows.Height() * slice / slices / rowsAroundSlice * rowsAroundSlice;
+            int const last = slice + 1 == slices
+                                 ? rows.Height()
+                                 : rows.Height() * (slice + 1) / slices / rowsAroundSlice * rowsAroundSlice;
+            int const begin = std::max(first - rowsAroundSlice, 0);
+            job.rows.SkipRows(begin);
+            kind.height = std::min(last + rowsAroundSlice, rows.Height()) - begin;
+            job.graph = GraphOf(kind);
+            job.lightMap = map;
+            job.outputWidth = layout.outputWidth;
+            job.rowsBefore = first - begin;
+            job.count = last - first;
+            job.stride = static_cast<ptrdiff_t>(layout.outputStride) * fields;
+            job.target = target + (static_cast<ptrdiff_t>(first) * fields + field) * layout.outputStride;
+            if (!job.graph)
+                return false;
+            jobs.push_back(job);
+        }
+    }
+    memories.resize(static_cast<size_t>(slices));
+    return DoAll(slices, [&](int slice) {
+        auto const first = static_cast<size_t>(slice * fields);
+        for (size_t i = first; i < first + static_cast<size_t>(fields); ++i)
+            if (!jobs[i].graph->Process(jobs[i].rows, memories[static_cast<size_t>(slice)], jobs[i]))
+                return false;
+        return true;
+    });
+}
+
+int StreamConverter::SlicesOf(PictureScaler::Layout const& layout) const
+{
+    bool const isLarge = static_cast<long long>(layout.outputWidth) * layout.outputHeight >= pixelsWorthThreads;
+    return isLarge ? std::min(mostThreads, std::max(layout.height / (8 * rowsAroundSlice), 1)) : 1;
+}
+
+ColourGraph const* StreamConverter::GraphOf(ColourGraph::Kind const& kind)
+{
+    for (auto const& graph : graphs)
+        if (graph->GetKind() == kind)
+            return graph.get();
+    auto graph = ColourGraph::Make(kind);
+    if (!graph)
+        return nullptr;
+    graphs.push_back(std::move(graph));
+    return graphs.back().get();
+}
+
+// Null when the values mean the light of SDR video as they are. RGB is left as it is unless it is HDR.
+LightMap const* StreamConverter::MapOf(PictureColours const& colours, bool isRgb)
+{
+    if (isRgb && !colours.IsHdr())
+        return nullptr;
+    if (!lightMap || !lightMap->IsFor(colours))
+        lightMap = LightMap::Make(colours, settings.toneMapping);
+    return lightMap.get();
+}

@@ -1,0 +1,94 @@
+#include "Clips.h"
+#include "Reference.h"
+#include "VirtualTime.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "playback/PlaybackEngine.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int patience = 60000; // milliseconds
+
+// Coded by the matrix of HD and tagged so: the converter's defaults show another red.
+QString Crimson()
+{
+    return Clips::Made("crimson.mp4");
+}
+
+int GreenOf(DecodedVideoFrame const& picture)
+{
+    return picture.data[1];
+}
+
+constexpr int trueGreen = 30;
+constexpr int plainGreen = 9;
+
+} // namespace
+
+TEST(EngineColoursTest, PlaybackEngineFollowsTheStreamUnlessToldOtherwise)
+{
+    auto const time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine(PlaybackOptions(), time);
+    engine.Open(Crimson());
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_NEAR(GreenOf(*engine.GetPicture()), trueGreen, 3);
+    EXPECT_EQ(engine.GetStatus().colours, "yuv420p bt709 tv");
+
+    PlaybackEngine plain(Reference::PlainOptions(), time);
+    plain.Open(Crimson());
+    ASSERT_TRUE(plain.WaitUntilReady(patience));
+    EXPECT_NEAR(GreenOf(*plain.GetPicture()), plainGreen, 3);
+    EXPECT_EQ(plain.GetStatus().colours, "");
+}
+
+TEST(EngineColoursTest, PlaybackEngineSwitchesColoursWhereItStands)
+{
+    auto const time = std::make_shared<VirtualTime>();
+    PlaybackEngine engine(PlaybackOptions(), time);
+    engine.Open(Crimson());
+    engine.Seek(200000);
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    for (bool const follows : {false, true, false}) {
+        ColourSettings colours;
+        colours.followStream = follows;
+        engine.SetColours(colours);
+        ASSERT_TRUE(engine.WaitUntilReady(patience));
+        for (int i = 0; i < 3; ++i) {
+            auto const picture = engine.GetPicture();
+            ASSERT_TRUE(picture);
+            EXPECT_EQ(picture->startTime, 200000 + 40000 * i);
+            EXPECT_NEAR(GreenOf(*picture), follows ? trueGreen : plainGreen, 3);
+            engine.Step(1);
+            ASSERT_TRUE(engine.WaitUntilReady(patience));
+        }
+        engine.Step(-3);
+        ASSERT_TRUE(engine.WaitUntilReady(patience));
+        EXPECT_NEAR(GreenOf(*engine.GetPicture()), follows ? trueGreen : plainGreen, 3);
+    }
+    // What is opened next goes on so.
+    engine.Open(Crimson());
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_NEAR(GreenOf(*engine.GetPicture()), plainGreen, 3);
+}
+
+TEST(EngineColoursTest, PlaybackEngineSwitchesWhilePlayingEitherWay)
+{
+    for (double const speed : {1.0, -1.0}) {
+        auto const time = std::make_shared<VirtualTime>();
+        PlaybackEngine engine(PlaybackOptions(), time);
+        engine.Open(Crimson());
+        engine.Seek(200000);
+        ASSERT_TRUE(engine.WaitUntilReady(patience));
+        engine.SetSpeed(speed);
+        for (int i = 0; i < 4; ++i) {
+            ColourSettings colours;
+            colours.followStream = i % 2 != 0;
+            engine.SetColours(colours);
+            ASSERT_TRUE(engine.WaitUntilReady(patience));
+            EXPECT_NEAR(GreenOf(*engine.GetPicture()), i % 2 != 0 ? trueGreen : plainGreen, 3) << speed << ' ' << i;
+            time->Advance(20000);
+        }
+    }
+}
