@@ -36,7 +36,7 @@ function(tavolin_precompile headers)
     set(target Tavolin${headers}Headers)
     set(source "${PROJECT_BINARY_DIR}/generated/${target}.cpp") # a target needs one
     if(NOT EXISTS "${source}")
-        file(TOUCH "${source}")
+        file(WRITE "${source}" "")
     endif()
     add_library(${target} OBJECT "${source}")
     tavolin_use_build_flags(${target})
@@ -57,14 +57,17 @@ endfunction()
 # Whoever makes and whoever uses precompiled headers is compiled with the same options. Without the last of them ccache
 # would not keep them.
 function(tavolin_set_precompiled_flags target)
-    set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     target_compile_options(${target} PRIVATE -fPIC
         $<IF:$<CXX_COMPILER_ID:GNU>,-fpch-preprocess,SHELL:-Xclang -fno-pch-timestamp>)
 endfunction()
 
+function(tavolin_hide_symbols target)
+    set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
 # Lets the fuzzers see which branches of the target an input reaches.
 function(tavolin_lead_fuzzers target)
-    if(TAVOLIN_BUILD_FUZZERS AND TARGET ${target})
+    if(TAVOLIN_BUILD_FUZZERS)
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
 endfunction()
@@ -79,10 +82,9 @@ function(tavolin_add_library target alias)
     set_target_properties(${target} PROPERTIES
         EXPORT_NAME ${alias}
         POSITION_INDEPENDENT_CODE ON
-        CXX_VISIBILITY_PRESET hidden
-        VISIBILITY_INLINES_HIDDEN ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
+    tavolin_hide_symbols(${target})
     tavolin_use_precompiled(${target} Library)
     tavolin_lead_fuzzers(${target})
     generate_export_header(${target} EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/generated/${target}Export.h")
