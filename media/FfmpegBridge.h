@@ -205,6 +205,15 @@ inline bool IsInterlaced(AVFrame const* picture)
 #endif
 }
 
+inline void MarkInterlaced(AVFrame* picture)
+{
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+    picture->flags |= AV_FRAME_FLAG_INTERLACED;
+#else
+    picture->interlaced_frame = 1;
+#endif
+}
+
 // Whether a scaler can cut a picture into slices for threads of its own.
 constexpr bool hasScalerThreads = TAVOLIN_HAS_SCALER_THREADS;
 

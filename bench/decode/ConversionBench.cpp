@@ -7,6 +7,7 @@
 
 #include "decode/PictureScaler.h"
 #include "decode/colour/StreamConverter.h"
+#include "media/FfmpegBridge.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -105,12 +106,8 @@ FfmpegPtr<AVFrame> MakePicture(Case const& one)
     case Light::Linear:
         break;
     }
-#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
     if (one.isInterlaced)
-        frame->flags |= AV_FRAME_FLAG_INTERLACED;
-#else
-    frame->interlaced_frame = one.isInterlaced ? 1 : 0;
-#endif
+        FfmpegBridge::MarkInterlaced(frame.get());
     return frame;
 }
 

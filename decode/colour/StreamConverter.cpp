@@ -220,8 +220,7 @@ bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layo
     lastFormat = layout.format;
     lastIsLinear = isLinear;
     bool const changesLight = isLinear || MapOf(colours, shape.isRgb);
-    bool const isPlain = IsPlain(layout, colours);
-    if (shape.planes == 0 || (isPlain && !changesLight))
+    if (shape.planes == 0 || (IsPlain(layout, colours) && !changesLight))
         return ConvertPlainly(source, layout, colours, isLinear, target);
     bool const isConverted = !changesLight && !IsScaled(layout) && IsPackedRgb16(layout.format)
                                  ? ConvertPackedRgb16(source, layout, target)
@@ -259,12 +258,12 @@ QString StreamConverter::Describe() const
     return text;
 }
 
-// Whether libswscale converts exactly enough, and quicker than anything else.
+// Whether libswscale converts exactly enough, and quicker than anything else, or is the only one that can.
 bool StreamConverter::IsPlain(PictureScaler::Layout const& layout, PictureColours const& colours) const
 {
     FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
-    if (IsScaled(layout))
-        return false;
+    if (shape.planes == 0 || IsScaled(layout))
+        return shape.planes == 0;
     if (shape.isRgb)
         return shape.type == FrameRows::Type::Byte;
     return !settings.exact && IsQuick(shape, *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(layout.format)), colours);

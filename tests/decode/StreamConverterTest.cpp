@@ -256,15 +256,6 @@ void PaintScene(AVFrame& frame, bool isInterlaced = false)
     });
 }
 
-void MarkInterlaced(AVFrame& frame)
-{
-#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
-    frame.flags |= AV_FRAME_FLAG_INTERLACED;
-#else
-    frame.interlaced_frame = 1;
-#endif
-}
-
 class StreamConverterLocationTest : public testing::TestWithParam<Location>
 {};
 
@@ -301,7 +292,7 @@ TEST(StreamConverterTest, TakesChromaFromTheFieldOfItsRow)
         for (Location const& location : {locations[0], locations[1]}) {
             auto const frame = MakeFrame(format, 96, 64);
             PaintScene(*frame, true);
-            MarkInterlaced(*frame);
+            FfmpegBridge::MarkInterlaced(frame.get());
             frame->chroma_location = location.tag;
             frame->colorspace = AVCOL_SPC_BT709;
             ColourModel::Coding coding;
@@ -659,7 +650,7 @@ TEST_P(StreamConverterFamilyTest, WritesEveryPixelAndNothingBesideThem)
                 for (bool const isInterlaced : {false, true}) {
                     auto const frame = NoisePicture(width, height, format, static_cast<uint32_t>(width));
                     if (isInterlaced)
-                        MarkInterlaced(*frame);
+                        FfmpegBridge::MarkInterlaced(frame.get());
                     StreamConverter converter;
                     ColourSettings settings;
                     settings.exact = width % 3 == 0;
@@ -680,7 +671,7 @@ TEST_P(StreamConverterFamilyTest, ConvertsInSlicesToTheSameBytes)
             for (int const outputWidth : {700, 933}) {
                 auto const frame = NoisePicture(700, 739, format, 3);
                 if (isInterlaced)
-                    MarkInterlaced(*frame);
+                    FfmpegBridge::MarkInterlaced(frame.get());
                 StreamConverter alone;
                 StreamConverter shared;
                 alone.SetSettings(Exact());

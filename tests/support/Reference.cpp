@@ -10,6 +10,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -159,7 +160,7 @@ FfmpegPtr<AVFrame> NoisePicture(int width, int height, int pixelFormat, uint32_t
                 continue;
             }
             for (int i = 0; i + 1 < bytes; i += 2) {
-                auto const value = static_cast<uint16_t>(next() & ((1u << depth) - 1u));
+                auto const value = static_cast<uint16_t>(next() & ((1u << std::min(depth, 16)) - 1u));
                 std::memcpy(line + i, &value, 2);
             }
         }
