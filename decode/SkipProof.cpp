@@ -9,8 +9,8 @@ extern "C" {
 
 namespace {
 
-// The bits of a unit of H.264, most significant first, without the bytes that keep start codes out of it. Beyond the end
-// there are zeros.
+// The bits of a unit of H.264, most significant first, without the bytes that keep start codes out of it. Beyond the
+// end there are zeros.
 class BitReader
 {
 public:
@@ -173,12 +173,21 @@ void SkipProof::Begin(AVCodecContext const& context)
 {
     *this = SkipProof();
     switch (context.codec_id) {
-    case AV_CODEC_ID_H264: kind = Kind::H264; break;
-    case AV_CODEC_ID_HEVC: kind = Kind::Hevc; break;
+    case AV_CODEC_ID_H264:
+        kind = Kind::H264;
+        break;
+    case AV_CODEC_ID_HEVC:
+        kind = Kind::Hevc;
+        break;
     case AV_CODEC_ID_MPEG1VIDEO:
-    case AV_CODEC_ID_MPEG2VIDEO: kind = Kind::Mpeg12; break;
-    case AV_CODEC_ID_MPEG4: kind = Kind::Mpeg4; break;
-    default: return;
+    case AV_CODEC_ID_MPEG2VIDEO:
+        kind = Kind::Mpeg12;
+        break;
+    case AV_CODEC_ID_MPEG4:
+        kind = Kind::Mpeg4;
+        break;
+    default:
+        return;
     }
     isProven = context.codec_id == AV_CODEC_ID_MPEG1VIDEO || kind == Kind::Mpeg4;
     if (context.extradata && context.extradata_size > 0)
@@ -251,11 +260,20 @@ void SkipProof::ReadUnit(uint8_t const* unit, size_t size)
         return;
     constexpr uint8_t mpeg4Picture = 0xb6;
     switch (kind) {
-    case Kind::H264: ReadH264Unit(unit, size); break;
-    case Kind::Hevc: ReadHevcUnit(unit, size); break;
-    case Kind::Mpeg12: ReadMpeg12Unit(unit, size); break;
-    case Kind::Mpeg4: pictures += unit[0] == mpeg4Picture ? 1 : 0; break;
-    case Kind::None: break;
+    case Kind::H264:
+        ReadH264Unit(unit, size);
+        break;
+    case Kind::Hevc:
+        ReadHevcUnit(unit, size);
+        break;
+    case Kind::Mpeg12:
+        ReadMpeg12Unit(unit, size);
+        break;
+    case Kind::Mpeg4:
+        pictures += unit[0] == mpeg4Picture ? 1 : 0;
+        break;
+    case Kind::None:
+        break;
     }
 }
 

@@ -135,7 +135,8 @@ void AddSubLayers(QByteArray& bytes)
 std::vector<DifficultRecipe> const& DifficultRecipes()
 {
     QString const x265 = QStringLiteral("-c:v libx265 -preset ultrafast -x265-params log-level=0:rc-lookahead=20:");
-    QString const longGroups = QStringLiteral("-c:v libx264 -preset ultrafast -bf 3 -g 60 -keyint_min 60 -sc_threshold 0 ");
+    QString const longGroups =
+        QStringLiteral("-c:v libx264 -preset ultrafast -bf 3 -g 60 -keyint_min 60 -sc_threshold 0 ");
     static std::vector<DifficultRecipe> const recipes = {
         {"mbaff.mp4", small.arg(6) + longGroups + "-x264-params interlaced=1", LeaveAsItIs},
         {"mbaff.ts", small.arg(6) + longGroups + "-x264-params interlaced=1", LeaveAsItIs},
@@ -143,8 +144,8 @@ std::vector<DifficultRecipe> const& DifficultRecipes()
         {"refresh.mp4", small.arg(6) + longGroups + "-x264-params intra-refresh=1", LeaveAsItIs},
         {"open-hevc.mp4", small.arg(6) + x265 + "bframes=4:b-adapt=0:keyint=40:open-gop=1", LeaveAsItIs},
         {"layers-hevc.mp4", small.arg(6) + x265 + "bframes=7:b-adapt=0:keyint=60:temporal-layers=1", LeaveAsItIs},
-        {"sub-layers-hevc.mp4",
-         small.arg(6) + x265 + "bframes=7:b-adapt=0:b-pyramid=1:keyint=60:open-gop=0:no-info=1", AddSubLayers},
+        {"sub-layers-hevc.mp4", small.arg(6) + x265 + "bframes=7:b-adapt=0:b-pyramid=1:keyint=60:open-gop=0:no-info=1",
+         AddSubLayers},
         {"all-key-hevc.mp4", small.arg(6) + x265 + "bframes=4:keyint=50", DropKeyTable},
         {"all-key-mpeg4.mp4", small.arg(6) + "-c:v mpeg4 -bf 2 -g 50 -q:v 4", DropKeyTable},
         {"all-key-h264.mp4", small.arg(6) + longGroups, DropKeyTable},

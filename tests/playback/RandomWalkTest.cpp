@@ -156,7 +156,7 @@ protected:
         ASSERT_FALSE(pictures.empty());
         for (Reference::Picture const& picture : pictures)
             hashes[picture.time] = picture.hash;
-        PlaybackOptions options;
+        PlaybackOptions options = Reference::PlainOptions();
         options.sequenceRate = 25.0;
         engine = std::make_unique<PlaybackEngine>(options, time);
         engine->Open(path);

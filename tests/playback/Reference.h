@@ -23,8 +23,8 @@ struct Picture
 // process.
 std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
 
-// The same of a damaged file. FFmpeg patches up pictures by what its threads have at hand: those that do not come out the
-// same each time have no hash.
+// The same of a damaged file. FFmpeg patches up pictures by what its threads have at hand: those that do not come out
+// the same each time have no hash.
 std::vector<Picture> DecodeDamagedPictures(QString const& path);
 
 QByteArray HashOf(unsigned char const* data, int width, int height, int stride);

@@ -111,7 +111,7 @@ protected:
 
 TEST_P(SeekGridTest, TheEngineShowsThePicturesOfStraightDecoding)
 {
-    PlaybackOptions options;
+    PlaybackOptions options = Reference::PlainOptions();
     options.withSound = false;
     auto time = std::make_shared<VirtualTime>();
     PlaybackEngine engine(options, time);
