@@ -283,7 +283,7 @@ TEST(FaultyMemoryTest, AMovieSurvivesEachOfOurAllocationsThatFails)
 
 TEST(FaultyMemoryTest, AMovieSurvivesEachOfFFmpegsAllocationsThatFails)
 {
-    FailEachWhilePlaying(Movie(), false, Of::Ffmpeg, 10);
+    FailEachWhilePlaying(Movie(), false, Of::Ffmpeg, 25);
 }
 
 TEST(FaultyMemoryTest, AMovieSurvivesAnyAllocationThatFails)
