@@ -1,12 +1,9 @@
-#include "Clips.h"
-#include "Reference.h"
+#include "ClipTest.h"
 #include "VirtualTime.h"
 
-#include "common/VideoStream.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
-#include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "playback/PlaybackEngine.h"
@@ -14,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <set>
 
@@ -41,34 +37,9 @@ std::set<std::string> const engineOnly = {
     "real/phone-h263-amr-vfr.3gp",
 };
 
-std::vector<std::string> AllClips()
-{
-    std::vector<std::string> names = Clips::MadeNames();
-    for (std::string const& name : Clips::DifficultNames())
-        names.push_back(name);
-    for (std::string const& name : Clips::RealMovieNames())
-        names.push_back("real/" + name);
-    return names;
-}
-
-class SeekGridTest : public testing::TestWithParam<std::string>
+class SeekGridTest : public ClipTest
 {
 protected:
-    void SetUp() override
-    {
-        AvGlobals::maxAudioOutputChannels = 2;
-        QString const name = QString::fromStdString(GetParam());
-        bool const isReal = name.startsWith("real/");
-        if (isReal && !Clips::HasReal())
-            GTEST_SKIP() << "there is no ../shared/media beside the checkout";
-        path = isReal ? Clips::Real(name.mid(5)) : Clips::Made(name);
-        isDamaged = Clips::IsDamaged(GetParam());
-        pictures = isDamaged ? Reference::DecodeDamagedPictures(path) : Reference::DecodePictures(path);
-        ASSERT_FALSE(pictures.empty());
-        for (size_t i = 0; i < pictures.size(); ++i)
-            indexOf[pictures[i].time] = i;
-    }
-
     std::vector<long long> Targets() const
     {
         long long const end = pictures.back().time + 20000;
@@ -83,30 +54,6 @@ protected:
             shuffled.push_back(targets[i * 7 % targets.size()]);
         return targets.size() % 7 == 0 ? targets : shuffled;
     }
-
-    size_t IndexAt(long long moment) const
-    {
-        size_t index = 0;
-        while (index + 1 < pictures.size() && pictures[index + 1].time <= moment)
-            ++index;
-        return index;
-    }
-
-    static QByteArray HashOf(DecodedVideoFrame const& picture)
-    {
-        return Reference::HashOf(picture.data, picture.width, picture.height, (3 * picture.width + 3) / 4 * 4);
-    }
-
-    // Of a damaged stream a picture may have no hash that could be expected.
-    bool IsRight(DecodedVideoFrame const& shown, size_t index) const
-    {
-        return (isDamaged && pictures[index].hash.isEmpty()) || HashOf(shown) == pictures[index].hash;
-    }
-
-    QString path;
-    bool isDamaged = false;
-    std::vector<Reference::Picture> pictures;
-    std::map<long long, size_t> indexOf;
 };
 
 TEST_P(SeekGridTest, TheEngineShowsThePicturesOfStraightDecoding)
@@ -145,6 +92,9 @@ TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
     ASSERT_TRUE(session.Initialize(info, 0));
     ASSERT_TRUE(session.HasPacket());
     long long const start = info->GetStartTime();
+    std::map<long long, size_t> indexOf;
+    for (size_t i = 0; i < pictures.size(); ++i)
+        indexOf[pictures[i].time] = i;
     int compared = 0;
     for (long long const target : Targets()) {
         session.Seek(target == 0 ? 0 : target + start);
@@ -187,14 +137,6 @@ TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
     EXPECT_GT(compared, 0);
 }
 
-std::string TestName(testing::TestParamInfo<std::string> const& info)
-{
-    std::string name = info.param;
-    for (char& character : name)
-        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Clips, SeekGridTest, testing::ValuesIn(AllClips()), TestName);
+INSTANTIATE_TEST_SUITE_P(Clips, SeekGridTest, testing::ValuesIn(ClipTest::AllMovies()), ClipTest::TestName);
 
 } // namespace

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Clips.h"
+#include "Reference.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <vector>
+
+// A test for each clip, by its name: of a made one, "sequence", or "real/" and the name of one beside the checkout.
+// Knows the pictures that a plain decode of the whole file has.
+class ClipTest : public testing::TestWithParam<std::string>
+{
+public:
+    static std::vector<std::string> AllMovies()
+    {
+        std::vector<std::string> names = Clips::MadeNames();
+        for (std::string const& name : Clips::DifficultNames())
+            names.push_back(name);
+        for (std::string const& name : Clips::RealMovieNames())
+            names.push_back("real/" + name);
+        return names;
+    }
+
+    static std::string TestName(testing::TestParamInfo<std::string> const& info)
+    {
+        std::string name = info.param;
+        for (char& character : name)
+            character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
+        return name;
+    }
+
+protected:
+    void SetUp() override
+    {
+        AvGlobals::maxAudioOutputChannels = 2;
+        QString const name = QString::fromStdString(GetParam());
+        bool const isReal = name.startsWith("real/");
+        if (isReal && !Clips::HasReal())
+            GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+        path = isReal ? Clips::Real(name.mid(5)) : name == "sequence" ? Clips::MadeSequence() : Clips::Made(name);
+        pictures =
+            Clips::IsDamaged(GetParam()) ? Reference::DecodeDamagedPictures(path) : Reference::DecodePictures(path);
+        ASSERT_FALSE(pictures.empty());
+    }
+
+    // Of the picture that shows at `moment`.
+    size_t IndexAt(long long moment) const
+    {
+        size_t index = 0;
+        while (index + 1 < pictures.size() && pictures[index + 1].time <= moment)
+            ++index;
+        return index;
+    }
+
+    // Of a damaged stream a picture may have no hash that could be expected.
+    bool IsRight(DecodedVideoFrame const& picture, size_t index) const
+    {
+        QByteArray const& expected = pictures[index].hash;
+        if (expected.isEmpty() && Clips::IsDamaged(GetParam()))
+            return true;
+        return expected ==
+               Reference::HashOf(picture.data, picture.width, picture.height, (3 * picture.width + 3) / 4 * 4);
+    }
+
+    QString path;
+    std::vector<Reference::Picture> pictures;
+};
