@@ -66,7 +66,10 @@ else()
     set(qt_package qt6-base-dev)
 endif()
 string(JOIN ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "${ours}" ${qt_package} libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libzimg-dev)
+    "${ours}" ${qt_package} libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
+if(TAVOLIN_ZIMG_FOUND)
+    string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libzimg-dev")
+endif()
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "media decoding library (development files)
 Probes and decodes movies, sound, still images and image sequences, and keeps
 pictures and sound around a play position for playing both ways at variable

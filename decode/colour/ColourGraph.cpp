@@ -235,6 +235,11 @@ bool ColourGraph::Kind::operator==(Kind const& other) const
            scan == other.scan && output == other.output;
 }
 
+bool ColourGraph::IsAvailable()
+{
+    return true;
+}
+
 std::unique_ptr<ColourGraph> ColourGraph::Make(Kind const& kind)
 {
     FrameRows::Shape const shape = FrameRows::ShapeOf(kind.format);

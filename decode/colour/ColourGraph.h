@@ -51,7 +51,9 @@ public:
         AlignedBytes input, output, graph;
     };
 
-    // Null when zimg cannot do it.
+    static bool IsAvailable(); // whether the library was built with zimg
+
+    // Null when zimg cannot do it, or is not there.
     static std::unique_ptr<ColourGraph> Make(Kind const& kind);
     ~ColourGraph();
     ColourGraph(ColourGraph const&) = delete;

@@ -245,6 +245,8 @@ QString StreamConverter::Describe() const
         words << QString::fromLatin1(av_color_transfer_name(last.transfer))
               << QString::fromLatin1(av_color_primaries_name(last.primaries));
     QString text = words.join(QLatin1Char(' '));
+    if (!ColourGraph::IsAvailable())
+        return last.IsHdr() ? text + QStringLiteral(", not tone-mapped") : text;
     if (last.isInterlaced)
         text += QStringLiteral(", by field");
     if (lastIsLinear)
