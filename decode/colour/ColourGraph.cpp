@@ -227,14 +227,6 @@ bool Divide(AlignedBytes& memory, zimg_image_buffer& buffer, int planes, size_t 
 
 } // namespace
 
-bool ColourGraph::Kind::operator==(Kind const& other) const
-{
-    return format == other.format && width == other.width && height == other.height &&
-           outputWidth == other.outputWidth && matrix == other.matrix && transfer == other.transfer &&
-           primaries == other.primaries && chromaLocation == other.chromaLocation && isFullRange == other.isFullRange &&
-           scan == other.scan && output == other.output;
-}
-
 bool ColourGraph::IsAvailable()
 {
     return true;

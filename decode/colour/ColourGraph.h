@@ -42,7 +42,7 @@ public:
         Scan scan = Scan::Progressive;
         Output output = Output::Bytes;
 
-        bool operator==(Kind const& other) const;
+        bool operator==(Kind const& other) const = default;
     };
 
     // What one thread needs while it converts.
