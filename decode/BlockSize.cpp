@@ -58,7 +58,8 @@ bool IsAllocatorOfArraysAsked()
     auto const isAllocator = [allocator](char const* library) { return std::strcmp(library, allocator) == 0; };
     if (*allocator == '\0' || !isAllocator(LibraryOf(&std::free)))
         return false;
-    void (*const deletes[])(void*) = {&::operator delete[], &::operator delete };
+    using Delete = void (*)(void*);
+    Delete const deletes[] = {static_cast<Delete>(&::operator delete[]), static_cast<Delete>(&::operator delete)};
     return std::all_of(std::begin(deletes), std::end(deletes), [&isAllocator](auto* one) {
         char const* const library = LibraryOf(one);
         return isAllocator(library) || IsCppRuntime(library);
