@@ -267,6 +267,21 @@ TEST(SeekSkippingTest, DecodesEveryPictureUnlessItIsAskedTo)
     EXPECT_LT(DecodedOnTheWay(movie, 4600000, /*skips=*/true), 50);
 }
 
+// Whether some picture of an HEVC movie is of another sub-layer than the first.
+bool HasSubLayers(QString const& path)
+{
+    ReferenceInput input(path, AVMEDIA_TYPE_VIDEO);
+    while (auto const packet = input.NextPacket()) {
+        for (int at = 0; at + 6 <= packet->size;) {
+            uint8_t const* unit = packet->data + at;
+            if ((unit[5] & 7) > 1)
+                return true;
+            at += 4 + (unit[0] << 24 | unit[1] << 16 | unit[2] << 8 | unit[3]);
+        }
+    }
+    return false;
+}
+
 // A field may refer to the other one of its picture, a picture of a higher sub-layer to what no other of its own refers
 // to, and no header tells what pictures of VP8 leave behind.
 TEST(SeekSkippingTest, LeavesOutNothingWithoutAProofThatItIsHarmless)
@@ -278,6 +293,9 @@ TEST(SeekSkippingTest, LeavesOutNothingWithoutAProofThatItIsHarmless)
                  Encoder("mpeg2video", {"-bf", "2", "-g", "50", "-b:v", "1M", "-flags", "+ildct+ilme"})},
           Recipe{"skip-layers.mp4", Encoder("libx265", {"-preset", "ultrafast", "-x265-params", layers})},
           Recipe{"skip-vp8.webm", Encoder("libvpx", {"-deadline", "realtime", "-cpu-used", "8", "-g", "60"})}}) {
+        bool const isHevc = std::string(recipe.name).find("layers") != std::string::npos;
+        if (isHevc && !HasSubLayers(Make(recipe)))
+            continue; // this encoder takes the option for another number of them
         EXPECT_EQ(DecodedOnTheWay(recipe, 3900000, true), DecodedOnTheWay(recipe, 3900000, false)) << recipe.name;
     }
 }
