@@ -39,13 +39,19 @@ void* PlaceOfCrash(void* context)
 #endif
 }
 
+// Our allocator's free stands between the C library and whoever calls it.
+bool IsOurFree(Dl_info const& place)
+{
+    return place.dli_sname && std::strcmp(place.dli_sname, "free") == 0;
+}
+
 // The innermost frame that is not the C library's, which is called with what the caller has, tells whose fault it is.
 bool IsInsideOthers(void* const* frames, int count)
 {
     for (int i = 0; i < count; ++i) {
         Dl_info place{};
         bool const isKnown = frames[i] && dladdr(frames[i], &place) && place.dli_fname;
-        if (isKnown && !IsNamed(place.dli_fname, {"libc.so", "libpthread", "ld-linux"}))
+        if (isKnown && !IsOurFree(place) && !IsNamed(place.dli_fname, {"libc.so", "libpthread", "ld-linux"}))
             return IsNamed(place.dli_fname, {"libavcodec", "libavformat", "libavutil", "libsw", "libQt"});
     }
     return false;
