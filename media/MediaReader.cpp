@@ -284,7 +284,7 @@ std::shared_ptr<MediaInfo> MediaReader::WithoutUndecodable(std::shared_ptr<Media
     bool const leavesSound = hasPictures && !hasSound && !info->audioStreams.isEmpty();
     if (!leavesPictures && !leavesSound)
         return info;
-    auto const half = std::make_shared<MediaInfo>(info->filePath);
+    auto half = std::make_shared<MediaInfo>(info->filePath);
     half->initialized = info->initialized;
     half->sourceId = info->sourceId;
     half->isImage = info->isImage;

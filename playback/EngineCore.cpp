@@ -57,7 +57,7 @@ long long Onwards(long long position, long long reported, double speed)
 // One sentence for the reader, without an allocation where there may be no memory.
 QString TroubleOf(std::exception const& exception)
 {
-    QString const noMemory = QStringLiteral("Memory has run out.");
+    QString noMemory = QStringLiteral("Memory has run out.");
     if (dynamic_cast<std::bad_alloc const*>(&exception))
         return noMemory;
     auto const* refusal = dynamic_cast<std::system_error const*>(&exception);

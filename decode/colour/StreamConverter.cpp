@@ -348,7 +348,7 @@ bool StreamConverter::ConvertByGraph(AVFrame const& source, PictureScaler::Layou
     }
     memories.resize(static_cast<size_t>(slices));
     return DoAll(slices, [&](int slice) {
-        auto const first = static_cast<size_t>(slice * fields);
+        auto const first = static_cast<size_t>(slice) * static_cast<size_t>(fields);
         for (size_t i = first; i < first + static_cast<size_t>(fields); ++i)
             if (!jobs[i].graph->Process(jobs[i].rows, memories[static_cast<size_t>(slice)], jobs[i]))
                 return false;

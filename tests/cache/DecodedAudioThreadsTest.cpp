@@ -54,6 +54,7 @@ struct Shared
     std::atomic<bool> isOver{false};
     std::atomic<int> growths{0};
     std::atomic<int> clears{0};
+    std::atomic<int> passes{0}; // of the decoding thread
 };
 
 // Keeps three seconds cached ahead of the output, and throws everything away now and then.
@@ -78,6 +79,7 @@ public:
             if (shared.cache.FirstFrame())
                 first = shared.cache.FirstFrame()->startTime / 1000;
             Disturb();
+            ++shared.passes;
         }
     }
 
@@ -143,10 +145,8 @@ public:
 
     void PlayBlock()
     {
-        if (random.OneIn(50)) {
-            index = std::max(1000LL, index + random.Between(-3000, 4000));
-            isAtPlace = false;
-        }
+        if (random.OneIn(50))
+            Jump();
         static constexpr double speeds[] = {0.25, 0.5, 0.8, 1.5, 2.0, 4.0};
         double const speed = random.OneIn(4) ? random.AnyOf(speeds) : 1.0;
         int const frames = static_cast<int>(random.Between(1, 300));
@@ -170,6 +170,19 @@ public:
     int Full() const { return full; }
 
 private:
+    // Back only once the decoding thread knows: what it lets go of behind the former place, it fills anew from the
+    // other end, and the slot after the output's would then hold another stretch of the sound.
+    void Jump()
+    {
+        long long const from = std::exchange(index, std::max(1000LL, index + random.Between(-3000, 4000)));
+        isAtPlace = false;
+        if (index >= from)
+            return;
+        shared.outputIndex = index;
+        for (int const known = shared.passes + 2; shared.passes - known < 0;)
+            std::this_thread::yield();
+    }
+
     // Frames before the silence, if there is any; then there is nothing else.
     int CountSounding()
     {

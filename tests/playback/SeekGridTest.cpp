@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <set>
 
@@ -81,6 +82,14 @@ TEST_P(SeekGridTest, TheEngineShowsThePicturesOfStraightDecoding)
     }
 }
 
+// Of the packet in hand in the media's time; beyond all pictures when there is none or it bears no time.
+static long long KeyTime(MediaInstance& session, long long start)
+{
+    constexpr auto limits = std::numeric_limits<long long>();
+    long long const time = session.HasPacket() ? session.GetPacketTime() : limits.min();
+    return time == limits.min() ? limits.max() : time - start;
+}
+
 // From the key picture on where the session lands: what shows before it may refer to what was not decoded.
 TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
 {
@@ -100,7 +109,7 @@ TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
         session.Seek(target == 0 ? 0 : target + start);
         while (session.HasPacket() && !session.IsEndOfFile() && !(session.IsVideoPacket() && session.IsKeyPacket()))
             session.PrepareNextPacket(false);
-        long long const keyTime = session.GetPacketTime() - start;
+        long long const keyTime = KeyTime(session, start);
         QList<std::shared_ptr<DecodedAudioFrame>> sounds;
         QList<std::shared_ptr<DecodedVideoFrame>> records;
         size_t delivered = 0;
