@@ -3,8 +3,8 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
-#include "playback/OpenedSource.h"
 #include "playback/TimeSource.h"
+#include "source/Source.h"
 
 #include <algorithm>
 #include <chrono>
@@ -713,7 +713,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     now.colours = colours;
     coloursAsked = false;
     lock.unlock();
-    OpenedSource source = OpenedSource::Open(asked, askedSequence, now, stop);
+    Source source = Source::Open(asked, askedSequence, now, stop);
     if (!options.withPictures && source.hasSound) {
         source.kind = SourceKind::Sound;
         source.pictures.reset();
@@ -756,7 +756,7 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     LeaveOrder();
 }
 
-std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop)
+std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(Source source, QString& trouble, StopCheck const& stop)
 {
     trouble = source.error;
     if (source.kind == SourceKind::None)
@@ -792,7 +792,7 @@ std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QS
 
 std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck const& stop)
 {
-    auto reader = std::make_unique<SoundReader>(of.info);
+    auto reader = std::make_unique<SoundStream>(of.info);
     if (!reader->Open())
         return nullptr;
     auto sound = std::make_unique<SoundFeeder>(std::move(reader), of.pictures ? of.pictures->GetOrigin() : 0);

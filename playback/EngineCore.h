@@ -15,7 +15,7 @@
 #include <thread>
 
 class TimeSource;
-struct OpenedSource;
+struct Source;
 
 // What PlaybackEngine is made of: the state of play, which every thread may change under one short lock, and the
 // decoding thread, which looks at that state again before each piece of work and asks what is needed most.
@@ -98,7 +98,7 @@ private:
     void GiveUp(Lock& lock, QString const& trouble);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
-    std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);
+    std::unique_ptr<Media> MakeMedia(Source source, QString& trouble, StopCheck const& stop);
     std::unique_ptr<SoundFeeder> MakeSound(Media const& media, StopCheck const& stop);
     bool Feed(Media& media, PlayNeed const& need, AskNeed const& ask);
     void LetGo(std::unique_ptr<Media> former);

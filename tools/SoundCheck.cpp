@@ -2,7 +2,7 @@
 
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/TimeText.h"
@@ -59,7 +59,7 @@ void SoundCheck::ReadBackwards()
 {
     if (!HasAny())
         return;
-    SoundReader reader(source.GetInfo());
+    SoundStream reader(source.GetInfo());
     bool const isOpen = reader.Open();
     long long const stretch = std::max(shortestStretch, (end - firstStart) / mostStretches);
     for (long long to = end; to > firstStart; to -= stretch) {
@@ -71,19 +71,14 @@ void SoundCheck::ReadBackwards()
 }
 
 // The reader puts silence into holes, so that all of the stretch is there.
-bool SoundCheck::IsFoundBackwards(SoundReader& reader, long long from, long long to) const
+bool SoundCheck::IsFoundBackwards(SoundStream& reader, long long from, long long to) const
 {
-    StopCheck const never = [] { return false; };
-    if (reader.SeekTo(from, never) != SoundReader::Result::Picture)
+    SoundStream::Frame frame;
+    if (reader.ReadAt(from, frame) != ReadResult::Got || frame->startTime > from + smallestHole)
         return false;
-    std::shared_ptr<DecodedAudioFrame> frame;
-    long long begin = unknown;
-    long long reached = unknown;
-    while (reached < to && reader.Read(frame, never) == SoundReader::Result::Picture) {
-        begin = begin == unknown ? frame->startTime : begin;
-        reached = frame->endTime + 1;
+    while (frame->endTime + 1 < to && reader.Read(frame) == ReadResult::Got) {
     }
-    return begin != unknown && begin <= from + smallestHole && reached + smallestHole >= to;
+    return frame->endTime + 1 + smallestHole >= to;
 }
 
 QStringList SoundCheck::GetFaults() const

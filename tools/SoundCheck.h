@@ -7,7 +7,7 @@
 #include <memory>
 
 class MediaSource;
-class SoundReader;
+class SoundStream;
 struct DecodedAudioFrame;
 
 // What is wrong with the sound of a source: takes it as it comes forwards, and then finds it again from the end to the
@@ -28,7 +28,7 @@ public:
 
 private:
     bool HasLostSound() const;
-    bool IsFoundBackwards(SoundReader& reader, long long from, long long to) const;
+    bool IsFoundBackwards(SoundStream& reader, long long from, long long to) const;
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 

@@ -2,7 +2,7 @@
 
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
 #include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/TimeText.h"
@@ -18,23 +18,19 @@ constexpr double secondUs = 1e6;
 // What containers say of their length is not always true to the second.
 constexpr long long beyondTheEnd = 1000000;
 
-StopCheck const never = [] { return false; };
-
 // No sound is expected to last longer (three years).
 constexpr long long farthest = 100000000000000;
 
 // By the container's time. False when there is no sound at all.
-bool FindSpan(SoundReader& reader, long long duration, long long& begin, long long& end)
+bool FindSpan(SoundStream& reader, long long duration, long long& begin, long long& end)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    if (reader.Read(frame, never) != SoundReader::Result::Picture)
+    SoundStream::Frame frame;
+    if (reader.Read(frame) != ReadResult::Got)
         return false;
     begin = frame->startTime;
-    auto result = SoundReader::Result::Picture;
-    if (duration > 0)
-        result = reader.SeekTo(duration + beyondTheEnd, never);
-    while (result == SoundReader::Result::Picture)
-        result = reader.Read(frame, never);
+    auto result = duration > 0 ? reader.ReadAt(duration + beyondTheEnd, frame) : ReadResult::Got;
+    while (result == ReadResult::Got)
+        result = reader.Read(frame);
     end = reader.GetEnd();
     return end > begin;
 }
@@ -50,7 +46,7 @@ SoundLevels::SoundLevels(MediaSource const& newSource) : source(newSource) {}
 
 SoundLevels::Result SoundLevels::Read(TimeRange const& range, int newColumns)
 {
-    SoundReader reader(source.GetInfo());
+    SoundStream reader(source.GetInfo());
     long long begin = 0, end = 0;
     if (!reader.Open() || !FindSpan(reader, source.GetInfo()->GetDuration(), begin, end))
         return Result::CannotOpen;
@@ -66,14 +62,11 @@ SoundLevels::Result SoundLevels::Read(TimeRange const& range, int newColumns)
     return Result::Done;
 }
 
-void SoundLevels::ReadRange(SoundReader& reader)
+void SoundLevels::ReadRange(SoundStream& reader)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    auto result = reader.SeekTo(from + source.GetInfo()->GetStartTime(), never);
-    while (result == SoundReader::Result::Picture) {
-        result = reader.Read(frame, never);
-        if (result != SoundReader::Result::Picture || source.ToMediaTime(frame->startTime) >= to)
-            return;
+    SoundStream::Frame frame;
+    auto result = reader.ReadAt(from + source.GetInfo()->GetStartTime(), frame);
+    for (; result == ReadResult::Got && source.ToMediaTime(frame->startTime) < to; result = reader.Read(frame)) {
         Take(*frame);
         Console::ShowProgress(
             QStringLiteral("%1 of %2").arg(TimeText::Clock(source.ToMediaTime(frame->startTime)), TimeText::Clock(to)));

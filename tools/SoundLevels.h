@@ -7,7 +7,7 @@
 #include <vector>
 
 class MediaSource;
-class SoundReader;
+class SoundStream;
 struct DecodedAudioFrame;
 
 // How loud the sound of a source is, from one end of a range of time to the other: the range is cut into columns, and
@@ -43,7 +43,7 @@ public:
     long long GetTo() const { return to; }
 
 private:
-    void ReadRange(SoundReader& reader);
+    void ReadRange(SoundStream& reader);
     void Take(DecodedAudioFrame const& frame);
     void TakeSamples(short const* samples, int column); // one of each channel
     Level& LevelAt(int channel, int column);

@@ -3,7 +3,7 @@
 #include "common/Settings.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/PictureReader.h"
+#include "source/MoviePictures.h"
 #include "tools/Console.h"
 #include "tools/FfmpegMessages.h"
 #include "tools/MediaSource.h"
@@ -181,18 +181,14 @@ long long SourceCheck::EndOfAll() const
 
 void SourceCheck::ReadBackwards()
 {
-    StopCheck const never = [] { return false; };
-    PictureReader reader(source.GetInfo(), Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE, source.GetColours());
+    MoviePictures reader(source.GetInfo(), Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE, source.GetColours());
     long long until = pictures.back().time + 1;
     bool const isOpen = reader.Open();
     while (isOpen && until > pictures.front().time) {
         std::vector<Picture> group;
-        std::shared_ptr<DecodedVideoFrame> picture;
-        auto result = reader.SeekTo(until - 1, /*earliest=*/0, never);
-        if (result == PictureSource::Result::Picture)
-            result = reader.Read(picture, never);
-        for (; result == PictureSource::Result::Picture && picture->startTime < until;
-             result = reader.Read(picture, never))
+        PictureStream::Picture picture;
+        auto result = reader.ReadNear(until - 1, /*earliest=*/0, picture, neverStop);
+        for (; result == ReadResult::Got && picture->startTime < until; result = reader.Read(picture))
             group.push_back({picture->startTime, SumOf(*picture)});
         if (group.empty())
             break;

@@ -1,19 +1,18 @@
 #pragma once
 
-#include "playback/PictureSource.h"
-#include "playback/PlaybackOptions.h"
-#include "playback/PlaybackStatus.h"
+#include "source/PictureStream.h"
+#include "source/SourceOptions.h"
 
 class MediaInfo;
 
 // A source that has been probed, and what its pictures are read by.
-struct OpenedSource
+struct Source
 {
     SourceKind kind = SourceKind::None; // None: `error` says why
     QString error;                      // also what is missing from a source that opened all the same
 
     std::shared_ptr<MediaInfo> info;         // null for stills and sequences
-    std::unique_ptr<PictureSource> pictures; // null without pictures
+    std::unique_ptr<PictureStream> pictures; // null without pictures
     bool hasSound = false;
 
     int width = 0; // as coded
@@ -23,6 +22,5 @@ struct OpenedSource
     long long expectedDuration = -1; // as the container says; -1 when it does not
 
     // Tells what kind of source `path` is and opens it. Decoding thread: takes as long as probing takes.
-    static OpenedSource Open(QString const& path, bool isSequence, PlaybackOptions const& options,
-                             StopCheck const& stop);
+    static Source Open(QString const& path, bool isSequence, SourceOptions const& options, StopCheck const& stop);
 };

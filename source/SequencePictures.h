@@ -1,9 +1,7 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
-#include "playback/ImageSequence.h"
-#include "playback/PictureSource.h"
+#include "source/ImageSequence.h"
+#include "source/PictureStream.h"
 
 #include <deque>
 #include <future>
@@ -12,27 +10,25 @@
 // Reads the pictures of an image sequence, each by an instance of its own, on several threads at a time and yet in
 // order. The first file that is read is probed, and its description serves the others, too; a file that turns out to be
 // of another kind is probed by itself. A still image is a sequence of one.
-class TAVOLINPLAYBACK_EXPORT SequenceReader : public PictureSource
+class SequencePictures : public PictureStream
 {
 public:
     // `options` gives the rate, the holes, the threads, the colour space and the colours.
-    SequenceReader(ImageSequence sequence, PlaybackOptions const& options);
-    ~SequenceReader() override; // waits for the pictures under way
+    SequencePictures(ImageSequence sequence, SourceOptions const& options);
+    ~SequencePictures() override; // waits for the pictures under way
 
     double GetRate() const; // pictures per second
 
     void SetColours(ColourSettings const& colours) override;
     QString DescribeColours() const override;
-    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
-    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
-    long long GetEnd() const override;    // known from the beginning
-    long long GetOrigin() const override; // 0
+    ReadResult ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop) override;
+    ReadResult Read(Picture& picture, StopCheck const& stop = neverStop) override;
+    long long GetEnd() const override; // known from the beginning
     QString GetError() const override;
     long long GetDecodedCount() const override;
 
 private:
     class Describer;
-    using Picture = std::shared_ptr<DecodedVideoFrame>;
 
     struct UnderWay
     {
@@ -46,6 +42,7 @@ private:
     void GoTo(long long index);
     void StartMore();
     Picture TakeNext();
+    ReadResult TakeNewest(Picture& picture);
     Picture Black(long long index) const;
 
     ImageSequence sequence;

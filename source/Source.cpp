@@ -1,4 +1,4 @@
-#include "playback/OpenedSource.h"
+#include "source/Source.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -6,11 +6,10 @@
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/ImageFormat.h"
-#include "playback/ImageSequence.h"
-#include "playback/PictureReader.h"
-#include "playback/SequenceReader.h"
-#include "playback/SinglePicture.h"
+#include "source/ImageFormat.h"
+#include "source/ImageSequence.h"
+#include "source/MoviePictures.h"
+#include "source/SequencePictures.h"
 
 #include <QFileInfo>
 
@@ -21,9 +20,39 @@ namespace {
 
 constexpr double second = 1000000.0;
 
-OpenedSource Failed(QString const& error)
+// One picture that is decoded already: the cover of a file of sound.
+class SinglePicture : public PictureStream
 {
-    OpenedSource source;
+public:
+    explicit SinglePicture(Picture newPicture) : picture(std::move(newPicture))
+    {
+        picture->startTime = 0;
+        picture->endTime = 0;
+    }
+
+    ReadResult ReadNear(long long, long long, Picture& read, StopCheck const&) override
+    {
+        isRead = true;
+        read = picture;
+        return ReadResult::Got;
+    }
+
+    ReadResult Read(Picture& read, StopCheck const& stop) override
+    {
+        return isRead ? ReadResult::End : ReadNear(0, 0, read, stop);
+    }
+
+    long long GetEnd() const override { return 1; }
+    long long GetDecodedCount() const override { return 1; }
+
+private:
+    Picture picture;
+    bool isRead = false;
+};
+
+Source Failed(QString const& error)
+{
+    Source source;
     source.error = error;
     return source;
 }
@@ -34,13 +63,13 @@ bool HasValid(QList<Stream> const& streams)
     return std::any_of(streams.begin(), streams.end(), [](Stream const& stream) { return stream.valid; });
 }
 
-bool IsStillFormat(QString const& format, PlaybackOptions const& options)
+bool IsStillFormat(QString const& format, SourceOptions const& options)
 {
     return AvGlobals::IsImageFormat(format) || options.furtherImageFormats.contains(format);
 }
 
 // A cover is a stream of one picture in a file of sound, at a rate that no movie has.
-bool IsCover(MediaInfo const& info, PlaybackOptions const& options)
+bool IsCover(MediaInfo const& info, SourceOptions const& options)
 {
     if (!HasValid(info.GetAudioStreams()) || info.GetNumVideoStreams() == 0)
         return false;
@@ -68,15 +97,15 @@ std::shared_ptr<DecodedVideoFrame> ReadCover(std::shared_ptr<MediaInfo> const& i
     return isPicture ? pictures.first() : nullptr;
 }
 
-OpenedSource OpenImages(QString const& path, bool isSequence, PlaybackOptions const& options)
+Source OpenImages(QString const& path, bool isSequence, SourceOptions const& options)
 {
-    OpenedSource source;
+    Source source;
     ImageSequence sequence =
         isSequence ? ImageSequence::Find(path, options.sequenceHoles, source.error) : ImageSequence::FromFile(path);
     if (sequence.IsEmpty())
         return source;
     source.kind = isSequence ? SourceKind::Sequence : SourceKind::Still;
-    auto reader = std::make_unique<SequenceReader>(std::move(sequence), options);
+    auto reader = std::make_unique<SequencePictures>(std::move(sequence), options);
     source.frameRate = isSequence ? reader->GetRate() : 0.0;
     source.frameStep = static_cast<long long>(second / reader->GetRate());
     source.expectedDuration = isSequence ? reader->GetEnd() : 0;
@@ -85,7 +114,7 @@ OpenedSource OpenImages(QString const& path, bool isSequence, PlaybackOptions co
 }
 
 // The rate of the stream, or the one that pictures without times are given.
-void TakeRate(OpenedSource& source, PlaybackOptions const& options)
+void TakeRate(Source& source, SourceOptions const& options)
 {
     source.width = source.info->GetVideoWidth();
     source.height = source.info->GetVideoHeight();
@@ -94,9 +123,9 @@ void TakeRate(OpenedSource& source, PlaybackOptions const& options)
                                                        : static_cast<long long>(second / options.untimedRate);
 }
 
-void OpenMovie(OpenedSource& source, PlaybackOptions const& options)
+void OpenMovie(Source& source, SourceOptions const& options)
 {
-    auto reader = std::make_unique<PictureReader>(source.info, options.untimedRate, options.colours);
+    auto reader = std::make_unique<MoviePictures>(source.info, options.untimedRate, options.colours);
     if (reader->Open()) {
         source.kind = SourceKind::Movie;
         source.pictures = std::move(reader);
@@ -110,7 +139,7 @@ void OpenMovie(OpenedSource& source, PlaybackOptions const& options)
     }
 }
 
-void LeaveOutUndecodable(OpenedSource& source)
+void LeaveOutUndecodable(Source& source)
 {
     auto const whole = std::exchange(source.info, MediaReader::WithoutUndecodable(source.info));
     QString const name = source.info->GetFileName();
@@ -120,7 +149,7 @@ void LeaveOutUndecodable(OpenedSource& source)
         source.error = QStringLiteral("There is no decoder for the pictures of \"%1\".").arg(name);
 }
 
-void OpenSound(OpenedSource& source, bool hasCover, ColourSettings const& colours, StopCheck const& stop)
+void OpenSound(Source& source, bool hasCover, ColourSettings const& colours, StopCheck const& stop)
 {
     source.kind = SourceKind::Sound;
     auto const cover = hasCover ? ReadCover(source.info, colours, stop) : nullptr;
@@ -134,8 +163,7 @@ void OpenSound(OpenedSource& source, bool hasCover, ColourSettings const& colour
 
 } // namespace
 
-OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOptions const& options,
-                                StopCheck const& stop)
+Source Source::Open(QString const& path, bool isSequence, SourceOptions const& options, StopCheck const& stop)
 {
     if (isSequence || ImageSequence::IsPattern(path))
         return OpenImages(path, true, options);
@@ -149,7 +177,7 @@ OpenedSource OpenedSource::Open(QString const& path, bool isSequence, PlaybackOp
     if (IsStillFormat(ImageFormatOf(path), options))
         return OpenImages(path, false, options);
 
-    OpenedSource source;
+    Source source;
     source.info = std::make_shared<MediaInfo>(path);
     source.info->isLinearColorSpace = options.isLinearColorSpace;
     if (!MediaReader::ParseMedia(source.info))

@@ -1,4 +1,4 @@
-#include "playback/ImageFormat.h"
+#include "source/ImageFormat.h"
 
 #include <QByteArray>
 #include <QFile>

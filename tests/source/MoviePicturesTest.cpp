@@ -1,9 +1,8 @@
-#include "Clips.h"
-
+#include "source/MoviePictures.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PictureReader.h"
+#include "tests/playback/Clips.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +10,14 @@
 
 namespace {
 
-class PictureReaderTest : public testing::Test
+class MoviePicturesTest : public testing::Test
 {
 protected:
     void Open(char const* name)
     {
         info = std::make_shared<MediaInfo>(Clips::Made(name));
         ASSERT_TRUE(MediaReader::ParseMedia(info));
-        reader = std::make_unique<PictureReader>(info, 25.0);
+        reader = std::make_unique<MoviePictures>(info, 25.0);
         ASSERT_TRUE(reader->Open());
     }
 
@@ -27,27 +26,26 @@ protected:
     {
         int packets = 0;
         StopCheck const count = [&packets] { return ++packets < 0; };
-        EXPECT_EQ(reader->SeekTo(time, time, count), PictureSource::Result::Picture);
-        std::shared_ptr<DecodedVideoFrame> picture;
-        EXPECT_EQ(reader->Read(picture, [] { return false; }), PictureSource::Result::Picture);
+        PictureStream::Picture picture;
+        EXPECT_EQ(reader->ReadAt(time, picture, count), ReadResult::Got);
         EXPECT_EQ(picture->startTime, time);
         return packets;
     }
 
     std::shared_ptr<MediaInfo> info;
-    std::unique_ptr<PictureReader> reader;
+    std::unique_ptr<MoviePictures> reader;
 };
 
 // Key pictures are at 0, 10 and 20 s, 250 pictures apart.
 
-TEST_F(PictureReaderTest, GoesToTheKeyPictureBefore)
+TEST_F(MoviePicturesTest, GoesToTheKeyPictureBefore)
 {
     Open("gop250.mp4");
     EXPECT_GE(PacketsTo(4000000), 100);
     EXPECT_LE(PacketsTo(10400000), 20);
 }
 
-TEST_F(PictureReaderTest, ReadsOnWhereNoKeyPictureIsOnTheWay)
+TEST_F(MoviePicturesTest, ReadsOnWhereNoKeyPictureIsOnTheWay)
 {
     Open("gop250.mp4");
     PacketsTo(4000000);
@@ -55,7 +53,7 @@ TEST_F(PictureReaderTest, ReadsOnWhereNoKeyPictureIsOnTheWay)
     EXPECT_LE(PacketsTo(9000000), 70);
 }
 
-TEST_F(PictureReaderTest, KnowsTheLengthOfGroupsThatItHasRead)
+TEST_F(MoviePicturesTest, KnowsTheLengthOfGroupsThatItHasRead)
 {
     Open("gop250.mp4");
     PacketsTo(9800000);
@@ -65,7 +63,7 @@ TEST_F(PictureReaderTest, KnowsTheLengthOfGroupsThatItHasRead)
     EXPECT_LE(PacketsTo(21600000), 80);
 }
 
-TEST_F(PictureReaderTest, TheNextPictureIsNotDecodedAnew)
+TEST_F(MoviePicturesTest, TheNextPictureIsNotDecodedAnew)
 {
     Open("gop250.mp4");
     PacketsTo(8000000);
@@ -73,14 +71,14 @@ TEST_F(PictureReaderTest, TheNextPictureIsNotDecodedAnew)
     EXPECT_LE(PacketsTo(8120000), 12);
 }
 
-TEST_F(PictureReaderTest, FindsTheLastPictureOfAShortOpenGroup)
+TEST_F(MoviePicturesTest, FindsTheLastPictureOfAShortOpenGroup)
 {
     Open("open-gop-short-end.mp4");
     for (long long time = 3960000; time >= 3000000; time -= 40000)
         PacketsTo(time);
 }
 
-TEST_F(PictureReaderTest, AStreamWithoutTimesIsReadOn)
+TEST_F(MoviePicturesTest, AStreamWithoutTimesIsReadOn)
 {
     Open("raw.264");
     PacketsTo(1000000);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include <QString>
 
 // The name of the still image format of the file at `path`, as decoders are named ("png", "mjpeg" for a JPEG,
@@ -10,4 +8,4 @@
 //
 // A source is a still or a movie before it is probed, and the name of a picture's codec does not tell: a Motion-JPEG
 // movie has an image codec too.
-TAVOLINPLAYBACK_EXPORT QString ImageFormatOf(QString const& path);
+QString ImageFormatOf(QString const& path);

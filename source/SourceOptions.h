@@ -1,0 +1,44 @@
+#pragma once
+
+#include "common/Settings.h"
+#include "decode/ColourSettings.h"
+
+#include <QStringList>
+
+// What a source is.
+enum class SourceKind {
+    None,           // nothing
+    Movie,          // pictures, with sound or without
+    Sound,          // sound alone
+    SoundWithCover, // a file of sound whose one picture is the cover
+    Still,          // one picture
+    Sequence,       // numbered pictures in files of their own
+};
+
+// What an image sequence shows for a number that has no file, or whose file cannot be read.
+enum class SequenceHoles {
+    Hold,   // the picture before it
+    Black,  // a black picture as large as the one before it
+    Refuse, // nothing: a sequence with a missing file does not open
+};
+
+// How a source is opened and its pictures are made.
+struct SourceOptions
+{
+    // Pictures per second of image sequences, held to the range of Settings as every rate is.
+    double sequenceRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+    SequenceHoles sequenceHoles = SequenceHoles::Hold;
+    int sequenceThreads = 0; // that decode a sequence; 0: as many as there are cores
+
+    // Pictures per second of streams that say none and whose pictures bear no times, as raw ones.
+    double untimedRate = 25.0;
+
+    // Names of formats that are still images beside those of AvGlobals::IsImageFormat.
+    QStringList furtherImageFormats = {QStringLiteral("bmp"),      QStringLiteral("webp"), QStringLiteral("pnm"),
+                                       QStringLiteral("jpeg2000"), QStringLiteral("sgi"),  QStringLiteral("psd")};
+
+    bool isLinearColorSpace = false; // pictures of what is opened are in linear light and become gamma-encoded
+
+    // How pictures become RGB: as the stream says, HDR brought to SDR.
+    ColourSettings colours = {/*followStream=*/true, /*toneMapping=*/true, /*exact=*/false};
+};
