@@ -22,8 +22,9 @@ constexpr long long nearAhead = second / 2;
 constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
 constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
 
-// A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. No more of them
-// than it can hold back.
+// A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. Where packets
+// bear no times, as those of AVI with reordered pictures, the first picture after a landing has none either when it
+// comes by the drain. No more of them than a decoder can hold back.
 constexpr long long picturesBeforeEnd = 16;
 
 // So close before a target nothing is dropped, as it may be in hand already.
@@ -48,9 +49,10 @@ bool MoviePictures::Open()
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
     canLand = instance->HasStoredTimes() && (instance->GetPacketTime() != longAgo || info->GetDuration() > 0);
-    if (stream.codecName == QLatin1String("h264") && info->GetDuration() > 0)
+    bool const isTimeless = instance->GetPacketTime() == longAgo;
+    if ((isTimeless || stream.codecName == QLatin1String("h264")) && info->GetDuration() > 0)
         latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
-    return Restart();
+    return true;
 }
 
 // A new instance, because the decoder's count for pictures without times goes on through any seek.

@@ -5,6 +5,7 @@
 #include "decode/MediaInstance.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
+#include "source/ImageFormat.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,30 +25,30 @@ size_t ThreadsFor(SourceOptions const& options)
         std::clamp(options.sequenceThreads > 0 ? options.sequenceThreads : cores, 1, mostThreads));
 }
 
-double RateFor(SourceOptions const& options)
-{
-    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
-                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
-    return isInRange ? options.sequenceRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-}
-
 } // namespace
 
 // Decodes the files, and keeps what was found out about one of them. Any number of threads.
 class SequencePictures::Describer
 {
+    using Info = std::shared_ptr<MediaInfo>;
+
 public:
+    explicit Describer(Info newDescribed) : described(std::move(newDescribed)) {}
+
     // Null for a file that cannot be decoded.
     Picture Decode(QString const& path, bool isLinear, ColourSettings const& colours)
     {
-        auto const info = MakeInfo(path, isLinear);
+        auto const info = MakeInfo(path);
         auto const like = GetDescribed();
-        if (like && MediaReader::TakeDescription(info, *like))
+        if (like && MediaReader::TakeDescription(info, *like)) {
+            info->isLinearColorSpace = like->isLinearColorSpace;
             if (Picture picture = DecodeImage(info, colours))
                 return picture;
-        auto const own = MakeInfo(path, isLinear);
+        }
+        auto const own = MakeInfo(path);
         if (!MediaReader::ParseMedia(own))
             return nullptr;
+        own->isLinearColorSpace = isLinear || IsLinearFormat(own->GetVideoStreams().value(0).codecName);
         Picture picture = DecodeImage(own, colours);
         if (picture)
             SetDescribed(own);
@@ -61,13 +62,10 @@ public:
     }
 
 private:
-    using Info = std::shared_ptr<MediaInfo>;
-
-    static Info MakeInfo(QString const& path, bool isLinear)
+    static Info MakeInfo(QString const& path)
     {
         auto info = std::make_shared<MediaInfo>(path);
         info->isImage = true;
-        info->isLinearColorSpace = isLinear;
         return info;
     }
 
@@ -104,24 +102,27 @@ private:
     QString lastColours;
 };
 
-SequencePictures::SequencePictures(ImageSequence newSequence, SourceOptions const& options)
+SequencePictures::SequencePictures(ImageSequence newSequence, SourceOptions const& options,
+                                   std::shared_ptr<MediaInfo> const& described)
     : sequence(std::move(newSequence)),
       rate(RateFor(options)),
       holes(options.sequenceHoles),
       threads(ThreadsFor(options)),
       isLinear(options.isLinearColorSpace),
       colours(options.colours),
-      describer(std::make_shared<Describer>())
+      describer(std::make_shared<Describer>(described))
 {}
 
 SequencePictures::~SequencePictures() = default;
 
-double SequencePictures::GetRate() const
+double SequencePictures::RateFor(SourceOptions const& options)
 {
-    return rate;
+    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    return isInRange ? options.sequenceRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
 }
 
-long long SequencePictures::TimeOf(long long index) const
+long long SequencePictures::TimeOf(long long index, double rate)
 {
     return static_cast<long long>(static_cast<double>(index) * 1000000.0 / rate);
 }

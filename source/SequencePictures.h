@@ -7,17 +7,22 @@
 #include <future>
 #include <memory>
 
+class MediaInfo;
+
 // Reads the pictures of an image sequence, each by an instance of its own, on several threads at a time and yet in
 // order. The first file that is read is probed, and its description serves the others, too; a file that turns out to be
 // of another kind is probed by itself. A still image is a sequence of one.
 class SequencePictures : public PictureStream
 {
 public:
-    // `options` gives the rate, the holes, the threads, the colour space and the colours.
-    SequencePictures(ImageSequence sequence, SourceOptions const& options);
+    // `options` gives the rate, the holes, the threads, the colour space and the colours. `described`: what is known
+    // of one of the files, or null.
+    SequencePictures(ImageSequence sequence, SourceOptions const& options,
+                     std::shared_ptr<MediaInfo> const& described = nullptr);
     ~SequencePictures() override; // waits for the pictures under way
 
-    double GetRate() const; // pictures per second
+    static double RateFor(SourceOptions const& options); // pictures per second
+    static long long TimeOf(long long index, double rate);
 
     void SetColours(ColourSettings const& colours) override;
     QString DescribeColours() const override;
@@ -36,7 +41,7 @@ private:
         std::future<Picture> picture;
     };
 
-    long long TimeOf(long long index) const;
+    long long TimeOf(long long index) const { return TimeOf(index, rate); }
     long long IndexAt(long long time) const;
     long long IndexAfter(long long index) const;
     void GoTo(long long index);

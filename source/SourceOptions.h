@@ -33,11 +33,14 @@ struct SourceOptions
     // Pictures per second of streams that say none and whose pictures bear no times, as raw ones.
     double untimedRate = 25.0;
 
-    // Names of formats that are still images beside those of AvGlobals::IsImageFormat.
-    QStringList furtherImageFormats = {QStringLiteral("bmp"),      QStringLiteral("webp"), QStringLiteral("pnm"),
-                                       QStringLiteral("jpeg2000"), QStringLiteral("sgi"),  QStringLiteral("psd")};
+    // FFmpeg's names of the formats of single pictures beside those of AvGlobals::IsImageFormat. GIF and the like are
+    // movies, and so are several pictures one behind the other in a file.
+    QStringList furtherImageFormats = {"bmp",   "dds", "fits", "hdr",     "jpeg2000", "jpegls",  "jpegxl", "pam", "pbm",
+                                       "pcx",   "pfm", "pgm",  "pgmyuv",  "phm",      "photocd", "pictor", "ppm", "psd",
+                                       "qdraw", "qoi", "sgi",  "sunrast", "webp",     "xbm",     "xpm",    "xwd"};
 
-    bool isLinearColorSpace = false; // pictures of what is opened are in linear light and become gamma-encoded
+    // Pictures of what is opened are in linear light and become gamma-encoded, as those of OpenEXR always are.
+    bool isLinearColorSpace = false;
 
     // How pictures become RGB: as the stream says, HDR brought to SDR.
     ColourSettings colours = {/*followStream=*/true, /*toneMapping=*/true, /*exact=*/false};

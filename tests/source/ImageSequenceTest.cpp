@@ -122,7 +122,7 @@ TEST_F(ImageSequenceTest, NothingFoundIsAnError)
 TEST_F(ImageSequenceTest, FormatsAreToldByTheirFirstBytes)
 {
     Write("a%d.txt", {1});
-    EXPECT_EQ(ImageFormatOf(folder.filePath("a1.txt")), QString("pnm"));
+    EXPECT_EQ(ImageFormatOf(folder.filePath("a1.txt")), QString("ppm"));
     EXPECT_EQ(ImageFormatOf(folder.path()), QString());
     EXPECT_EQ(ImageFormatOf(folder.filePath("none")), QString());
     EXPECT_EQ(ImageFormatOf(Clips::Made("xvid.avi")), QString());

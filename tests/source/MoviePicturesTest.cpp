@@ -3,6 +3,7 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "tests/playback/Clips.h"
+#include "tests/playback/Reference.h"
 
 #include <gtest/gtest.h>
 
@@ -83,6 +84,50 @@ TEST_F(MoviePicturesTest, AStreamWithoutTimesIsReadOn)
     Open("raw.264");
     PacketsTo(1000000);
     EXPECT_LE(PacketsTo(2800000), 60);
+}
+
+TEST_F(MoviePicturesTest, PicturesOverBeforeZeroAreNotTheFirst)
+{
+    Open("negative-start.ts");
+    ASSERT_EQ(info->GetStartTime(), 0);
+    std::shared_ptr<DecodedVideoFrame> picture;
+    ASSERT_EQ(reader->Read(picture), ReadResult::Got);
+    auto const expected = Reference::DecodePictures(Clips::Made("negative-start.ts")).front();
+    EXPECT_EQ(picture->startTime, 0);
+    EXPECT_EQ(Reference::HashOf(picture->data, picture->width, picture->height, 576), expected.hash);
+}
+
+// Asked for a media time, the container would land at its start, 100 pictures too early.
+TEST_F(MoviePicturesTest, ASeekGoesToTheKeyPictureWhereverTheContainerBegins)
+{
+    Open("offset.mkv");
+    int packets = 0;
+    StopCheck const count = [&packets] { return ++packets < 0; };
+    PictureStream::Picture picture;
+    ASSERT_EQ(reader->ReadAt(4000000, picture, count), ReadResult::Got);
+    EXPECT_LT(packets, 70);
+}
+
+TEST_F(MoviePicturesTest, ASeekThatLandsLateIsRepeatedEarlier)
+{
+    for (char const* name : {"stream.ts", "program.mpg", "flash.flv"}) {
+        Open(name);
+        for (long long moment : {200000LL, 1960000LL, 2040000LL, 3999999LL, 5900000LL}) {
+            PictureStream::Picture picture;
+            ASSERT_EQ(reader->ReadAt(moment, picture), ReadResult::Got);
+            EXPECT_LE(picture->startTime, moment) << name;
+            EXPECT_GE(picture->endTime, moment) << name;
+        }
+    }
+}
+
+TEST_F(MoviePicturesTest, APictureThatStaysForLongIsFoundFromItsLastMoment)
+{
+    Open("long-stills.mp4");
+    PictureStream::Picture picture;
+    ASSERT_EQ(reader->ReadAt(7990000, picture), ReadResult::Got);
+    EXPECT_EQ(picture->startTime, 40000);
+    EXPECT_EQ(picture->endTime, 7999999);
 }
 
 } // namespace
