@@ -367,6 +367,8 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
     if (media->sound) {
         status.channels = media->sound->GetOutput()->GetChannelCount();
         status.sampleRate = media->sound->GetOutput()->GetSampleRate();
+        status.soundInfo = media->source.GetInfo();
+        status.origin = media->sound->GetOrigin();
         media->sound->GetSpan(forwards, status.soundStart, status.soundEnd);
     }
 }
