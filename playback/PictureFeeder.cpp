@@ -35,11 +35,13 @@ long long Scaled(long long duration, PlayNeed const& need)
 
 } // namespace
 
-PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
+PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget,
+                             ColourSettings const& newColours)
     : source(std::move(newSource)),
       frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
       budget(newBudget),
-      aim(smallestSegment)
+      aim(smallestSegment),
+      colours(newColours)
 {}
 
 PictureFeeder::~PictureFeeder() = default;
@@ -62,8 +64,9 @@ bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
 {
     long long const decodedBefore = source->GetDecodedCount();
     auto const begin = SteadyClock::now();
+    HeedColours(need);
     HeedBudget(need);
-    bool const worked = need.sought != failedFor && DoWork(need, ask);
+    bool const worked = need.seekSerial != failedSerial && DoWork(need, ask);
     released.clear();
     NoteProgress();
     Measure(decodedBefore, std::chrono::duration<double>(SteadyClock::now() - begin).count());
@@ -142,11 +145,11 @@ bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNe
 // So that the picture showing at `time`, or one from `earliest` on that comes before it, is the one that is cached.
 bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& need, AskNeed const& ask)
 {
-    StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
+    StopCheck const stop = [&, openSerial = need.openSerial, seekSerial = need.seekSerial] {
         PlayNeed const now = ask();
         HeedBudget(now); // what is cached is not needed any more
         bool const isTooLate = now.speed < 0.0 && earliest < time && now.position < earliest;
-        return now.opened != opened || isTooLate || (mayBeStopped && now.sought != sought);
+        return now.openSerial != openSerial || isTooLate || (mayBeStopped && now.seekSerial != seekSerial);
     };
     followsCache = false;
     Picture picture;
@@ -160,7 +163,7 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
     }
     mayBeStopped = true;
     if (!picture) {
-        failedFor = need.sought;
+        failedSerial = need.seekSerial;
         return true;
     }
     // A source that cannot find an earlier picture shows this one from there on.
@@ -176,24 +179,24 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
 // A slow piece of work is remembered for a while, as the quick ones after it are so because they go to key pictures.
 void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
 {
-    long long const passed = before.sought == now.sought ? before.position - now.position : 0;
+    long long const passed = before.seekSerial == now.seekSerial ? before.position - now.position : 0;
     lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : 0;
 }
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
 {
-    if (GetPreview(need.sought))
+    if (GetPreview(need.seekSerial))
         return false;
     followsCache = false;
-    StopCheck const stop = [&, opened = need.opened] { return ask().opened != opened; };
+    StopCheck const stop = [&, openSerial = need.openSerial] { return ask().openSerial != openSerial; };
     Picture picture;
     if (source->SeekTo(ShownTime(need.position), 0, stop) == PictureSource::Result::Picture)
         source->Read(picture, stop);
     if (!picture)
-        failedFor = need.sought;
+        failedSerial = need.seekSerial;
     std::lock_guard const lock(mutex);
     preview = picture;
-    previewFor = need.sought;
+    previewSerial = need.seekSerial;
     return true;
 }
 
@@ -201,9 +204,10 @@ bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
 // less room.
 StopCheck PictureFeeder::StopForOthers(PlayNeed const& need, AskNeed const& ask)
 {
-    return [this, &ask, opened = need.opened, sought = need.sought] {
+    return [this, &ask, openSerial = need.openSerial, seekSerial = need.seekSerial] {
         PlayNeed const now = ask();
-        return now.opened != opened || now.budget < budget || (now.sought != sought && !Find(now.position, 0).picture);
+        return now.openSerial != openSerial || now.budget < budget ||
+               (now.seekSerial != seekSerial && !Find(now.position, 0).picture);
     };
 }
 
@@ -216,7 +220,7 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
         long long const next = cache.GetSpan().end + 1;
         PictureSource::Result const found = source->SeekTo(next, next, stop);
         if (found == PictureSource::Result::End)
-            failedFor = need.sought;
+            failedSerial = need.seekSerial;
         if (found != PictureSource::Result::Picture)
             return true;
         followsCache = true;
@@ -260,7 +264,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     StopCheck const stop = [&] { return isForOthers() || (canBePassed && ask().position < earliest); };
     PictureSource::Result const found = source->SeekTo(std::min(target, span.start - 1), earliest, stop);
     if (found == PictureSource::Result::End)
-        failedFor = need.sought; // what is cached was read from there once: the file is not what it was
+        failedSerial = need.seekSerial; // what is cached was read from there once: the file is not what it was
     if (found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop))
         AppendSegment(ask);
     cache.TakeAllWaiting();
@@ -358,17 +362,21 @@ PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
     return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
 }
 
-void PictureFeeder::SetColours(ColourSettings const& newColours)
+// Lets go of all pictures: those around the position are read anew.
+void PictureFeeder::HeedColours(PlayNeed const& need)
 {
-    source->SetColours(newColours);
+    if (need.colours == colours)
+        return;
+    source->SetColours(need.colours);
     released = cache.TakeAllWaiting();
     released = cache.TakeAll();
     released.clear();
     followsCache = false;
-    failedFor = -1;
+    failedSerial = -1;
     std::lock_guard const lock(mutex);
     preview.reset();
-    previewFor = -1;
+    previewSerial = -1;
+    colours = need.colours;
 }
 
 // The sizes that the cache reckons with follow the pictures.
@@ -396,7 +404,7 @@ void PictureFeeder::NoteProgress()
     end = source->GetEnd();
     std::lock_guard const lock(mutex);
     error = source->GetError();
-    colours = source->DescribeColours();
+    colourText = source->DescribeColours();
 }
 
 void PictureFeeder::Measure(long long decodedBefore, double seconds)
@@ -460,18 +468,20 @@ bool PictureFeeder::IsLast(PictureCache::Place const& place) const
 // Going backwards, the picture before it too, so that a turn does not begin with a gap.
 bool PictureFeeder::IsReady(PlayNeed const& need) const
 {
-    if (failedFor == need.sought)
+    if (!HasColours(need.colours))
+        return false;
+    if (failedSerial == need.seekSerial)
         return true;
     PictureCache::Place const current = Find(need.position, 0);
     if (!current.picture)
-        return need.preview && GetPreview(need.sought);
+        return need.preview && GetPreview(need.seekSerial);
     return need.forwards || !need.playing || IsFirst(current) || Find(current.start, -1).picture;
 }
 
-PictureFeeder::Picture PictureFeeder::GetPreview(long long sought) const
+PictureFeeder::Picture PictureFeeder::GetPreview(long long seekSerial) const
 {
     std::lock_guard const lock(mutex);
-    return previewFor == sought ? preview : nullptr;
+    return previewSerial == seekSerial ? preview : nullptr;
 }
 
 long long PictureFeeder::GetOrigin() const
@@ -479,9 +489,20 @@ long long PictureFeeder::GetOrigin() const
     return source->GetOrigin();
 }
 
-int PictureFeeder::CountBetween(long long time, long long otherTime) const
+long long PictureFeeder::CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const
 {
-    return cache.CountBetween(time, otherTime);
+    PictureCache::Place const& earlier = one.start < other.start ? one : other;
+    PictureCache::Place const& later = one.start < other.start ? other : one;
+    if (earlier.end + 1 >= later.start)
+        return 0;
+    int const cached = cache.CountBetween(earlier.start, later.start);
+    return cached >= 0 ? cached : std::max((later.start - earlier.end) / frameStep, 1LL);
+}
+
+bool PictureFeeder::HasColours(ColourSettings const& wanted) const
+{
+    std::lock_guard const lock(mutex);
+    return colours == wanted;
 }
 
 PictureCache::Span PictureFeeder::GetSpan() const
@@ -513,5 +534,5 @@ QString PictureFeeder::GetError() const
 QString PictureFeeder::DescribeColours() const
 {
     std::lock_guard const lock(mutex);
-    return colours;
+    return colourText;
 }

@@ -28,7 +28,9 @@ class TAVOLINPLAYBACK_EXPORT PictureFeeder
 public:
     using Picture = PictureCache::Picture;
 
-    PictureFeeder(std::unique_ptr<PictureSource> source, long long frameStep, long long budget);
+    // `frameStep`: microseconds from picture to picture, an estimate. `colours`: those of the source.
+    PictureFeeder(std::unique_ptr<PictureSource> source, long long frameStep, long long budget,
+                  ColourSettings const& colours = {});
     ~PictureFeeder();
 
     // Decoding thread. Reads the first picture of all; false when there is none.
@@ -36,11 +38,8 @@ public:
     long long GetOrigin() const; // container time of media time 0; decoding thread, after Begin
 
     // Decoding thread. Does one piece of the most urgent work; false when there is none for `need`. Less budget than
-    // before is heeded at once, also in the midst of it.
+    // before is heeded at once, also in the midst of it; other colours before it.
     bool Work(PlayNeed const& need, AskNeed const& ask);
-
-    // Decoding thread. Lets go of all pictures: those around the position are read anew.
-    void SetColours(ColourSettings const& colours);
 
     // Any thread.
     PictureCache::Place Find(long long position,
@@ -48,9 +47,10 @@ public:
     PictureCache::Place FindNewest(long long position, bool forwards) const; // or what comes before it in play
     bool IsFirst(PictureCache::Place const& place) const;
     bool IsLast(PictureCache::Place const& place) const;
-    bool IsReady(PlayNeed const& need) const;   // what is to show now is there, or known not to exist
-    Picture GetPreview(long long sought) const; // null when there is none for that seek
-    int CountBetween(long long time, long long otherTime) const;
+    bool IsReady(PlayNeed const& need) const;       // what is to show now is there, or known not to exist
+    Picture GetPreview(long long seekSerial) const; // null when there is none for that seek
+    // Pictures between two; an estimate when some of them have not been decoded or are gone.
+    long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
     PictureCache::Span GetSpan() const;
     long long GetEnd() const; // one microsecond after the last picture; -1 when not yet known
     long long GetDecodedCount() const;
@@ -78,6 +78,8 @@ private:
     bool MakeRoomBefore(long long bytes, PlayNeed const& need);
     StopCheck StopForOthers(PlayNeed const& need, AskNeed const& ask);
     PictureCache::Window WindowFor(PlayNeed const& need) const;
+    void HeedColours(PlayNeed const& need);
+    bool HasColours(ColourSettings const& wanted) const;
     void HeedBudget(PlayNeed const& need);
     void NotePicture(Picture const& picture);
     void NoteProgress();
@@ -104,11 +106,12 @@ private:
 
     mutable std::mutex mutex; // of the following
     Picture preview;
-    long long previewFor = -1; // PlayNeed::sought of it
+    long long previewSerial = -1; // PlayNeed::seekSerial of it
     QString error;
-    QString colours;
+    QString colourText;
+    ColourSettings colours;
 
-    std::atomic<long long> failedFor = -1; // PlayNeed::sought of a place where nothing could be read
+    std::atomic<long long> failedSerial = -1; // PlayNeed::seekSerial of a place where nothing could be read
     std::atomic<long long> end = -1;
     std::atomic<long long> first = 0; // start of the first picture
     std::atomic<long long> decodedCount = 0;

@@ -8,7 +8,6 @@
 
 #include <memory>
 
-class EngineCore;
 class TimeSource;
 struct DecodedVideoFrame;
 
@@ -36,7 +35,7 @@ class TAVOLINPLAYBACK_EXPORT PlaybackEngine
 public:
     explicit PlaybackEngine(PlaybackOptions const& options = {}); // with the computer's steady clock
 
-    // With the time source of the caller, who keeps it alive; null is the steady clock.
+    // With a time source of the caller's, which the engine keeps alive; null is the steady clock.
     PlaybackEngine(PlaybackOptions const& options, std::shared_ptr<TimeSource const> timeSource);
     ~PlaybackEngine();
     PlaybackEngine(PlaybackEngine const&) = delete;
@@ -97,13 +96,17 @@ public:
     // start, a stop, a seek, a turn or a change of mute they are faded, so that nothing clicks.
     int FillAudio(short* buffer, int frames, long long delay = 0);
 
-    PlaybackStatus GetStatus() const; // as of now
+    // As of now. Not const, as WaitUntilReady is not: a look settles what play has brought about since the last one, so
+    // that what one caller is told holds for all.
+    PlaybackStatus GetStatus();
 
     // Waits until whatever is under way for the present position is there: the opening done or failed, steps made, the
     // exact picture cached or known not to exist, the sound of the next moments too, a change of the budget heeded.
     // False after `milliseconds` of real time. With a time source that stands still meanwhile, nothing is ever dropped.
-    bool WaitUntilReady(int milliseconds) const;
+    bool WaitUntilReady(int milliseconds);
 
 private:
-    std::unique_ptr<EngineCore> core;
+    struct Parts;
+
+    std::unique_ptr<Parts> parts;
 };

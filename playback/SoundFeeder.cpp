@@ -60,11 +60,11 @@ bool SoundFeeder::Begin(StopCheck const& stop)
 
 bool SoundFeeder::Work(PlayNeed const& need, AskNeed const& ask, long long ahead)
 {
-    if (need.hushed || Reaches(need, ahead))
+    if (!need.needsSound || Reaches(need, ahead))
         return false;
     StopCheck const stop = [&] {
         PlayNeed const now = ask();
-        return now.opened != need.opened || (now.sought != need.sought && !Reaches(now, 0));
+        return now.openSerial != need.openSerial || (now.seekSerial != need.seekSerial && !Reaches(now, 0));
     };
     bool const worked = need.forwards ? ReadForwards(need, stop) : ReadBackwards(need, stop);
     NoteEnd();
@@ -171,7 +171,7 @@ void SoundFeeder::Set(Cover& cover, long long from, long long to)
 
 bool SoundFeeder::HasSound(PlayNeed const& need, long long ahead) const
 {
-    return need.hushed || Reaches(need, ahead);
+    return !need.needsSound || Reaches(need, ahead);
 }
 
 bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const

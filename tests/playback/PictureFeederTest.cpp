@@ -82,7 +82,7 @@ protected:
         need.budget = 100 * 12;
         need.position = from;
         need.forwards = speed > 0.0;
-        need.sought = 1;
+        need.seekSerial = 1;
         shown.clear();
         AskNeed const ask = [this] { return need; };
         EXPECT_TRUE(feeder->Begin([] { return false; }));
@@ -195,7 +195,7 @@ private:
             need.budget = Pick(0, 20000);
             break;
         case 1:
-            ++need.sought;
+            ++need.seekSerial;
             need.position = Pick(0, count * step - 1);
             break;
         case 2:

@@ -31,7 +31,7 @@ protected:
     {
         PlayNeed need;
         need.position = position;
-        need.sought = sought;
+        need.seekSerial = sought;
         need.playing = !forwards;
         need.forwards = forwards;
         return need;

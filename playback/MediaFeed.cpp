@@ -1,0 +1,141 @@
+#include "playback/MediaFeed.h"
+
+#include "decode/DecodedVideoFrame.h"
+#include "media/AvGlobals.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr long long second = 1000000;
+
+// Sound decoded ahead, in microseconds of playing: below the first it comes before pictures while play runs, up to the
+// second after them. While paused, when nobody hears it, the third is enough to begin with.
+constexpr long long soundUrgent = second / 2;
+constexpr long long soundAhead = 2 * second;
+constexpr long long soundPaused = second;
+
+} // namespace
+
+std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence, PlaybackOptions const& options,
+                                           long long budget, StopCheck const& stop, QString& error)
+{
+    auto feed = std::make_unique<MediaFeed>();
+    OpenedSource& source = feed->source;
+    source = OpenedSource::Open(path, isSequence, options, stop);
+    error = source.error;
+    if (source.kind == SourceKind::None)
+        return nullptr;
+    if (!options.withPictures && source.hasSound) {
+        source.kind = SourceKind::Sound;
+        source.pictures.reset();
+    }
+    if (source.pictures && !feed->OpenPictures(options, budget, stop)) {
+        error = QStringLiteral("No picture of it can be decoded.");
+        source.kind = source.hasSound ? SourceKind::Sound : SourceKind::None;
+    }
+    bool const wantsSound = source.hasSound && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
+    feed->soundPending = wantsSound && feed->pictures;
+    if (feed->pictures || source.kind == SourceKind::None)
+        return feed->pictures ? std::move(feed) : nullptr;
+    feed->sound = wantsSound ? feed->OpenSound(stop) : nullptr;
+    if (feed->sound)
+        return feed;
+    error = QStringLiteral("The sound of \"%1\" cannot be decoded.").arg(path);
+    return nullptr;
+}
+
+MediaFeed::~MediaFeed()
+{
+    if (sound)
+        sound->GetOutput()->Clear();
+}
+
+bool MediaFeed::OpenPictures(PlaybackOptions const& options, long long budget, StopCheck const& stop)
+{
+    pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, budget, options.colours);
+    if (!pictures->Begin(stop)) {
+        pictures.reset();
+        return false;
+    }
+    PictureCache::Picture const first = pictures->Find(0, 0).picture;
+    source.width = source.width > 0 ? source.width : first->width;
+    source.height = source.height > 0 ? source.height : first->height;
+    return true;
+}
+
+std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(StopCheck const& stop) const
+{
+    auto reader = std::make_unique<SoundReader>(source.info);
+    if (!reader->Open())
+        return nullptr;
+    auto opened = std::make_unique<SoundFeeder>(std::move(reader), pictures ? pictures->GetOrigin() : 0);
+    return opened->Begin(stop) ? std::move(opened) : nullptr;
+}
+
+// While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
+// picture to show comes first.
+bool MediaFeed::Work(PlayNeed const& need, AskNeed const& ask)
+{
+    auto const workOnPictures = [&] { return pictures && pictures->Work(need, ask); };
+    auto const workOnSound = [&](long long ahead) { return sound && sound->Work(need, ask, ahead); };
+    bool const runs = need.speed != 0.0;
+    bool const isPictureAwaited = pictures && (need.steps != 0 || !pictures->IsReady(need));
+    return (!runs && isPictureAwaited && workOnPictures()) || workOnSound(runs ? soundUrgent : soundPaused) ||
+           workOnPictures() || workOnSound(soundAhead);
+}
+
+bool MediaFeed::IsReady(PlayNeed const& need, long long ahead) const
+{
+    bool const hasPicture = !pictures || (need.steps == 0 && pictures->IsReady(need));
+    return hasPicture && (!sound || sound->HasSound(need, ahead));
+}
+
+// Ends with the later one of pictures and sound; as long as either is unknown, as the container says.
+PlayRange MediaFeed::GetRange() const
+{
+    PlayRange range;
+    long long const picturesEnd = pictures ? pictures->GetEnd() : 0;
+    bool const soundEndKnown = sound && sound->IsEndKnown();
+    range.start = sound ? std::min(sound->GetStart(), 0LL) : 0;
+    range.startKnown = !soundPending;
+    range.endKnown = !soundPending && picturesEnd >= 0 && (!sound || soundEndKnown);
+    if (source.kind == SourceKind::Still)
+        return range;
+    range.end = std::max(picturesEnd, soundEndKnown ? sound->GetEnd() : 0);
+    if (!range.endKnown)
+        range.end = std::max(range.end, source.expectedDuration);
+    range.end = std::max(range.end, 0LL);
+    return range;
+}
+
+void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
+{
+    PlayRange const range = GetRange();
+    status.kind = source.kind;
+    status.start = range.start;
+    status.duration = std::max(range.end - range.start, 0LL);
+    status.durationKnown = range.endKnown;
+    status.width = source.width;
+    status.height = source.height;
+    status.frameRate = source.frameRate;
+    status.frameStep = source.frameStep;
+    if (pictures) {
+        PictureCache::Span const span = pictures->GetSpan();
+        status.cacheStart = span.start;
+        status.cacheEnd = span.end;
+        status.cachedBytes = span.bytes;
+        status.cacheBudget = span.budget;
+        status.picturesDecoded = pictures->GetDecodedCount();
+        status.decodeRate = pictures->GetDecodeRate();
+        status.colours = pictures->DescribeColours();
+        if (status.error.isEmpty())
+            status.error = pictures->GetError();
+    }
+    if (sound) {
+        status.channels = sound->GetOutput()->GetChannelCount();
+        status.sampleRate = sound->GetOutput()->GetSampleRate();
+        sound->GetSpan(forwards, status.soundStart, status.soundEnd);
+    }
+}
