@@ -127,11 +127,12 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.cacheEnd = span.end;
         status.cachedBytes = span.bytes;
         status.cacheBudget = span.budget;
-        status.picturesDecoded = pictures->GetDecodedCount();
-        status.decodeRate = pictures->GetDecodeRate();
-        status.colours = pictures->DescribeColours();
+        PictureFeeder::Snapshot const now = pictures->GetSnapshot();
+        status.picturesDecoded = now.decodedCount;
+        status.decodeRate = now.decodeRate;
+        status.colours = now.colourText;
         if (status.error.isEmpty())
-            status.error = pictures->GetError();
+            status.error = now.error;
     }
     if (sound) {
         status.channels = sound->GetOutput()->GetChannelCount();

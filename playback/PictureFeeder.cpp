@@ -12,14 +12,14 @@ namespace {
 
 constexpr long long second = 1000000;
 
-// So close ahead of what is cached, reading on keeps the cache in one piece.
+// Microseconds; a place so close ahead of the cached pictures is reached by reading on, which keeps the cache in one
+// piece.
 constexpr long long nearAhead = second;
 
-// Of playing at normal speed: what is behind by more than this goes on further ahead instead of decoding everything
-// that it missed; what is ahead by less than that waits for play to come; and so long nothing new is shown at most
-// while play is caught up with.
+// Microseconds of playing at normal speed. When decoding is further behind play than `lateness`, it skips ahead.
+// `longestFreeze`: for so long the display may show nothing new while decoding catches up.
 constexpr long long lateness = second / 10;
-constexpr long long stillness = second / 5;
+constexpr long long longestFreeze = second / 5;
 
 constexpr long long mostPictures = 100000;
 constexpr long long longestStep = 3600 * second;
@@ -40,9 +40,11 @@ PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long
     : source(std::move(newSource)),
       frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
       budget(newBudget),
-      aim(smallestSegment),
-      colours(newColours)
-{}
+      aim(smallestSegment)
+{
+    own.colours = newColours;
+    Publish();
+}
 
 PictureFeeder::~PictureFeeder() = default;
 
@@ -54,9 +56,9 @@ bool PictureFeeder::Begin(StopCheck const& stop)
     NotePicture(picture);
     cache.SetBudget(budget, pictureBytes, 0);
     cache.Append(picture);
-    first = picture->startTime;
+    own.first = picture->startTime;
     followsCache = true;
-    NoteProgress();
+    Publish();
     return true;
 }
 
@@ -66,10 +68,10 @@ bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
     auto const begin = SteadyClock::now();
     HeedColours(need);
     HeedBudget(need);
-    bool const worked = need.seekSerial != failedSerial && DoWork(need, ask);
+    bool const worked = need.seekSerial != own.failedSerial && DoWork(need, ask);
     released.clear();
-    NoteProgress();
     Measure(decodedBefore, std::chrono::duration<double>(SteadyClock::now() - begin).count());
+    Publish();
     return worked;
 }
 
@@ -125,7 +127,7 @@ bool PictureFeeder::CatchUpForwards(long long time, PlayNeed const& need, AskNee
         return SeekTo(time, time, need, ask);
     if (time - span.end < Scaled(lateness, need))
         return ReadForwards(need, ask);
-    return SeekTo(time, std::min(span.end + Scaled(stillness, need), time), need, ask);
+    return SeekTo(time, std::min(span.end + Scaled(longestFreeze, need), time), need, ask);
 }
 
 // Goes as far back as the budget reaches, and from there on meets play, so that much of what follows is there already.
@@ -163,7 +165,7 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
     }
     mayBeStopped = true;
     if (!picture) {
-        failedSerial = need.seekSerial;
+        own.failedSerial = need.seekSerial;
         return true;
     }
     // A source that cannot find an earlier picture shows this one from there on.
@@ -185,7 +187,7 @@ void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
 {
-    if (GetPreview(need.seekSerial))
+    if (own.preview && own.previewSerial == need.seekSerial)
         return false;
     followsCache = false;
     StopCheck const stop = [&, openSerial = need.openSerial] { return ask().openSerial != openSerial; };
@@ -193,10 +195,9 @@ bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
     if (source->SeekTo(ShownTime(need.position), 0, stop) == PictureSource::Result::Picture)
         source->Read(picture, stop);
     if (!picture)
-        failedSerial = need.seekSerial;
-    std::lock_guard const lock(mutex);
-    preview = picture;
-    previewSerial = need.seekSerial;
+        own.failedSerial = need.seekSerial;
+    own.preview = picture;
+    own.previewSerial = need.seekSerial;
     return true;
 }
 
@@ -220,7 +221,7 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
         long long const next = cache.GetSpan().end + 1;
         PictureSource::Result const found = source->SeekTo(next, next, stop);
         if (found == PictureSource::Result::End)
-            failedSerial = need.seekSerial;
+            own.failedSerial = need.seekSerial;
         if (found != PictureSource::Result::Picture)
             return true;
         followsCache = true;
@@ -247,7 +248,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     PictureCache::Span const span = cache.GetSpan();
     bool const isUrgent = cache.GetBalance(ShownTime(need.position)).before == 0;
     long long const room = RoomBackwards(need);
-    if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
+    if (span.start <= own.first || (!isUrgent && room < EffectiveBudget() / 2))
         return false;
     long long const most = std::max(PicturesIn(std::min(room, EffectiveBudget() / 2)), 1LL);
     // The rate that a stream says can be far from what its pictures do: what is cached tells better.
@@ -264,7 +265,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     StopCheck const stop = [&] { return isForOthers() || (canBePassed && ask().position < earliest); };
     PictureSource::Result const found = source->SeekTo(std::min(target, span.start - 1), earliest, stop);
     if (found == PictureSource::Result::End)
-        failedSerial = need.seekSerial; // what is cached was read from there once: the file is not what it was
+        own.failedSerial = need.seekSerial; // what is cached was read from there once: the file is not what it was
     if (found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop))
         AppendSegment(ask);
     cache.TakeAllWaiting();
@@ -301,7 +302,7 @@ bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck
     }
     bool const isComplete = result != PictureSource::Result::Stopped;
     if (isComplete && !isAnyBefore)
-        first = until;
+        own.first = until;
     return isComplete;
 }
 
@@ -358,25 +359,23 @@ bool PictureFeeder::MakeRoomBefore(long long bytes, PlayNeed const& need)
 
 PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
 {
-    long long const mediaEnd = end >= 0 ? end - 1 : std::numeric_limits<long long>::max();
+    long long const mediaEnd = own.end >= 0 ? own.end - 1 : std::numeric_limits<long long>::max();
     return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
 }
 
 // Lets go of all pictures: those around the position are read anew.
 void PictureFeeder::HeedColours(PlayNeed const& need)
 {
-    if (need.colours == colours)
+    if (need.colours == own.colours)
         return;
     source->SetColours(need.colours);
     released = cache.TakeAllWaiting();
     released = cache.TakeAll();
     released.clear();
     followsCache = false;
-    failedSerial = -1;
-    std::lock_guard const lock(mutex);
-    preview.reset();
-    previewSerial = -1;
-    colours = need.colours;
+    own.failedSerial = -1;
+    own.preview.reset();
+    own.colours = need.colours;
 }
 
 // The sizes that the cache reckons with follow the pictures.
@@ -398,13 +397,15 @@ void PictureFeeder::HeedBudget(PlayNeed const& need)
     released.clear();
 }
 
-void PictureFeeder::NoteProgress()
+void PictureFeeder::Publish()
 {
-    decodedCount = source->GetDecodedCount();
-    end = source->GetEnd();
+    own.decodedCount = source->GetDecodedCount();
+    own.end = source->GetEnd();
+    own.error = source->GetError();
+    own.colourText = source->DescribeColours();
+    Snapshot former = own; // once exchanged; freed without the lock
     std::lock_guard const lock(mutex);
-    error = source->GetError();
-    colourText = source->DescribeColours();
+    std::swap(published, former);
 }
 
 void PictureFeeder::Measure(long long decodedBefore, double seconds)
@@ -414,8 +415,8 @@ void PictureFeeder::Measure(long long decodedBefore, double seconds)
         return;
     measuredPictures += pictures;
     measuredSeconds += seconds;
-    if (decodeRate == 0.0 || measuredSeconds >= measureSpan)
-        decodeRate = static_cast<double>(measuredPictures) / std::max(measuredSeconds, 1e-6);
+    if (own.decodeRate == 0.0 || measuredSeconds >= measureSpan)
+        own.decodeRate = static_cast<double>(measuredPictures) / std::max(measuredSeconds, 1e-6);
     if (measuredSeconds < measureSpan)
         return;
     measuredPictures = 0;
@@ -434,9 +435,9 @@ long long PictureFeeder::EffectiveBudget() const
 
 long long PictureFeeder::ShownTime(long long position) const
 {
-    long long const known = end;
-    long long const time = std::max(position, first.load());
-    return known >= 0 ? std::min(time, known - 1) : time;
+    std::lock_guard const lock(mutex);
+    long long const time = std::max(position, published.first);
+    return published.end >= 0 ? std::min(time, published.end - 1) : time;
 }
 
 PictureCache::Place PictureFeeder::Find(long long position, int offset) const
@@ -457,31 +458,34 @@ PictureCache::Place PictureFeeder::FindNewest(long long position, bool forwards)
 
 bool PictureFeeder::IsFirst(PictureCache::Place const& place) const
 {
-    return place.start <= first;
+    std::lock_guard const lock(mutex);
+    return place.start <= published.first;
 }
 
 bool PictureFeeder::IsLast(PictureCache::Place const& place) const
 {
+    long long const end = GetEnd();
     return end >= 0 && place.end + 1 >= end;
 }
 
 // Going backwards, the picture before it too, so that a turn does not begin with a gap.
 bool PictureFeeder::IsReady(PlayNeed const& need) const
 {
-    if (!HasColours(need.colours))
+    Snapshot const now = GetSnapshot();
+    if (now.colours != need.colours)
         return false;
-    if (failedSerial == need.seekSerial)
+    if (now.failedSerial == need.seekSerial)
         return true;
     PictureCache::Place const current = Find(need.position, 0);
     if (!current.picture)
-        return need.preview && GetPreview(need.seekSerial);
+        return need.preview && now.preview && now.previewSerial == need.seekSerial;
     return need.forwards || !need.playing || IsFirst(current) || Find(current.start, -1).picture;
 }
 
 PictureFeeder::Picture PictureFeeder::GetPreview(long long seekSerial) const
 {
     std::lock_guard const lock(mutex);
-    return previewSerial == seekSerial ? preview : nullptr;
+    return published.previewSerial == seekSerial ? published.preview : nullptr;
 }
 
 long long PictureFeeder::GetOrigin() const
@@ -499,12 +503,6 @@ long long PictureFeeder::CountBetween(PictureCache::Place const& one, PictureCac
     return cached >= 0 ? cached : std::max((later.start - earlier.end) / frameStep, 1LL);
 }
 
-bool PictureFeeder::HasColours(ColourSettings const& wanted) const
-{
-    std::lock_guard const lock(mutex);
-    return colours == wanted;
-}
-
 PictureCache::Span PictureFeeder::GetSpan() const
 {
     return cache.GetSpan();
@@ -512,27 +510,12 @@ PictureCache::Span PictureFeeder::GetSpan() const
 
 long long PictureFeeder::GetEnd() const
 {
-    return end;
+    std::lock_guard const lock(mutex);
+    return published.end;
 }
 
-long long PictureFeeder::GetDecodedCount() const
-{
-    return decodedCount;
-}
-
-double PictureFeeder::GetDecodeRate() const
-{
-    return decodeRate;
-}
-
-QString PictureFeeder::GetError() const
+PictureFeeder::Snapshot PictureFeeder::GetSnapshot() const
 {
     std::lock_guard const lock(mutex);
-    return error;
-}
-
-QString PictureFeeder::DescribeColours() const
-{
-    std::lock_guard const lock(mutex);
-    return colourText;
+    return published;
 }

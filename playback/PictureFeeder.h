@@ -7,7 +7,7 @@
 
 #include <QString>
 
-#include <atomic>
+#include <mutex>
 #include <vector>
 
 // Keeps the picture cache filled from a picture source: forwards picture by picture, backwards in segments, as the play
@@ -27,6 +27,21 @@ class TAVOLINPLAYBACK_EXPORT PictureFeeder
 {
 public:
     using Picture = PictureCache::Picture;
+
+    // What the feeder has come to, as of the end of its last piece of work.
+    struct Snapshot
+    {
+        long long first = 0;          // start of the first picture of all
+        long long end = -1;           // one microsecond after the last picture; -1: not yet known
+        Picture preview;              // null when there is none
+        long long previewSerial = -1; // PlayNeed::seekSerial of the preview
+        long long failedSerial = -1;  // PlayNeed::seekSerial of a place where nothing could be read
+        ColourSettings colours;       // of the pictures
+        QString colourText;           // what the last picture was converted from
+        long long decodedCount = 0;   // pictures
+        double decodeRate = 0.0;      // pictures per second
+        QString error;                // what could not be read last, one sentence; empty when there was nothing
+    };
 
     // `frameStep`: microseconds from picture to picture, an estimate. `colours`: those of the source.
     PictureFeeder(std::unique_ptr<PictureSource> source, long long frameStep, long long budget,
@@ -52,11 +67,8 @@ public:
     // Pictures between two; an estimate when some of them have not been decoded or are gone.
     long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
     PictureCache::Span GetSpan() const;
-    long long GetEnd() const; // one microsecond after the last picture; -1 when not yet known
-    long long GetDecodedCount() const;
-    double GetDecodeRate() const;
-    QString GetError() const;
-    QString DescribeColours() const; // what the last picture was converted from
+    long long GetEnd() const; // of the snapshot
+    Snapshot GetSnapshot() const;
 
 private:
     bool DoWork(PlayNeed const& need, AskNeed const& ask);
@@ -79,10 +91,9 @@ private:
     StopCheck StopForOthers(PlayNeed const& need, AskNeed const& ask);
     PictureCache::Window WindowFor(PlayNeed const& need) const;
     void HeedColours(PlayNeed const& need);
-    bool HasColours(ColourSettings const& wanted) const;
     void HeedBudget(PlayNeed const& need);
     void NotePicture(Picture const& picture);
-    void NoteProgress();
+    void Publish();
     void Measure(long long decodedBefore, double seconds);
     long long PicturesIn(long long bytes) const;
     long long EffectiveBudget() const;
@@ -103,17 +114,8 @@ private:
     std::vector<Picture> released;
     long long measuredPictures = 0;
     double measuredSeconds = 0.0;
+    Snapshot own; // published when a piece of work is done
 
-    mutable std::mutex mutex; // of the following
-    Picture preview;
-    long long previewSerial = -1; // PlayNeed::seekSerial of it
-    QString error;
-    QString colourText;
-    ColourSettings colours;
-
-    std::atomic<long long> failedSerial = -1; // PlayNeed::seekSerial of a place where nothing could be read
-    std::atomic<long long> end = -1;
-    std::atomic<long long> first = 0; // start of the first picture
-    std::atomic<long long> decodedCount = 0;
-    std::atomic<double> decodeRate = 0.0;
+    mutable std::mutex mutex;
+    Snapshot published;
 };

@@ -6,7 +6,7 @@
 #include "playback/SoundOutput.h"
 #include "playback/SoundReader.h"
 
-#include <atomic>
+#include <limits>
 #include <mutex>
 
 // Keeps the sound around the play position decoded: forwards frame by frame, backwards in pieces of a few seconds whose
@@ -36,6 +36,9 @@ public:
     std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
+    static constexpr long long unknown = std::numeric_limits<long long>::min();
+    static constexpr long long noLimit = std::numeric_limits<long long>::max();
+
     // What is decoded in one direction, container time, both ends inclusive. Beyond an end of the sound the rest counts
     // as decoded.
     struct Cover
@@ -47,21 +50,27 @@ private:
     bool ReadForwards(PlayNeed const& need, StopCheck const& stop);
     bool ReadBackwards(PlayNeed const& need, StopCheck const& stop);
     void RestartForwards(long long time, StopCheck const& stop);
-    void Set(Cover& cover, long long from, long long to);
-    bool Reaches(PlayNeed const& need, long long ahead) const;
-    void NoteEnd();
+    // What is decoded, container time.
+    struct Snapshot
+    {
+        Cover forwards;
+        Cover backwards;
+        long long begin = 0;
+        long long end = unknown;
+    };
 
-    static constexpr long long unknown = std::numeric_limits<long long>::min();
-    static constexpr long long forEver = std::numeric_limits<long long>::max();
+    void Set(Cover& cover, long long from, long long to);
+    void Publish();
+    Snapshot GetSnapshot() const;
+    bool Reaches(PlayNeed const& need, long long ahead) const;
 
     std::unique_ptr<SoundReader> const reader;
     long long const origin;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
 
-    mutable std::mutex mutex; // of the covers, written by the decoding thread
-    Cover forwardCover;
-    Cover backwardCover;
-    std::atomic<long long> begin = 0;     // container
-    std::atomic<long long> end = unknown; // container
+    Snapshot own; // the decoding thread's; published at every change
+
+    mutable std::mutex mutex;
+    Snapshot published;
 };
