@@ -1,6 +1,5 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
 #include "playback/PictureCache.h"
 #include "playback/PictureSource.h"
 #include "playback/PlayNeed.h"
@@ -23,7 +22,7 @@
 // Where decoding cannot keep up, it goes on further ahead: what is late by then is not converted, and where a key
 // picture lies on the way, not even decoded. Every now and then one picture comes out all the same, late as it is, so
 // that something moves.
-class TAVOLINPLAYBACK_EXPORT PictureFeeder
+class PictureFeeder
 {
 public:
     using Picture = PictureCache::Picture;

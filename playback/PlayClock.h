@@ -1,10 +1,8 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 // Where play is: a position, the instant at which it was true, and the speed since then. A value; times are
 // microseconds, instants those of a TimeSource.
-class TAVOLINPLAYBACK_EXPORT PlayClock
+class PlayClock
 {
 public:
     long long GetPosition(long long now) const; // at the instant `now`

@@ -57,9 +57,9 @@ PlayState BeforeAnyOpening(PlaybackOptions const& options)
 //
 // A command only changes what is needed. What play itself brings about is settled by whoever looks next. Locks are
 // taken in the order state, then feeder, then cache; decoding holds none of them.
-struct PlaybackEngine::Parts
+struct EngineParts
 {
-    Parts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource);
+    EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource);
 
     template <typename Change>
     void Command(Change const& change);
@@ -86,7 +86,7 @@ struct PlaybackEngine::Parts
     DecodingThread thread; // last: it asks all of the above
 };
 
-PlaybackEngine::Parts::Parts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
+EngineParts::EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
     : options(Sensible(newOptions)),
       timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
       state(BeforeAnyOpening(options)),
@@ -98,7 +98,7 @@ PlaybackEngine::Parts::Parts(PlaybackOptions const& newOptions, std::shared_ptr<
 
 // A change of the state of play at the present moment.
 template <typename Change>
-void PlaybackEngine::Parts::Command(Change const& change)
+void EngineParts::Command(Change const& change)
 {
     std::lock_guard const lock(mutex);
     long long const now = timeSource->GetTime();
@@ -108,7 +108,7 @@ void PlaybackEngine::Parts::Command(Change const& change)
     Wake();
 }
 
-void PlaybackEngine::Parts::Open(QString const& path, bool isSequence)
+void EngineParts::Open(QString const& path, bool isSequence)
 {
     Command([&](long long now) {
         state.Open(now);
@@ -117,7 +117,7 @@ void PlaybackEngine::Parts::Open(QString const& path, bool isSequence)
     });
 }
 
-PlayNeed PlaybackEngine::Parts::AskNeed()
+PlayNeed EngineParts::AskNeed()
 {
     std::lock_guard const lock(mutex);
     long long const now = timeSource->GetTime();
@@ -125,14 +125,14 @@ PlayNeed PlaybackEngine::Parts::AskNeed()
     return GetNeed(now);
 }
 
-void PlaybackEngine::Parts::Wake()
+void EngineParts::Wake()
 {
     ++state.wakeSerial;
     thread.Notify();
 }
 
 // What has come about since somebody looked last.
-void PlaybackEngine::Parts::Settle(long long now)
+void EngineParts::Settle(long long now)
 {
     long long const seen = state.wakeSerial;
     soundLink.TakeReport(state);
@@ -148,7 +148,7 @@ void PlaybackEngine::Parts::Settle(long long now)
 }
 
 // Those whose pictures are cached.
-void PlaybackEngine::Parts::MakeSteps(MediaFeed const& media, long long now)
+void EngineParts::MakeSteps(MediaFeed const& media, long long now)
 {
     if (!media.pictures)
         state.steps = 0;
@@ -165,7 +165,7 @@ void PlaybackEngine::Parts::MakeSteps(MediaFeed const& media, long long now)
     }
 }
 
-void PlaybackEngine::Parts::LeaveOrder()
+void EngineParts::LeaveOrder()
 {
     MediaFeed const* media = thread.GetMedia();
     if (media && media->sound)
@@ -174,7 +174,7 @@ void PlaybackEngine::Parts::LeaveOrder()
         soundLink.Leave(state, nullptr, 0);
 }
 
-PlayNeed PlaybackEngine::Parts::GetNeed(long long now) const
+PlayNeed EngineParts::GetNeed(long long now) const
 {
     PlayNeed need = state.GetNeed(now);
     need.budget = budget;
@@ -182,7 +182,7 @@ PlayNeed PlaybackEngine::Parts::GetNeed(long long now) const
     return need;
 }
 
-bool PlaybackEngine::Parts::IsReady(long long now) const
+bool EngineParts::IsReady(long long now) const
 {
     if (thread.IsOpeningAny())
         return false;
@@ -191,7 +191,7 @@ bool PlaybackEngine::Parts::IsReady(long long now) const
                       (!media->pictures || media->pictures->GetSpan().budget == budget));
 }
 
-PlaybackState PlaybackEngine::Parts::GetPlaybackState() const
+PlaybackState EngineParts::GetPlaybackState() const
 {
     if (thread.IsOpening())
         return PlaybackState::Opening;
@@ -205,7 +205,7 @@ PlaybackState PlaybackEngine::Parts::GetPlaybackState() const
 PlaybackEngine::PlaybackEngine(PlaybackOptions const& options) : PlaybackEngine(options, nullptr) {}
 
 PlaybackEngine::PlaybackEngine(PlaybackOptions const& options, std::shared_ptr<TimeSource const> timeSource)
-    : parts(std::make_unique<Parts>(options, std::move(timeSource)))
+    : parts(std::make_unique<EngineParts>(options, std::move(timeSource)))
 {}
 
 PlaybackEngine::~PlaybackEngine() = default;

@@ -9,6 +9,7 @@
 #include <memory>
 
 class TimeSource;
+struct EngineParts;
 struct DecodedVideoFrame;
 
 // Plays one media source forwards and backwards at any speed, exact to the picture: movies, files of sound, still
@@ -106,7 +107,5 @@ public:
     bool WaitUntilReady(int milliseconds);
 
 private:
-    struct Parts;
-
-    std::unique_ptr<Parts> parts;
+    std::unique_ptr<EngineParts> parts;
 };

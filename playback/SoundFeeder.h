@@ -1,7 +1,5 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include "playback/PlayNeed.h"
 #include "playback/SoundOutput.h"
 #include "playback/SoundReader.h"
@@ -11,7 +9,7 @@
 
 // Keeps the sound around the play position decoded: forwards frame by frame, backwards in pieces of a few seconds whose
 // frames are mirrored. Times are microseconds of media time, unless a name says container.
-class TAVOLINPLAYBACK_EXPORT SoundFeeder
+class SoundFeeder
 {
 public:
     // `origin`: the container's time of media time 0.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include "cache/DecodedAudio.h"
 #include "playback/PlayNeed.h"
 
@@ -20,7 +18,7 @@
 //
 // Two threads, as the caches have it: the decoding thread appends and clears, the output thread calls Fill and
 // GetPosition.
-class TAVOLINPLAYBACK_EXPORT SoundOutput
+class SoundOutput
 {
 public:
     SoundOutput(int channels, int sampleRate); // of the sound that will be appended, at output
