@@ -96,17 +96,21 @@ bool MediaFeed::IsReady(PlayNeed const& need, long long ahead) const
 PlayRange MediaFeed::GetRange() const
 {
     PlayRange range;
-    long long const picturesEnd = pictures ? pictures->GetEnd() : 0;
-    bool const soundEndKnown = sound && sound->IsEndKnown();
-    range.start = sound ? std::min(sound->GetStart(), 0LL) : 0;
     range.startKnown = !soundPending;
-    range.endKnown = !soundPending && picturesEnd >= 0 && (!sound || soundEndKnown);
+    long long const picturesEnd = pictures ? pictures->GetEnd() : 0;
+    range.end = std::max(picturesEnd, 0LL);
+    range.endKnown = !soundPending && picturesEnd >= 0;
+    if (sound) {
+        SoundFeeder::Snapshot const now = sound->GetSnapshot();
+        bool const isKnown = now.end != SoundFeeder::noLimit;
+        range.start = std::min(now.begin - sound->GetOrigin(), 0LL);
+        range.end = std::max(range.end, isKnown ? now.end - sound->GetOrigin() : 0);
+        range.endKnown = range.endKnown && isKnown;
+    }
     if (source.kind == SourceKind::Still)
-        return range;
-    range.end = std::max(picturesEnd, soundEndKnown ? sound->GetEnd() : 0);
-    if (!range.endKnown)
+        range.end = 0;
+    else if (!range.endKnown)
         range.end = std::max(range.end, source.expectedDuration);
-    range.end = std::max(range.end, 0LL);
     return range;
 }
 
@@ -137,6 +141,9 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     if (sound) {
         status.channels = sound->GetOutput()->GetChannelCount();
         status.sampleRate = sound->GetOutput()->GetSampleRate();
-        sound->GetSpan(forwards, status.soundStart, status.soundEnd);
+        SoundFeeder::Snapshot const now = sound->GetSnapshot();
+        SoundFeeder::Cover const& cover = forwards ? now.forwards : now.backwards;
+        status.soundStart = std::max(cover.from, now.begin) - sound->GetOrigin();
+        status.soundEnd = std::min(cover.to, now.end - 1) - sound->GetOrigin();
     }
 }

@@ -488,11 +488,6 @@ PictureFeeder::Picture PictureFeeder::GetPreview(long long seekSerial) const
     return published.previewSerial == seekSerial ? published.preview : nullptr;
 }
 
-long long PictureFeeder::GetOrigin() const
-{
-    return source->GetOrigin();
-}
-
 long long PictureFeeder::CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const
 {
     PictureCache::Place const& earlier = one.start < other.start ? one : other;
@@ -501,11 +496,6 @@ long long PictureFeeder::CountBetween(PictureCache::Place const& one, PictureCac
         return 0;
     int const cached = cache.CountBetween(earlier.start, later.start);
     return cached >= 0 ? cached : std::max((later.start - earlier.end) / frameStep, 1LL);
-}
-
-PictureCache::Span PictureFeeder::GetSpan() const
-{
-    return cache.GetSpan();
 }
 
 long long PictureFeeder::GetEnd() const

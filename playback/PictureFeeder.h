@@ -49,15 +49,16 @@ public:
 
     // Decoding thread. Reads the first picture of all; false when there is none.
     bool Begin(StopCheck const& stop);
-    long long GetOrigin() const; // container time of media time 0; decoding thread, after Begin
+
+    // Decoding thread, after Begin: container time of media time 0.
+    long long GetOrigin() const { return source->GetOrigin(); }
 
     // Decoding thread. Does one piece of the most urgent work; false when there is none for `need`. Less budget than
     // before is heeded at once, also in the midst of it; other colours before it.
     bool Work(PlayNeed const& need, AskNeed const& ask);
 
     // Any thread.
-    PictureCache::Place Find(long long position,
-                             int offset) const; // positions beyond the pictures mean the first, last
+    PictureCache::Place Find(long long position, int offset) const;          // beyond the pictures: the first, the last
     PictureCache::Place FindNewest(long long position, bool forwards) const; // or what comes before it in play
     bool IsFirst(PictureCache::Place const& place) const;
     bool IsLast(PictureCache::Place const& place) const;
@@ -65,7 +66,7 @@ public:
     Picture GetPreview(long long seekSerial) const; // null when there is none for that seek
     // Pictures between two; an estimate when some of them have not been decoded or are gone.
     long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
-    PictureCache::Span GetSpan() const;
+    PictureCache::Span GetSpan() const { return cache.GetSpan(); }
     long long GetEnd() const; // of the snapshot
     Snapshot GetSnapshot() const;
 

@@ -1,7 +1,7 @@
 #include "playback/PlaybackEngine.h"
 
+#include "decode/DecodedVideoFrame.h"
 #include "playback/DecodingThread.h"
-#include "playback/PictureDisplay.h"
 #include "playback/SoundLink.h"
 #include "playback/TimeSource.h"
 
@@ -37,12 +37,50 @@ PlaybackOptions Sensible(PlaybackOptions options)
     return options;
 }
 
-PlayState BeforeAnyOpening(PlaybackOptions const& options)
+// What is on show, and how many pictures have been.
+class Display
 {
-    PlayState state;
-    state.SetMuteAboveSpeed(options.muteAboveSpeed);
-    return state;
-}
+public:
+    // The picture for now; while that is not decoded, the newest one that play has passed, or a preview, or the one
+    // shown last.
+    PictureCache::Picture Show(PictureFeeder const& pictures, PlayState const& state, long long now)
+    {
+        PictureCache::Place place = Find(pictures, state, now);
+        if (!place.picture && (place.picture = pictures.GetPreview(state.seekSerial)))
+            place.start = place.end = place.picture->startTime;
+        if (!place.picture || place.picture == shown.picture)
+            return shown.picture;
+        if (GoesOn(state) && state.speed != 0.0)
+            droppedCount += pictures.CountBetween(shown, place);
+        ++shownCount;
+        shown = place;
+        shownSerial = state.seekSerial;
+        return shown.picture;
+    }
+
+    long long GetShownCount() const { return shownCount; }
+    long long GetDroppedCount() const { return droppedCount; }
+
+private:
+    bool GoesOn(PlayState const& state) const { return shown.picture && shownSerial == state.seekSerial; }
+
+    PictureCache::Place Find(PictureFeeder const& pictures, PlayState const& state, long long now) const
+    {
+        long long const position = state.GetPosition(now);
+        PictureCache::Place const exact = pictures.Find(position, 0); // also before the first and after the last
+        if (state.speed == 0.0 || state.waiting || exact.picture)
+            return exact;
+        PictureCache::Place const place = pictures.FindNewest(position, state.forwards);
+        bool const isOfThisRun = state.forwards ? place.end >= state.begunAt : place.start <= state.begunAt;
+        bool const isOlder = state.forwards ? place.start < shown.start : place.start > shown.start;
+        return isOfThisRun && !(GoesOn(state) && isOlder) ? place : PictureCache::Place();
+    }
+
+    PictureCache::Place shown;
+    long long shownSerial = -1; // PlayState::seekSerial of it
+    long long shownCount = 0;
+    long long droppedCount = 0; // that play has passed over
+};
 
 } // namespace
 
@@ -55,152 +93,139 @@ PlayState BeforeAnyOpening(PlaybackOptions const& options)
 //                                               |                                 |
 //     display, output                      GetPicture                         FillAudio
 //
-// A command only changes what is needed. What play itself brings about is settled by whoever looks next. Locks are
-// taken in the order state, then feeder, then cache; decoding holds none of them.
+// A command only changes what is needed. What play itself brings about is settled by whoever looks next.
 struct EngineParts
 {
-    EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource);
+    EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
+        : options(Sensible(newOptions)),
+          timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
+          budget(options.cacheBudget),
+          colours(options.colours),
+          thread(
+              options, mutex, state, [this] { return AskNeed(); }, [this] { LeaveOrder(); })
+    {
+        Command([this](long long) { state.SetMuteAboveSpeed(options.muteAboveSpeed); });
+    }
 
+    // Changes the state of play at the present moment.
     template <typename Change>
-    void Command(Change const& change);
-    void Open(QString const& path, bool isSequence);
-    PlayNeed AskNeed();
+    void Command(Change const& change)
+    {
+        std::lock_guard const lock(mutex);
+        long long const now = Settle();
+        change(now);
+        SettleAt(now);
+        Wake();
+    }
 
-    // Under the lock.
-    void Wake();
-    void Settle(long long now);
-    void MakeSteps(MediaFeed const& media, long long now);
-    void LeaveOrder();
-    PlayNeed GetNeed(long long now) const;
-    bool IsReady(long long now) const;
-    PlaybackState GetPlaybackState() const;
+    void Open(QString const& path, bool isSequence)
+    {
+        Command([&](long long now) {
+            state.Open(now);
+            display = {};
+            thread.Open(path, isSequence);
+        });
+    }
+
+    PlayNeed AskNeed()
+    {
+        std::lock_guard const lock(mutex);
+        return GetNeed(Settle());
+    }
+
+    // ---- Under the lock
+
+    void Wake()
+    {
+        ++state.wakeSerial;
+        thread.Notify();
+    }
+
+    // What has come about since somebody looked last; the present instant.
+    long long Settle()
+    {
+        long long const now = timeSource->GetTime();
+        SettleAt(now);
+        return now;
+    }
+
+    void SettleAt(long long now)
+    {
+        long long const seen = state.wakeSerial;
+        soundLink.TakeReport(state);
+        if (MediaFeed const* media = thread.GetMedia()) {
+            MakeSteps(media->pictures.get(), now);
+            state.Advance(media->GetRange(), now);
+            if (state.waiting && !media->soundPending && media->IsReady(GetNeed(now), soundToBegin))
+                state.Begin(now);
+        }
+        LeaveOrder();
+        if (state.wakeSerial != seen)
+            thread.Notify();
+    }
+
+    // Those whose pictures are cached.
+    void MakeSteps(PictureFeeder const* pictures, long long now)
+    {
+        if (!pictures)
+            state.steps = 0;
+        while (state.steps != 0) {
+            PictureCache::Place const current = pictures->Find(state.GetPosition(now), 0);
+            if (!current.picture)
+                return;
+            bool const isLast = state.steps > 0 ? pictures->IsLast(current) : pictures->IsFirst(current);
+            PictureCache::Place const next = pictures->Find(current.start, state.steps > 0 ? 1 : -1);
+            if (!isLast && !next.picture)
+                return;
+            state.MakeStep(isLast ? current.start : next.start, isLast, now);
+        }
+    }
+
+    void LeaveOrder()
+    {
+        MediaFeed const* media = thread.GetMedia();
+        if (media && media->sound)
+            soundLink.Leave(state, media->sound->GetOutput(), media->sound->GetOrigin());
+        else
+            soundLink.Leave(state, nullptr, 0);
+    }
+
+    PlayNeed GetNeed(long long now) const
+    {
+        PlayNeed need = state.GetNeed(now);
+        need.budget = budget;
+        need.colours = colours;
+        return need;
+    }
+
+    bool IsReady(long long now) const
+    {
+        MediaFeed const* media = thread.GetMedia();
+        if (thread.IsOpeningAny() || !media)
+            return !thread.IsOpeningAny();
+        bool const isBudgetHeeded = !media->pictures || media->pictures->GetSpan().budget == budget;
+        return isBudgetHeeded && media->IsReady(GetNeed(now), soundToWaitFor);
+    }
+
+    PlaybackState GetPlaybackState() const
+    {
+        if (!thread.GetMedia())
+            return thread.IsOpening() ? PlaybackState::Opening : PlaybackState::Closed;
+        if (state.ended)
+            return PlaybackState::Ended;
+        return state.speed == 0.0 ? PlaybackState::Paused : PlaybackState::Playing;
+    }
 
     PlaybackOptions const options;
     std::shared_ptr<TimeSource const> const timeSource;
     SoundLink soundLink; // its output's side needs no lock
     std::mutex mutex;    // of everything below
     PlayState state;
-    PictureDisplay display;
+    Display display;
     long long budget;
     ColourSettings colours;
     DecodingThread thread; // last: it asks all of the above
 };
-
-EngineParts::EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
-    : options(Sensible(newOptions)),
-      timeSource(newTimeSource ? std::move(newTimeSource) : std::make_shared<SteadyTimeSource>()),
-      state(BeforeAnyOpening(options)),
-      budget(options.cacheBudget),
-      colours(options.colours),
-      thread(
-          options, mutex, state, [this] { return AskNeed(); }, [this] { LeaveOrder(); })
-{}
-
-// A change of the state of play at the present moment.
-template <typename Change>
-void EngineParts::Command(Change const& change)
-{
-    std::lock_guard const lock(mutex);
-    long long const now = timeSource->GetTime();
-    Settle(now);
-    change(now);
-    Settle(now);
-    Wake();
-}
-
-void EngineParts::Open(QString const& path, bool isSequence)
-{
-    Command([&](long long now) {
-        state.Open(now);
-        display = {};
-        thread.Open(path, isSequence);
-    });
-}
-
-PlayNeed EngineParts::AskNeed()
-{
-    std::lock_guard const lock(mutex);
-    long long const now = timeSource->GetTime();
-    Settle(now);
-    return GetNeed(now);
-}
-
-void EngineParts::Wake()
-{
-    ++state.wakeSerial;
-    thread.Notify();
-}
-
-// What has come about since somebody looked last.
-void EngineParts::Settle(long long now)
-{
-    long long const seen = state.wakeSerial;
-    soundLink.TakeReport(state);
-    if (MediaFeed const* media = thread.GetMedia()) {
-        MakeSteps(*media, now);
-        state.Advance(media->GetRange(), now);
-        if (state.waiting && !media->soundPending && media->IsReady(GetNeed(now), soundToBegin))
-            state.Begin(now);
-    }
-    LeaveOrder();
-    if (state.wakeSerial != seen)
-        thread.Notify();
-}
-
-// Those whose pictures are cached.
-void EngineParts::MakeSteps(MediaFeed const& media, long long now)
-{
-    if (!media.pictures)
-        state.steps = 0;
-    while (state.steps != 0) {
-        PictureFeeder const& pictures = *media.pictures;
-        PictureCache::Place const current = pictures.Find(state.GetPosition(now), 0);
-        if (!current.picture)
-            return;
-        bool const isLast = state.steps > 0 ? pictures.IsLast(current) : pictures.IsFirst(current);
-        PictureCache::Place const next = pictures.Find(current.start, state.steps > 0 ? 1 : -1);
-        if (!isLast && !next.picture)
-            return;
-        state.MakeStep(isLast ? current.start : next.start, isLast, now);
-    }
-}
-
-void EngineParts::LeaveOrder()
-{
-    MediaFeed const* media = thread.GetMedia();
-    if (media && media->sound)
-        soundLink.Leave(state, media->sound->GetOutput(), media->sound->GetOrigin());
-    else
-        soundLink.Leave(state, nullptr, 0);
-}
-
-PlayNeed EngineParts::GetNeed(long long now) const
-{
-    PlayNeed need = state.GetNeed(now);
-    need.budget = budget;
-    need.colours = colours;
-    return need;
-}
-
-bool EngineParts::IsReady(long long now) const
-{
-    if (thread.IsOpeningAny())
-        return false;
-    MediaFeed const* media = thread.GetMedia();
-    return !media || (media->IsReady(GetNeed(now), soundToWaitFor) &&
-                      (!media->pictures || media->pictures->GetSpan().budget == budget));
-}
-
-PlaybackState EngineParts::GetPlaybackState() const
-{
-    if (thread.IsOpening())
-        return PlaybackState::Opening;
-    if (!thread.GetMedia())
-        return PlaybackState::Closed;
-    if (state.ended)
-        return PlaybackState::Ended;
-    return state.speed == 0.0 ? PlaybackState::Paused : PlaybackState::Playing;
-}
 
 PlaybackEngine::PlaybackEngine(PlaybackOptions const& options) : PlaybackEngine(options, nullptr) {}
 
@@ -220,19 +245,9 @@ void PlaybackEngine::OpenSequence(QString const& path)
     parts->Open(path, /*isSequence=*/true);
 }
 
-void PlaybackEngine::Close()
-{
-    Open({});
-}
-
 void PlaybackEngine::SetSpeed(double speed)
 {
     parts->Command([&](long long now) { parts->state.SetSpeed(speed, now); });
-}
-
-void PlaybackEngine::Pause()
-{
-    SetSpeed(0.0);
 }
 
 void PlaybackEngine::Step(int pictures)
@@ -253,11 +268,6 @@ void PlaybackEngine::SeekPreview(long long time)
 void PlaybackEngine::SetLoop(long long start, long long end)
 {
     parts->Command([&](long long) { parts->state.SetLoop(start, end); });
-}
-
-void PlaybackEngine::ClearLoop()
-{
-    SetLoop(0, 0);
 }
 
 void PlaybackEngine::SetVolume(double volume)
@@ -288,8 +298,7 @@ void PlaybackEngine::SetColours(ColourSettings const& colours)
 std::shared_ptr<DecodedVideoFrame const> PlaybackEngine::GetPicture()
 {
     std::lock_guard const lock(parts->mutex);
-    long long const now = parts->timeSource->GetTime();
-    parts->Settle(now);
+    long long const now = parts->Settle();
     MediaFeed const* media = parts->thread.GetMedia();
     if (!media || !media->pictures)
         return nullptr;
@@ -306,8 +315,7 @@ int PlaybackEngine::FillAudio(short* buffer, int frames, long long delay)
 PlaybackStatus PlaybackEngine::GetStatus()
 {
     std::lock_guard const lock(parts->mutex);
-    long long const now = parts->timeSource->GetTime();
-    parts->Settle(now);
+    long long const now = parts->Settle();
     PlayState const& state = parts->state;
     PlaybackStatus status;
     status.state = parts->GetPlaybackState();
@@ -336,9 +344,7 @@ bool PlaybackEngine::WaitUntilReady(int milliseconds)
     auto const until = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
     std::unique_lock lock(parts->mutex);
     for (bool isFirst = true;; isFirst = false) {
-        long long const now = parts->timeSource->GetTime();
-        parts->Settle(now);
-        if (parts->IsReady(now))
+        if (parts->IsReady(parts->Settle()))
             return true;
         if (isFirst)
             parts->Wake(); // who waits may be the only one who looks, and time has gone by

@@ -50,11 +50,11 @@ public:
     // AvGlobals::maxAudioOutputChannels is set before the first of these; with 0 there is no sound.
     void Open(QString const& path);
     void OpenSequence(QString const& path); // the same, and one file of a numbered row stands for the whole row
-    void Close();                           // also cancels an Open
+    void Close() { Open({}); }              // also cancels an Open
 
     // The speed as a multiple of normal, held to -16 to 16; 0 pauses, below 0 plays backwards. Not a number is 0.
     void SetSpeed(double speed);
-    void Pause(); // as SetSpeed(0)
+    void Pause() { SetSpeed(0.0); }
 
     // Pauses and moves by `pictures` pictures, later ones when positive, stopping at the first and the last: the very
     // neighbours, however uneven their times. Steps asked for faster than decoding follow each other, none is lost.
@@ -70,7 +70,7 @@ public:
     // Plays from `start` up to, not including, `end` over and over, either way; a range below one microsecond clears
     // it.
     void SetLoop(long long start, long long end);
-    void ClearLoop();
+    void ClearLoop() { SetLoop(0, 0); }
 
     void SetVolume(double volume);        // factor of every sample, from 0; above 1 samples are clipped
     void SetMuted(bool muted);            // silence while play goes on

@@ -189,27 +189,3 @@ bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const
         return now.forwards.from <= time && time <= now.forwards.to && now.forwards.to - time >= Scaled(ahead, need);
     return time <= now.backwards.to + 1 && now.backwards.from <= std::max(time - Scaled(ahead, need), now.begin);
 }
-
-long long SoundFeeder::GetStart() const
-{
-    return GetSnapshot().begin - origin;
-}
-
-long long SoundFeeder::GetEnd() const
-{
-    long long const end = GetSnapshot().end;
-    return end != unknown ? end - origin : unknown;
-}
-
-bool SoundFeeder::IsEndKnown() const
-{
-    return GetSnapshot().end != unknown;
-}
-
-void SoundFeeder::GetSpan(bool forwards, long long& start, long long& last) const
-{
-    Snapshot const now = GetSnapshot();
-    Cover const& cover = forwards ? now.forwards : now.backwards;
-    start = std::max(cover.from, now.begin) - origin;
-    last = std::min(cover.to, now.end != unknown ? now.end - 1 : noLimit) - origin;
-}

@@ -12,6 +12,24 @@
 class SoundFeeder
 {
 public:
+    static constexpr long long noLimit = std::numeric_limits<long long>::max();
+
+    // What is decoded in one direction, both ends inclusive. Beyond an end of the sound the rest counts as decoded.
+    struct Cover
+    {
+        long long from = 0;
+        long long to = -1;
+    };
+
+    // How far the sound is read. Container time.
+    struct Snapshot
+    {
+        Cover forwards;
+        Cover backwards;
+        long long begin = 0;     // of the first sound
+        long long end = noLimit; // one microsecond after the last sound; no limit when not yet known
+    };
+
     // `origin`: the container's time of media time 0.
     SoundFeeder(std::unique_ptr<SoundReader> reader, long long origin);
     ~SoundFeeder();
@@ -25,49 +43,25 @@ public:
 
     // Any thread.
     bool HasSound(PlayNeed const& need, long long ahead) const; // or knows that there is none
-    long long GetStart() const;
-    long long GetEnd() const; // one microsecond after the last sound; the lowest possible time when not yet known
-    bool IsEndKnown() const;
+    Snapshot GetSnapshot() const;
     long long GetOrigin() const { return origin; }
-    void GetSpan(bool forwards, long long& start, long long& end) const;
-
     std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
-    static constexpr long long unknown = std::numeric_limits<long long>::min();
-    static constexpr long long noLimit = std::numeric_limits<long long>::max();
-
-    // What is decoded in one direction, container time, both ends inclusive. Beyond an end of the sound the rest counts
-    // as decoded.
-    struct Cover
-    {
-        long long from = 0;
-        long long to = -1;
-    };
-
     bool ReadForwards(PlayNeed const& need, StopCheck const& stop);
     bool ReadBackwards(PlayNeed const& need, StopCheck const& stop);
     void RestartForwards(long long time, StopCheck const& stop);
-    // What is decoded, container time.
-    struct Snapshot
-    {
-        Cover forwards;
-        Cover backwards;
-        long long begin = 0;
-        long long end = unknown;
-    };
-
     void Set(Cover& cover, long long from, long long to);
     void Publish();
-    Snapshot GetSnapshot() const;
     bool Reaches(PlayNeed const& need, long long ahead) const;
+
+    static constexpr long long unknown = std::numeric_limits<long long>::min();
 
     std::unique_ptr<SoundReader> const reader;
     long long const origin;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
-
-    Snapshot own; // the decoding thread's; published at every change
+    Snapshot own;                 // the decoding thread's; published at every change
 
     mutable std::mutex mutex;
     Snapshot published;
