@@ -38,19 +38,19 @@ PlaybackOptions Sensible(PlaybackOptions options)
 }
 
 // What is on show, and how many pictures have been.
-class Display
+struct Display
 {
-public:
     // The picture for now; while that is not decoded, the newest one that play has passed, or a preview, or the one
     // shown last.
     PictureCache::Picture Show(PictureFeeder const& pictures, PlayState const& state, long long now)
     {
-        PictureCache::Place place = Find(pictures, state, now);
+        bool const goesOn = shown.picture && shownSerial == state.seekSerial;
+        PictureCache::Place place = Find(pictures, state, now, goesOn);
         if (!place.picture && (place.picture = pictures.GetPreview(state.seekSerial)))
             place.start = place.end = place.picture->startTime;
         if (!place.picture || place.picture == shown.picture)
             return shown.picture;
-        if (GoesOn(state) && state.speed != 0.0)
+        if (goesOn && state.speed != 0.0)
             droppedCount += pictures.CountBetween(shown, place);
         ++shownCount;
         shown = place;
@@ -58,13 +58,7 @@ public:
         return shown.picture;
     }
 
-    long long GetShownCount() const { return shownCount; }
-    long long GetDroppedCount() const { return droppedCount; }
-
-private:
-    bool GoesOn(PlayState const& state) const { return shown.picture && shownSerial == state.seekSerial; }
-
-    PictureCache::Place Find(PictureFeeder const& pictures, PlayState const& state, long long now) const
+    PictureCache::Place Find(PictureFeeder const& pictures, PlayState const& state, long long now, bool goesOn) const
     {
         long long const position = state.GetPosition(now);
         PictureCache::Place const exact = pictures.Find(position, 0); // also before the first and after the last
@@ -72,8 +66,8 @@ private:
             return exact;
         PictureCache::Place const place = pictures.FindNewest(position, state.forwards);
         bool const isOfThisRun = state.forwards ? place.end >= state.begunAt : place.start <= state.begunAt;
-        bool const isOlder = state.forwards ? place.start < shown.start : place.start > shown.start;
-        return isOfThisRun && !(GoesOn(state) && isOlder) ? place : PictureCache::Place();
+        bool const isOlder = goesOn && (state.forwards ? place.start < shown.start : place.start > shown.start);
+        return isOfThisRun && !isOlder ? place : PictureCache::Place();
     }
 
     PictureCache::Place shown;
@@ -112,9 +106,8 @@ struct EngineParts
     void Command(Change const& change)
     {
         std::lock_guard const lock(mutex);
-        long long const now = Settle();
-        change(now);
-        SettleAt(now);
+        change(Settle());
+        Settle();
         Wake();
     }
 
@@ -145,12 +138,6 @@ struct EngineParts
     long long Settle()
     {
         long long const now = timeSource->GetTime();
-        SettleAt(now);
-        return now;
-    }
-
-    void SettleAt(long long now)
-    {
         long long const seen = state.wakeSerial;
         soundLink.TakeReport(state);
         if (MediaFeed const* media = thread.GetMedia()) {
@@ -162,6 +149,7 @@ struct EngineParts
         LeaveOrder();
         if (state.wakeSerial != seen)
             thread.Notify();
+        return now;
     }
 
     // Those whose pictures are cached.
@@ -327,8 +315,8 @@ PlaybackStatus PlaybackEngine::GetStatus()
     status.volume = state.volume;
     status.muted = state.muted;
     status.cacheBudget = parts->budget;
-    status.picturesShown = parts->display.GetShownCount();
-    status.picturesDropped = parts->display.GetDroppedCount();
+    status.picturesShown = parts->display.shownCount;
+    status.picturesDropped = parts->display.droppedCount;
     status.drift = state.drift;
     if (MediaFeed const* media = parts->thread.GetMedia())
         media->FillStatus(status, state.forwards);
