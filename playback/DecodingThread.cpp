@@ -76,7 +76,7 @@ bool DecodingThread::WaitForProgress(Lock& lock, std::chrono::steady_clock::time
     return progress.wait_until(lock, until) == std::cv_status::no_timeout;
 }
 
-MediaFeed* DecodingThread::GetMedia() const
+MediaFeed const* DecodingThread::GetMedia() const
 {
     return ordered || opening ? nullptr : media.get();
 }

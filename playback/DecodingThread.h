@@ -28,7 +28,7 @@ public:
     // Until a piece of work is done; false when `until` has passed. Lets go of the lock meanwhile.
     bool WaitForProgress(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until);
 
-    MediaFeed* GetMedia() const;               // null when nothing is open, or not yet so far that play can begin
+    MediaFeed const* GetMedia() const;         // null when nothing is open, or not yet so far that play can begin
     bool IsOpening() const { return opening; } // until there is a picture or a sound, or the failure is known
     bool IsOpeningAny() const;                 // also a source to be closed, or the sound of a movie
     QString const& GetPath() const { return path; }
