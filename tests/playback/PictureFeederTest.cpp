@@ -456,6 +456,9 @@ TEST_F(PictureFeederWorkTest, ASeekElsewhereStopsTheWorkButEverySecondOneComesTo
     EXPECT_EQ(StartAt(10130000), -1);
     EXPECT_TRUE(feeder->Work(PlayNeed(need), another));
     EXPECT_EQ(StartAt(10130000), 10120000);
+    SeekTo(30130000);
+    EXPECT_TRUE(feeder->Work(PlayNeed(need), another));
+    EXPECT_EQ(StartAt(30130000), -1);
 }
 
 TEST_F(PictureFeederWorkTest, AnotherSourceStopsAnyWork)
