@@ -188,8 +188,8 @@ struct EngineParts
     bool IsReady(long long now) const
     {
         MediaFeed const* media = thread.GetMedia();
-        if (thread.IsOpeningAny() || !media)
-            return !thread.IsOpeningAny();
+        if (thread.IsBusy() || !media)
+            return !thread.IsBusy();
         bool const isBudgetHeeded = !media->pictures || media->pictures->GetSpan().budget == budget;
         return isBudgetHeeded && media->IsReady(GetNeed(now), soundToWaitFor);
     }
