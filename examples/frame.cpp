@@ -1,11 +1,11 @@
 // The exact picture at a time, as PNG: the last one that starts at or before it, which is the one that decoding the
-// whole file would show then. PictureReader knows what containers do to seeks; a QImage takes the bytes as they are.
+// whole file would show then. MoviePictures knows what containers do to seeks; a QImage takes the bytes as they are.
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PictureReader.h"
+#include "source/MoviePictures.h"
 
 #include <QFile>
 #include <QImage>
@@ -26,12 +26,10 @@ Picture FindPicture(QString const& path, long long time)
     auto const info = std::make_shared<MediaInfo>(path);
     if (!MediaReader::ParseMedia(info))
         return {};
-    PictureReader reader(info, /*untimedRate=*/25.0);
-    auto const neverStop = [] { return false; }; // a program with a window would ask here whether it is still wanted
-    Picture picture;
-    if (!reader.Open() || reader.SeekTo(time, time, neverStop) != PictureSource::Result::Picture ||
-        reader.Read(picture, neverStop) != PictureSource::Result::Picture)
-        return {};
+    MoviePictures reader(info, /*untimedRate=*/25.0);
+    Picture picture; // a program with a window would also hand a check over: whether it is still wanted
+    if (reader.Open())
+        reader.ReadAt(time, picture);
     return picture;
 }
 

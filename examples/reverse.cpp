@@ -8,7 +8,7 @@
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PictureReader.h"
+#include "source/MoviePictures.h"
 
 #include <QFile>
 
@@ -25,28 +25,21 @@ using Picture = std::shared_ptr<DecodedVideoFrame>;
 // of pictures are decoded twice.
 constexpr long long stretch = 1000000;
 
-bool NeverStop() // a program with a window would ask here whether the pictures are still wanted
-{
-    return false;
-}
-
 // Beyond the end of the movie that is its last picture.
-Picture ShowingAt(PictureReader& reader, long long time)
+Picture ShowingAt(MoviePictures& reader, long long time)
 {
     Picture picture;
-    if (reader.SeekTo(time, time, NeverStop) == PictureSource::Result::Picture)
-        reader.Read(picture, NeverStop);
+    reader.ReadAt(time, picture);
     return picture;
 }
 
 // Those that start in [from, to), in order.
-QList<Picture> ReadStretch(PictureReader& reader, long long from, long long to)
+QList<Picture> ReadStretch(MoviePictures& reader, long long from, long long to)
 {
     QList<Picture> pictures;
     Picture picture;
-    if (reader.SeekTo(from, from, NeverStop) != PictureSource::Result::Picture)
-        return pictures;
-    while (reader.Read(picture, NeverStop) == PictureSource::Result::Picture && picture->startTime < to) {
+    auto result = reader.ReadAt(from, picture);
+    for (; result == ReadResult::Got && picture->startTime < to; result = reader.Read(picture)) {
         if (picture->startTime >= from) // the one showing at `from` may have begun before it
             pictures.append(picture);
     }
@@ -66,7 +59,7 @@ bool Write(QFile& file, DecodedVideoFrame const& picture)
     return true;
 }
 
-bool WriteBackwards(PictureReader& reader, long long from, long long to, QFile& file)
+bool WriteBackwards(MoviePictures& reader, long long from, long long to, QFile& file)
 {
     Picture const last = ShowingAt(reader, to - 1);
     if (!last)
@@ -93,7 +86,7 @@ int main(int argc, char** argv)
     }
     AvGlobals::maxAudioOutputChannels = 2; // once, before any file is opened
     auto const info = std::make_shared<MediaInfo>(QFile::decodeName(argv[1]));
-    PictureReader reader(info, /*untimedRate=*/25.0);
+    MoviePictures reader(info, /*untimedRate=*/25.0);
     QFile file(QFile::decodeName(argv[4]));
     if (!MediaReader::ParseMedia(info) || !reader.Open() || !file.open(QIODevice::WriteOnly))
         return 1;

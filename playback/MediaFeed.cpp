@@ -22,23 +22,23 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
                                            long long budget, StopCheck const& stop, QString& error)
 {
     auto feed = std::make_unique<MediaFeed>();
-    OpenedSource& source = feed->source;
-    source = OpenedSource::Open(path, isSequence, options, stop);
-    error = source.error;
-    if (source.kind == SourceKind::None)
+    feed->source = isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options);
+    Source const& source = feed->source;
+    feed->kind = source.GetKind();
+    error = source.GetError();
+    if (feed->kind == SourceKind::None)
         return nullptr;
-    if (!options.withPictures && source.hasSound) {
-        source.kind = SourceKind::Sound;
-        source.pictures.reset();
+    bool const wantsSound = source.HasSound() && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
+    bool const wantsPictures = !source.HasSound() || (options.withPictures && source.HasPictures());
+    if (wantsPictures && feed->OpenPictures(budget, stop)) {
+        feed->soundPending = wantsSound;
+        return feed;
     }
-    if (source.pictures && !feed->OpenPictures(options, budget, stop)) {
+    if (wantsPictures && feed->kind != SourceKind::SoundWithCover)
         error = QStringLiteral("No picture of it can be decoded.");
-        source.kind = source.hasSound ? SourceKind::Sound : SourceKind::None;
-    }
-    bool const wantsSound = source.hasSound && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
-    feed->soundPending = wantsSound && feed->pictures;
-    if (feed->pictures || source.kind == SourceKind::None)
-        return feed->pictures ? std::move(feed) : nullptr;
+    if (!source.HasSound())
+        return nullptr;
+    feed->kind = SourceKind::Sound;
     feed->sound = wantsSound ? feed->OpenSound(stop) : nullptr;
     if (feed->sound)
         return feed;
@@ -52,25 +52,28 @@ MediaFeed::~MediaFeed()
         sound->GetOutput()->Clear();
 }
 
-bool MediaFeed::OpenPictures(PlaybackOptions const& options, long long budget, StopCheck const& stop)
+bool MediaFeed::OpenPictures(long long budget, StopCheck const& stop)
 {
-    pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, budget, options.colours);
-    if (!pictures->Begin(stop)) {
-        pictures.reset();
+    auto stream = source.OpenPictures(stop);
+    if (!stream)
         return false;
-    }
-    PictureCache::Picture const first = pictures->Find(0, 0).picture;
-    source.width = source.width > 0 ? source.width : first->width;
-    source.height = source.height > 0 ? source.height : first->height;
+    auto opened =
+        std::make_unique<PictureFeeder>(std::move(stream), source.GetFrameStep(), budget, source.GetColours());
+    if (!opened->Begin(stop))
+        return false;
+    PictureCache::Picture const first = opened->Find(0, 0).picture;
+    width = source.GetWidth() > 0 ? source.GetWidth() : first->width;
+    height = source.GetHeight() > 0 ? source.GetHeight() : first->height;
+    pictures = std::move(opened);
     return true;
 }
 
 std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(StopCheck const& stop) const
 {
-    auto reader = std::make_unique<SoundReader>(source.info);
-    if (!reader->Open())
+    auto stream = source.OpenSound();
+    if (!stream)
         return nullptr;
-    auto opened = std::make_unique<SoundFeeder>(std::move(reader), pictures ? pictures->GetOrigin() : 0);
+    auto opened = std::make_unique<SoundFeeder>(std::move(stream), pictures ? pictures->GetOrigin() : 0);
     return opened->Begin(stop) ? std::move(opened) : nullptr;
 }
 
@@ -107,25 +110,25 @@ PlayRange MediaFeed::GetRange() const
         range.end = std::max(range.end, isKnown ? now.end - sound->GetOrigin() : 0);
         range.endKnown = range.endKnown && isKnown;
     }
-    if (source.kind == SourceKind::Still)
+    if (kind == SourceKind::Still)
         range.end = 0;
     else if (!range.endKnown)
-        range.end = std::max(range.end, source.expectedDuration);
+        range.end = std::max(range.end, source.GetDuration());
     return range;
 }
 
 void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
 {
     PlayRange const range = GetRange();
-    status.kind = source.kind;
+    status.kind = kind;
     status.start = range.start;
     status.duration = std::max(range.end - range.start, 0LL);
     status.durationKnown = range.endKnown;
-    status.width = source.width;
-    status.height = source.height;
-    status.frameRate = source.frameRate;
-    status.frameStep = source.frameStep;
+    status.width = width;
+    status.height = height;
     if (pictures) {
+        status.frameRate = source.GetFrameRate();
+        status.frameStep = source.GetFrameStep();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;

@@ -1,9 +1,11 @@
 #pragma once
 
-#include "playback/OpenedSource.h"
 #include "playback/PictureFeeder.h"
 #include "playback/PlayState.h"
+#include "playback/PlaybackOptions.h"
+#include "playback/PlaybackStatus.h"
 #include "playback/SoundFeeder.h"
+#include "source/Source.h"
 
 // What is open: its description, and what keeps pictures and sound of it decoded. The decoding thread makes, feeds and
 // destroys it; other threads look into it under the lock of the state of play.
@@ -30,11 +32,15 @@ struct MediaFeed
     PlayRange GetRange() const;
     void FillStatus(PlaybackStatus& status, bool forwards) const;
 
-    OpenedSource source;                     // its pictures are the feeder's
+    Source source;
+    SourceKind kind = SourceKind::None;      // Sound, too, where the pictures are left out or cannot be decoded
     std::unique_ptr<PictureFeeder> pictures; // null without pictures
     std::unique_ptr<SoundFeeder> sound;      // null without sound
     bool soundPending = false;               // the sound of a movie is opened after its first picture
 
+    int width = 0;  // pixels, of the pictures as coded
+    int height = 0; // pixels
+
 private:
-    bool OpenPictures(PlaybackOptions const& options, long long budget, StopCheck const& stop);
+    bool OpenPictures(long long budget, StopCheck const& stop);
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "source/SourceOptions.h"
+
 #include <QString>
 
 // What an engine is doing.
@@ -9,16 +11,6 @@ enum class PlaybackState {
     Paused,  // the position stands still
     Playing, // the position moves, either way
     Ended,   // played up to an end of the media; a seek, or a speed the other way, goes on from there
-};
-
-// What is open.
-enum class SourceKind {
-    None,           // nothing
-    Movie,          // pictures, with sound or without
-    Sound,          // sound alone
-    SoundWithCover, // a file of sound whose one picture is the cover
-    Still,          // one picture
-    Sequence,       // numbered pictures in files of their own
 };
 
 // What an engine tells about itself at one moment. Times are microseconds of media time, where 0 is the first picture

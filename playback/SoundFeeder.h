@@ -2,7 +2,7 @@
 
 #include "playback/PlayNeed.h"
 #include "playback/SoundOutput.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
 
 #include <limits>
 #include <mutex>
@@ -31,7 +31,7 @@ public:
     };
 
     // `origin`: the container's time of media time 0.
-    SoundFeeder(std::unique_ptr<SoundReader> reader, long long origin);
+    SoundFeeder(std::unique_ptr<SoundStream> reader, long long origin);
     ~SoundFeeder();
 
     // Decoding thread. Finds where the sound begins; false when there is none.
@@ -57,7 +57,7 @@ private:
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
-    std::unique_ptr<SoundReader> const reader;
+    std::unique_ptr<SoundStream> const reader;
     long long const origin;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover

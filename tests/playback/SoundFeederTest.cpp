@@ -20,7 +20,7 @@ protected:
         AvGlobals::maxAudioOutputChannels = 2;
         auto const info = std::make_shared<MediaInfo>(Clips::Made("tone.flac"));
         ASSERT_TRUE(MediaReader::ParseMedia(info));
-        auto reader = std::make_unique<SoundReader>(info);
+        auto reader = std::make_unique<SoundStream>(info);
         ASSERT_TRUE(reader->Open());
         feeder = std::make_unique<SoundFeeder>(std::move(reader), 0);
         keeper = info;
@@ -106,7 +106,7 @@ TEST_F(SoundFeederTest, BeginsWithTheFirstSound)
 
 TEST_F(SoundFeederTest, DoesNotBeginWhenItIsStopped)
 {
-    auto reader = std::make_unique<SoundReader>(keeper);
+    auto reader = std::make_unique<SoundStream>(keeper);
     ASSERT_TRUE(reader->Open());
     SoundFeeder stopped(std::move(reader), 0);
     EXPECT_FALSE(stopped.Begin([] { return true; }));
@@ -192,7 +192,7 @@ TEST_F(SoundFeederTest, AfterATurnItReadsOnWhereItWas)
 // A movie's sound has the container's time, in which media time 0 is the first picture.
 TEST_F(SoundFeederTest, CountsFromItsOrigin)
 {
-    auto reader = std::make_unique<SoundReader>(keeper);
+    auto reader = std::make_unique<SoundStream>(keeper);
     ASSERT_TRUE(reader->Open());
     feeder = std::make_unique<SoundFeeder>(std::move(reader), 2000000);
     ASSERT_TRUE(feeder->Begin([] { return false; }));

@@ -4,7 +4,7 @@
 #include <QMap>
 #include <QString>
 
-class MediaSource;
+class Source;
 struct AVStream;
 
 // How the pictures of a stream are coded, in ffprobe's names and words. What the stream does not say is empty.
@@ -27,5 +27,5 @@ struct StreamColours
 
     // Those of all streams of pictures. Of HDR streams the first picture is decoded, as it may bear the light levels.
     // Empty when the file cannot be opened.
-    static QList<StreamColours> Probe(MediaSource const& source);
+    static QList<StreamColours> Probe(Source const& source);
 };

@@ -1,4 +1,4 @@
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -33,16 +33,16 @@ constexpr long long farAway = 1000000000 * second;
 
 } // namespace
 
-SoundReader::SoundReader(std::shared_ptr<MediaInfo> newInfo) : info(std::move(newInfo)) {}
+SoundStream::SoundStream(std::shared_ptr<MediaInfo> newInfo) : info(std::move(newInfo)) {}
 
-SoundReader::~SoundReader() = default;
+SoundStream::~SoundStream() = default;
 
-bool SoundReader::Open()
+bool SoundStream::Open()
 {
     return Restart() && instance->GetOutputChannelCount() > 0 && instance->GetSampleRate() > 0;
 }
 
-bool SoundReader::Restart()
+bool SoundStream::Restart()
 {
     Forget();
     instance = std::make_unique<MediaInstance>();
@@ -54,7 +54,7 @@ bool SoundReader::Restart()
     return instance->HasPacket();
 }
 
-void SoundReader::Forget()
+void SoundStream::Forget()
 {
     ready.clear();
     lastStart = unknown;
@@ -63,52 +63,52 @@ void SoundReader::Forget()
     ended = false;
 }
 
-int SoundReader::GetChannelCount() const
+int SoundStream::GetChannelCount() const
 {
     return instance->GetOutputChannelCount();
 }
 
-int SoundReader::GetSampleRate() const
+int SoundStream::GetSampleRate() const
 {
     return instance->GetSampleRate();
 }
 
-long long SoundReader::GetEnd() const
+long long SoundStream::GetEnd() const
 {
     return end;
 }
 
-SoundReader::Result SoundReader::SeekTo(long long time, StopCheck const& stop)
+ReadResult SoundStream::ReadAt(long long time, Frame& frame, StopCheck const& stop)
 {
     time = std::clamp(time, 0LL, farAway);
     if (IsShortlyAhead(time))
-        return PassUpTo(time, stop);
+        return PassUpTo(time, frame, stop);
     long long const wanted = std::min(time, LatestTime()) - settling;
     for (long long back = 0; !stop(); back = std::max(2 * back, second)) {
         long long const target = wanted - back;
         if (target > 0 && Land(target, wanted, stop))
-            return PassUpTo(time, stop);
+            return PassUpTo(time, frame, stop);
         if (target <= 0 || instance->HasSeekFailed()) // then all is read from the start
-            return Restart() ? PassUpTo(time, stop) : Result::End;
+            return Restart() ? PassUpTo(time, frame, stop) : ReadResult::End;
     }
-    return Result::Stopped;
+    return ReadResult::Stopped;
 }
 
 // Where landing makes sense at most: beyond the end, containers search for long or not at all.
-long long SoundReader::LatestTime() const
+long long SoundStream::LatestTime() const
 {
     long long const duration = info->GetDuration();
     return duration > 0 ? std::min(duration, farAway) + std::clamp(info->GetStartTime(), 0LL, farAway) : longestGuess;
 }
 
-bool SoundReader::IsShortlyAhead(long long time) const
+bool SoundStream::IsShortlyAhead(long long time) const
 {
     long long const next = ready.isEmpty() ? nextTime : ready.first()->startTime;
     return next != unknown && next <= time && time - next < nearAhead;
 }
 
 // Seeks, and passes over what sounds before `latest`. False when nothing is found from there on, or only later sound.
-bool SoundReader::Land(long long time, long long latest, StopCheck const& stop)
+bool SoundStream::Land(long long time, long long latest, StopCheck const& stop)
 {
     Forget();
     instance->Seek(time);
@@ -122,31 +122,28 @@ bool SoundReader::Land(long long time, long long latest, StopCheck const& stop)
     return false;
 }
 
-SoundReader::Result SoundReader::PassUpTo(long long time, StopCheck const& stop)
+ReadResult SoundStream::PassUpTo(long long time, Frame& frame, StopCheck const& stop)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    Result result = Read(frame, stop);
-    while (result == Result::Picture && frame->endTime < time)
+    ReadResult result = Read(frame, stop);
+    while (result == ReadResult::Got && frame->endTime < time)
         result = Read(frame, stop);
-    if (result == Result::Picture)
-        ready.prepend(frame);
     return result;
 }
 
-SoundReader::Result SoundReader::Read(std::shared_ptr<DecodedAudioFrame>& frame, StopCheck const& stop)
+ReadResult SoundStream::Read(Frame& frame, StopCheck const& stop)
 {
     while (ready.isEmpty()) {
         if (ended)
-            return Result::End;
+            return ReadResult::End;
         if (stop())
-            return Result::Stopped;
+            return ReadResult::Stopped;
         DecodePacket();
     }
     frame = ready.takeFirst();
-    return Result::Picture;
+    return ReadResult::Got;
 }
 
-void SoundReader::DecodePacket()
+void SoundStream::DecodePacket()
 {
     bool const drains = instance->IsEndOfFile() || !instance->HasPacket();
     if (!drains && !instance->IsAudioPacket()) {
@@ -154,7 +151,7 @@ void SoundReader::DecodePacket()
         return;
     }
     bool hasTime = !drains && instance->GetPacketTime() != unknown;
-    QList<std::shared_ptr<DecodedAudioFrame>> frames;
+    QList<Frame> frames;
     QList<std::shared_ptr<DecodedVideoFrame>> pictures; // of the drain, not ours
     if (instance->HasPacket())
         instance->DecodeOnePacket(frames, pictures, -1);
@@ -168,7 +165,7 @@ void SoundReader::DecodePacket()
     }
 }
 
-void SoundReader::TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTime)
+void SoundStream::TakeFrame(Frame frame, bool hasTime)
 {
     if (frame->frameCount <= 0)
         return;
@@ -189,7 +186,7 @@ void SoundReader::TakeFrame(std::shared_ptr<DecodedAudioFrame> frame, bool hasTi
 
 // A time that is out of step counts once the next one is so by as much. Where a decoder's blocks have several sizes,
 // the time of a packet is wrong now and then, the first one after a seek too.
-long long SoundReader::Believable(long long time)
+long long SoundStream::Believable(long long time)
 {
     long long const former = std::exchange(outOfStep, time - nextTime);
     bool const isBelieved = std::abs(outOfStep) <= rounding || std::abs(outOfStep - former) <= rounding;
@@ -198,7 +195,7 @@ long long SoundReader::Believable(long long time)
     return isBelieved ? time : nextTime;
 }
 
-void SoundReader::FillHole(long long from, long long to)
+void SoundStream::FillHole(long long from, long long to)
 {
     if (to - from > longestHole)
         return;

@@ -1,38 +1,39 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
-#include "playback/ImageSequence.h"
-#include "playback/PictureSource.h"
+#include "source/ImageSequence.h"
+#include "source/PictureStream.h"
 
 #include <deque>
 #include <future>
 #include <memory>
 
+class MediaInfo;
+
 // Reads the pictures of an image sequence, each by an instance of its own, on several threads at a time and yet in
 // order. The first file that is read is probed, and its description serves the others, too; a file that turns out to be
 // of another kind is probed by itself. A still image is a sequence of one.
-class TAVOLINPLAYBACK_EXPORT SequenceReader : public PictureSource
+class SequencePictures : public PictureStream
 {
 public:
-    // `options` gives the rate, the holes, the threads, the colour space and the colours.
-    SequenceReader(ImageSequence sequence, PlaybackOptions const& options);
-    ~SequenceReader() override; // waits for the pictures under way
+    // `options` gives the rate, the holes, the threads, the colour space and the colours. `described`: what is known
+    // of one of the files, or null.
+    SequencePictures(ImageSequence sequence, SourceOptions const& options,
+                     std::shared_ptr<MediaInfo> const& described = nullptr);
+    ~SequencePictures() override; // waits for the pictures under way
 
-    double GetRate() const; // pictures per second
+    static double RateFor(SourceOptions const& options); // pictures per second
+    static long long TimeOf(long long index, double rate);
 
     void SetColours(ColourSettings const& colours) override;
     QString DescribeColours() const override;
-    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
-    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
-    long long GetEnd() const override;    // known from the beginning
-    long long GetOrigin() const override; // 0
+    ReadResult ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop) override;
+    ReadResult Read(Picture& picture, StopCheck const& stop = neverStop) override;
+    long long GetEnd() const override; // known from the beginning
     QString GetError() const override;
     long long GetDecodedCount() const override;
 
 private:
     class Describer;
-    using Picture = std::shared_ptr<DecodedVideoFrame>;
 
     struct UnderWay
     {
@@ -40,12 +41,13 @@ private:
         std::future<Picture> picture;
     };
 
-    long long TimeOf(long long index) const;
+    long long TimeOf(long long index) const { return TimeOf(index, rate); }
     long long IndexAt(long long time) const;
     long long IndexAfter(long long index) const;
     void GoTo(long long index);
     void StartMore();
     Picture TakeNext();
+    ReadResult TakeNewest(Picture& picture);
     Picture Black(long long index) const;
 
     ImageSequence sequence;

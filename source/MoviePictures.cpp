@@ -1,4 +1,4 @@
-#include "playback/PictureReader.h"
+#include "source/MoviePictures.h"
 
 #include "common/VideoStream.h"
 #include "decode/DecodedAudioFrame.h"
@@ -22,8 +22,9 @@ constexpr long long nearAhead = second / 2;
 constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
 constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
 
-// A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. No more of them
-// than it can hold back.
+// A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. Where packets
+// bear no times, as those of AVI with reordered pictures, the first picture after a landing has none either when it
+// comes by the drain. No more of them than a decoder can hold back.
 constexpr long long picturesBeforeEnd = 16;
 
 // So close before a target nothing is dropped, as it may be in hand already.
@@ -31,14 +32,14 @@ constexpr long long fewPictures = 3;
 
 } // namespace
 
-PictureReader::PictureReader(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate,
+MoviePictures::MoviePictures(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate,
                              ColourSettings const& newColours)
     : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours)
 {}
 
-PictureReader::~PictureReader() = default;
+MoviePictures::~MoviePictures() = default;
 
-bool PictureReader::Open()
+bool MoviePictures::Open()
 {
     if (!Restart() || instance->GetActiveVideoStreamIndex() < 0)
         return false;
@@ -48,13 +49,14 @@ bool PictureReader::Open()
     while (instance->HasPacket() && !instance->IsVideoPacket() && !instance->IsEndOfFile())
         instance->PrepareNextPacket(false);
     canLand = instance->HasStoredTimes() && (instance->GetPacketTime() != longAgo || info->GetDuration() > 0);
-    if (stream.codecName == QLatin1String("h264") && info->GetDuration() > 0)
+    bool const isTimeless = instance->GetPacketTime() == longAgo;
+    if ((isTimeless || stream.codecName == QLatin1String("h264")) && info->GetDuration() > 0)
         latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
-    return Restart();
+    return true;
 }
 
 // A new instance, because the decoder's count for pictures without times goes on through any seek.
-bool PictureReader::Restart()
+bool MoviePictures::Restart()
 {
     Forget();
     instance = std::make_unique<MediaInstance>();
@@ -69,7 +71,7 @@ bool PictureReader::Restart()
     return true;
 }
 
-void PictureReader::SetColours(ColourSettings const& newColours)
+void MoviePictures::SetColours(ColourSettings const& newColours)
 {
     colours = newColours;
     Forget(); // what is decoded already
@@ -77,12 +79,12 @@ void PictureReader::SetColours(ColourSettings const& newColours)
         instance->SetColours(colours);
 }
 
-QString PictureReader::DescribeColours() const
+QString MoviePictures::DescribeColours() const
 {
     return instance ? instance->DescribeColours() : QString();
 }
 
-void PictureReader::Forget()
+void MoviePictures::Forget()
 {
     ready.clear();
     newest.reset();
@@ -96,29 +98,32 @@ void PictureReader::Forget()
     fruitlessDrains = 0;
 }
 
-PictureSource::Result PictureReader::SeekTo(long long time, long long earliest, StopCheck const& stop)
+ReadResult MoviePictures::ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop)
 {
     time = std::clamp(time, 0LL, farAway);
     earliest = std::clamp(earliest, 0LL, time);
     if (!FindFirst(stop))
-        return drained ? Result::End : Result::Stopped;
+        return drained ? ReadResult::End : ReadResult::Stopped;
     limit = longAgo;
     SetSkipping(true);
-    Result const result = FindPicture(time, earliest, stop);
-    if (result == Result::Stopped || !instance->HasSkippedInDoubt())
-        return result;
-    Forget();
-    SetSkipping(false);
-    return FindPicture(time, earliest, stop);
+    ReadResult result = FindPicture(time, earliest, stop);
+    if (result != ReadResult::Stopped && instance->HasSkippedInDoubt()) {
+        Forget();
+        SetSkipping(false);
+        result = FindPicture(time, earliest, stop);
+    }
+    if (result == ReadResult::Got)
+        picture = ready.takeFirst();
+    return result;
 }
 
-void PictureReader::SetSkipping(bool newSkips)
+void MoviePictures::SetSkipping(bool newSkips)
 {
     skips = newSkips;
     instance->SetSeekSkipping(skips); // until the next landing
 }
 
-PictureSource::Result PictureReader::FindPicture(long long time, long long earliest, StopCheck const& stop)
+ReadResult MoviePictures::FindPicture(long long time, long long earliest, StopCheck const& stop)
 {
     Landing landing = ReadOnTo(time, earliest, stop);
     long long const duration = info->GetDuration();
@@ -132,7 +137,7 @@ PictureSource::Result PictureReader::FindPicture(long long time, long long earli
             continue;
         }
         if (!Restart())
-            return Result::End;
+            return ReadResult::End;
         DropBefore(earliest - back);
         bool const isAll = dropBefore < 0;
         landing = ReadUpTo(earliest, stop);
@@ -142,12 +147,12 @@ PictureSource::Result PictureReader::FindPicture(long long time, long long earli
             back = earliest;
     }
     if (landing != Landing::Stopped)
-        return ready.isEmpty() ? Result::End : Result::Picture;
+        return ready.isEmpty() ? ReadResult::End : ReadResult::Got;
     Forget();
-    return Result::Stopped;
+    return ReadResult::Stopped;
 }
 
-PictureReader::Landing PictureReader::SeekAndRead(long long target, long long latest, long long earliest,
+MoviePictures::Landing MoviePictures::SeekAndRead(long long target, long long latest, long long earliest,
                                                   StopCheck const& stop)
 {
     if (!Land(target, latest, stop))
@@ -163,14 +168,14 @@ PictureReader::Landing PictureReader::SeekAndRead(long long target, long long la
 }
 
 // Not at 0: a picture that began long before it may be the one showing then.
-void PictureReader::DropBefore(long long time)
+void MoviePictures::DropBefore(long long time)
 {
     dropBefore = time > 0 ? time : -1;
 }
 
 // Seeks and takes the first key packet of the pictures in hand. False when there is none, or when its picture shows
 // only after `latest`.
-bool PictureReader::Land(long long time, long long latest, StopCheck const& stop)
+bool MoviePictures::Land(long long time, long long latest, StopCheck const& stop)
 {
     Forget();
     instance->Seek(std::max(time + GetOrigin(), 0LL));
@@ -188,7 +193,7 @@ bool PictureReader::Land(long long time, long long latest, StopCheck const& stop
 }
 
 // Goes on reading where that is the quicker way; Late when it is not.
-PictureReader::Landing PictureReader::ReadOnTo(long long time, long long earliest, StopCheck const& stop)
+MoviePictures::Landing MoviePictures::ReadOnTo(long long time, long long earliest, StopCheck const& stop)
 {
     if (!IsQuicklyReached(time))
         return Landing::Late;
@@ -205,7 +210,7 @@ PictureReader::Landing PictureReader::ReadOnTo(long long time, long long earlies
     return isFound ? Landing::Found : landing;
 }
 
-bool PictureReader::IsQuicklyReached(long long time) const
+bool MoviePictures::IsQuicklyReached(long long time) const
 {
     auto const& next = ready.isEmpty() ? newest : ready.first();
     if (!next || drained || next->startTime > time)
@@ -215,7 +220,7 @@ bool PictureReader::IsQuicklyReached(long long time) const
 
 // Of the next key picture: groups are taken to be as long as those before, or twice as long as what is known of this
 // one. So a key picture is sought in vain only a few times in even the longest group.
-long long PictureReader::ExpectedKeyTime() const
+long long MoviePictures::ExpectedKeyTime() const
 {
     if (groupStart == longAgo)
         return longAgo;
@@ -224,7 +229,7 @@ long long PictureReader::ExpectedKeyTime() const
     return groupStart + std::max(2 * keyless, GetGroupDuration());
 }
 
-void PictureReader::NoteKeyPacket()
+void MoviePictures::NoteKeyPacket()
 {
     if (!instance->IsVideoPacket() || !instance->IsKeyPacket() || instance->GetPacketTime() == longAgo)
         return;
@@ -238,16 +243,16 @@ void PictureReader::NoteKeyPacket()
 
 // Reads until the next picture is the one showing at `time`; the last one when the stream ends before. Late when it
 // begins with a later one or has none at all.
-PictureReader::Landing PictureReader::ReadUpTo(long long time, StopCheck const& stop)
+MoviePictures::Landing MoviePictures::ReadUpTo(long long time, StopCheck const& stop)
 {
-    std::shared_ptr<DecodedVideoFrame> last;
-    std::shared_ptr<DecodedVideoFrame> picture;
-    Result result = Read(picture, stop);
-    for (; result == Result::Picture && picture->endTime < time; result = Read(picture, stop))
+    Picture last;
+    Picture picture;
+    ReadResult result = Read(picture, stop);
+    for (; result == ReadResult::Got && picture->endTime < time; result = Read(picture, stop))
         last = std::move(picture);
-    if (result == Result::Stopped)
+    if (result == ReadResult::Stopped)
         return Landing::Stopped;
-    if (result == Result::End)
+    if (result == ReadResult::End)
         picture = last;
     if (!picture)
         return Landing::Late;
@@ -256,38 +261,38 @@ PictureReader::Landing PictureReader::ReadUpTo(long long time, StopCheck const& 
     return picture->startTime <= time ? Landing::Found : Landing::Late;
 }
 
-void PictureReader::ReadOnlyBefore(long long time)
+void MoviePictures::ReadOnlyBefore(long long time)
 {
     limit = time;
 }
 
-PictureSource::Result PictureReader::Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop)
+ReadResult MoviePictures::Read(Picture& picture, StopCheck const& stop)
 {
     while (ready.isEmpty()) {
         if (drained)
-            return limit == longAgo || hasClosedGroups ? Result::End : Result::Stopped;
+            return limit == longAgo || hasClosedGroups ? ReadResult::End : ReadResult::Stopped;
         if (stop())
-            return Result::Stopped;
+            return ReadResult::Stopped;
         if (IsWithoutKeyPicture())
-            return Result::End;
+            return ReadResult::End;
         if (IsGroupComplete())
             DrainGroup();
         else
             DecodePacket();
     }
     picture = ready.takeFirst();
-    return Result::Picture;
+    return ReadResult::Got;
 }
 
 // What the container called a key picture is none to the codec, and the next true one comes too late.
-bool PictureReader::IsWithoutKeyPicture() const
+bool MoviePictures::IsWithoutKeyPicture() const
 {
     return instance->IsBeforeKeyPicture() && instance->IsVideoPacket() &&
            instance->GetPacketTime() > latestKey + GetOrigin() + second;
 }
 
 // Where media time 0 lies is known from the first picture of all.
-bool PictureReader::FindFirst(StopCheck const& stop)
+bool MoviePictures::FindFirst(StopCheck const& stop)
 {
     while (firstTime == longAgo && !drained && !stop())
         DecodePacket();
@@ -295,18 +300,18 @@ bool PictureReader::FindFirst(StopCheck const& stop)
 }
 
 // The packet in hand begins a group of which nothing is wanted.
-bool PictureReader::IsGroupComplete() const
+bool MoviePictures::IsGroupComplete() const
 {
     bool const isWanted = limit != longAgo && hasClosedGroups && shortestStep != noStep;
     return isWanted && instance->IsVideoPacket() && instance->IsKeyPacket() &&
            instance->GetPacketTime() >= limit + GetOrigin();
 }
 
-void PictureReader::DrainGroup()
+void MoviePictures::DrainGroup()
 {
     NoteKeyPacket();
     for (int i = 0; i < mostFruitlessDrains && !drained; ++i) {
-        QList<std::shared_ptr<DecodedVideoFrame>> records;
+        QList<Picture> records;
         instance->DrainVideo(records, dropBefore < 0 ? -1 : dropBefore + Shift());
         TakeRecords(std::move(records));
     }
@@ -317,7 +322,7 @@ void PictureReader::DrainGroup()
         ReleaseNewest(limit - 1);
 }
 
-void PictureReader::DecodePacket()
+void MoviePictures::DecodePacket()
 {
     if (!instance->HasPacket()) {
         // A dropped picture ends the drain; what it left in the decoder comes with another empty packet.
@@ -329,7 +334,7 @@ void PictureReader::DecodePacket()
         return;
     }
     QList<std::shared_ptr<DecodedAudioFrame>> sounds; // of the drain, not ours
-    QList<std::shared_ptr<DecodedVideoFrame>> records;
+    QList<Picture> records;
     NoteKeyPacket();
     instance->DecodeOnePacket(sounds, records, dropBefore < 0 ? -1 : dropBefore + Shift());
     TakeRecords(std::move(records));
@@ -339,9 +344,9 @@ void PictureReader::DecodePacket()
         ReleaseNewest(newest->startTime + DurationOf(*newest) - 1);
 }
 
-void PictureReader::TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> records)
+void MoviePictures::TakeRecords(QList<Picture> records)
 {
-    QList<std::shared_ptr<DecodedVideoFrame>> resized;
+    QList<Picture> resized;
     for (auto const& record : records) {
         if (!record->data)
             drained = true;
@@ -356,7 +361,7 @@ void PictureReader::TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> record
     }
 }
 
-void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
+void MoviePictures::TakePicture(Picture picture)
 {
     ++decodedCount;
     if (firstTime == longAgo)
@@ -373,7 +378,7 @@ void PictureReader::TakePicture(std::shared_ptr<DecodedVideoFrame> picture)
 }
 
 // What shows wholly before 0 is no part of the media; what reaches into it begins there.
-void PictureReader::ReleaseNewest(long long endTime)
+void MoviePictures::ReleaseNewest(long long endTime)
 {
     auto const picture = std::move(newest);
     picture->endTime = endTime;
@@ -385,38 +390,38 @@ void PictureReader::ReleaseNewest(long long endTime)
 }
 
 // Streams without times, and some that are not what their head says, do not begin at the decoder's 0.
-long long PictureReader::Shift() const
+long long MoviePictures::Shift() const
 {
     return firstTime == longAgo ? 0 : std::max(firstTime, 0LL);
 }
 
-long long PictureReader::GetOrigin() const
+long long MoviePictures::GetOrigin() const
 {
     return streamStart + Shift();
 }
 
-long long PictureReader::DurationOf(DecodedVideoFrame const& picture) const
+long long MoviePictures::DurationOf(DecodedVideoFrame const& picture) const
 {
     double const rate = picture.frameRate > 0.0 ? picture.frameRate : untimedRate;
     return std::max(static_cast<long long>(1000000.0 / rate), 1LL);
 }
 
-long long PictureReader::GetEnd() const
+long long MoviePictures::GetEnd() const
 {
     return end;
 }
 
-QString PictureReader::GetError() const
+QString MoviePictures::GetError() const
 {
     return error;
 }
 
-long long PictureReader::GetGroupDuration() const
+long long MoviePictures::GetGroupDuration() const
 {
     return groupsCount > 0 ? groupsLength / groupsCount : 0;
 }
 
-long long PictureReader::GetDecodedCount() const
+long long MoviePictures::GetDecodedCount() const
 {
     return decodedCount;
 }

@@ -1,4 +1,4 @@
-#include "playback/ImageFormat.h"
+#include "source/ImageFormat.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -31,9 +31,9 @@ QString FormatBySignature(QByteArray const& head)
         {"jpeg2000", 0, QByteArray::fromHex("ff4fff51")},
         {"psd", 0, "8BPS"},
         {"sgi", 0, QByteArray::fromHex("01da")},
-        {"pnm", 0, "P4"},
-        {"pnm", 0, "P5"},
-        {"pnm", 0, "P6"},
+        {"pbm", 0, "P4"},
+        {"pgm", 0, "P5"},
+        {"ppm", 0, "P6"},
     }};
     for (Signature const& signature : signatures) {
         if (head.mid(signature.offset, signature.bytes.size()) == signature.bytes)
@@ -65,4 +65,9 @@ QString ImageFormatOf(QString const& path)
         return QStringLiteral("targa");
     bool const isStream = suffix == QLatin1String("mjpg") || suffix == QLatin1String("mjpeg");
     return isStream ? QString() : FormatBySignature(head);
+}
+
+bool IsLinearFormat(QString const& format)
+{
+    return format == QLatin1String("exr");
 }

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include "decode/ColourSettings.h"
-#include "playback/PictureSource.h"
+#include "source/PictureStream.h"
 
 #include <QList>
 
@@ -11,7 +9,6 @@
 
 class MediaInfo;
 class MediaInstance;
-struct DecodedAudioFrame;
 
 // Reads the pictures of one stream in order and finds any of them exactly. Packets of sound are passed over undecoded.
 //
@@ -28,20 +25,20 @@ struct DecodedAudioFrame;
 // Where a stretch ends with a group, the decoder is drained there, as the pictures that it holds back would otherwise
 // come only with some of the next group. Groups are not always closed, though: should a picture be missing between the
 // last one and the end of the stretch, reading stops there and the stretch is read again without that.
-class TAVOLINPLAYBACK_EXPORT PictureReader : public PictureSource
+class MoviePictures : public PictureStream
 {
 public:
     // `untimedRate`: pictures per second of a stream that says no rate.
-    PictureReader(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {});
-    ~PictureReader() override;
+    MoviePictures(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {});
+    ~MoviePictures() override;
 
     bool Open(); // false when there is no stream of pictures that can be decoded
 
-    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override;
+    ReadResult ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop) override;
     void ReadOnlyBefore(long long time) override;
     void SetColours(ColourSettings const& colours) override;
     QString DescribeColours() const override;
-    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override;
+    ReadResult Read(Picture& picture, StopCheck const& stop = neverStop) override;
     long long GetEnd() const override;
     QString GetError() const override;
     long long GetDecodedCount() const override;
@@ -53,7 +50,7 @@ private:
 
     bool Restart();
     void SetSkipping(bool skips);
-    Result FindPicture(long long time, long long earliest, StopCheck const& stop);
+    ReadResult FindPicture(long long time, long long earliest, StopCheck const& stop);
     void Forget();
     void DropBefore(long long time);
     bool Land(long long time, long long latest, StopCheck const& stop);
@@ -68,8 +65,8 @@ private:
     bool IsGroupComplete() const;
     void DrainGroup();
     void DecodePacket();
-    void TakeRecords(QList<std::shared_ptr<DecodedVideoFrame>> records);
-    void TakePicture(std::shared_ptr<DecodedVideoFrame> picture);
+    void TakeRecords(QList<Picture> records);
+    void TakePicture(Picture picture);
     void ReleaseNewest(long long endTime);
     long long Shift() const;
     long long DurationOf(DecodedVideoFrame const& picture) const;
@@ -103,6 +100,6 @@ private:
     long long decodedCount = 0;
     QString error;
 
-    QList<std::shared_ptr<DecodedVideoFrame>> ready; // with their ends
-    std::shared_ptr<DecodedVideoFrame> newest;       // waits for the start of the next one, which is its end
+    QList<Picture> ready; // with their ends
+    Picture newest;       // waits for the start of the next one, which is its end
 };

@@ -1,7 +1,6 @@
-#include "tools/MediaSource.h"
+#include "source/Source.h"
 
 #include "media/MediaInfo.h"
-#include "tests/support/Clips.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/tools/ToolMedia.h"
@@ -12,10 +11,10 @@ namespace {
 
 struct Opened
 {
-    explicit Opened(QString const& path) : source(path), isOpen(source.Open()) {}
+    explicit Opened(QString const& path) : source(Source::OpenFile(path)), isOpen(source.IsDescribed()) {}
 
     LogCapture log;
-    MediaSource source;
+    Source source;
     bool isOpen;
 };
 
@@ -87,7 +86,7 @@ QString SoundWithCover()
 
 } // namespace
 
-TEST(MediaSourceTest, TellsStillImagesFromMovies)
+TEST(SourceTest, TellsStillImagesFromMovies)
 {
     for (char const* name : {"a.png", "a.jpg", "a.bmp", "a.tif", "a.tga", "a.dpx", "a.exr", "a.ppm", "a.sgi"}) {
         Opened const opened(QString(name).endsWith("exr") ? ExrStill(name) : Still(name));
@@ -106,13 +105,13 @@ TEST(MediaSourceTest, TellsStillImagesFromMovies)
     EXPECT_FALSE(animation.source.GetInfo()->IsImage());
 }
 
-TEST(MediaSourceTest, TakesOpenExrForLinearLight)
+TEST(SourceTest, TakesOpenExrForLinearLight)
 {
     EXPECT_TRUE(Opened(ExrStill("a.exr")).source.GetInfo()->IsLinearColorSpace());
     EXPECT_FALSE(Opened(Still("a.dpx")).source.GetInfo()->IsLinearColorSpace());
 }
 
-TEST(MediaSourceTest, TellsCoverArtFromMovingPictures)
+TEST(SourceTest, TellsCoverArtFromMovingPictures)
 {
     Opened const opened(SoundWithCover());
     ASSERT_TRUE(opened.isOpen);
@@ -128,35 +127,23 @@ TEST(MediaSourceTest, TellsCoverArtFromMovingPictures)
     EXPECT_EQ(sound.source.Describe(), "sound");
 }
 
-TEST(MediaSourceTest, KnowsTheStreamsOfContainersThatAnnounceNone)
+TEST(SourceTest, KnowsTheStreamsOfContainersThatAnnounceNone)
 {
     Opened const opened(Movie("movie.mpg", {"-c:v", "mpeg2video", "-c:a", "mp2"}));
     ASSERT_TRUE(opened.isOpen);
     EXPECT_EQ(opened.source.GetStreams().size(), 2);
-    EXPECT_EQ(opened.source.GetStream(MediaSource::StreamType::Video, 0).codec, "mpeg2video");
-    EXPECT_EQ(opened.source.GetStream(MediaSource::StreamType::Audio, 0).codec, "mp2");
-    EXPECT_EQ(opened.source.GetStream(MediaSource::StreamType::Audio, 1).index, -1);
+    EXPECT_EQ(opened.source.GetStream(Source::StreamType::Video, 0).codec, "mpeg2video");
+    EXPECT_EQ(opened.source.GetStream(Source::StreamType::Audio, 0).codec, "mp2");
+    EXPECT_EQ(opened.source.GetStream(Source::StreamType::Audio, 1).index, -1);
 }
 
-TEST(MediaSourceTest, DistrustsSeeksWithoutDurationOrTimes)
+TEST(SourceTest, DistrustsSeeksWithoutDurationOrTimes)
 {
     EXPECT_FALSE(Opened(MovingPicture("a.h264", {"-c:v", "libx264"})).source.CanSeek());
     EXPECT_TRUE(Opened(MovingPicture("a.mp4", {"-c:v", "libx264"})).source.CanSeek());
 }
 
-TEST(MediaSourceTest, NamesStreamsWithoutDecoder)
-{
-    if (!HasClips())
-        GTEST_SKIP() << "the clips beside the checkout are absent";
-    Opened const opened(ClipPath("mp4-good-video-unknown-audio.mp4"));
-    ASSERT_TRUE(opened.isOpen);
-    EXPECT_EQ(
-        opened.source.DescribeUndecodable(),
-        QStringList(
-            "audio stream #1 cannot be decoded: FFmpeg has no usable decoder for \"unknown\" (tag [0][0][0][0])"));
-}
-
-TEST(MediaSourceTest, LeavesItToTheLibraryToSayWhyAFileDoesNotOpen)
+TEST(SourceTest, LeavesItToTheLibraryToSayWhyAFileDoesNotOpen)
 {
     Opened const absent("/nowhere/a.mp4");
     EXPECT_FALSE(absent.isOpen);

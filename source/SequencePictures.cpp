@@ -1,10 +1,11 @@
-#include "playback/SequenceReader.h"
+#include "source/SequencePictures.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
+#include "source/ImageFormat.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,37 +18,37 @@ namespace {
 
 constexpr int mostThreads = 256;
 
-size_t ThreadsFor(PlaybackOptions const& options)
+size_t ThreadsFor(SourceOptions const& options)
 {
     int const cores = static_cast<int>(std::thread::hardware_concurrency());
     return static_cast<size_t>(
         std::clamp(options.sequenceThreads > 0 ? options.sequenceThreads : cores, 1, mostThreads));
 }
 
-double RateFor(PlaybackOptions const& options)
-{
-    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
-                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
-    return isInRange ? options.sequenceRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-}
-
 } // namespace
 
 // Decodes the files, and keeps what was found out about one of them. Any number of threads.
-class SequenceReader::Describer
+class SequencePictures::Describer
 {
+    using Info = std::shared_ptr<MediaInfo>;
+
 public:
+    explicit Describer(Info newDescribed) : described(std::move(newDescribed)) {}
+
     // Null for a file that cannot be decoded.
     Picture Decode(QString const& path, bool isLinear, ColourSettings const& colours)
     {
-        auto const info = MakeInfo(path, isLinear);
+        auto const info = MakeInfo(path);
         auto const like = GetDescribed();
-        if (like && MediaReader::TakeDescription(info, *like))
+        if (like && MediaReader::TakeDescription(info, *like)) {
+            info->isLinearColorSpace = like->isLinearColorSpace;
             if (Picture picture = DecodeImage(info, colours))
                 return picture;
-        auto const own = MakeInfo(path, isLinear);
+        }
+        auto const own = MakeInfo(path);
         if (!MediaReader::ParseMedia(own))
             return nullptr;
+        own->isLinearColorSpace = isLinear || IsLinearFormat(own->GetVideoStreams().value(0).codecName);
         Picture picture = DecodeImage(own, colours);
         if (picture)
             SetDescribed(own);
@@ -61,13 +62,10 @@ public:
     }
 
 private:
-    using Info = std::shared_ptr<MediaInfo>;
-
-    static Info MakeInfo(QString const& path, bool isLinear)
+    static Info MakeInfo(QString const& path)
     {
         auto info = std::make_shared<MediaInfo>(path);
         info->isImage = true;
-        info->isLinearColorSpace = isLinear;
         return info;
     }
 
@@ -105,30 +103,33 @@ private:
     QString lastColours;
 };
 
-SequenceReader::SequenceReader(ImageSequence newSequence, PlaybackOptions const& options)
+SequencePictures::SequencePictures(ImageSequence newSequence, SourceOptions const& options,
+                                   std::shared_ptr<MediaInfo> const& described)
     : sequence(std::move(newSequence)),
       rate(RateFor(options)),
       holes(options.sequenceHoles),
       threads(ThreadsFor(options)),
       isLinear(options.isLinearColorSpace),
       colours(options.colours),
-      describer(std::make_shared<Describer>())
+      describer(std::make_shared<Describer>(described))
 {}
 
-SequenceReader::~SequenceReader() = default;
+SequencePictures::~SequencePictures() = default;
 
-double SequenceReader::GetRate() const
+double SequencePictures::RateFor(SourceOptions const& options)
 {
-    return rate;
+    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    return isInRange ? options.sequenceRate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
 }
 
-long long SequenceReader::TimeOf(long long index) const
+long long SequencePictures::TimeOf(long long index, double rate)
 {
     return static_cast<long long>(static_cast<double>(index) * 1000000.0 / rate);
 }
 
 // Of the number showing at `time`, whether it has a file or not.
-long long SequenceReader::IndexAt(long long time) const
+long long SequencePictures::IndexAt(long long time) const
 {
     long long index = static_cast<long long>(static_cast<double>(time) * rate / 1000000.0);
     while (index > 0 && TimeOf(index) > time)
@@ -138,24 +139,24 @@ long long SequenceReader::IndexAt(long long time) const
     return std::clamp(index, 0LL, sequence.GetCount() - 1);
 }
 
-long long SequenceReader::IndexAfter(long long index) const
+long long SequencePictures::IndexAfter(long long index) const
 {
     return holes == SequenceHoles::Black ? index + 1 : sequence.GetIndexAfter(index);
 }
 
-void SequenceReader::SetColours(ColourSettings const& newColours)
+void SequencePictures::SetColours(ColourSettings const& newColours)
 {
     colours = newColours;
     underWay.clear();
     newest.reset();
 }
 
-QString SequenceReader::DescribeColours() const
+QString SequencePictures::DescribeColours() const
 {
     return describer->GetColours();
 }
 
-PictureSource::Result SequenceReader::SeekTo(long long time, long long, StopCheck const& stop)
+ReadResult SequencePictures::ReadNear(long long time, long long, Picture& picture, StopCheck const& stop)
 {
     long long index = IndexAt(std::clamp(time, 0LL, GetEnd() - 1)); // nothing needs an earlier one
     // A file that cannot be read shows the picture before it, which then is the one to begin with.
@@ -167,27 +168,31 @@ PictureSource::Result SequenceReader::SeekTo(long long time, long long, StopChec
         if ((newest && newest->startTime <= std::max(time, 0LL)) || index == 0)
             break;
         if (stop())
-            return Result::Stopped;
+            return ReadResult::Stopped;
         --index;
     }
-    return newest ? Result::Picture : Result::End;
+    return newest ? TakeNewest(picture) : ReadResult::End;
 }
 
-PictureSource::Result SequenceReader::Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop)
+ReadResult SequencePictures::Read(Picture& picture, StopCheck const& stop)
 {
     if (stop())
-        return Result::Stopped;
+        return ReadResult::Stopped;
     if (!newest)
         newest = TakeNext();
-    if (!newest)
-        return Result::End;
+    return newest ? TakeNewest(picture) : ReadResult::End;
+}
+
+// With its end, which is the start of the next one.
+ReadResult SequencePictures::TakeNewest(Picture& picture)
+{
     picture = std::move(newest);
     newest = TakeNext();
     picture->endTime = (newest ? newest->startTime : GetEnd()) - 1;
-    return Result::Picture;
+    return ReadResult::Got;
 }
 
-void SequenceReader::GoTo(long long index)
+void SequencePictures::GoTo(long long index)
 {
     newest.reset();
     while (!underWay.empty() && underWay.front().index < index)
@@ -198,7 +203,7 @@ void SequenceReader::GoTo(long long index)
     nextToStart = index;
 }
 
-void SequenceReader::StartMore()
+void SequencePictures::StartMore()
 {
     while (underWay.size() < threads && nextToStart < sequence.GetCount()) {
         QString const file = sequence.GetFile(nextToStart);
@@ -213,7 +218,7 @@ void SequenceReader::StartMore()
 }
 
 // The next picture that can be read, its end not yet set; null when there is none any more.
-std::shared_ptr<DecodedVideoFrame> SequenceReader::TakeNext()
+PictureStream::Picture SequencePictures::TakeNext()
 {
     for (StartMore(); !underWay.empty(); StartMore()) {
         long long const index = underWay.front().index;
@@ -238,7 +243,7 @@ std::shared_ptr<DecodedVideoFrame> SequenceReader::TakeNext()
     return nullptr;
 }
 
-std::shared_ptr<DecodedVideoFrame> SequenceReader::Black(long long index) const
+PictureStream::Picture SequencePictures::Black(long long index) const
 {
     int const stride = (3 * std::max(width, 1) + 3) / 4 * 4;
     std::vector<uint8_t> const bytes(static_cast<size_t>(stride) * static_cast<size_t>(std::max(height, 1)));
@@ -246,22 +251,17 @@ std::shared_ptr<DecodedVideoFrame> SequenceReader::Black(long long index) const
                                                std::max(height, 1), TimeOf(index), rate, 0, false);
 }
 
-long long SequenceReader::GetEnd() const
+long long SequencePictures::GetEnd() const
 {
     return TimeOf(sequence.GetCount());
 }
 
-long long SequenceReader::GetOrigin() const
-{
-    return 0;
-}
-
-QString SequenceReader::GetError() const
+QString SequencePictures::GetError() const
 {
     return error;
 }
 
-long long SequenceReader::GetDecodedCount() const
+long long SequencePictures::GetDecodedCount() const
 {
     return decodedCount;
 }

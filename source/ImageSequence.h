@@ -1,7 +1,6 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-#include "playback/PlaybackOptions.h"
+#include "source/SourceOptions.h"
 
 #include <QMap>
 #include <QString>
@@ -12,7 +11,7 @@
 //
 // The number is the last one in the file's name. Leading zeros fill it to one width, which longer numbers outgrow
 // (9, 10; 999, 1000). A value; any thread.
-class TAVOLINPLAYBACK_EXPORT ImageSequence
+class ImageSequence
 {
 public:
     // Whether `path` names a sequence by itself: a pattern with "%d", "%04d" or "####", or a folder.

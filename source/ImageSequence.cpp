@@ -1,6 +1,6 @@
-#include "playback/ImageSequence.h"
+#include "source/ImageSequence.h"
 
-#include "playback/ImageFormat.h"
+#include "source/ImageFormat.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,11 +1,10 @@
-#include "tools/StreamColours.h"
+#include "source/StreamColours.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/FfmpegBridge.h"
 #include "media/FfmpegPtr.h"
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
-#include "tools/SourceReader.h"
+#include "source/Source.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -131,18 +130,16 @@ void AddFromFirstPicture(AVFormatContext* format, StreamColours& colours)
 }
 
 // As the library tells after the first picture of the stream that it decodes.
-QString ConversionOf(MediaSource const& source, int index)
+QString ConversionOf(Source const& source)
 {
-    MediaSource asStream = source;
+    Source asStream = source;
     ColourSettings colours;
     colours.followStream = true;
     asStream.SetColours(colours);
-    SourceReader reader(asStream);
-    SourceReader::Records records;
-    for (bool more = reader.StartOver(); more && reader.GetInstance().DescribeColours().isEmpty();)
-        more = reader.Read(records);
-    bool const isThatStream = reader.GetInstance().GetActiveVideoStreamIndex() == index;
-    return isThatStream ? reader.GetInstance().DescribeColours().section(QStringLiteral(", "), 1) : QString();
+    auto const pictures = asStream.OpenPictures();
+    PictureStream::Picture picture;
+    bool const isRead = pictures && pictures->Read(picture) == ReadResult::Got;
+    return isRead ? pictures->DescribeColours().section(QStringLiteral(", "), 1) : QString();
 }
 
 } // namespace
@@ -152,21 +149,24 @@ bool StreamColours::IsHdr() const
     return transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67");
 }
 
-QList<StreamColours> StreamColours::Probe(MediaSource const& source)
+QList<StreamColours> StreamColours::Probe(Source const& source)
 {
     QList<StreamColours> all;
     AVFormatContext* opened = nullptr;
-    if (avformat_open_input(&opened, source.GetInfo()->GetFilePath().toUtf8().constData(), nullptr, nullptr) < 0)
+    if (avformat_open_input(&opened, source.GetPath().toUtf8().constData(), nullptr, nullptr) < 0)
         return all;
     FfmpegPtr<AVFormatContext> const format(opened);
     avformat_find_stream_info(format.get(), nullptr);
+    FfmpegBridge::DecoderPtr decoder = nullptr;
+    int const played = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
     for (unsigned i = 0; i < format->nb_streams; ++i) {
         if (format->streams[i]->codecpar->codec_type != AVMEDIA_TYPE_VIDEO)
             continue;
         StreamColours colours = ColoursOf(*format->streams[i]);
         if (colours.IsHdr()) {
             AddFromFirstPicture(format.get(), colours);
-            colours.conversion = ConversionOf(source, colours.index);
+            if (colours.index == played)
+                colours.conversion = ConversionOf(source);
         }
         all.append(colours);
     }
