@@ -63,27 +63,7 @@ void DecodingThread::Open(QString const& newPath, bool newIsSequence)
     opening = !path.isEmpty();
     error.clear();
     noteMedia();
-    wake.notify_one();
-}
-
-void DecodingThread::Notify()
-{
-    wake.notify_one();
-}
-
-bool DecodingThread::WaitForProgress(Lock& lock, std::chrono::steady_clock::time_point until)
-{
-    return progress.wait_until(lock, until) == std::cv_status::no_timeout;
-}
-
-MediaFeed const* DecodingThread::GetMedia() const
-{
-    return ordered || opening ? nullptr : media.get();
-}
-
-bool DecodingThread::IsOpeningAny() const
-{
-    return ordered || opening || (media && media->soundPending);
+    Notify();
 }
 
 void DecodingThread::Run()
@@ -145,13 +125,9 @@ void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSeque
     QString trouble;
     auto made = MediaFeed::Open(asked, askedSequence, now, need.budget, stop, trouble);
     lock.lock();
-    if (state.openSerial != serial) {
-        lock.unlock();
-        made.reset();
-        lock.lock();
-        return;
-    }
     media = std::move(made);
+    if (state.openSerial != serial)
+        return; // the next order lets go of it
     error = trouble;
     opening = false;
     noteMedia();
@@ -162,8 +138,6 @@ void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSeque
     lock.unlock();
     auto sound = media->OpenSound(stop);
     lock.lock();
-    if (state.openSerial != serial)
-        return; // the sound dies here, and the rest with the next opening
     media->sound = std::move(sound);
     media->soundPending = false;
     noteMedia();

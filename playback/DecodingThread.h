@@ -23,14 +23,19 @@ public:
     ~DecodingThread(); // breaks off what is under way, and waits for the thread
 
     void Open(QString const& path, bool isSequence); // as of the state's openSerial; an empty path closes
-    void Notify();                                   // after a change of the state's wakeSerial
+    void Notify() { wake.notify_one(); }             // after a change of the state's wakeSerial
 
     // Until a piece of work is done; false when `until` has passed. Lets go of the lock meanwhile.
-    bool WaitForProgress(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until);
+    bool WaitForProgress(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until)
+    {
+        return progress.wait_until(lock, until) == std::cv_status::no_timeout;
+    }
 
-    MediaFeed const* GetMedia() const;         // null when nothing is open, or not yet so far that play can begin
+    // Null when nothing is open, or not yet so far that play can begin.
+    MediaFeed const* GetMedia() const { return ordered || opening ? nullptr : media.get(); }
+
     bool IsOpening() const { return opening; } // until there is a picture or a sound, or the failure is known
-    bool IsOpeningAny() const;                 // also a source to be closed, or the sound of a movie
+    bool IsBusy() const { return ordered || opening || (media && media->soundPending); } // opening, also sound; closing
     QString const& GetPath() const { return path; }
     QString const& GetError() const { return error; } // of the opening, or what the thread has given up for
 

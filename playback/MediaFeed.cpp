@@ -22,23 +22,23 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
                                            long long budget, StopCheck const& stop, QString& error)
 {
     auto feed = std::make_unique<MediaFeed>();
-    Source& source = feed->source;
-    source = isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options);
-    error = source.GetError();
+    feed->source = isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options);
+    Source const& source = feed->source;
     feed->kind = source.GetKind();
+    error = source.GetError();
     if (feed->kind == SourceKind::None)
         return nullptr;
-    if (source.HasSound() && (!options.withPictures || !source.HasPictures())) {
-        feed->kind = SourceKind::Sound;
-    } else if (!feed->OpenPictures(options, budget, stop)) {
-        if (feed->kind != SourceKind::SoundWithCover)
-            error = QStringLiteral("No picture of it can be decoded.");
-        feed->kind = source.HasSound() ? SourceKind::Sound : SourceKind::None;
-    }
     bool const wantsSound = source.HasSound() && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
-    feed->soundPending = wantsSound && feed->pictures;
-    if (feed->pictures || feed->kind == SourceKind::None)
-        return feed->pictures ? std::move(feed) : nullptr;
+    bool const wantsPictures = !source.HasSound() || (options.withPictures && source.HasPictures());
+    if (wantsPictures && feed->OpenPictures(budget, stop)) {
+        feed->soundPending = wantsSound;
+        return feed;
+    }
+    if (wantsPictures && feed->kind != SourceKind::SoundWithCover)
+        error = QStringLiteral("No picture of it can be decoded.");
+    if (!source.HasSound())
+        return nullptr;
+    feed->kind = SourceKind::Sound;
     feed->sound = wantsSound ? feed->OpenSound(stop) : nullptr;
     if (feed->sound)
         return feed;
@@ -52,19 +52,19 @@ MediaFeed::~MediaFeed()
         sound->GetOutput()->Clear();
 }
 
-bool MediaFeed::OpenPictures(PlaybackOptions const& options, long long budget, StopCheck const& stop)
+bool MediaFeed::OpenPictures(long long budget, StopCheck const& stop)
 {
     auto stream = source.OpenPictures(stop);
     if (!stream)
         return false;
-    pictures = std::make_unique<PictureFeeder>(std::move(stream), source.GetFrameStep(), budget, options.colours);
-    if (!pictures->Begin(stop)) {
-        pictures.reset();
+    auto opened =
+        std::make_unique<PictureFeeder>(std::move(stream), source.GetFrameStep(), budget, source.GetColours());
+    if (!opened->Begin(stop))
         return false;
-    }
-    PictureCache::Picture const first = pictures->Find(0, 0).picture;
+    PictureCache::Picture const first = opened->Find(0, 0).picture;
     width = source.GetWidth() > 0 ? source.GetWidth() : first->width;
     height = source.GetHeight() > 0 ? source.GetHeight() : first->height;
+    pictures = std::move(opened);
     return true;
 }
 
@@ -126,9 +126,9 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     status.durationKnown = range.endKnown;
     status.width = width;
     status.height = height;
-    status.frameRate = pictures ? source.GetFrameRate() : 0.0;
-    status.frameStep = pictures ? source.GetFrameStep() : 0;
     if (pictures) {
+        status.frameRate = source.GetFrameRate();
+        status.frameStep = source.GetFrameStep();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;

@@ -34,12 +34,13 @@ struct MediaFeed
 
     Source source;
     SourceKind kind = SourceKind::None;      // Sound, too, where the pictures are left out or cannot be decoded
-    int width = 0;                           // of the pictures as coded, 0 without
-    int height = 0;
     std::unique_ptr<PictureFeeder> pictures; // null without pictures
     std::unique_ptr<SoundFeeder> sound;      // null without sound
     bool soundPending = false;               // the sound of a movie is opened after its first picture
 
+    int width = 0;  // pixels, of the pictures as coded
+    int height = 0; // pixels
+
 private:
-    bool OpenPictures(PlaybackOptions const& options, long long budget, StopCheck const& stop);
+    bool OpenPictures(long long budget, StopCheck const& stop);
 };

@@ -146,6 +146,14 @@ void PlayState::Follow(SoundReport const& report)
     drift = report.drift;
 }
 
+long long PlayState::GetPosition(long long now) const
+{
+    long long const position = clock.GetPosition(now);
+    if (speed == 0.0)
+        return position;
+    return speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
+}
+
 PlayNeed PlayState::GetNeed(long long now) const
 {
     PlayNeed need;
@@ -169,13 +177,6 @@ SoundRun PlayState::GetSoundRun() const
     run.sounding = IsRunning() && !muted && std::fabs(speed) <= muteAboveSpeed;
     run.volume = volume;
     return run;
-}
-
-long long PlayState::Onwards(long long position, long long reported, double speed)
-{
-    if (speed == 0.0)
-        return position;
-    return speed > 0.0 ? std::max(position, reported) : std::min(position, reported);
 }
 
 // At another place other pictures are needed: the decoding thread may have found nothing to do for the former one.

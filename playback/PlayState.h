@@ -36,17 +36,13 @@ struct PlayState
     void Advance(PlayRange const& range, long long now);
     void Begin(long long now);                                  // what play waited for has been decoded
     void MakeStep(long long start, bool isLast, long long now); // to the picture that starts there; the last: no more
-    void
-    Follow(SoundReport const& report); // takes the output's position into the clock, unless the clock was set since
+    void Follow(SoundReport const& report); // sets the clock by the output, unless it was set otherwise since
 
     // Never goes against the direction of play: the sound output may set the clock back a little, which must not show.
-    long long GetPosition(long long now) const { return Onwards(clock.GetPosition(now), reported, speed); }
+    long long GetPosition(long long now) const;
     bool IsRunning() const { return speed != 0.0 && !waiting && !ended; }
     PlayNeed GetNeed(long long now) const; // without budget and colours
     SoundRun GetSoundRun() const;          // without position
-
-    // The later of two positions in the direction of play.
-    static long long Onwards(long long position, long long reported, double speed);
 
     // Serials count changes, so that whoever has seen one can tell whether it still holds.
     long long openSerial = 0;  // of what is open

@@ -60,7 +60,7 @@ struct Display
     PictureCache::Place Find(PictureFeeder const& pictures, PlayState const& state, long long now, bool goesOn) const
     {
         long long const position = state.GetPosition(now);
-        PictureCache::Place const exact = pictures.Find(position, 0); // also before the first and after the last
+        PictureCache::Place exact = pictures.Find(position, 0); // also before the first and after the last
         if (state.speed == 0.0 || state.waiting || exact.picture)
             return exact;
         PictureCache::Place const place = pictures.FindNewest(position, state.forwards);
@@ -188,8 +188,8 @@ struct EngineParts
     bool IsReady(long long now) const
     {
         MediaFeed const* media = thread.GetMedia();
-        if (thread.IsOpeningAny() || !media)
-            return !thread.IsOpeningAny();
+        if (thread.IsBusy() || !media)
+            return !thread.IsBusy();
         bool const isBudgetHeeded = !media->pictures || media->pictures->GetSpan().budget == budget;
         return isBudgetHeeded && media->IsReady(GetNeed(now), soundToWaitFor);
     }

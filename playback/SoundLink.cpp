@@ -14,7 +14,7 @@ constexpr long long longestDelay = 3600000000; // microseconds from a fill until
 
 void SoundLink::Leave(PlayState const& state, std::shared_ptr<SoundOutput> output, long long origin)
 {
-    orders.Write({std::move(output), origin, state.GetSoundRun(), state.clock, state.reported, state.clockSerial});
+    orders.Write({state, std::move(output), origin});
 }
 
 void SoundLink::TakeReport(PlayState& state)
@@ -30,15 +30,15 @@ int SoundLink::Fill(short* buffer, int frames, long long delay, TimeSource const
     if (!order.output || !buffer || frames <= 0)
         return 0;
     long long const now = timeSource.GetTime();
-    bool const goesOn = order.run.speed != 0.0 && order.output->Follows(order.run);
-    if (!goesOn || order.clockSerial != freeClockSerial) {
-        freeClock = order.clock;
-        freeClockSerial = order.clockSerial;
+    SoundRun run = order.state.GetSoundRun();
+    run.position = order.state.GetPosition(now) + order.origin;
+    bool const goesOn = run.speed != 0.0 && order.output->Follows(run);
+    if (!goesOn || order.state.clockSerial != freeClockSerial) {
+        freeClock = order.state.clock;
+        freeClockSerial = order.state.clockSerial;
     }
     if (goesOn)
         Report(order, now, delay);
-    SoundRun run = order.run;
-    run.position = PlayState::Onwards(order.clock.GetPosition(now), order.reported, run.speed) + order.origin;
     order.output->Fill(buffer, frames, run);
     return frames;
 }
@@ -47,7 +47,7 @@ int SoundLink::Fill(short* buffer, int frames, long long delay, TimeSource const
 void SoundLink::Report(Order const& order, long long now, long long delay)
 {
     SoundReport report;
-    report.clockSerial = order.clockSerial;
+    report.clockSerial = order.state.clockSerial;
     report.position = order.output->GetPosition() - static_cast<double>(order.origin);
     report.instant = now + std::clamp(delay, 0LL, longestDelay);
     report.drift = report.position - static_cast<double>(freeClock.GetPosition(now));

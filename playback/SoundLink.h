@@ -25,12 +25,9 @@ public:
 private:
     struct Order
     {
+        PlayState state;
         std::shared_ptr<SoundOutput> output;
         long long origin = 0;
-        SoundRun run; // its position is the clock's
-        PlayClock clock;
-        long long reported = 0;
-        long long clockSerial = 0;
     };
 
     void Report(Order const& order, long long now, long long delay);

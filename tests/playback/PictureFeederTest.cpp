@@ -31,6 +31,8 @@ public:
     {
         if (isLost)
             return ReadResult::End;
+        if (stop())
+            return ReadResult::Stopped;
         long long const wanted = std::clamp(time / step, 0LL, count - 1);
         long long const key = wanted / group * group;
         next = next <= wanted ? std::max(next, key) : key;
@@ -39,7 +41,7 @@ public:
                 return ReadResult::Stopped;
             pass(cost);
         }
-        return Read(picture, stop);
+        return Read(picture, neverStop);
     }
 
     ReadResult Read(Picture& picture, StopCheck const& stop) override
