@@ -1,7 +1,7 @@
 #include "fuzz/FuzzBytes.h"
 
 #include "playback/ImageSequence.h"
-#include "tools/TimeText.h"
+#include "tools/report/TimeText.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "player/PictureView.h"
+#include "player/picture/PictureView.h"
 
 #include <QRect>
 #include <QStringList>

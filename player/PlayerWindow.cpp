@@ -1,14 +1,14 @@
 #include "player/PlayerWindow.h"
 
 #include "decode/DecodedVideoFrame.h"
-#include "player/ControlBar.h"
-#include "player/HelpOverlay.h"
-#include "player/SoundPlayer.h"
-#include "player/StatisticsOverlay.h"
-#include "player/Theme.h"
-#include "player/Timeline.h"
-#include "player/WaveformReader.h"
-#include "player/WelcomePanel.h"
+#include "player/controls/ControlBar.h"
+#include "player/controls/HelpOverlay.h"
+#include "player/controls/StatisticsOverlay.h"
+#include "player/controls/Theme.h"
+#include "player/controls/Timeline.h"
+#include "player/controls/WelcomePanel.h"
+#include "player/sound/SoundPlayer.h"
+#include "player/sound/WaveformReader.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "playback/PlaybackEngine.h"
-#include "player/KeyMap.h"
 #include "player/PlayerOptions.h"
 #include "player/PlayerSettings.h"
 #include "player/Playlist.h"
 #include "player/RecentFiles.h"
-#include "player/Transport.h"
+#include "player/controls/KeyMap.h"
+#include "player/controls/Transport.h"
 
 #include <QFutureWatcher>
 #include <QPointer>

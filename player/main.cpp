@@ -3,7 +3,7 @@
 #include "player/PlayerOptions.h"
 #include "player/PlayerSettings.h"
 #include "player/PlayerWindow.h"
-#include "player/Theme.h"
+#include "player/controls/Theme.h"
 
 #include <QApplication>
 #include <QIcon>

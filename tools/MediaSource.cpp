@@ -5,8 +5,8 @@
 #include "media/FfmpegPtr.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "tools/Console.h"
-#include "tools/MessageLog.h"
+#include "tools/report/Console.h"
+#include "tools/report/MessageLog.h"
 
 #include <QFileInfo>
 #include <QStringList>

@@ -1,8 +1,8 @@
 #include "media/AvGlobals.h"
-#include "tools/AllCommands.h"
-#include "tools/Command.h"
-#include "tools/CommandLine.h"
-#include "tools/Console.h"
+#include "tools/commands/AllCommands.h"
+#include "tools/commands/Command.h"
+#include "tools/commands/CommandLine.h"
+#include "tools/report/Console.h"
 
 #include <QCoreApplication>
 #include <QStringList>

@@ -1,11 +1,11 @@
 #include "player/PlayerWindow.h"
 #include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
-#include "player/ControlBar.h"
-#include "player/HelpOverlay.h"
-#include "player/StatisticsOverlay.h"
-#include "player/Timeline.h"
-#include "player/WelcomePanel.h"
+#include "player/controls/ControlBar.h"
+#include "player/controls/HelpOverlay.h"
+#include "player/controls/StatisticsOverlay.h"
+#include "player/controls/Timeline.h"
+#include "player/controls/WelcomePanel.h"
 
 #include <QApplication>
 #include <QClipboard>

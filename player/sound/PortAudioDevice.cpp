@@ -1,0 +1,133 @@
+#include "player/sound/PortAudioDevice.h"
+
+#include <portaudio.h>
+
+#include <algorithm>
+
+namespace {
+
+// A device that asks for nothing for so long has vanished, whatever it says of itself.
+constexpr auto patience = std::chrono::seconds(1);
+
+// Seconds of sound in the device's hands. The engine is told when each block is heard, so a long one costs nothing but
+// the time until a change is heard, and saves gaps where the computer is busy.
+constexpr double calmLatency = 0.08;
+
+PaStreamParameters ParametersOf(PaDeviceIndex device, int channels)
+{
+    PaStreamParameters parameters{};
+    parameters.device = device;
+    parameters.channelCount = channels;
+    parameters.sampleFormat = paInt16;
+    parameters.suggestedLatency = std::max(calmLatency, Pa_GetDeviceInfo(device)->defaultHighOutputLatency);
+    return parameters;
+}
+
+} // namespace
+
+PortAudioDevice::~PortAudioDevice()
+{
+    PortAudioDevice::Stop();
+}
+
+bool PortAudioDevice::Start(int sampleRate, int sourceChannels, Fill newFill)
+{
+    Stop();
+    fill = std::move(newFill);
+    if (int const error = Pa_Initialize(); error != paNoError)
+        return Fail(error);
+    initialized = true;
+    if (!Open(sampleRate, sourceChannels))
+        return false;
+    blocksSeen = blocks;
+    lastBlock = std::chrono::steady_clock::now();
+    if (int const error = Pa_StartStream(stream); error != paNoError)
+        return Fail(error);
+    return true;
+}
+
+bool PortAudioDevice::Open(int sampleRate, int sourceChannels)
+{
+    PaDeviceIndex const device = Pa_GetDefaultOutputDevice();
+    if (device == paNoDevice) {
+        Stop();
+        note = "There is no sound device; playing without sound.";
+        return false;
+    }
+    PaDeviceInfo const* info = Pa_GetDeviceInfo(device);
+    channels = std::min(sourceChannels, std::max(1, info->maxOutputChannels));
+    PaStreamParameters const parameters = ParametersOf(device, channels);
+    int rate = sampleRate;
+    if (Pa_IsFormatSupported(nullptr, &parameters, sampleRate) != paFormatIsSupported)
+        rate = static_cast<int>(info->defaultSampleRate);
+    if (rate != sampleRate || channels != sourceChannels)
+        converter = RateConverter::Make(fill, {sampleRate, sourceChannels}, {rate, channels});
+    int const error = Pa_OpenStream(&stream, nullptr, &parameters, rate, paFramesPerBufferUnspecified, paNoFlag,
+                                    &PortAudioDevice::OnBlock, this);
+    if (error != paNoError) {
+        stream = nullptr;
+        return Fail(error);
+    }
+    PaStreamInfo const* opened = Pa_GetStreamInfo(stream);
+    latency = opened ? opened->outputLatency : 0.0;
+    return true;
+}
+
+bool PortAudioDevice::Fail(int error)
+{
+    Stop();
+    note = QString("The sound device cannot be used (%1); playing without sound.").arg(Pa_GetErrorText(error));
+    return false;
+}
+
+void PortAudioDevice::Stop()
+{
+    if (stream)
+        Pa_CloseStream(stream); // aborts it, too
+    stream = nullptr;
+    converter.reset();
+    if (initialized)
+        Pa_Terminate(); // so that the next start sees devices that have come meanwhile
+    initialized = false;
+    note.clear();
+}
+
+bool PortAudioDevice::IsRunning()
+{
+    if (!stream)
+        return false;
+    auto const now = std::chrono::steady_clock::now();
+    if (unsigned const count = blocks; count != blocksSeen) {
+        blocksSeen = count;
+        lastBlock = now;
+    }
+    if (Pa_IsStreamActive(stream) == 1 && now - lastBlock < patience)
+        return true;
+    note = "The sound device has gone; playing without sound.";
+    return false;
+}
+
+QString PortAudioDevice::GetNote() const
+{
+    return note;
+}
+
+void PortAudioDevice::Fulfil(short* buffer, int frames, PaStreamCallbackTimeInfo const& time)
+{
+    double const told = time.outputBufferDacTime - time.currentTime;
+    double const seconds = told > 0.0 && told < 10.0 ? told : latency;
+    auto const delay = static_cast<long long>(seconds * 1000000.0);
+    if (converter)
+        converter->Fill(buffer, frames, delay);
+    else
+        fill(buffer, frames, delay);
+}
+
+int PortAudioDevice::OnBlock(void const* /*input*/, void* output, unsigned long frames,
+                             PaStreamCallbackTimeInfo const* time, unsigned long /*flags*/, void* device)
+{
+    auto& self = *static_cast<PortAudioDevice*>(device);
+    self.Fulfil(static_cast<short*>(output), static_cast<int>(frames), *time);
+    self.blocks.fetch_add(1, std::memory_order_relaxed);
+    return paContinue;
+}

@@ -1,0 +1,82 @@
+#include "player/sound/SoundPlayer.h"
+
+#include "playback/PlaybackEngine.h"
+#include "player/sound/SoundWorker.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+
+namespace {
+
+constexpr unsigned long farewell = 2000; // milliseconds for a device to close when the window does
+
+} // namespace
+
+// Between a device's thread and the engine. Closing it waits for a fill under way, which takes microseconds.
+struct SoundPlayer::Gate
+{
+    explicit Gate(PlaybackEngine& engine) : engine(engine) {}
+
+    void Open(int newGeneration) { generation = newGeneration; }
+
+    void Close()
+    {
+        generation = 0;
+        while (filling)
+            QThread::yieldCurrentThread();
+    }
+
+    void Fill(int askedGeneration, short* buffer, int frames, int channels, long long delay)
+    {
+        filling = true; // before the look at the generation, so that Close sees either this or its own effect
+        int const filled = generation == askedGeneration ? engine.FillAudio(buffer, frames, delay) : 0;
+        filling = false;
+        if (filled < frames)
+            std::fill_n(buffer + static_cast<ptrdiff_t>(filled) * channels,
+                        static_cast<ptrdiff_t>(frames - filled) * channels, short{0});
+    }
+
+    PlaybackEngine& engine;
+    std::atomic<int> generation{0}; // of the start whose fill may pass; 0: none
+    std::atomic<bool> filling{false};
+};
+
+SoundPlayer::SoundPlayer(PlaybackEngine& engine, std::unique_ptr<AudioDevice> device, QObject* parent)
+    : QObject(parent),
+      gate(std::make_shared<Gate>(engine)),
+      thread(new QThread),
+      worker(new SoundWorker(std::move(device)))
+{
+    worker->moveToThread(thread);
+    connect(worker, &SoundWorker::NoteChanged, this, &SoundPlayer::NoteChanged);
+    connect(thread, &QThread::finished, worker, &QObject::deleteLater);
+    thread->start();
+}
+
+SoundPlayer::~SoundPlayer()
+{
+    Stop();
+    thread->quit();
+    if (thread->wait(farewell))
+        delete thread; // else the device hangs in its driver: the thread is left to it until the process ends
+}
+
+void SoundPlayer::Start(int sampleRate, int channels)
+{
+    static std::atomic<int> starts{0};
+    int const generation = ++starts;
+    gate->Open(generation);
+    auto fill = [gate = gate, generation, channels](short* buffer, int frames, long long delay) {
+        gate->Fill(generation, buffer, frames, channels, delay);
+    };
+    QMetaObject::invokeMethod(
+        worker, [worker = worker, sampleRate, channels, fill] { worker->Start(sampleRate, channels, fill); });
+}
+
+void SoundPlayer::Stop()
+{
+    gate->Close();
+    QMetaObject::invokeMethod(worker, [worker = worker] { worker->Stop(); });
+}

@@ -1,0 +1,121 @@
+#include "player/sound/WavAudioDevice.h"
+
+#include <QtEndian>
+
+#include <chrono>
+#include <cstring>
+
+namespace {
+
+constexpr int blocksPerSecond = 100;
+constexpr qint64 headerBytes = 44;
+constexpr qint64 maxFileBytes = 0xFFFFFFFFLL - 1024 * 1024; // with room for a last block
+
+void PutNumber(QByteArray& header, int at, quint32 value)
+{
+    qToLittleEndian(value, header.data() + at);
+}
+
+void PutShort(QByteArray& header, int at, int value)
+{
+    qToLittleEndian(static_cast<quint16>(value), header.data() + at);
+}
+
+} // namespace
+
+WavAudioDevice::WavAudioDevice(QString const& path) : file(path) {}
+
+WavAudioDevice::~WavAudioDevice()
+{
+    WavAudioDevice::Stop();
+}
+
+bool WavAudioDevice::Start(int sampleRate, int channels, Fill newFill)
+{
+    Stop();
+    if (!file.isOpen() && !OpenFile({sampleRate, channels}))
+        return false;
+    fill = std::move(newFill);
+    if (sampleRate != format.sampleRate || channels != format.channels)
+        converter = RateConverter::Make(fill, {sampleRate, channels}, format);
+    stopping = false;
+    thread = std::thread(&WavAudioDevice::Run, this);
+    return true;
+}
+
+bool WavAudioDevice::OpenFile(RateConverter::Format newFormat)
+{
+    format = newFormat;
+    block.resize(static_cast<size_t>(format.sampleRate / blocksPerSecond) * static_cast<size_t>(format.channels));
+    if (!file.open(QIODevice::WriteOnly) || !WriteHeader()) {
+        note = QString("The sound cannot be written to %1 (%2); playing without sound.")
+                   .arg(file.fileName(), file.errorString());
+        file.close();
+        return false;
+    }
+    return true;
+}
+
+void WavAudioDevice::Stop()
+{
+    if (!thread.joinable())
+        return;
+    stopping = true;
+    thread.join();
+    converter.reset();
+    WriteHeader();
+}
+
+bool WavAudioDevice::IsRunning()
+{
+    if (failed)
+        note = QString("The file %1 takes no more sound.").arg(file.fileName());
+    return thread.joinable() && !failed;
+}
+
+QString WavAudioDevice::GetNote() const
+{
+    return note;
+}
+
+void WavAudioDevice::Run()
+{
+    auto next = std::chrono::steady_clock::now();
+    while (!stopping && !failed) {
+        if (!WriteBlock())
+            failed = true;
+        next += std::chrono::microseconds(1000000 / blocksPerSecond);
+        std::this_thread::sleep_until(next);
+    }
+}
+
+bool WavAudioDevice::WriteBlock()
+{
+    if (file.size() > maxFileBytes)
+        return false;
+    int const frames = format.sampleRate / blocksPerSecond;
+    if (converter)
+        converter->Fill(block.data(), frames, 0);
+    else
+        fill(block.data(), frames, 0);
+    auto const bytes = static_cast<qint64>(block.size()) * static_cast<qint64>(sizeof(short));
+    return file.write(reinterpret_cast<char const*>(block.data()), bytes) == bytes;
+}
+
+bool WavAudioDevice::WriteHeader()
+{
+    auto const dataBytes = static_cast<quint32>(std::max<qint64>(0, file.size() - headerBytes));
+    int const frameBytes = format.channels * static_cast<int>(sizeof(short));
+    QByteArray header("RIFF....WAVEfmt ....pcchrate....bsbtdata....", headerBytes);
+    PutNumber(header, 4, dataBytes + static_cast<quint32>(headerBytes) - 8);
+    PutNumber(header, 16, 16); // bytes of the format that follow
+    PutShort(header, 20, 1);   // PCM
+    PutShort(header, 22, format.channels);
+    PutNumber(header, 24, static_cast<quint32>(format.sampleRate));
+    PutNumber(header, 28, static_cast<quint32>(format.sampleRate * frameBytes));
+    PutShort(header, 32, frameBytes);
+    PutShort(header, 34, 16); // bits of a sample
+    PutNumber(header, 40, dataBytes);
+    bool const written = file.seek(0) && file.write(header) == headerBytes && file.flush();
+    return written && file.seek(file.size());
+}

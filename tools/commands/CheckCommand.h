@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tools/commands/Command.h"
+
+// tavolin check: whether media files can be decoded whole, forwards and backwards.
+class CheckCommand : public Command
+{
+public:
+    QString GetName() const override;
+    QString GetSummary() const override;
+    QString GetUsage() const override;
+    QString GetDescription() const override;
+    void AddOptions(QCommandLineParser& parser) const override;
+    ExitCode Run(QCommandLineParser const& parser, MessageLog& log) override;
+};

@@ -1,0 +1,145 @@
+#include "tools/commands/DecodeCommand.h"
+
+#include "media/MediaInfo.h"
+#include "tools/MediaSource.h"
+#include "tools/SourceReader.h"
+#include "tools/commands/ColourOptions.h"
+#include "tools/commands/InputFiles.h"
+#include "tools/commands/TimeRange.h"
+#include "tools/commands/TimeRangeOptions.h"
+#include "tools/report/Console.h"
+#include "tools/report/DecodeReport.h"
+#include "tools/report/MessageLog.h"
+#include "tools/report/TimeText.h"
+
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+
+#include <algorithm>
+
+namespace {
+
+// Sound lies in the file a little apart from its picture.
+constexpr long long soundLeadUs = 1000000;
+
+struct Request
+{
+    TimeRange range;
+    bool withSums = false;
+    ColourSettings colours;
+};
+
+bool Start(SourceReader& reader, MediaSource const& source, TimeRange const& range)
+{
+    if (!range.HasBegin() || source.HasCoverOnly())
+        return reader.StartOver();
+    return reader.StartAt(source.HasSound() ? std::max(0LL, range.from - soundLeadUs) : range.from);
+}
+
+void ShowProgress(MediaSource const& source, DecodeReport const& report)
+{
+    if (!report.IsEmpty())
+        Console::ShowProgress(QStringLiteral("%1 of %2")
+                                  .arg(TimeText::Clock(report.GetReachedTime()),
+                                       TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+}
+
+// The report is data; where the sums are, it is a message.
+void ShowSummary(QString const& summary, Request const& request)
+{
+    if (!request.withSums) {
+        Console::WriteData(summary);
+        return;
+    }
+    for (QString const& line : summary.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        Console::Say(line);
+}
+
+ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
+{
+    if (report.IsEmpty())
+        Console::Say(path + QStringLiteral(": nothing was decoded in the time asked for"));
+    if (errors > 0)
+        Console::Say(QStringLiteral("%1: damaged, or not fully readable: %2 error%3 while decoding")
+                         .arg(path, QString::number(errors), errors == 1 ? QString() : QStringLiteral("s")));
+    return report.IsEmpty() || errors > 0 ? ExitCode::DecodingFailed : ExitCode::Ok;
+}
+
+ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
+{
+    auto const source = OpenSource(path, log);
+    if (!source)
+        return ExitCode::CannotOpen;
+    SayUndecodable(*source);
+    source->SetColours(request.colours);
+    SourceReader reader(*source);
+    QElapsedTimer timer;
+    timer.start();
+    if (!Start(reader, *source, request.range)) {
+        Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
+        return ExitCode::CannotOpen;
+    }
+    int const errorsBefore = log.GetErrorCount();
+    if (request.withSums)
+        Console::WriteData(QStringLiteral("# %1\n").arg(path));
+    DecodeReport report(*source, request.range, request.withSums);
+    SourceReader::Records records;
+    while (!report.IsRangeDone() && reader.Read(records)) {
+        report.Take(records);
+        records = {};
+        ShowProgress(*source, report);
+    }
+    report.Finish();
+    log.EndSource();
+    ShowSummary(report.Summary(static_cast<double>(timer.nsecsElapsed()) / 1e9), request);
+    ExitCode const result = Judge(path, report, log.GetErrorCount() - errorsBefore);
+    return source->LeavesOutAHalf() ? ExitCode::DecodingFailed : result;
+}
+
+} // namespace
+
+QString DecodeCommand::GetName() const
+{
+    return QStringLiteral("decode");
+}
+
+QString DecodeCommand::GetSummary() const
+{
+    return QStringLiteral("decode all of it: counts, times, sizes, speed, MD5 sums");
+}
+
+QString DecodeCommand::GetUsage() const
+{
+    return QStringLiteral("FILE... [--md5] [--from TIME] [--to TIME]");
+}
+
+QString DecodeCommand::GetDescription() const
+{
+    return QStringLiteral("Decodes each FILE from its beginning to its end and reports the pictures, the\n"
+                          "sound and how long it took. With --from and --to, only the pictures that show\n"
+                          "between these times and the sound between them are counted; decoding begins\n"
+                          "where the file allows it.\n\n"
+                          "With --md5, standard output holds one line for each picture, then one for each\n"
+                          "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
+                          "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"
+                          "  audio TIME SAMPLESxCHANNELS MD5    of the 16-bit samples, low byte first\n\n"
+                          "TIME is in microseconds from the first picture.\n\n"
+                          "Exit code 4 when something could not be decoded, even if the rest was.\n");
+}
+
+void DecodeCommand::AddOptions(QCommandLineParser& parser) const
+{
+    parser.addOption({QStringLiteral("md5"), QStringLiteral("Print a line with an MD5 sum for each record.")});
+    TimeRangeOptions::Add(parser);
+    ColourOptions::Add(parser, /*followsStream=*/false);
+}
+
+ExitCode DecodeCommand::Run(QCommandLineParser const& parser, MessageLog& log)
+{
+    Request request;
+    request.withSums = parser.isSet(QStringLiteral("md5"));
+    if (!TimeRangeOptions::Take(parser, request.range) ||
+        !ColourOptions::Take(parser, /*followsStream=*/false, /*exact=*/false, request.colours))
+        return ExitCode::Usage;
+    return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Decode(path, request, log); });
+}

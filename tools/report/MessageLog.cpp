@@ -1,0 +1,93 @@
+#include "tools/report/MessageLog.h"
+
+#include "tools/report/Console.h"
+
+extern "C" {
+#include <libavutil/error.h>
+}
+
+namespace {
+
+QString CodeText(int code)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return QString::fromUtf8(text);
+}
+
+} // namespace
+
+MessageLog::MessageLog()
+{
+    Logger::GetInstance().SetSink(
+        [this](Logger::Level level, QString const& message, int code) { Take(level, message, code); });
+}
+
+MessageLog::~MessageLog()
+{
+    Logger::GetInstance().SetSink(nullptr);
+    ShowRepetitions();
+}
+
+void MessageLog::BeginSource(QString const& name)
+{
+    EndSource();
+    std::lock_guard const lock(mutex);
+    source = name;
+    errorCount = 0;
+    lastError.clear();
+    lastErrorCode = 0;
+}
+
+void MessageLog::EndSource()
+{
+    std::lock_guard const lock(mutex);
+    ShowRepetitions();
+    source.clear();
+    lastLine.clear();
+}
+
+int MessageLog::GetErrorCount() const
+{
+    std::lock_guard const lock(mutex);
+    return errorCount;
+}
+
+QString MessageLog::GetLastError() const
+{
+    std::lock_guard const lock(mutex);
+    return lastError;
+}
+
+int MessageLog::GetLastErrorCode() const
+{
+    std::lock_guard const lock(mutex);
+    return lastErrorCode;
+}
+
+void MessageLog::Take(Logger::Level level, QString const& message, int code)
+{
+    std::lock_guard const lock(mutex);
+    if (level == Logger::Level::Error) {
+        ++errorCount;
+        lastError = message;
+        lastErrorCode = code;
+    }
+    QString const line = code == 0 ? message : QStringLiteral("%1 (%2)").arg(message, CodeText(code));
+    if (line == lastLine) {
+        ++repetitions;
+        return;
+    }
+    ShowRepetitions();
+    lastLine = line;
+    Console::Say(source.isEmpty() ? line : source + QStringLiteral(": ") + line);
+}
+
+void MessageLog::ShowRepetitions()
+{
+    if (repetitions == 1)
+        Console::Say(QStringLiteral("%1: the last message came once more").arg(source));
+    else if (repetitions > 1)
+        Console::Say(QStringLiteral("%1: the last message came %2 times more").arg(source).arg(repetitions));
+    repetitions = 0;
+}
