@@ -1,6 +1,4 @@
 #include "media/AvGlobals.h"
-#include "tools/commands/AllCommands.h"
-#include "tools/commands/Command.h"
 #include "tools/commands/CommandLine.h"
 #include "tools/report/Console.h"
 
@@ -23,7 +21,7 @@ void UseUtf8ForFileNames()
 #endif
 }
 
-QStringList Arguments(int argc, char** argv)
+QStringList Utf8Words(int argc, char** argv)
 {
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
@@ -36,11 +34,11 @@ QStringList Arguments(int argc, char** argv)
 int main(int argc, char** argv)
 {
     UseUtf8ForFileNames();
-    QStringList const arguments = Arguments(argc, argv);
+    QStringList const arguments = Utf8Words(argc, argv);
     QCoreApplication const application(argc, argv);
     AvGlobals::maxAudioOutputChannels = mostChannels;
 
-    ExitCode const result = CommandLine(AllCommands()).Run(arguments);
+    ExitCode const result = CommandLine::Run(arguments);
     Console::ClearProgress();
     if (!Console::FinishData()) {
         Console::Say(QStringLiteral("the standard output could not be written"));

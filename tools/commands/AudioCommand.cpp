@@ -1,18 +1,10 @@
-#include "tools/commands/AudioCommand.h"
-
+#include "common/TimeText.h"
 #include "tools/MediaSource.h"
-#include "tools/commands/CommandAnswers.h"
-#include "tools/commands/OutputOption.h"
-#include "tools/commands/TimeRange.h"
-#include "tools/commands/TimeRangeOptions.h"
+#include "tools/commands/Commands.h"
 #include "tools/output/SoundRender.h"
 #include "tools/output/WavFile.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
-#include "tools/report/TimeText.h"
-
-#include <QCommandLineParser>
-#include <QFileInfo>
 
 #include <cmath>
 #include <vector>
@@ -32,30 +24,19 @@ struct Request
     double volume = 1.0;
 };
 
-bool TakeNumber(QCommandLineParser const& parser, QString const& option, double& number)
+Request RequestIn(Arguments& arguments)
 {
-    bool isNumber = true;
-    if (parser.isSet(option))
-        number = parser.value(option).toDouble(&isNumber);
-    return isNumber && std::isfinite(number);
-}
-
-ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
-{
-    if (parser.positionalArguments().size() != 1)
-        return CommandAnswers::RejectUsage(QStringLiteral("audio takes one file"));
-    request.path = parser.positionalArguments().first();
-    request.wavPath = OutputOption::Value(parser);
-    if (QFileInfo(request.wavPath).suffix().toLower() != QLatin1String("wav"))
-        return CommandAnswers::RejectUsage(QStringLiteral("audio needs -o with a name that ends in .wav"));
-    bool const isSpeed = TakeNumber(parser, QStringLiteral("speed"), request.speed);
-    if (!isSpeed || std::fabs(request.speed) < slowest || std::fabs(request.speed) > fastest)
-        return CommandAnswers::RejectUsage(QStringLiteral("--speed is from -16 to 16 and not nearer to 0 than 0.01"));
-    bool const isVolume = TakeNumber(parser, QStringLiteral("volume"), request.volume);
-    if (!isVolume || request.volume < 0.0 || request.volume > loudest)
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
-    return TimeRangeOptions::Take(parser, request.range) ? ExitCode::Ok : ExitCode::Usage;
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.wavPath = arguments.Output({QStringLiteral("wav")});
+    request.speed = arguments.Decimal("speed", 1.0);
+    if (!(std::fabs(request.speed) >= slowest && std::fabs(request.speed) <= fastest))
+        arguments.Reject(QStringLiteral("--speed is from -16 to 16 and not nearer to 0 than 0.01"));
+    request.volume = arguments.Decimal("volume", 1.0);
+    if (!(request.volume >= 0.0 && request.volume <= loudest))
+        arguments.Reject(QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
+    request.range = arguments.Range();
+    return request;
 }
 
 long long TimeOf(SoundRender const& render, long long frames)
@@ -67,17 +48,17 @@ ExitCode Write(SoundRender& render, Request const& request)
 {
     long long const bytes = render.GetFrameCount() * render.GetChannelCount() * static_cast<long long>(sizeof(short));
     if (bytes > WavFile::mostBytes)
-        return CommandAnswers::CannotWrite(
-            request.wavPath, QStringLiteral("a WAV file holds 4 GiB at most, and this takes %1 bytes; give a "
-                                            "shorter range with --from and --to")
-                                 .arg(bytes));
+        return CannotWrite(request.wavPath,
+                           QStringLiteral("a WAV file holds 4 GiB at most, and this takes %1 bytes; give a "
+                                          "shorter range with --from and --to")
+                               .arg(bytes));
     WavFile file(request.wavPath, render.GetChannelCount(), render.GetSampleRate());
     if (!file.Open())
-        return CommandAnswers::CannotWrite(request.wavPath, file.GetError());
+        return CannotWrite(request.wavPath, file.GetError());
     std::vector<short> block;
     while (render.Read(block)) {
         if (!file.Write(block.data(), static_cast<int>(block.size()) / render.GetChannelCount()))
-            return CommandAnswers::CannotWrite(request.wavPath, file.GetError());
+            return CannotWrite(request.wavPath, file.GetError());
         Console::ShowProgress(QStringLiteral("%1 of %2")
                                   .arg(TimeText::Clock(TimeOf(render, render.GetReadCount())),
                                        TimeText::Clock(TimeOf(render, render.GetFrameCount()))));
@@ -86,7 +67,7 @@ ExitCode Write(SoundRender& render, Request const& request)
         Console::Say(request.path + QStringLiteral(": ") + render.GetError());
         return ExitCode::DecodingFailed;
     }
-    return file.Finish() ? ExitCode::Ok : CommandAnswers::CannotWrite(request.wavPath, file.GetError());
+    return file.Finish() ? ExitCode::Ok : CannotWrite(request.wavPath, file.GetError());
 }
 
 void ReportWritten(SoundRender const& render, Request const& request)
@@ -99,49 +80,11 @@ void ReportWritten(SoundRender const& render, Request const& request)
                            .arg(render.GetSampleRate()));
 }
 
-} // namespace
-
-QString AudioCommand::GetName() const
+ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    return QStringLiteral("audio");
-}
-
-QString AudioCommand::GetSummary() const
-{
-    return QStringLiteral("the sound at any speed, backwards too, as WAV");
-}
-
-QString AudioCommand::GetUsage() const
-{
-    return QStringLiteral("FILE -o WAV [--speed S] [--from T] [--to T] [--volume V]");
-}
-
-QString AudioCommand::GetDescription() const
-{
-    return QStringLiteral("Writes the sound of FILE as the player plays it: 16-bit samples at the rate and\n"
-                          "with the channels of FILE. At speed 1 they are the decoded samples themselves;\n"
-                          "at others some are left out or come twice, and below 0 they come last to first.\n"
-                          "The first few milliseconds fade in.\n\n"
-                          "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-                          "and when there is no sound between the times given.\n");
-}
-
-void AudioCommand::AddOptions(QCommandLineParser& parser) const
-{
-    OutputOption::Add(parser, QStringLiteral("WAV"));
-    parser.addOption(
-        {QStringLiteral("speed"), QStringLiteral("From -16 to 16; below 0 plays backwards."), QStringLiteral("S")});
-    parser.addOption(
-        {QStringLiteral("volume"), QStringLiteral("Factor of every sample, 0 to 100."), QStringLiteral("V")});
-    TimeRangeOptions::Add(parser);
-}
-
-ExitCode AudioCommand::Run(QCommandLineParser const& parser, MessageLog& log)
-{
-    Request request;
-    ExitCode const usage = TakeRequest(parser, request);
-    if (usage != ExitCode::Ok)
-        return usage;
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
     auto const source = OpenSound(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
@@ -160,4 +103,25 @@ ExitCode AudioCommand::Run(QCommandLineParser const& parser, MessageLog& log)
         return written;
     ReportWritten(render, request);
     return log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : ExitCode::Ok;
+}
+
+} // namespace
+
+Command AudioCommand()
+{
+    return {"audio",
+            "the sound at any speed, backwards too, as WAV",
+            "FILE -o WAV [--speed S] [--from T] [--to T] [--volume V]",
+            "Writes the sound of FILE as the player plays it: 16-bit samples at the rate and\n"
+            "with the channels of FILE. At speed 1 they are the decoded samples themselves;\n"
+            "at others some are left out or come twice, and below 0 they come last to first.\n"
+            "The first few milliseconds fade in.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no sound between the times given.\n",
+            {Options::Output("WAV"),
+             {"speed", "S", "From -16 to 16; below 0 plays backwards."},
+             {"volume", "V", "Factor of every sample, 0 to 100."},
+             Options::from,
+             Options::to},
+            Run};
 }

@@ -1,14 +1,9 @@
-#include "tools/commands/CheckCommand.h"
-
+#include "common/TimeText.h"
 #include "tools/MediaSource.h"
-#include "tools/commands/ColourOptions.h"
-#include "tools/commands/InputFiles.h"
+#include "tools/commands/Commands.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/SourceCheck.h"
-#include "tools/report/TimeText.h"
-
-#include <QCommandLineParser>
 
 namespace {
 
@@ -50,43 +45,28 @@ ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& l
     return check.GetFaults().isEmpty() ? ExitCode::Ok : ExitCode::DecodingFailed;
 }
 
+ExitCode Run(Arguments& arguments, MessageLog& log)
+{
+    ColourSettings const colours = arguments.Colours(/*followsStream=*/true, /*exact=*/false);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
+    return ForEachFile(arguments, [&](QString const& path) { return Check(path, colours, log); });
+}
+
 } // namespace
 
-QString CheckCommand::GetName() const
+Command CheckCommand()
 {
-    return QStringLiteral("check");
-}
-
-QString CheckCommand::GetSummary() const
-{
-    return QStringLiteral("decode all of it both ways and report damage");
-}
-
-QString CheckCommand::GetUsage() const
-{
-    return QStringLiteral("FILE...");
-}
-
-QString CheckCommand::GetDescription() const
-{
-    return QStringLiteral("Decodes each FILE from its beginning to its end, and from its end to its\n"
-                          "beginning as playing backwards does. Writes one line with \"ok\" and what was\n"
-                          "decoded, or a line with \"damaged\" for everything that is wrong: errors while\n"
-                          "decoding, times that do not rise, pictures missing where their rate is constant,\n"
-                          "holes in the sound, what is not the same both ways, and an end well before the\n"
-                          "length that the file tells.\n\n"
-                          "Exit code 0 when all is well, 4 when a file is damaged.\n");
-}
-
-void CheckCommand::AddOptions(QCommandLineParser& parser) const
-{
-    ColourOptions::Add(parser, /*followsStream=*/true);
-}
-
-ExitCode CheckCommand::Run(QCommandLineParser const& parser, MessageLog& log)
-{
-    ColourSettings colours;
-    if (!ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/false, colours))
-        return ExitCode::Usage;
-    return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Check(path, colours, log); });
+    return {"check",
+            "decode all of it both ways and report damage",
+            "FILE...",
+            "Decodes each FILE from its beginning to its end, and from its end to its\n"
+            "beginning as playing backwards does. Writes one line with \"ok\" and what was\n"
+            "decoded, or a line with \"damaged\" for everything that is wrong: errors while\n"
+            "decoding, times that do not rise, pictures missing where their rate is constant,\n"
+            "holes in the sound, what is not the same both ways, and an end well before the\n"
+            "length that the file tells.\n\n"
+            "Exit code 0 when all is well, 4 when a file is damaged.\n",
+            {Options::Colours(/*followsStream=*/true), Options::noToneMapping},
+            Run};
 }

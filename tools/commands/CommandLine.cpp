@@ -1,11 +1,7 @@
 #include "tools/commands/CommandLine.h"
 
-#include "tools/commands/Command.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
-
-#include <QCommandLineParser>
-#include <QFileInfo>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -13,8 +9,6 @@ extern "C" {
 }
 
 namespace {
-
-QString const program = QStringLiteral("tavolin");
 
 char const generalEnd[] = R"(
 Options:
@@ -30,11 +24,41 @@ codes: 0 ok, 1 some of several inputs failed, 2 wrong usage, 3 cannot open or
 nothing in it, 4 decoding or seeking failed, 5 writing failed.
 )";
 
-void Prepare(QCommandLineParser& parser, Command const& command)
+// In the order in which the help lists them.
+std::vector<Command> const& AllCommands()
 {
-    command.AddOptions(parser);
-    parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show FFmpeg's own messages, too.")});
-    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(), AudioCommand(),
+                                                  CheckCommand(), SheetCommand(),  WaveCommand(),  PlayCommand()};
+    return commands;
+}
+
+Command const* Find(QString const& name)
+{
+    for (Command const& command : AllCommands()) {
+        if (name == QLatin1String(command.name))
+            return &command;
+    }
+    return nullptr;
+}
+
+ExitCode Show(QString const& text)
+{
+    Console::WriteData(text);
+    return ExitCode::Ok;
+}
+
+// `fault`: empty where it has been said.
+ExitCode RejectUsage(QString const& fault, QString const& helpWords)
+{
+    if (!fault.isEmpty())
+        Console::Say(fault);
+    Console::Say(QStringLiteral("try \"tavolin %1\"").arg(helpWords));
+    return ExitCode::Usage;
+}
+
+ExitCode RejectUnknown(QString const& name)
+{
+    return RejectUsage(QStringLiteral("there is no command \"%1\"").arg(name), QStringLiteral("--help"));
 }
 
 QString Versions()
@@ -48,24 +72,50 @@ QString Versions()
         .arg(QString::fromLatin1(qVersion()));
 }
 
-ExitCode Show(QString const& text)
+QString GeneralHelp()
 {
-    Console::WriteData(text);
-    return ExitCode::Ok;
+    auto const row = [](char const* name, char const* summary) {
+        return QStringLiteral("  %1%2\n").arg(QString::fromLatin1(name).leftJustified(10), QString::fromUtf8(summary));
+    };
+    QString text = QStringLiteral("tavolin looks into media files, decodes and plays them.\n\n"
+                                  "Usage: tavolin COMMAND [ARGUMENTS]\n\nCommands:\n");
+    for (Command const& command : AllCommands())
+        text += row(command.name, command.summary);
+    return text + row("help", "all about a command: tavolin help COMMAND") + QString::fromUtf8(generalEnd);
 }
 
-ExitCode RejectUsage(QString const& message, QString const& helpWords)
+ExitCode ShowHelpOf(Command const& command)
 {
-    Console::Say(message);
-    Console::Say(QStringLiteral("try \"tavolin %1\"").arg(helpWords));
-    return ExitCode::Usage;
+    QString const name = QString::fromLatin1(command.name);
+    return Show(QStringLiteral("Usage: tavolin %1 %2\n\n%3\n%4")
+                    .arg(name, QString::fromUtf8(command.usage), QString::fromUtf8(command.description),
+                         Arguments(name, command.options, {}).OptionsHelp()));
+}
+
+ExitCode ShowHelp(QStringList const& names)
+{
+    if (names.isEmpty())
+        return Show(GeneralHelp());
+    Command const* command = Find(names.first());
+    return command ? ShowHelpOf(*command) : RejectUnknown(names.first());
+}
+
+ExitCode RunCommand(Command const& command, QStringList const& given)
+{
+    QString const name = QString::fromLatin1(command.name);
+    QString const helpWords = QStringLiteral("help ") + name;
+    Arguments arguments(name, command.options, given);
+    if (arguments.AreWrong())
+        return RejectUsage(arguments.GetFault(), helpWords);
+    if (arguments.Has("help"))
+        return ShowHelpOf(command);
+    av_log_set_level(arguments.Has("verbose") ? AV_LOG_INFO : AV_LOG_QUIET);
+    MessageLog log;
+    ExitCode const result = command.run(arguments, log);
+    return result == ExitCode::Usage ? RejectUsage(arguments.GetFault(), helpWords) : result;
 }
 
 } // namespace
-
-CommandLine::CommandLine(std::vector<std::unique_ptr<Command>> newCommands) : commands(std::move(newCommands)) {}
-
-CommandLine::~CommandLine() = default;
 
 ExitCode CommandLine::Run(QStringList const& arguments)
 {
@@ -78,76 +128,28 @@ ExitCode CommandLine::Run(QStringList const& arguments)
         return Show(Versions());
     if (first == QLatin1String("help"))
         return ShowHelp(arguments.mid(1));
-    if (Command* command = Find(first))
-        return RunCommand(*command, arguments.mid(1));
-    return RejectUnknown(first);
+    Command const* command = Find(first);
+    return command ? RunCommand(*command, arguments.mid(1)) : RejectUnknown(first);
 }
 
-Command* CommandLine::Find(QString const& name) const
+ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work)
 {
-    for (auto const& command : commands) {
-        if (command->GetName() == name)
-            return command.get();
+    QStringList const paths = arguments.Files();
+    if (paths.isEmpty()) {
+        arguments.Reject(QStringLiteral("a file is missing"));
+        return ExitCode::Usage;
     }
-    return nullptr;
-}
-
-ExitCode CommandLine::RunCommand(Command& command, QStringList const& arguments) const
-{
-    QCommandLineParser parser;
-    Prepare(parser, command);
-    QString const helpWords = QStringLiteral("help ") + command.GetName();
-    if (!parser.parse(QStringList(program) + command.Completed(arguments))) {
-        QString message = parser.errorText();
-        while (message.endsWith(QLatin1Char('.')))
-            message.chop(1);
-        for (QString const& argument : arguments) {
-            if (argument.startsWith(QLatin1Char('-')) && QFileInfo::exists(argument))
-                message += QStringLiteral("; for the file \"%1\", write \"./%1\"").arg(argument);
-        }
-        return RejectUsage(message, helpWords);
+    ExitCode result = ExitCode::Ok;
+    for (QString const& path : paths) {
+        ExitCode const own = work(path);
+        if (own != ExitCode::Ok)
+            result = paths.size() == 1 ? own : ExitCode::SomeInputsFailed;
     }
-    if (parser.isSet(QStringLiteral("help")))
-        return Show(HelpOf(command));
-    av_log_set_level(parser.isSet(QStringLiteral("verbose")) ? AV_LOG_INFO : AV_LOG_QUIET);
-    MessageLog log;
-    ExitCode const result = command.Run(parser, log);
-    if (result == ExitCode::Usage)
-        Console::Say(QStringLiteral("try \"tavolin %1\"").arg(helpWords));
     return result;
 }
 
-ExitCode CommandLine::ShowHelp(QStringList const& names) const
+ExitCode CannotWrite(QString const& path, QString const& error)
 {
-    if (names.isEmpty())
-        return Show(GeneralHelp());
-    Command const* command = Find(names.first());
-    return command ? Show(HelpOf(*command)) : RejectUnknown(names.first());
-}
-
-ExitCode CommandLine::RejectUnknown(QString const& name) const
-{
-    return RejectUsage(QStringLiteral("there is no command \"%1\"").arg(name), QStringLiteral("--help"));
-}
-
-QString CommandLine::GeneralHelp() const
-{
-    QString text = QStringLiteral("tavolin looks into media files, decodes and plays them.\n\n"
-                                  "Usage: tavolin COMMAND [ARGUMENTS]\n\nCommands:\n");
-    for (auto const& command : commands)
-        text += QStringLiteral("  %1%2\n").arg(command->GetName().leftJustified(10), command->GetSummary());
-    text +=
-        QStringLiteral("  %1%2\n")
-            .arg(QStringLiteral("help").leftJustified(10), QStringLiteral("all about a command: tavolin help COMMAND"));
-    return text + QString::fromUtf8(generalEnd);
-}
-
-QString CommandLine::HelpOf(Command const& command)
-{
-    QCommandLineParser parser;
-    Prepare(parser, command);
-    QString const options = parser.helpText();
-    return QStringLiteral("Usage: tavolin %1 %2\n\n%3\n%4")
-        .arg(command.GetName(), command.GetUsage(), command.GetDescription(),
-             options.mid(options.indexOf(QLatin1String("Options:"))));
+    Console::Say(QStringLiteral("%1: cannot be written: %2").arg(path, error));
+    return ExitCode::WritingFailed;
 }

@@ -1,18 +1,12 @@
-#include "tools/commands/DecodeCommand.h"
-
+#include "common/TimeText.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 #include "tools/SourceReader.h"
-#include "tools/commands/ColourOptions.h"
-#include "tools/commands/InputFiles.h"
-#include "tools/commands/TimeRange.h"
-#include "tools/commands/TimeRangeOptions.h"
+#include "tools/commands/Commands.h"
 #include "tools/report/Console.h"
 #include "tools/report/DecodeReport.h"
 #include "tools/report/MessageLog.h"
-#include "tools/report/TimeText.h"
 
-#include <QCommandLineParser>
 #include <QElapsedTimer>
 
 #include <algorithm>
@@ -96,50 +90,38 @@ ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
     return source->LeavesOutAHalf() ? ExitCode::DecodingFailed : result;
 }
 
-} // namespace
-
-QString DecodeCommand::GetName() const
-{
-    return QStringLiteral("decode");
-}
-
-QString DecodeCommand::GetSummary() const
-{
-    return QStringLiteral("decode all of it: counts, times, sizes, speed, MD5 sums");
-}
-
-QString DecodeCommand::GetUsage() const
-{
-    return QStringLiteral("FILE... [--md5] [--from TIME] [--to TIME]");
-}
-
-QString DecodeCommand::GetDescription() const
-{
-    return QStringLiteral("Decodes each FILE from its beginning to its end and reports the pictures, the\n"
-                          "sound and how long it took. With --from and --to, only the pictures that show\n"
-                          "between these times and the sound between them are counted; decoding begins\n"
-                          "where the file allows it.\n\n"
-                          "With --md5, standard output holds one line for each picture, then one for each\n"
-                          "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
-                          "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"
-                          "  audio TIME SAMPLESxCHANNELS MD5    of the 16-bit samples, low byte first\n\n"
-                          "TIME is in microseconds from the first picture.\n\n"
-                          "Exit code 4 when something could not be decoded, even if the rest was.\n");
-}
-
-void DecodeCommand::AddOptions(QCommandLineParser& parser) const
-{
-    parser.addOption({QStringLiteral("md5"), QStringLiteral("Print a line with an MD5 sum for each record.")});
-    TimeRangeOptions::Add(parser);
-    ColourOptions::Add(parser, /*followsStream=*/false);
-}
-
-ExitCode DecodeCommand::Run(QCommandLineParser const& parser, MessageLog& log)
+ExitCode Run(Arguments& arguments, MessageLog& log)
 {
     Request request;
-    request.withSums = parser.isSet(QStringLiteral("md5"));
-    if (!TimeRangeOptions::Take(parser, request.range) ||
-        !ColourOptions::Take(parser, /*followsStream=*/false, /*exact=*/false, request.colours))
+    request.withSums = arguments.Has("md5");
+    request.range = arguments.Range();
+    request.colours = arguments.Colours(/*followsStream=*/false, /*exact=*/false);
+    if (arguments.AreWrong())
         return ExitCode::Usage;
-    return ForEachInput(parser.positionalArguments(), [&](QString const& path) { return Decode(path, request, log); });
+    return ForEachFile(arguments, [&](QString const& path) { return Decode(path, request, log); });
+}
+
+} // namespace
+
+Command DecodeCommand()
+{
+    return {"decode",
+            "decode all of it: counts, times, sizes, speed, MD5 sums",
+            "FILE... [--md5] [--from TIME] [--to TIME]",
+            "Decodes each FILE from its beginning to its end and reports the pictures, the\n"
+            "sound and how long it took. With --from and --to, only the pictures that show\n"
+            "between these times and the sound between them are counted; decoding begins\n"
+            "where the file allows it.\n\n"
+            "With --md5, standard output holds one line for each picture, then one for each\n"
+            "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
+            "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"
+            "  audio TIME SAMPLESxCHANNELS MD5    of the 16-bit samples, low byte first\n\n"
+            "TIME is in microseconds from the first picture.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was.\n",
+            {{"md5", nullptr, "Print a line with an MD5 sum for each record."},
+             Options::from,
+             Options::to,
+             Options::Colours(/*followsStream=*/false),
+             Options::noToneMapping},
+            Run};
 }

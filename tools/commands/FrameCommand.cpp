@@ -1,20 +1,14 @@
-#include "tools/commands/FrameCommand.h"
-
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 #include "tools/PictureFinder.h"
 #include "tools/SourceReader.h"
-#include "tools/commands/ColourOptions.h"
-#include "tools/commands/CommandAnswers.h"
-#include "tools/commands/OutputOption.h"
+#include "tools/commands/Commands.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
-#include "tools/report/TimeText.h"
-
-#include <QCommandLineParser>
 
 namespace {
 
@@ -27,25 +21,17 @@ struct Request
     ColourSettings colours;
 };
 
-ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
+Request RequestIn(Arguments& arguments)
 {
-    if (parser.positionalArguments().size() != 1)
-        return CommandAnswers::RejectUsage(QStringLiteral("frame takes one file"));
-    if (!parser.isSet(QStringLiteral("at")) || !parser.isSet(QStringLiteral("o")))
-        return CommandAnswers::RejectUsage(QStringLiteral("frame needs --at TIME and -o PICTURE"));
-    auto const time = TimeText::Parse(parser.value(QStringLiteral("at")));
-    if (!time)
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("\"%1\" is not a time").arg(parser.value(QStringLiteral("at"))));
-    request.path = parser.positionalArguments().first();
-    request.picturePath = OutputOption::Value(parser);
-    request.time = *time;
-    request.asStored = parser.isSet(QStringLiteral("as-stored"));
-    if (!PictureFile::IsSupported(request.picturePath))
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("\"%1\" does not end in .png, .jpg, .jpeg or .ppm").arg(request.picturePath));
-    bool const isGood = ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/true, request.colours);
-    return isGood ? ExitCode::Ok : ExitCode::Usage;
+    Request request;
+    request.path = arguments.OnlyFile();
+    if (!arguments.Has("at"))
+        arguments.Reject(QStringLiteral("frame needs --at TIME"));
+    request.time = arguments.Time("at", 0);
+    request.picturePath = arguments.Output(PictureFile::Endings());
+    request.asStored = arguments.Has("as-stored");
+    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    return request;
 }
 
 ExitCode Report(Request const& request, PictureFinder::Result result, DecodedVideoFrame const* last)
@@ -85,7 +71,7 @@ ExitCode Write(DecodedVideoFrame const& record, Request const& request)
     RgbPicture const picture = RgbPicture::FromRecord(record).TurnedClockwise(degrees);
     QString error;
     if (!PictureFile::Write(picture, request.picturePath, error))
-        return CommandAnswers::CannotWrite(request.picturePath, error);
+        return CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: the picture at %2 (%3us), %4x%5\n")
                            .arg(request.picturePath, TimeText::Clock(record.startTime))
                            .arg(record.startTime)
@@ -94,47 +80,11 @@ ExitCode Write(DecodedVideoFrame const& record, Request const& request)
     return ExitCode::Ok;
 }
 
-} // namespace
-
-QString FrameCommand::GetName() const
+ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    return QStringLiteral("frame");
-}
-
-QString FrameCommand::GetSummary() const
-{
-    return QStringLiteral("the exact picture at a time, as PNG, JPEG or PPM");
-}
-
-QString FrameCommand::GetUsage() const
-{
-    return QStringLiteral("FILE --at TIME -o PICTURE");
-}
-
-QString FrameCommand::GetDescription() const
-{
-    return QStringLiteral("Writes the picture of FILE that shows at TIME: the last one that starts at or\n"
-                          "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
-                          "of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
-                          "The last picture shows until the file ends; a TIME past that is an error\n"
-                          "(exit code 4), and nothing is written.\n");
-}
-
-void FrameCommand::AddOptions(QCommandLineParser& parser) const
-{
-    parser.addOption(
-        {QStringLiteral("at"), QStringLiteral("The time: 12.5, 00:00:12.500 or 12500000us."), QStringLiteral("TIME")});
-    OutputOption::Add(parser, QStringLiteral("PICTURE"));
-    parser.addOption({QStringLiteral("as-stored"), QStringLiteral("Leave the picture as it is stored, not upright.")});
-    ColourOptions::Add(parser, /*followsStream=*/true);
-}
-
-ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
-{
-    Request request;
-    ExitCode const usage = TakeRequest(parser, request);
-    if (usage != ExitCode::Ok)
-        return usage;
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
@@ -145,4 +95,24 @@ ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     PictureFinder::Result const result = finder.Find(request.time);
     ExitCode const found = Report(request, result, finder.GetPicture().get());
     return found == ExitCode::Ok ? Write(*finder.GetPicture(), request) : found;
+}
+
+} // namespace
+
+Command FrameCommand()
+{
+    return {"frame",
+            "the exact picture at a time, as PNG, JPEG or PPM",
+            "FILE --at TIME -o PICTURE",
+            "Writes the picture of FILE that shows at TIME: the last one that starts at or\n"
+            "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
+            "of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
+            "The last picture shows until the file ends; a TIME past that is an error\n"
+            "(exit code 4), and nothing is written.\n",
+            {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
+             Options::Output("PICTURE"),
+             {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},
+             Options::Colours(/*followsStream=*/true),
+             Options::noToneMapping},
+            Run};
 }

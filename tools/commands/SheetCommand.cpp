@@ -1,23 +1,14 @@
-#include "tools/commands/SheetCommand.h"
-
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
-#include "tools/commands/ColourOptions.h"
-#include "tools/commands/CommandAnswers.h"
-#include "tools/commands/NumberOption.h"
-#include "tools/commands/OutputOption.h"
-#include "tools/commands/TimeRange.h"
-#include "tools/commands/TimeRangeOptions.h"
+#include "tools/commands/Commands.h"
 #include "tools/output/ContactSheet.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/PictureSamples.h"
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
-#include "tools/report/TimeText.h"
-
-#include <QCommandLineParser>
 
 #include <algorithm>
 
@@ -34,37 +25,26 @@ struct Request
     QString path;
     QString picturePath;
     TimeRange range;
-    int columns = 4;
-    int count = 20;
-    int width = 320;
+    int columns = 0;
+    int count = 0; // of pictures
+    int width = 0; // of each
     ColourSettings colours;
 };
 
-bool TakeNumbers(QCommandLineParser const& parser, Request& request)
+Request RequestIn(Arguments& arguments)
 {
-    int rows = 5;
-    bool const areNumbers =
-        NumberOption::Take(parser, QStringLiteral("columns"), 1, mostColumns, request.columns) &&
-        NumberOption::Take(parser, QStringLiteral("rows"), 1, mostRows, rows) &&
-        NumberOption::Take(parser, QStringLiteral("width"), smallestWidth, largestWidth, request.width);
-    request.count = request.columns * rows;
-    return areNumbers && NumberOption::Take(parser, QStringLiteral("count"), 1, mostPictures, request.count);
-}
-
-ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
-{
-    if (parser.positionalArguments().size() != 1)
-        return CommandAnswers::RejectUsage(QStringLiteral("sheet takes one file"));
-    request.path = parser.positionalArguments().first();
-    request.picturePath = OutputOption::Value(parser);
-    if (!PictureFile::IsSupported(request.picturePath))
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("sheet needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
-    if (parser.isSet(QStringLiteral("rows")) && parser.isSet(QStringLiteral("count")))
-        return CommandAnswers::RejectUsage(QStringLiteral("--rows and --count do not go together"));
-    bool const isGood = TakeNumbers(parser, request) && TimeRangeOptions::Take(parser, request.range) &&
-                        ColourOptions::Take(parser, /*followsStream=*/true, /*exact=*/true, request.colours);
-    return isGood ? ExitCode::Ok : ExitCode::Usage;
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.picturePath = arguments.Output(PictureFile::Endings());
+    if (arguments.Has("rows") && arguments.Has("count"))
+        arguments.Reject(QStringLiteral("--rows and --count do not go together"));
+    request.columns = arguments.Number("columns", 1, mostColumns, 4);
+    int const rows = arguments.Number("rows", 1, mostRows, 5);
+    request.width = arguments.Number("width", smallestWidth, largestWidth, 320);
+    request.count = arguments.Number("count", 1, mostPictures, request.columns * rows);
+    request.range = arguments.Range();
+    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    return request;
 }
 
 ExitCode Report(Request const& request, PictureSamples::Result result)
@@ -91,7 +71,7 @@ bool IsTooLarge(ContactSheet const& sheet, Request const& request)
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
 }
 
-ExitCode Collect(MediaSource const& source, Request const& request, ContactSheet& sheet)
+ExitCode Collect(MediaSource const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
 {
     bool const hasTime = !source.GetInfo()->IsImage() && !source.HasCoverOnly();
     bool isTooLarge = false;
@@ -102,9 +82,11 @@ ExitCode Collect(MediaSource const& source, Request const& request, ContactSheet
                   hasTime ? TimeText::Clock(record->startTime) : QString());
         isTooLarge = hasTime && IsTooLarge(sheet, request);
     });
-    if (isTooLarge)
-        return CommandAnswers::RejectUsage(
+    if (isTooLarge) {
+        arguments.Reject(
             QStringLiteral("the sheet would have more than 64 million pixels; ask for fewer or smaller ones"));
+        return ExitCode::Usage;
+    }
     return Report(request, result);
 }
 
@@ -114,7 +96,7 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
     RgbPicture const picture = sheet.Draw(columns);
     QString error;
     if (!PictureFile::Write(picture, request.picturePath, error))
-        return CommandAnswers::CannotWrite(request.picturePath, error);
+        return CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: %2 picture%3 in %4 column%5, %6x%7\n")
                            .arg(request.picturePath)
                            .arg(sheet.GetCount())
@@ -126,66 +108,44 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
     return ExitCode::Ok;
 }
 
-} // namespace
-
-QString SheetCommand::GetName() const
+ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    return QStringLiteral("sheet");
-}
-
-QString SheetCommand::GetSummary() const
-{
-    return QStringLiteral("pictures from all over a file side by side, with times");
-}
-
-QString SheetCommand::GetUsage() const
-{
-    return QStringLiteral("FILE -o PICTURE [--columns N] [--rows N | --count N]");
-}
-
-QString SheetCommand::GetDescription() const
-{
-    return QStringLiteral("Cuts FILE, or what lies between --from and --to, into equal parts and puts the\n"
-                          "picture from the middle of each into PICTURE, with the time at which it starts\n"
-                          "below it: pixels square, turned upright. The ending of PICTURE says the format:\n"
-                          ".png, .jpg, .jpeg or .ppm. A picture comes once, so there may be fewer; a still\n"
-                          "image and cover art give their one picture, without a time.\n\n"
-                          "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-                          "and when there is no picture between the times given.\n");
-}
-
-void SheetCommand::AddOptions(QCommandLineParser& parser) const
-{
-    OutputOption::Add(parser, QStringLiteral("PICTURE"));
-    parser.addOption(
-        {QStringLiteral("columns"), QStringLiteral("Pictures side by side; 4 if not given."), QStringLiteral("N")});
-    parser.addOption(
-        {QStringLiteral("rows"), QStringLiteral("Rows of pictures; 5 if not given."), QStringLiteral("N")});
-    parser.addOption(
-        {QStringLiteral("count"), QStringLiteral("Pictures in all, instead of --rows."), QStringLiteral("N")});
-    parser.addOption({QStringLiteral("width"), QStringLiteral("Pixels of a picture in it; 320 if not given."),
-                      QStringLiteral("PIXELS")});
-    TimeRangeOptions::Add(parser);
-    ColourOptions::Add(parser, /*followsStream=*/true);
-}
-
-ExitCode SheetCommand::Run(QCommandLineParser const& parser, MessageLog& log)
-{
-    Request request;
-    ExitCode const usage = TakeRequest(parser, request);
-    if (usage != ExitCode::Ok)
-        return usage;
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
     source->SetColours(request.colours);
     int const errorsBefore = log.GetErrorCount();
     ContactSheet sheet(request.width);
-    ExitCode const collected = Collect(*source, request, sheet);
-    if (collected != ExitCode::Ok)
-        return collected;
-    ExitCode const written = Write(sheet, request);
-    if (written != ExitCode::Ok)
-        return written;
-    return log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : ExitCode::Ok;
+    ExitCode const collected = Collect(*source, request, arguments, sheet);
+    ExitCode const written = collected == ExitCode::Ok ? Write(sheet, request) : collected;
+    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+}
+
+} // namespace
+
+Command SheetCommand()
+{
+    return {"sheet",
+            "pictures from all over a file side by side, with times",
+            "FILE -o PICTURE [--columns N] [--rows N | --count N]",
+            "Cuts FILE, or what lies between --from and --to, into equal parts and puts the\n"
+            "picture from the middle of each into PICTURE, with the time at which it starts\n"
+            "below it: pixels square, turned upright. The ending of PICTURE says the format:\n"
+            ".png, .jpg, .jpeg or .ppm. A picture comes once, so there may be fewer; a still\n"
+            "image and cover art give their one picture, without a time.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no picture between the times given.\n",
+            {Options::Output("PICTURE"),
+             {"columns", "N", "Pictures side by side; 4 if not given."},
+             {"rows", "N", "Rows of pictures; 5 if not given."},
+             {"count", "N", "Pictures in all, instead of --rows."},
+             {"width", "PIXELS", "Pixels of a picture in it; 320 if not given."},
+             Options::from,
+             Options::to,
+             Options::Colours(/*followsStream=*/true),
+             Options::noToneMapping},
+            Run};
 }

@@ -1,19 +1,11 @@
-#include "tools/commands/WaveCommand.h"
-
+#include "common/TimeText.h"
 #include "tools/MediaSource.h"
-#include "tools/commands/CommandAnswers.h"
-#include "tools/commands/NumberOption.h"
-#include "tools/commands/OutputOption.h"
-#include "tools/commands/TimeRange.h"
-#include "tools/commands/TimeRangeOptions.h"
+#include "tools/commands/Commands.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/SoundLevels.h"
 #include "tools/output/WavePicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
-#include "tools/report/TimeText.h"
-
-#include <QCommandLineParser>
 
 #include <cmath>
 
@@ -27,24 +19,19 @@ struct Request
     QString path;
     QString picturePath;
     TimeRange range;
-    int width = 1280;
+    int width = 0;
     int height = 0; // 0: as the channels need it
 };
 
-ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
+Request RequestIn(Arguments& arguments)
 {
-    if (parser.positionalArguments().size() != 1)
-        return CommandAnswers::RejectUsage(QStringLiteral("wave takes one file"));
-    request.path = parser.positionalArguments().first();
-    request.picturePath = OutputOption::Value(parser);
-    if (!PictureFile::IsSupported(request.picturePath))
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("wave needs -o with a name that ends in .png, .jpg, .jpeg or .ppm"));
-    bool const isGood =
-        NumberOption::Take(parser, QStringLiteral("width"), smallestWidth, largestSide, request.width) &&
-        NumberOption::Take(parser, QStringLiteral("height"), 1, largestSide, request.height) &&
-        TimeRangeOptions::Take(parser, request.range);
-    return isGood ? ExitCode::Ok : ExitCode::Usage;
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.picturePath = arguments.Output(PictureFile::Endings());
+    request.width = arguments.Number("width", smallestWidth, largestSide, 1280);
+    request.height = arguments.Number("height", 1, largestSide, 0);
+    request.range = arguments.Range();
+    return request;
 }
 
 ExitCode Report(Request const& request, SoundLevels::Result result)
@@ -62,18 +49,17 @@ ExitCode Report(Request const& request, SoundLevels::Result result)
     return ExitCode::DecodingFailed;
 }
 
-ExitCode TakeHeight(SoundLevels const& levels, Request& request)
+// The height in the request, or the usual one.
+int HeightOf(SoundLevels const& levels, Request const& request, Arguments& arguments)
 {
-    if (request.height == 0)
-        request.height = WavePicture::DefaultHeight(levels.GetChannelCount());
-    int const least = WavePicture::LeastHeight(levels.GetChannelCount());
-    if (request.height < least)
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("--height is at least %1 for %2 channels").arg(least).arg(levels.GetChannelCount()));
-    if (static_cast<long long>(request.width) * request.height > PictureFile::mostPixels)
-        return CommandAnswers::RejectUsage(
-            QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
-    return ExitCode::Ok;
+    int const channels = levels.GetChannelCount();
+    int const height = request.height == 0 ? WavePicture::DefaultHeight(channels) : request.height;
+    int const least = WavePicture::LeastHeight(channels);
+    if (height < least)
+        arguments.Reject(QStringLiteral("--height is at least %1 for %2 channels").arg(least).arg(channels));
+    if (static_cast<long long>(request.width) * height > PictureFile::mostPixels)
+        arguments.Reject(QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
+    return height;
 }
 
 QString PeakText(SoundLevels const& levels)
@@ -83,74 +69,57 @@ QString PeakText(SoundLevels const& levels)
     return QStringLiteral("peak %1 dB").arg(20.0 * std::log10(levels.GetPeak() / 32768.0), 0, 'f', 1);
 }
 
-ExitCode Write(SoundLevels const& levels, Request const& request)
+ExitCode Write(SoundLevels const& levels, int height, Request const& request)
 {
     QString error;
-    if (!PictureFile::Write(WavePicture::Draw(levels, request.height), request.picturePath, error))
-        return CommandAnswers::CannotWrite(request.picturePath, error);
+    if (!PictureFile::Write(WavePicture::Draw(levels, height), request.picturePath, error))
+        return CannotWrite(request.picturePath, error);
     Console::WriteData(QStringLiteral("%1: %2 to %3, %4 channel%5, %6, %7x%8\n")
                            .arg(request.picturePath, TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
                            .arg(levels.GetChannelCount())
                            .arg(levels.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
                            .arg(PeakText(levels))
                            .arg(request.width)
-                           .arg(request.height));
+                           .arg(height));
     return ExitCode::Ok;
 }
 
-} // namespace
-
-QString WaveCommand::GetName() const
+ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    return QStringLiteral("wave");
-}
-
-QString WaveCommand::GetSummary() const
-{
-    return QStringLiteral("the sound as a picture, with an axis of time");
-}
-
-QString WaveCommand::GetUsage() const
-{
-    return QStringLiteral("FILE -o PICTURE [--width PIXELS] [--height PIXELS]");
-}
-
-QString WaveCommand::GetDescription() const
-{
-    return QStringLiteral("Draws the sound of FILE, a lane for each channel: from the lowest to the highest\n"
-                          "sample of each column, and inside it, brighter, their root mean square. Silence\n"
-                          "is a thin line; where there is no sound there is nothing, on darker ground. The\n"
-                          "lines at a quarter and three quarters of a lane are half of full scale. The\n"
-                          "ending of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
-                          "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-                          "and when there is no sound between the times given.\n");
-}
-
-void WaveCommand::AddOptions(QCommandLineParser& parser) const
-{
-    OutputOption::Add(parser, QStringLiteral("PICTURE"));
-    parser.addOption(
-        {QStringLiteral("width"), QStringLiteral("Of the picture; 1280 if not given."), QStringLiteral("PIXELS")});
-    parser.addOption({QStringLiteral("height"), QStringLiteral("Of the picture; 120 a lane if not given."),
-                      QStringLiteral("PIXELS")});
-    TimeRangeOptions::Add(parser);
-}
-
-ExitCode WaveCommand::Run(QCommandLineParser const& parser, MessageLog& log)
-{
-    Request request;
-    ExitCode const usage = TakeRequest(parser, request);
-    if (usage != ExitCode::Ok)
-        return usage;
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
     auto const source = OpenSound(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
     int const errorsBefore = log.GetErrorCount();
     SoundLevels levels(*source);
     ExitCode const read = Report(request, levels.Read(request.range, request.width - 2 * WavePicture::SideSpace()));
-    ExitCode const fits = read == ExitCode::Ok ? TakeHeight(levels, request) : read;
-    ExitCode const written = fits == ExitCode::Ok ? Write(levels, request) : fits;
-    if (written != ExitCode::Ok)
-        return written;
-    return log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : ExitCode::Ok;
+    if (read != ExitCode::Ok)
+        return read;
+    int const height = HeightOf(levels, request, arguments);
+    ExitCode const written = arguments.AreWrong() ? ExitCode::Usage : Write(levels, height, request);
+    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+}
+
+} // namespace
+
+Command WaveCommand()
+{
+    return {"wave",
+            "the sound as a picture, with an axis of time",
+            "FILE -o PICTURE [--width PIXELS] [--height PIXELS]",
+            "Draws the sound of FILE, a lane for each channel: from the lowest to the highest\n"
+            "sample of each column, and inside it, brighter, their root mean square. Silence\n"
+            "is a thin line; where there is no sound there is nothing, on darker ground. The\n"
+            "lines at a quarter and three quarters of a lane are half of full scale. The\n"
+            "ending of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no sound between the times given.\n",
+            {Options::Output("PICTURE"),
+             {"width", "PIXELS", "Of the picture; 1280 if not given."},
+             {"height", "PIXELS", "Of the picture; 120 a lane if not given."},
+             Options::from,
+             Options::to},
+            Run};
 }

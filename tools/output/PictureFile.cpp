@@ -108,9 +108,9 @@ QByteArray Encode(RgbPicture const& picture, Format format)
 
 } // namespace
 
-bool PictureFile::IsSupported(QString const& path)
+QStringList PictureFile::Endings()
 {
-    return FormatOf(path) != Format::Unknown;
+    return {QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("ppm")};
 }
 
 bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString& error)

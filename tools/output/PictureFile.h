@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 struct RgbPicture;
 
@@ -10,7 +10,7 @@ namespace PictureFile {
 // What a drawn picture may grow to; more would be of no use to look at.
 constexpr long long mostPixels = 64000000;
 
-bool IsSupported(QString const& path);
+QStringList Endings(); // of the formats, without the point
 
 // An existing file is replaced, as a whole or not at all. False with a sentence in `error`.
 bool Write(RgbPicture const& picture, QString const& path, QString& error);

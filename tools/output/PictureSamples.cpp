@@ -1,12 +1,12 @@
 #include "tools/output/PictureSamples.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 #include "tools/PictureFinder.h"
 #include "tools/SourceReader.h"
 #include "tools/report/Console.h"
-#include "tools/report/TimeText.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 #include "tools/output/SoundLevels.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
 #include "playback/SoundReader.h"
 #include "tools/MediaSource.h"
 #include "tools/report/Console.h"
-#include "tools/report/TimeText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,19 +1,21 @@
 #include "tools/output/TimeAxis.h"
 
+#include "common/Microseconds.h"
+
 #include <algorithm>
 #include <limits>
 
 namespace {
 
-constexpr long long second = 1000000;
-constexpr long long minute = 60 * second;
-constexpr long long hour = 60 * minute;
+constexpr long long minuteUs = 60 * secondUs;
+constexpr long long hourUs = 60 * minuteUs;
 
 // Round steps of time; beyond the last one it doubles.
-constexpr long long steps[] = {1000,        2000,     5000,       10000,      20000,       50000,       100000,
-                               200000,      500000,   second,     2 * second, 5 * second,  10 * second, 15 * second,
-                               30 * second, minute,   2 * minute, 5 * minute, 10 * minute, 15 * minute, 30 * minute,
-                               hour,        2 * hour, 6 * hour,   12 * hour,  24 * hour};
+constexpr long long steps[] = {1000,          2000,          5000,          10000,    20000,        50000,
+                               100000,        200000,        500000,        secondUs, 2 * secondUs, 5 * secondUs,
+                               10 * secondUs, 15 * secondUs, 30 * secondUs, minuteUs, 2 * minuteUs, 5 * minuteUs,
+                               10 * minuteUs, 15 * minuteUs, 30 * minuteUs, hourUs,   2 * hourUs,   6 * hourUs,
+                               12 * hourUs,   24 * hourUs};
 
 long long StepFor(long long duration, int most)
 {
@@ -35,20 +37,20 @@ QString Digits(long long number, int width)
 // Milliseconds where the step needs them, without zeros at the end.
 QString Fraction(long long time, long long step)
 {
-    if (step >= second)
+    if (step >= secondUs)
         return {};
     int const digits = step % 100000 == 0 ? 1 : step % 10000 == 0 ? 2 : 3;
-    return QLatin1Char('.') + Digits(time % second / 1000, 3).left(digits);
+    return QLatin1Char('.') + Digits(time % secondUs / 1000, 3).left(digits);
 }
 
 QString TextOf(long long time, long long step)
 {
     QString const sign = time < 0 ? QStringLiteral("-") : QString();
     long long const distance = time < 0 ? -time : time;
-    QString const seconds = Digits(distance / second % 60, 2) + Fraction(distance, step);
-    if (distance < hour)
-        return sign + QStringLiteral("%1:%2").arg(distance / minute).arg(seconds);
-    return sign + QStringLiteral("%1:%2:%3").arg(distance / hour).arg(Digits(distance / minute % 60, 2), seconds);
+    QString const seconds = Digits(distance / secondUs % 60, 2) + Fraction(distance, step);
+    if (distance < hourUs)
+        return sign + QStringLiteral("%1:%2").arg(distance / minuteUs).arg(seconds);
+    return sign + QStringLiteral("%1:%2:%3").arg(distance / hourUs).arg(Digits(distance / minuteUs % 60, 2), seconds);
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 #include "tools/report/DecodeReport.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 #include "tools/report/Console.h"
 #include "tools/report/RecordSum.h"
-#include "tools/report/TimeText.h"
 
 #include <algorithm>
 

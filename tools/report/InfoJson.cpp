@@ -1,10 +1,10 @@
 #include "tools/report/InfoJson.h"
 
+#include "common/TimeText.h"
 #include "media/MediaInfo.h"
 #include "tools/MediaSource.h"
 #include "tools/report/StreamColours.h"
 #include "tools/report/StreamText.h"
-#include "tools/report/TimeText.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

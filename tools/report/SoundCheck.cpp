@@ -1,11 +1,11 @@
 #include "tools/report/SoundCheck.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
 #include "playback/SoundReader.h"
 #include "tools/MediaSource.h"
 #include "tools/report/Console.h"
-#include "tools/report/TimeText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,6 @@
 namespace {
 
 constexpr long long secondUs = 1000000;
-
 // Times of packets are rounded, and some containers shift them a little; what is missing beyond that is a hole.
 constexpr long long smallestHole = 100000;
 

@@ -1,6 +1,7 @@
 #include "tools/report/SourceCheck.h"
 
 #include "common/Settings.h"
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "playback/PictureReader.h"
@@ -11,7 +12,6 @@
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureGaps.h"
 #include "tools/report/RecordSum.h"
-#include "tools/report/TimeText.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "tools/report/TimeText.h"
+#include "common/TimeText.h"
 
 #include <gtest/gtest.h>
 
@@ -38,6 +38,14 @@ TEST(TimeTextTest, TakesMicroseconds)
     EXPECT_EQ(Parse("9223372036854775807us"), std::numeric_limits<long long>::max());
 }
 
+TEST(TimeTextTest, TakesTimesBelowZero)
+{
+    EXPECT_EQ(Parse("-1"), -1000000);
+    EXPECT_EQ(Parse("-1:30.5"), -90500000);
+    EXPECT_EQ(Parse("-1us"), -1);
+    EXPECT_EQ(Parse("-0.0"), 0);
+}
+
 TEST(TimeTextTest, CutsDigitsBeyondTheMicrosecond)
 {
     EXPECT_EQ(Parse("1.9999999"), 1999999);
@@ -50,9 +58,11 @@ TEST(TimeTextTest, RefusesEverythingElse)
                              ".",
                              ".5",
                              "12.",
-                             "-1",
                              "+1",
-                             "-1us",
+                             "--1",
+                             "-",
+                             "-us",
+                             "1:90",
                              "us",
                              "1.5us",
                              "12 ",
@@ -78,14 +88,22 @@ TEST(TimeTextTest, RefusesEverythingElse)
         EXPECT_FALSE(Parse(text)) << '"' << text << '"';
 }
 
-TEST(TimeTextTest, RefusesTimesThatDoNotFit)
+// 2^63 - 1 microseconds are 9223372036854.775807 seconds, or 2562047788:00:54.775807.
+TEST(TimeTextTest, TakesTheLowestAndTheHighestTimeAndNoneBeyond)
 {
-    EXPECT_FALSE(Parse("9223372036854775808us"));
-    EXPECT_FALSE(Parse("99999999999999999999"));
-    EXPECT_FALSE(Parse("9223372036855"));
-    EXPECT_FALSE(Parse("9999999999:00:00"));
-    EXPECT_TRUE(Parse("9223372036853"));
-    EXPECT_TRUE(Parse("2147483647:00:00"));
+    constexpr long long highest = std::numeric_limits<long long>::max();
+    constexpr long long lowest = std::numeric_limits<long long>::min();
+    EXPECT_EQ(Parse("9223372036854.775807"), highest);
+    EXPECT_EQ(Parse("2562047788:00:54.775807"), highest);
+    EXPECT_EQ(Parse("153722867280:54.775807"), highest);
+    EXPECT_EQ(Parse("-9223372036854775808us"), lowest);
+    EXPECT_EQ(Parse("-9223372036854.775808"), lowest);
+    EXPECT_EQ(Parse("-2562047788:00:54.775808"), lowest);
+    for (char const* text :
+         {"9223372036854775808us", "9223372036854.775808", "2562047788:00:54.775808", "-9223372036854775809us",
+          "-9223372036854.775809", "-2562047788:00:54.775809", "18446744073709551616us", "99999999999999999999",
+          "9999999999:00:00", "18446744073709551615:59:59", "184467440737095516150:00"})
+        EXPECT_FALSE(Parse(text)) << text;
 }
 
 TEST(TimeTextTest, PrintsAClock)
@@ -98,17 +116,31 @@ TEST(TimeTextTest, PrintsAClock)
     EXPECT_EQ(TimeText::Clock(std::numeric_limits<long long>::min()), "-2562047788:00:54.775");
 }
 
+TEST(TimeTextTest, PrintsAShortClock)
+{
+    EXPECT_EQ(TimeText::ShortClock(0, 3), "0:00:00.000");
+    EXPECT_EQ(TimeText::ShortClock(12480000, 3), "0:00:12.480");
+    EXPECT_EQ(TimeText::ShortClock(59999999, 3), "0:00:59.999"); // cut: that second is not over
+    EXPECT_EQ(TimeText::ShortClock(3723004000, 3), "1:02:03.004");
+    EXPECT_EQ(TimeText::ShortClock(-1500000, 3), "-0:00:01.500");
+    EXPECT_EQ(TimeText::ShortClock(360000000000, 0), "100:00:00");
+    EXPECT_EQ(TimeText::ShortClock(std::numeric_limits<long long>::min(), 6), "-2562047788:00:54.775808");
+}
+
 TEST(TimeTextTest, PrintsSeconds)
 {
     EXPECT_EQ(TimeText::Seconds(0), "0.000000");
     EXPECT_EQ(TimeText::Seconds(2068333), "2.068333");
     EXPECT_EQ(TimeText::Seconds(-40), "-0.000040");
+    EXPECT_EQ(TimeText::Seconds(std::numeric_limits<long long>::min()), "-9223372036854.775808");
 }
 
 TEST(TimeTextTest, TakesWhatItPrints)
 {
-    for (long long const time : {0LL, 1LL, 999999LL, 59999999LL, 3600000000LL, 86399999999LL}) {
+    for (long long const time : {0LL, 1LL, -1LL, 999999LL, 59999999LL, 3600000000LL, -86399999999LL,
+                                 std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
         EXPECT_EQ(TimeText::Parse(TimeText::Seconds(time)), time);
         EXPECT_EQ(TimeText::Parse(TimeText::Clock(time)), time / 1000 * 1000);
+        EXPECT_EQ(TimeText::Parse(TimeText::ShortClock(time, 6)), time);
     }
 }

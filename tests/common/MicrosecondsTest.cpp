@@ -1,4 +1,4 @@
-#include "decode/Microseconds.h"
+#include "common/Microseconds.h"
 
 #include <gtest/gtest.h>
 
