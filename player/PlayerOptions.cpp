@@ -1,6 +1,6 @@
 #include "player/PlayerOptions.h"
 
-#include "player/controls/TimeText.h"
+#include "common/TimeText.h"
 
 #include <QCommandLineParser>
 #include <QRegularExpression>

@@ -1,9 +1,9 @@
 #include "player/controls/ControlBar.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
-#include "player/controls/TimeText.h"
 
 #include <QFontDatabase>
 #include <QHBoxLayout>
@@ -114,8 +114,8 @@ void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame cons
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
     bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
     long long const now = shown && hasMovingPicture ? shown->startTime : status.position;
-    time->setText(isOpen ? QString("%1 / %2").arg(TimeText::WithMilliseconds(now),
-                                                  TimeText::WithoutFraction(status.start + status.duration))
+    time->setText(isOpen ? QString("%1 / %2").arg(TimeText::ShortClock(now, 3),
+                                                  TimeText::ShortClock(status.start + status.duration, 0))
                          : QString());
     number->setText(isOpen && shown && hasMovingPicture ? QString("#%1").arg(NumberOf(*shown)) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());

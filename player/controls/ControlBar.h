@@ -1,7 +1,7 @@
 #pragma once
 
-#include "player/controls/PlayerAction.h"
-#include "player/controls/Symbols.h"
+#include "player/controls/KeyMap.h"
+#include "player/controls/Theme.h"
 
 #include <QWidget>
 

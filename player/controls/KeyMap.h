@@ -1,7 +1,5 @@
 #pragma once
 
-#include "player/controls/PlayerAction.h"
-
 #include <QKeySequence>
 #include <QStringList>
 
@@ -10,6 +8,48 @@
 #include <vector>
 
 class QKeyEvent;
+
+// Everything that a key can do in the player's window.
+enum class PlayerAction {
+    PlayPause,
+    ShuttleBackwards,
+    ShuttlePause,
+    ShuttleForwards,
+    StepBackwards,
+    StepForwards,
+    JumpBackwards,
+    JumpForwards,
+    JumpBackwardsExactly,
+    JumpForwardsExactly,
+    GoToStart,
+    GoToEnd,
+    Slower,
+    Faster,
+    HalveSpeed,
+    DoubleSpeed,
+    ResetSpeed,
+    SetIn,
+    SetOut,
+    ClearInOut,
+    ToggleLoop,
+    Mute,
+    VolumeDown,
+    VolumeUp,
+    FullScreen,
+    LeaveFullScreen,
+    ToggleFit,
+    ZoomIn,
+    ZoomOut,
+    ToggleColours,
+    SavePicture,
+    CopyPicture,
+    OpenFile,
+    NextFile,
+    PreviousFile,
+    Statistics,
+    Help,
+    Quit
+};
 
 // Which key does what. Starts with the defaults; a text file changes single actions, one a line:
 //

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QIcon>
 
 class QApplication;
 
@@ -23,3 +24,12 @@ inline QColor const warning(236, 132, 106);   // notes about something missing
 void Apply(QApplication& application);
 
 } // namespace Theme
+
+// The controls' symbols, drawn and not loaded, so that they are sharp at any size and need no theme.
+namespace Symbols {
+
+enum class Symbol { Play, Pause, Loop, Sound, NoSound, FullScreen };
+
+QIcon Draw(Symbol symbol, QColor const& colour);
+
+} // namespace Symbols

@@ -1,7 +1,7 @@
 #include "player/controls/Timeline.h"
 
+#include "common/TimeText.h"
 #include "player/controls/Theme.h"
-#include "player/controls/TimeText.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -153,7 +153,7 @@ void Timeline::PaintHover(QPainter& painter) const
     QColor mark = Theme::text;
     mark.setAlpha(110);
     painter.fillRect(x, groove.top(), 1, groove.height(), mark);
-    QString const text = TimeText::WithMilliseconds(TimeAt(x));
+    QString const text = TimeText::ShortClock(TimeAt(x), 3);
     int const width = painter.fontMetrics().horizontalAdvance(text);
     int const left = std::clamp(x - width / 2, groove.left(), groove.right() - width);
     painter.setPen(Theme::text);

@@ -1,5 +1,6 @@
 #include "player/controls/Transport.h"
 
+#include "common/Microseconds.h"
 #include "playback/PlaybackEngine.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@ constexpr double maxSpeed = 16.0;
 constexpr double minSpeed = 0.05;
 constexpr double speedStep = 0.1;
 constexpr double volumeStep = 0.05;
-constexpr long long second = 1000000;
 
 bool IsPlaying(PlaybackStatus const& status)
 {
@@ -88,16 +88,16 @@ bool Transport::PerformMove(PlayerAction action)
         engine.Step(1);
         return true;
     case PlayerAction::JumpBackwards:
-        Jump(-5 * second, /*stepsWhilePaused=*/true);
+        Jump(-5 * secondUs, /*stepsWhilePaused=*/true);
         return true;
     case PlayerAction::JumpForwards:
-        Jump(5 * second, /*stepsWhilePaused=*/true);
+        Jump(5 * secondUs, /*stepsWhilePaused=*/true);
         return true;
     case PlayerAction::JumpBackwardsExactly:
-        Jump(-second, /*stepsWhilePaused=*/false);
+        Jump(-secondUs, /*stepsWhilePaused=*/false);
         return true;
     case PlayerAction::JumpForwardsExactly:
-        Jump(second, /*stepsWhilePaused=*/false);
+        Jump(secondUs, /*stepsWhilePaused=*/false);
         return true;
     case PlayerAction::GoToStart:
         engine.Seek(FirstTime(engine.GetStatus()));
@@ -149,16 +149,11 @@ bool Transport::PerformSound(PlayerAction action)
     }
 }
 
-void Transport::Begin()
+void Transport::Reset()
 {
     in.reset();
     out.reset();
-    engine.SetSpeed(chosenSpeed);
-}
-
-void Transport::BeginPaused()
-{
-    Begin();
+    engine.SetSpeed(chosenSpeed); // also the direction in which the file is read first
     engine.Pause();
 }
 

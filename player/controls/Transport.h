@@ -1,6 +1,6 @@
 #pragma once
 
-#include "player/controls/PlayerAction.h"
+#include "player/controls/KeyMap.h"
 
 #include <optional>
 
@@ -16,8 +16,7 @@ public:
 
     bool Perform(PlayerAction action); // false for an action of the window's
 
-    void Begin(); // a new file is being opened: no range, play at the chosen speed
-    void BeginPaused();
+    void Reset();                // for a new file: no range, paused until Play
     void Play();                 // from the other end when play has come to one
     void SetSpeed(double speed); // chosen, and played at when playing; not 0
     double GetSpeed() const;     // that Play plays at

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <QTransform>
+#include <QWidget>
 
 #include <memory>
 
 class QImage;
-class QWidget;
 struct DecodedVideoFrame;
 
 // What paints the picture: one widget, one of two ways. Both draw the same thing.
@@ -27,4 +27,24 @@ public:
     static QImage ImageOver(DecodedVideoFrame const& picture);
 
     static bool HasHardEdges(QTransform const& pictureToView);
+};
+
+// Paints the picture with QPainter, for computers without OpenGL.
+class PainterSurface : public QWidget, public PictureSurface
+{
+    Q_OBJECT
+
+public:
+    explicit PainterSurface(QWidget* parent);
+
+    QWidget* GetWidget() override;
+    void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
+    void SetTransform(QTransform const& pictureToView) override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    std::shared_ptr<DecodedVideoFrame const> picture;
+    QTransform transform;
 };

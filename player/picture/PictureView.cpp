@@ -2,7 +2,7 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "player/picture/OpenGlSurface.h"
-#include "player/picture/PainterSurface.h"
+#include "player/picture/PictureSurface.h"
 
 #include <QImage>
 #include <QMouseEvent>

@@ -28,4 +28,8 @@ public:
     virtual bool IsRunning() = 0;
 
     virtual QString GetNote() const = 0; // one sentence when there is no sound though there should be; else empty
+
+private:
+    static std::unique_ptr<AudioDevice> MakePortAudio();
+    static std::unique_ptr<AudioDevice> MakeWav(QString const& path);
 };

@@ -1,5 +1,6 @@
 #include "player/sound/RateConverter.h"
 
+#include "common/Microseconds.h"
 #include "media/FfmpegBridge.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 namespace {
 
 constexpr int blockFrames = 256;
-constexpr long long second = 1000000;
 
 FfmpegPtr<SwrContext> MakeResampler(RateConverter::Format from, RateConverter::Format to)
 {
@@ -43,9 +43,9 @@ void RateConverter::Fill(short* buffer, int frames, long long delay)
     auto* resampled = reinterpret_cast<uint8_t*>(buffer);
     int written = swr_convert(resampler.get(), &resampled, frames, nullptr, 0); // what was left of the last block
     while (written >= 0 && written < frames) {
-        long long const heardAfter = delay + second * written / to.sampleRate;
+        long long const heardAfter = delay + secondUs * written / to.sampleRate;
         int const more = ConvertBlock(buffer + static_cast<ptrdiff_t>(written) * to.channels, frames - written,
-                                      heardAfter + swr_get_delay(resampler.get(), second));
+                                      heardAfter + swr_get_delay(resampler.get(), secondUs));
         written = more < 0 ? more : written + more;
     }
     if (written < 0)

@@ -1,9 +1,9 @@
 #include "player/sound/SoundPlayer.h"
 
 #include "playback/PlaybackEngine.h"
-#include "player/sound/SoundWorker.h"
 
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <atomic>
@@ -11,8 +11,53 @@
 namespace {
 
 constexpr unsigned long farewell = 2000; // milliseconds for a device to close when the window does
+constexpr int watchInterval = 300;       // milliseconds between two looks at whether the device is still there
 
 } // namespace
+
+// Holds the sound device on a thread that may wait for it, and looks after it while it plays. Once that thread runs,
+// everything here belongs to it.
+class SoundWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SoundWorker(std::unique_ptr<AudioDevice> newDevice) : device(std::move(newDevice)), watch(new QTimer(this))
+    {
+        watch->setInterval(watchInterval);
+        connect(watch, &QTimer::timeout, this, &SoundWorker::Watch);
+    }
+
+    void Start(int sampleRate, int channels, AudioDevice::Fill fill)
+    {
+        bool const started = device->Start(sampleRate, channels, std::move(fill));
+        emit NoteChanged(device->GetNote());
+        if (started)
+            watch->start();
+    }
+
+    void Stop()
+    {
+        watch->stop();
+        device->Stop();
+    }
+
+signals:
+    void NoteChanged(QString const& note);
+
+private:
+    // A device that has gone leaves play to the computer's clock; the next file tries it again.
+    void Watch()
+    {
+        if (device->IsRunning())
+            return;
+        emit NoteChanged(device->GetNote()); // first: closing a device that has gone may hang in its driver
+        Stop();
+    }
+
+    std::unique_ptr<AudioDevice> device;
+    QTimer* watch;
+};
 
 // Between a device's thread and the engine. Closing it waits for a fill under way, which takes microseconds.
 struct SoundPlayer::Gate
@@ -80,3 +125,5 @@ void SoundPlayer::Stop()
     gate->Close();
     QMetaObject::invokeMethod(worker, [worker = worker] { worker->Stop(); });
 }
+
+#include "SoundPlayer.moc"

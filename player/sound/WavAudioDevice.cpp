@@ -1,9 +1,15 @@
-#include "player/sound/WavAudioDevice.h"
+#include "player/sound/AudioDevice.h"
 
+#include "player/sound/RateConverter.h"
+
+#include <QFile>
 #include <QtEndian>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -21,7 +27,36 @@ void PutShort(QByteArray& header, int at, int value)
     qToLittleEndian(static_cast<quint16>(value), header.data() + at);
 }
 
-} // namespace
+// Writes the sound into a 16-bit WAV file, at the pace at which a device would play it. The file takes the format of
+// the first start; what comes later in another one is converted to it. The file is complete after each Stop and when
+// the device dies; at 4 GiB, where the format ends, it takes no more.
+class WavAudioDevice : public AudioDevice
+{
+public:
+    explicit WavAudioDevice(QString const& path);
+    ~WavAudioDevice() override;
+
+    bool Start(int sampleRate, int channels, Fill fill) override;
+    void Stop() override;
+    bool IsRunning() override;
+    QString GetNote() const override;
+
+private:
+    bool OpenFile(RateConverter::Format newFormat);
+    void Run();
+    bool WriteBlock();
+    bool WriteHeader();
+
+    QFile file;
+    RateConverter::Format format{0, 0}; // of the file
+    Fill fill;
+    std::unique_ptr<RateConverter> converter; // null where the sound has the file's format
+    std::vector<short> block;
+    std::thread thread;
+    std::atomic<bool> stopping{false};
+    std::atomic<bool> failed{false}; // the file takes no more
+    QString note;
+};
 
 WavAudioDevice::WavAudioDevice(QString const& path) : file(path) {}
 
@@ -118,4 +153,11 @@ bool WavAudioDevice::WriteHeader()
     PutNumber(header, 40, dataBytes);
     bool const written = file.seek(0) && file.write(header) == headerBytes && file.flush();
     return written && file.seek(file.size());
+}
+
+} // namespace
+
+std::unique_ptr<AudioDevice> AudioDevice::MakeWav(QString const& path)
+{
+    return std::make_unique<WavAudioDevice>(path);
 }

@@ -2,10 +2,8 @@
 #include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
-#include "player/controls/HelpOverlay.h"
-#include "player/controls/StatisticsOverlay.h"
+#include "player/controls/Overlays.h"
 #include "player/controls/Timeline.h"
-#include "player/controls/WelcomePanel.h"
 
 #include <QApplication>
 #include <QClipboard>
