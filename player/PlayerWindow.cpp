@@ -483,18 +483,3 @@ void PlayerWindow::closeEvent(QCloseEvent* event)
     session.Close();
     QWidget::closeEvent(event);
 }
-
-PlaybackEngine& PlayerWindow::GetEngine()
-{
-    return session.GetEngine();
-}
-
-Transport& PlayerWindow::GetTransport()
-{
-    return session.GetTransport();
-}
-
-PictureView& PlayerWindow::GetView()
-{
-    return *view;
-}

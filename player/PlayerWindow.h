@@ -29,9 +29,9 @@ public:
     void Open(QStringList const& paths);
     void Perform(PlayerAction action);
 
-    PlaybackEngine& GetEngine();
-    Transport& GetTransport();
-    PictureView& GetView();
+    PlaybackEngine& GetEngine() { return session.GetEngine(); }
+    Transport& GetTransport() { return session.GetTransport(); }
+    PictureView& GetView() { return *view; }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

@@ -37,26 +37,6 @@ Playlist::Playlist(QStringList const& paths)
     }
 }
 
-bool Playlist::IsEmpty() const
-{
-    return entries.isEmpty();
-}
-
-int Playlist::GetCount() const
-{
-    return entries.size();
-}
-
-int Playlist::GetIndex() const
-{
-    return current;
-}
-
-Playlist::Entry const& Playlist::GetCurrent() const
-{
-    return entries[current];
-}
-
 bool Playlist::Move(int count)
 {
     int const target = current + count;

@@ -17,10 +17,10 @@ public:
     Playlist() = default;
     explicit Playlist(QStringList const& paths);
 
-    bool IsEmpty() const;
-    int GetCount() const;
-    int GetIndex() const;            // of the present entry, from 0
-    Entry const& GetCurrent() const; // only when not empty
+    bool IsEmpty() const { return entries.isEmpty(); }
+    int GetCount() const { return entries.size(); }
+    int GetIndex() const { return current; }                     // of the present entry, from 0
+    Entry const& GetCurrent() const { return entries[current]; } // only when not empty
 
     bool Move(int entries); // to a later or earlier one; false, and no move, where there is none
 

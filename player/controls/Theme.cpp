@@ -6,6 +6,8 @@
 #include <QPalette>
 #include <QStyleFactory>
 
+#include <utility>
+
 namespace {
 
 constexpr int side = 96; // pixels drawn; the icon is scaled down from there
@@ -69,23 +71,20 @@ void DrawSymbol(QPainter& painter, Symbols::Symbol symbol, QColor const& colour)
 void Theme::Apply(QApplication& application)
 {
     application.setStyle(QStyleFactory::create("Fusion"));
+    std::pair<QPalette::ColorRole, QColor> const roles[] = {
+        {QPalette::Window, panel},     {QPalette::WindowText, text},
+        {QPalette::Base, backdrop},    {QPalette::AlternateBase, panel},
+        {QPalette::Text, text},        {QPalette::Button, raised},
+        {QPalette::ButtonText, text},  {QPalette::ToolTipBase, raised},
+        {QPalette::ToolTipText, text}, {QPalette::PlaceholderText, quietText},
+        {QPalette::Highlight, accent}, {QPalette::HighlightedText, backdrop},
+        {QPalette::Link, accent},
+    };
     QPalette palette;
-    palette.setColor(QPalette::Window, panel);
-    palette.setColor(QPalette::WindowText, text);
-    palette.setColor(QPalette::Base, backdrop);
-    palette.setColor(QPalette::AlternateBase, panel);
-    palette.setColor(QPalette::Text, text);
-    palette.setColor(QPalette::Button, raised);
-    palette.setColor(QPalette::ButtonText, text);
-    palette.setColor(QPalette::ToolTipBase, raised);
-    palette.setColor(QPalette::ToolTipText, text);
-    palette.setColor(QPalette::PlaceholderText, quietText);
-    palette.setColor(QPalette::Highlight, accent);
-    palette.setColor(QPalette::HighlightedText, backdrop);
-    palette.setColor(QPalette::Link, accent);
-    palette.setColor(QPalette::Disabled, QPalette::Text, quietText);
-    palette.setColor(QPalette::Disabled, QPalette::ButtonText, quietText);
-    palette.setColor(QPalette::Disabled, QPalette::WindowText, quietText);
+    for (auto const& [role, colour] : roles)
+        palette.setColor(role, colour);
+    for (auto const role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText})
+        palette.setColor(QPalette::Disabled, role, quietText);
     application.setPalette(palette);
 }
 

@@ -177,11 +177,6 @@ void Transport::SetSpeed(double speed)
         engine.SetSpeed(chosenSpeed);
 }
 
-double Transport::GetSpeed() const
-{
-    return chosenSpeed;
-}
-
 double Transport::Shuttled(double speed, bool forwards)
 {
     double const along = forwards ? speed : -speed; // in the direction of the key
@@ -234,41 +229,16 @@ void Transport::SetVolume(double newVolume)
     engine.SetVolume(volume);
 }
 
-double Transport::GetVolume() const
-{
-    return volume;
-}
-
 void Transport::SetMuted(bool newMuted)
 {
     muted = newMuted;
     engine.SetMuted(muted);
 }
 
-bool Transport::IsMuted() const
-{
-    return muted;
-}
-
 void Transport::SetLooping(bool newLooping)
 {
     looping = newLooping;
     ApplyLoop();
-}
-
-bool Transport::IsLooping() const
-{
-    return looping;
-}
-
-std::optional<long long> Transport::GetIn() const
-{
-    return in;
-}
-
-std::optional<long long> Transport::GetOut() const
-{
-    return out;
 }
 
 void Transport::ApplyLoop()

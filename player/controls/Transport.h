@@ -16,20 +16,20 @@ public:
 
     bool Perform(PlayerAction action); // false for an action of the window's
 
-    void Reset();                // for a new file: no range, paused until Play
-    void Play();                 // from the other end when play has come to one
-    void SetSpeed(double speed); // chosen, and played at when playing; not 0
-    double GetSpeed() const;     // that Play plays at
+    void Reset();                                   // for a new file: no range, paused until Play
+    void Play();                                    // from the other end when play has come to one
+    void SetSpeed(double speed);                    // chosen, and played at when playing; not 0
+    double GetSpeed() const { return chosenSpeed; } // that Play plays at
 
     void SetVolume(double volume); // 0 to 1
-    double GetVolume() const;
+    double GetVolume() const { return volume; }
     void SetMuted(bool muted);
-    bool IsMuted() const;
+    bool IsMuted() const { return muted; }
 
     void SetLooping(bool looping);
-    bool IsLooping() const;
-    std::optional<long long> GetIn() const;  // microseconds, the first picture of the range
-    std::optional<long long> GetOut() const; // the first moment behind it
+    bool IsLooping() const { return looping; }
+    std::optional<long long> GetIn() const { return in; }   // microseconds, the first picture of the range
+    std::optional<long long> GetOut() const { return out; } // the first moment behind it
 
     // What a shuttle key makes of a speed: away from pause it doubles it, towards pause it halves it, and at normal
     // speed or below it pauses before it turns round.

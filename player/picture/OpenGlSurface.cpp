@@ -61,11 +61,6 @@ bool OpenGlSurface::IsAvailable()
     return compiles;
 }
 
-QWidget* OpenGlSurface::GetWidget()
-{
-    return this;
-}
-
 void OpenGlSurface::SetPicture(std::shared_ptr<DecodedVideoFrame const> newPicture)
 {
     picture = std::move(newPicture);

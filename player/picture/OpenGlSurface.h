@@ -19,7 +19,7 @@ public:
     // Whether this computer can show one. Asks the graphics driver, so once is enough.
     static bool IsAvailable();
 
-    QWidget* GetWidget() override;
+    QWidget* GetWidget() override { return this; }
     void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
     void SetTransform(QTransform const& pictureToView) override;
 

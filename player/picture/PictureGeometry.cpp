@@ -24,11 +24,6 @@ void PictureGeometry::Fit()
     offset = QPointF();
 }
 
-bool PictureGeometry::IsFitted() const
-{
-    return fitted;
-}
-
 void PictureGeometry::SetZoom(double newZoom, QPointF anchor)
 {
     double const before = GetZoom();
@@ -37,11 +32,6 @@ void PictureGeometry::SetZoom(double newZoom, QPointF anchor)
     QPointF const fromMiddle = anchor - QPointF(view.width() / 2.0, view.height() / 2.0);
     offset = fromMiddle - (fromMiddle - offset) * (zoom / before);
     KeepInView();
-}
-
-double PictureGeometry::GetZoom() const
-{
-    return fitted ? FittingZoom() : zoom;
 }
 
 void PictureGeometry::Pan(QPointF distance)

@@ -16,11 +16,11 @@ public:
     void SetPicture(QSize size, int clockwiseDegrees);
 
     void Fit(); // whole picture, as large as the view allows, and so when either of them changes its size
-    bool IsFitted() const;
+    bool IsFitted() const { return fitted; }
 
     // Screen pixels per pixel of the picture. The point of the picture that lies at `anchor` stays there.
     void SetZoom(double zoom, QPointF anchor);
-    double GetZoom() const;
+    double GetZoom() const { return fitted ? FittingZoom() : zoom; }
 
     void Pan(QPointF distance); // a fitted picture stays where it is
 

@@ -32,11 +32,6 @@ PainterSurface::PainterSurface(QWidget* parent) : QWidget(parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
-QWidget* PainterSurface::GetWidget()
-{
-    return this;
-}
-
 void PainterSurface::SetPicture(std::shared_ptr<DecodedVideoFrame const> newPicture)
 {
     picture = std::move(newPicture);

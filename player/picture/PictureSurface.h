@@ -37,7 +37,7 @@ class PainterSurface : public QWidget, public PictureSurface
 public:
     explicit PainterSurface(QWidget* parent);
 
-    QWidget* GetWidget() override;
+    QWidget* GetWidget() override { return this; }
     void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
     void SetTransform(QTransform const& pictureToView) override;
 

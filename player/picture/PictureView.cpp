@@ -33,11 +33,6 @@ PictureView::PictureView(Painting painting, QWidget* parent) : QWidget(parent)
     surface->GetWidget()->setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-bool PictureView::PaintsWithOpenGl() const
-{
-    return openGl;
-}
-
 void PictureView::Show(std::shared_ptr<DecodedVideoFrame const> picture)
 {
     if (!IsPicture(picture.get()))
@@ -49,16 +44,6 @@ void PictureView::Show(std::shared_ptr<DecodedVideoFrame const> picture)
         geometry.SetPicture(QSize(shown->width, shown->height), shown->rotation);
     surface->SetPicture(shown);
     Place();
-}
-
-std::shared_ptr<DecodedVideoFrame const> PictureView::GetShown() const
-{
-    return shown;
-}
-
-PictureGeometry const& PictureView::GetGeometry() const
-{
-    return geometry;
 }
 
 void PictureView::ToggleFit()

@@ -22,13 +22,13 @@ public:
     // With OpenGL only where this computer has it, else with the painter.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
 
-    bool PaintsWithOpenGl() const;
+    bool PaintsWithOpenGl() const { return openGl; }
 
     // Shows the record until the next call; null, and a record that is no picture, for an empty view.
     void Show(std::shared_ptr<DecodedVideoFrame const> picture);
-    std::shared_ptr<DecodedVideoFrame const> GetShown() const;
+    std::shared_ptr<DecodedVideoFrame const> GetShown() const { return shown; }
 
-    PictureGeometry const& GetGeometry() const;
+    PictureGeometry const& GetGeometry() const { return geometry; }
     void ToggleFit();         // between fitted and pixel for pixel
     void Zoom(double factor); // around the middle
     void Fit();

@@ -36,7 +36,7 @@ public:
     bool Start(int sampleRate, int channels, Fill fill) override;
     void Stop() override;
     bool IsRunning() override;
-    QString GetNote() const override;
+    QString GetNote() const override { return note; }
 
 private:
     bool Open(int sampleRate, int channels);
@@ -138,11 +138,6 @@ bool PortAudioDevice::IsRunning()
         return true;
     note = "The sound device has gone; playing without sound.";
     return false;
-}
-
-QString PortAudioDevice::GetNote() const
-{
-    return note;
 }
 
 void PortAudioDevice::Fulfil(short* buffer, int frames, PaStreamCallbackTimeInfo const& time)

@@ -1,31 +1,20 @@
 #include "player/sound/AudioDevice.h"
 
+#include "common/WavHeader.h"
 #include "player/sound/RateConverter.h"
 
 #include <QFile>
-#include <QtEndian>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <thread>
 #include <vector>
 
 namespace {
 
 constexpr int blocksPerSecond = 100;
-constexpr qint64 headerBytes = 44;
 constexpr qint64 maxFileBytes = 0xFFFFFFFFLL - 1024 * 1024; // with room for a last block
-
-void PutNumber(QByteArray& header, int at, quint32 value)
-{
-    qToLittleEndian(value, header.data() + at);
-}
-
-void PutShort(QByteArray& header, int at, int value)
-{
-    qToLittleEndian(static_cast<quint16>(value), header.data() + at);
-}
 
 // Writes the sound into a 16-bit WAV file, at the pace at which a device would play it. The file takes the format of
 // the first start; what comes later in another one is converted to it. The file is complete after each Stop and when
@@ -39,7 +28,7 @@ public:
     bool Start(int sampleRate, int channels, Fill fill) override;
     void Stop() override;
     bool IsRunning() override;
-    QString GetNote() const override;
+    QString GetNote() const override { return note; }
 
 private:
     bool OpenFile(RateConverter::Format newFormat);
@@ -108,11 +97,6 @@ bool WavAudioDevice::IsRunning()
     return thread.joinable() && !failed;
 }
 
-QString WavAudioDevice::GetNote() const
-{
-    return note;
-}
-
 void WavAudioDevice::Run()
 {
     auto next = std::chrono::steady_clock::now();
@@ -139,19 +123,9 @@ bool WavAudioDevice::WriteBlock()
 
 bool WavAudioDevice::WriteHeader()
 {
-    auto const dataBytes = static_cast<quint32>(std::max<qint64>(0, file.size() - headerBytes));
-    int const frameBytes = format.channels * static_cast<int>(sizeof(short));
-    QByteArray header("RIFF....WAVEfmt ....pcchrate....bsbtdata....", headerBytes);
-    PutNumber(header, 4, dataBytes + static_cast<quint32>(headerBytes) - 8);
-    PutNumber(header, 16, 16); // bytes of the format that follow
-    PutShort(header, 20, 1);   // PCM
-    PutShort(header, 22, format.channels);
-    PutNumber(header, 24, static_cast<quint32>(format.sampleRate));
-    PutNumber(header, 28, static_cast<quint32>(format.sampleRate * frameBytes));
-    PutShort(header, 32, frameBytes);
-    PutShort(header, 34, 16); // bits of a sample
-    PutNumber(header, 40, dataBytes);
-    bool const written = file.seek(0) && file.write(header) == headerBytes && file.flush();
+    auto const dataBytes = static_cast<unsigned>(std::max<qint64>(0, file.size() - wavHeaderBytes));
+    QByteArray const header = WavHeader(format.channels, format.sampleRate, dataBytes);
+    bool const written = file.seek(0) && file.write(header) == wavHeaderBytes && file.flush();
     return written && file.seek(file.size());
 }
 

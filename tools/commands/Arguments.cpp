@@ -8,31 +8,9 @@
 
 namespace {
 
-QCommandLineOption Declared(Option const& option)
-{
-    QString const name = QString::fromLatin1(option.name);
-    QStringList const names =
-        name == QLatin1String("output") ? QStringList{QStringLiteral("o"), name} : QStringList(name);
-    return {names, QString::fromUtf8(option.help), QString::fromLatin1(option.valueName)};
-}
-
 QString Name(char const* option)
 {
     return QString::fromLatin1(option);
-}
-
-// "--loop" alone as "--loop=yes", which the parser cannot do by itself.
-QStringList WithValues(QStringList given, std::vector<Option> const& options)
-{
-    for (QString& argument : given) {
-        if (argument == QLatin1String("--"))
-            break;
-        for (Option const& option : options) {
-            if (option.valueIfBare && argument == QStringLiteral("--") + Name(option.name))
-                argument += QLatin1Char('=') + QString::fromLatin1(option.valueIfBare);
-        }
-    }
-    return given;
 }
 
 // ".png, .jpg or .ppm"
@@ -50,7 +28,7 @@ QString Listed(QStringList const& endings)
 
 Option Options::Output(char const* valueName)
 {
-    return {"output", valueName, "The file to write; an existing one is replaced."};
+    return {"output", valueName, "The file to write; an existing one is replaced.", nullptr, "o"};
 }
 
 Option Options::Colours(bool followsStream)
@@ -66,10 +44,10 @@ Arguments::Arguments(QString const& newCommand, std::vector<Option> const& optio
     : command(newCommand)
 {
     for (Option const& option : options)
-        parser.addOption(Declared(option));
+        parser.addOption(option.Declared());
     parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show FFmpeg's own messages, too.")});
     parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
-    if (parser.parse(QStringList(command) + WithValues(given, options)))
+    if (parser.parse(QStringList(command) + WithBareValues(given, options)))
         return;
     fault = parser.errorText();
     while (fault.endsWith(QLatin1Char('.')))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Option.h"
 #include "decode/ColourSettings.h"
 #include "tools/commands/TimeRange.h"
 
@@ -8,15 +9,6 @@
 #include <QStringList>
 
 #include <vector>
-
-// An option of a command.
-struct Option
-{
-    char const* name;      // long; "output" has the short name "o", too
-    char const* valueName; // in the help; null: a switch without a value
-    char const* help;
-    char const* valueIfBare = nullptr; // taken for "--loop" alone; null: the option cannot come without a value
-};
 
 // Options that several commands have; Arguments reads them.
 namespace Options {

@@ -1,8 +1,8 @@
 #include "common/TimeText.h"
 #include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/OutputFile.h"
 #include "tools/output/SoundRender.h"
-#include "tools/output/WavFile.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 

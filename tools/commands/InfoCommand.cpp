@@ -2,8 +2,7 @@
 #include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
 #include "tools/report/Console.h"
-#include "tools/report/InfoJson.h"
-#include "tools/report/InfoText.h"
+#include "tools/report/Info.h"
 #include "tools/report/MessageLog.h"
 
 #include <QJsonArray>
@@ -16,15 +15,15 @@ ExitCode DescribeInText(QString const& path, MessageLog& log)
     auto const source = OpenSource(path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    Console::WriteData(DescribeAsText(*source));
+    Console::WriteData(Info::AsText(*source));
     return ExitCode::Ok;
 }
 
 ExitCode DescribeInJson(QString const& path, MessageLog& log, QJsonArray& objects)
 {
     auto const source = OpenSource(path, log);
-    objects.append(source ? InfoJson::Describe(*source)
-                          : InfoJson::DescribeFailure(path, log.GetLastError(), log.GetLastErrorCode()));
+    objects.append(source ? Info::AsJson(*source)
+                          : Info::FailureAsJson(path, log.GetLastError(), log.GetLastErrorCode()));
     return source ? ExitCode::Ok : ExitCode::CannotOpen;
 }
 

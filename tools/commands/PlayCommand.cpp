@@ -1,3 +1,4 @@
+#include "player/PlayerOptionTable.h"
 #include "tools/commands/Commands.h"
 #include "tools/report/Console.h"
 
@@ -5,36 +6,17 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+#include <iterator>
+
 namespace {
 
 QString const playerName = QStringLiteral("tavolin-player");
 
-// It judges their values.
-std::vector<Option> PlayerOptions()
-{
-    return {
-        {"speed", "SPEED", "Play at this speed, -16 to 16 and not 0; below 0 is backwards."},
-        {"start", "TIME", "Start at this time."},
-        {"paused", nullptr, "Do not begin to play."},
-        {"once", nullptr, "At the end of the last file print what was shown and dropped, and quit."},
-        {"loop", "yes|no", "Repeat; --loop=no does not.", "yes"},
-        {"cache-mb", "SIZE", "Memory for decoded pictures in megabytes."},
-        {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000."},
-        {"colours", "stream|plain", "\"stream\": as the stream says; \"plain\": by libswscale's defaults."},
-        {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."},
-        {"fullscreen", nullptr, "Start in full screen."},
-        {"mute", "yes|no", "Start without sound; --mute=no with sound.", "yes"},
-        {"volume", "PERCENT", "Volume in percent, 0 to 100."},
-        {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
-        {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
-        {"opengl", "yes|no", "Paint with OpenGL; --opengl=no does not."},
-    };
-}
-
+// The player judges their values.
 QStringList PlayerArguments(Arguments const& arguments)
 {
     QStringList all;
-    for (Option const& option : PlayerOptions()) {
+    for (Option const& option : playerOptions) {
         QString const given = QStringLiteral("--") + QString::fromLatin1(option.name);
         if (arguments.Has(option.name))
             all << (option.valueName ? given + QLatin1Char('=') + arguments.Text(option.name) : given);
@@ -74,6 +56,6 @@ Command PlayCommand()
             "one after another. \"?\" in the window shows all keys. Options that are not given\n"
             "are as the player remembers them.\n\n"
             "Exit code 3 when there is no such program here, or when it fails.\n",
-            PlayerOptions(),
+            {std::begin(playerOptions), std::end(playerOptions)},
             Run};
 }

@@ -1,4 +1,4 @@
-#include "tools/report/InfoJson.h"
+#include "tools/report/Info.h"
 
 #include "common/TimeText.h"
 #include "media/MediaInfo.h"
@@ -190,14 +190,14 @@ QJsonObject DescribeOwnValues(MediaSource const& source)
 
 } // namespace
 
-QJsonObject InfoJson::Describe(MediaSource const& source)
+QJsonObject Info::AsJson(MediaSource const& source)
 {
     return {{"format", DescribeFormat(source)},
             {"streams", DescribeStreams(source)},
             {"tavolin", DescribeOwnValues(source)}};
 }
 
-QJsonObject InfoJson::DescribeFailure(QString const& path, QString const& message, int code)
+QJsonObject Info::FailureAsJson(QString const& path, QString const& message, int code)
 {
     return {{"format", QJsonObject{{"filename", path}}},
             {"error", QJsonObject{{"code", code}, {"string", message}}},

@@ -1,4 +1,4 @@
-#include "tools/report/InfoText.h"
+#include "tools/report/Info.h"
 
 #include "common/TimeText.h"
 #include "media/MediaInfo.h"
@@ -137,7 +137,7 @@ QString AudioLine(MediaSource const& source, int position)
 
 } // namespace
 
-QString DescribeAsText(MediaSource const& source)
+QString Info::AsText(MediaSource const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QString const size = QLocale::c().formattedDataSize(QFileInfo(info.GetFilePath()).size());

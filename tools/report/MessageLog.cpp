@@ -4,7 +4,11 @@
 
 extern "C" {
 #include <libavutil/error.h>
+#include <libavutil/log.h>
 }
+
+#include <cstdarg>
+#include <cstdio>
 
 namespace {
 
@@ -90,4 +94,62 @@ void MessageLog::ShowRepetitions()
     else if (repetitions > 1)
         Console::Say(QStringLiteral("%1: the last message came %2 times more").arg(source).arg(repetitions));
     repetitions = 0;
+}
+
+namespace {
+
+constexpr int longestMessage = 400; // bytes
+
+std::mutex ffmpegMutex; // of what follows
+int ffmpegErrorCount = 0;
+QString firstFfmpegError;
+
+void TakeFfmpegError(char const* format, va_list arguments)
+{
+    char text[longestMessage] = {};
+    std::vsnprintf(text, sizeof text, format, arguments);
+    std::lock_guard const lock(ffmpegMutex);
+    if (ffmpegErrorCount++ == 0)
+        firstFfmpegError = QString::fromUtf8(text).trimmed();
+}
+
+void TakeFfmpegMessage(void* context, int level, char const* format, va_list arguments)
+{
+    constexpr int levelBits = 0xff; // colours lie above
+    if ((level & levelBits) <= AV_LOG_ERROR) {
+        va_list copy;
+        va_copy(copy, arguments);
+        TakeFfmpegError(format, copy);
+        va_end(copy);
+    }
+    av_log_default_callback(context, level, format, arguments);
+}
+
+} // namespace
+
+FfmpegMessages::FfmpegMessages()
+{
+    {
+        std::lock_guard const lock(ffmpegMutex);
+        ffmpegErrorCount = 0;
+        firstFfmpegError.clear();
+    }
+    av_log_set_callback(TakeFfmpegMessage);
+}
+
+FfmpegMessages::~FfmpegMessages()
+{
+    av_log_set_callback(av_log_default_callback);
+}
+
+int FfmpegMessages::GetErrorCount() const
+{
+    std::lock_guard const lock(ffmpegMutex);
+    return ffmpegErrorCount;
+}
+
+QString FfmpegMessages::GetFirstError() const
+{
+    std::lock_guard const lock(ffmpegMutex);
+    return firstFfmpegError;
 }

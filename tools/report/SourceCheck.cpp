@@ -8,7 +8,6 @@
 #include "tools/MediaSource.h"
 #include "tools/SourceReader.h"
 #include "tools/report/Console.h"
-#include "tools/report/FfmpegMessages.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureGaps.h"
 #include "tools/report/RecordSum.h"

@@ -1,4 +1,4 @@
-#include "tools/output/TimeAxis.h"
+#include "tools/output/WavePicture.h"
 
 #include <QStringList>
 
