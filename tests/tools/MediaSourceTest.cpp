@@ -146,9 +146,9 @@ TEST(MediaSourceTest, DistrustsSeeksWithoutDurationOrTimes)
 
 TEST(MediaSourceTest, NamesStreamsWithoutDecoder)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
-    Opened const opened(ClipPath("mp4-good-video-unknown-audio.mp4"));
+    Opened const opened(Clips::Real("mp4-good-video-unknown-audio.mp4"));
     ASSERT_TRUE(opened.isOpen);
     EXPECT_EQ(
         opened.source.DescribeUndecodable(),

@@ -47,7 +47,7 @@ QString Good()
 // For clips of whose sound FFmpeg's versions decode less or more: of one 0.3 s or 15.
 QString SoundLength(QString const& clip)
 {
-    ReferenceInput input(ClipPath(clip), AVMEDIA_TYPE_AUDIO);
+    ReferenceInput input(Clips::Real(clip), AVMEDIA_TYPE_AUDIO);
     long long samples = 0;
     input.DecodeAll([&](AVFrame& frame) { samples += frame.nb_samples; });
     auto const milliseconds = static_cast<int>(samples * 1000 / input.Codec()->sample_rate);
@@ -88,7 +88,7 @@ TEST(CheckCommandTest, CallsFilesOfAllKindsOk)
 // Uneven rates, late starts, odd times and sound with pauses are no damage.
 TEST(CheckCommandTest, CallsRealClipsOk)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips are not there";
     QList<QPair<QString, QString>> const clips = {
         {"asf-msmpeg4-avg-rate-0.wmv", "153 pictures, " + SoundLength("asf-msmpeg4-avg-rate-0.wmv") + " of sound"},
@@ -106,21 +106,21 @@ TEST(CheckCommandTest, CallsRealClipsOk)
         {"wav-s24-mono.wav", "00:00:01.000 of sound"},
     };
     for (auto const& [name, found] : clips) {
-        ToolRun const run = RunTavolin({"check", ClipPath(name)});
+        ToolRun const run = RunTavolin({"check", Clips::Real(name)});
         EXPECT_EQ(run.exitCode, 0) << name.toStdString();
-        EXPECT_EQ(run.Output().toStdString(), QStringLiteral("%1: ok: %2\n").arg(ClipPath(name), found).toStdString());
+        EXPECT_EQ(run.Output().toStdString(), QStringLiteral("%1: ok: %2\n").arg(Clips::Real(name), found).toStdString());
     }
 }
 
 TEST(CheckCommandTest, CallsRealDamagedClipsDamaged)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips are not there";
     for (QString const& name : QStringList{"corrupt-h264.mp4", "cut-in-packet.ts", "ps-mpeg1-sar64x45-cut.mpg"}) {
-        ToolRun const run = RunTavolin({"check", ClipPath(name)});
+        ToolRun const run = RunTavolin({"check", Clips::Real(name)});
         EXPECT_EQ(run.exitCode, 4) << name.toStdString();
         EXPECT_TRUE(run.Output().contains(" of FFmpeg, the first near 00:00:0")) << run.output.toStdString();
-        EXPECT_TRUE(run.Lines().last().startsWith(ClipPath(name) + ": damaged: decoded: "));
+        EXPECT_TRUE(run.Lines().last().startsWith(Clips::Real(name) + ": damaged: decoded: "));
     }
 }
 

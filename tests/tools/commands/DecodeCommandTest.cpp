@@ -204,9 +204,9 @@ TEST(DecodeCommandTest, RefusesAMovieOfWhichNothingCanBeDecoded)
 
 TEST(DecodeCommandTest, DecodesThePicturesOfAClipWhoseSoundIsUnknown)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
-    QString const path = ClipPath("mp4-good-video-unknown-audio.mp4");
+    QString const path = Clips::Real("mp4-good-video-unknown-audio.mp4");
     ToolRun const run = RunTavolin({"decode", path, "--md5"});
     EXPECT_EQ(run.exitCode, 4);
     EXPECT_EQ(LinesOf(run, "video"), PlainVideoLines(path, "1080x720"));
@@ -214,16 +214,16 @@ TEST(DecodeCommandTest, DecodesThePicturesOfAClipWhoseSoundIsUnknown)
 
 TEST(DecodeCommandTest, DecodesEachClipAsTheFactsSay)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
     for (char const* name : {"h264-bpyramid-sar64x45.mp4", "phone-sideways-vfr-rot90.mov", "ps-mpeg1-sar64x45-cut.mpg",
                              "h264-raw-size-change-352x288-640x480.264", "still-10bit.dpx"}) {
         int expected = 0;
-        for (QJsonValue const& stream : ClipFacts()[name].toObject()["streams"].toArray()) {
+        for (QJsonValue const& stream : Clips::RealFacts()[name].toObject()["streams"].toArray()) {
             if (stream.toObject()["codec_type"] == "video")
                 expected = stream.toObject()["decoded"].toObject()["frames"].toInt();
         }
         EXPECT_GT(expected, 0) << name;
-        EXPECT_EQ(LinesOf(RunTavolin({"decode", "--md5", ClipPath(name)}), "video").size(), expected) << name;
+        EXPECT_EQ(LinesOf(RunTavolin({"decode", "--md5", Clips::Real(name)}), "video").size(), expected) << name;
     }
 }

@@ -100,9 +100,9 @@ TEST(InfoCommandTest, AgreesWithFfprobeOnMadeMedia)
 
 TEST(InfoCommandTest, AgreesWithFfprobeOnClips)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
-    for (QFileInfo const& clip : QFileInfo(ClipPath("facts.json")).dir().entryInfoList(QDir::Files)) {
+    for (QFileInfo const& clip : QFileInfo(Clips::Real("facts.json")).dir().entryInfoList(QDir::Files)) {
         if (clip.suffix() != "json" && clip.suffix() != "md" && !clip.fileName().startsWith("broken") &&
             !clip.fileName().startsWith("zero"))
             ExpectLikeFfprobe(clip.filePath());
@@ -162,13 +162,13 @@ TEST(InfoCommandTest, SaysWhatOddSourcesAre)
 
 TEST(InfoCommandTest, SaysWhatCannotBeDecoded)
 {
-    if (!HasClips())
+    if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
-    ToolRun const run = RunTavolin({"info", ClipPath("mp4-good-video-unknown-audio.mp4")});
+    ToolRun const run = RunTavolin({"info", Clips::Real("mp4-good-video-unknown-audio.mp4")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.output.contains("cannot be decoded: FFmpeg has no usable decoder for it"));
     EXPECT_TRUE(run.output.contains("h264, 1080x720"));
-    QJsonArray const streams = DescriptionOf(ClipPath("mp4-good-video-unknown-audio.mp4"))["streams"].toArray();
+    QJsonArray const streams = DescriptionOf(Clips::Real("mp4-good-video-unknown-audio.mp4"))["streams"].toArray();
     ASSERT_EQ(streams.size(), 2);
     EXPECT_EQ(streams[1].toObject()["tavolin"].toObject()["valid"], false);
     EXPECT_EQ(streams[1].toObject()["codec_type"], "audio");
