@@ -3,7 +3,7 @@
 #include <QCommandLineOption>
 #include <QStringList>
 
-// An option of a command line, and how both programs take it from their tables.
+// A command line option, as both programs list it in their tables.
 struct Option
 {
     char const* name;      // long

@@ -4,8 +4,7 @@
 
 #include <optional>
 
-// Times as people write and read them: microseconds in, microseconds out. The lowest and the highest 64-bit time are
-// written and read like any other.
+// Converts between times in microseconds and text. Works for every 64-bit time.
 namespace TimeText {
 
 // Reads seconds ("12.5"), a clock ("0:12.5" or "00:00:12.500"; after the first field, fields are below 60) and
@@ -13,7 +12,7 @@ namespace TimeText {
 // Empty for any other text and for a time that does not fit 64 bits.
 std::optional<long long> Parse(QString const& text);
 
-// Both are cut to the millisecond or second, never rounded: that moment has not come yet.
+// Truncated, never rounded up: that moment has not come yet.
 QString Clock(long long time);                    // "00:00:12.500"
 QString ShortClock(long long time, int decimals); // "0:00:12.48" with 2 decimals, "0:00:12" with none; at most 6
 

@@ -2,7 +2,7 @@
 
 #include "common/Option.h"
 
-// The player's options. The command hands them through: this header needs nothing of the player.
+// The player's options. `tavolin play` passes them on, so this header depends on nothing of the player.
 inline constexpr Option playerOptions[] = {
     {"speed", "SPEED", "Play at this speed, -16 to 16 and not 0; below 0 is backwards."},
     {"start", "TIME", "Start at this time: seconds, or hours:minutes:seconds."},

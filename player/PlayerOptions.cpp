@@ -49,7 +49,7 @@ std::optional<bool> YesOrNo(QString const& text)
     return std::nullopt;
 }
 
-// Reads single options into their places and keeps the first fault.
+// Reads single options and keeps the first fault.
 class Reader
 {
 public:

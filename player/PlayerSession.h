@@ -36,7 +36,7 @@ public:
     // To be called on every beat of the display: acts on what the engine has done since the last call.
     PlaybackStatus Follow();
 
-    bool IsOpening() const { return opening; }                // the current entry, until it plays or fails
+    bool IsOpening() const { return opening; }                // from Began to Opened or Failed
     QString const& GetSoundNote() const { return soundNote; } // why there is no sound; empty when there is
 
     bool FollowsStreamColours() const { return engineOptions.colours.followStream; }

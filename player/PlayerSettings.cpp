@@ -83,7 +83,7 @@ void RecentFiles::Add(QString const& path) const
 {
     QFileInfo const added(path);
     if (!added.exists() || path.contains('\n'))
-        return; // a pattern, or a name that a list by lines cannot hold
+        return; // a pattern, or a name that does not fit on one line
     QStringList files = Load();
     files.removeAll(added.absoluteFilePath());
     files.prepend(added.absoluteFilePath());

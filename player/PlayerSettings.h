@@ -5,7 +5,7 @@
 
 class QSettings;
 
-// What the player remembers from one run to the next, in the person's configuration folder.
+// The player's settings, stored in the user's configuration folder.
 class PlayerSettings
 {
 public:
@@ -18,7 +18,7 @@ public:
     QString lastFolder;    // of the open dialog
     QString pictureFolder; // where pictures are saved
 
-    // From player.ini; what is missing or out of range keeps its default.
+    // From player.ini; missing or invalid values keep their defaults.
     static PlayerSettings Load();
     void Save() const;
 
@@ -26,13 +26,13 @@ public:
     static QString FilePath();
 };
 
-// The files opened last, the latest first, kept in the person's data folder from one run to the next.
+// The most recently opened files, newest first, stored in the user's data folder.
 class RecentFiles
 {
 public:
     static constexpr int maxCount = 10;
 
-    QStringList Load() const;            // as long as they exist
+    QStringList Load() const;            // only files that exist
     void Add(QString const& path) const; // made absolute; moves to the front
 
 private:

@@ -26,10 +26,10 @@
 
 namespace {
 
-constexpr int playingBeat = 8; // milliseconds: no picture of up to 120 a second is late by more
+constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
 constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
-constexpr int panelReach = 110;       // pixels from the lower edge that call the controls in full screen
+constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
@@ -87,7 +87,7 @@ void PlayerWindow::ReadKeys()
 {
     QString const path = PlayerSettings::KeyFilePath();
     if (!QFileInfo::exists(path))
-        KeyMap::WriteDefaults(path); // to be edited; without it there are the defaults all the same
+        KeyMap::WriteDefaults(path); // for the user to edit; a failure does no harm
     QStringList const faults = keys.Read(path);
     if (!faults.isEmpty())
         QTimer::singleShot(0, this, [this, faults] { bar->ShowPassingNote(faults.first()); });
@@ -435,7 +435,7 @@ bool PlayerWindow::focusNextPrevChild(bool /*next*/)
 void PlayerWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    // The view has its new size once the layout has run.
+    // After the layout has run, the view has its new size.
     QTimer::singleShot(0, this, [this] {
         for (QWidget* overlay :
              {static_cast<QWidget*>(welcome), static_cast<QWidget*>(help), static_cast<QWidget*>(soundTitle)})

@@ -15,14 +15,14 @@ class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
 
-// The player's window. It asks the engine for the picture on every beat of a timer, and hands keys, mouse and files to
-// whom they concern; nothing in it waits for a file or a device.
+// The player's window. Shows the engine's picture on every tick of a timer, and passes on keys, mouse and files. Never
+// waits for a file or a device.
 class PlayerWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    // Opens the files that the options name.
+    // Opens the files in `options`.
     PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings);
     ~PlayerWindow() override; // saves the settings
 
@@ -35,7 +35,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    bool focusNextPrevChild(bool next) override; // Tab is a key like any other
+    bool focusNextPrevChild(bool next) override; // so that Tab reaches keyPressEvent
     void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;

@@ -14,7 +14,7 @@ bool IsPictureFile(QString const& path)
     return pictureSuffixes.contains(QFileInfo(path).suffix().toLower());
 }
 
-// The same for all files of one row: the last number of the name taken out.
+// Equal for all files of one sequence: the path with the last number of the name replaced.
 QString RowOf(QString const& path)
 {
     static QRegularExpression const lastNumber("\\d+(?=\\D*$)");

@@ -10,7 +10,7 @@
 
 namespace {
 
-// More than any layout that FFmpeg has a name for, so that nothing is mixed down unsaid, and yet a bound.
+// More channels than any layout that FFmpeg names, so that nothing is mixed down silently.
 constexpr int mostChannels = 64;
 
 // File names are UTF-8 in every locale, "C" included.

@@ -27,7 +27,7 @@ constexpr char const* styleRules = R"(
     QSlider::handle:horizontal { width: 12px; height: 12px; margin: -4px 0; border-radius: 6px; background: #dedfe1; }
 )";
 
-// Figures of the same width, so that nothing moves while they run.
+// Digits of equal width, so that the layout stays still while they change.
 QLabel* MakeFigures(QWidget* parent, QColor const& colour)
 {
     auto* label = new QLabel(parent);
@@ -151,7 +151,7 @@ void ControlBar::ShowTitle(QString const& newTitle)
 void ControlBar::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); }); // once the row has its new widths
+    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); }); // after the layout has run
 }
 
 void ControlBar::ShowPassingNote(QString const& newNote)
@@ -160,7 +160,7 @@ void ControlBar::ShowPassingNote(QString const& newNote)
     UpdateNote();
     QTimer::singleShot(noteDuration, this, [this, newNote] {
         if (passingNote != newNote)
-            return; // a later one has its own time
+            return; // a newer note has its own timer
         passingNote.clear();
         UpdateNote();
     });

@@ -13,7 +13,7 @@ class QToolButton;
 struct DecodedVideoFrame;
 struct PlaybackStatus;
 
-// The row of controls below the timeline: what plays, where it is, how fast and how loud.
+// The row of controls below the timeline: title, position, speed and volume.
 class ControlBar : public QWidget
 {
     Q_OBJECT
@@ -21,20 +21,20 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Time and number are those of the picture shown; without one, the engine's position.
+    // Shows time and number of the displayed picture, or the engine's position without one.
     void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
 
     void ShowSound(double volume, bool muted);
     void ShowLooping(bool looping);
     void ShowTitle(QString const& title);
 
-    // The status line: `passing` notes go away after some seconds and uncover the lasting one, which stays until it is
-    // replaced by an empty one.
+    // The status line. A passing note covers the lasting one for a few seconds. The lasting note stays until it is
+    // replaced; an empty one clears it.
     void ShowPassingNote(QString const& note);
     void ShowLastingNote(QString const& note);
-    QString GetNote() const; // what the status line says now
+    QString GetNote() const; // the text of the status line
 
-    // The number of the picture among those of its stream, from 0; estimated where the rate varies.
+    // The picture's number in its stream, from 0; an estimate if the rate varies.
     static long long NumberOf(DecodedVideoFrame const& picture);
 
 signals:

@@ -10,8 +10,7 @@
 
 namespace {
 
-// A character that needs Shift on one keyboard and not on another is meant by itself; letters and named keys keep
-// their Shift.
+// Punctuation ignores Shift, because keyboards differ in which characters need it; letters and named keys keep Shift.
 int WithoutIdleShift(int key, int modifiers)
 {
     bool const isLetter = key >= Qt::Key_A && key <= Qt::Key_Z;
@@ -22,7 +21,7 @@ int WithoutIdleShift(int key, int modifiers)
     return key | modifiers;
 }
 
-// 0 for a name that is no key.
+// 0 if no key has that name.
 int KeyNamed(QString const& name)
 {
     QKeySequence const sequence = QKeySequence::fromString(name, QKeySequence::PortableText);

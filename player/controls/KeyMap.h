@@ -9,7 +9,7 @@
 
 class QKeyEvent;
 
-// Everything that a key can do in the player's window.
+// Everything that a key can trigger in the player's window.
 enum class PlayerAction {
     PlayPause,
     ShuttleBackwards,
@@ -51,13 +51,13 @@ enum class PlayerAction {
     Quit
 };
 
-// Which key does what. Starts with the defaults; a text file changes single actions, one a line:
+// Maps keys to actions. Starts with the defaults; a text file changes actions, one per line:
 //
 //     # comment
 //     play-pause = Space P
 //     quit =
 //
-// An action may have several keys, or none; a key that the file gives to one action is taken from all others. One
+// An action may have several keys or none. A key that the file assigns to one action is removed from all others. One
 // thread at a time.
 class KeyMap
 {
@@ -76,16 +76,16 @@ public:
 
     KeyMap();
 
-    // Takes over the bindings of the file, as far as they can be understood; the others stay. One sentence for each
-    // line that could not be. A file that does not exist changes nothing.
+    // Applies the file's bindings. Returns one sentence for each line that is not understood; such a line changes
+    // nothing, nor does a missing file.
     QStringList Read(QString const& path);
 
-    // The defaults as a file to edit. False when it cannot be written.
+    // Writes the defaults as a file to edit. False if it cannot be written.
     static bool WriteDefaults(QString const& path);
 
     std::optional<PlayerAction> ActionFor(QKeyEvent const& event) const;
 
-    QString KeysOf(PlayerAction action) const; // for reading, such as "Shift+Left"; empty without any
+    QString KeysOf(PlayerAction action) const; // for display, such as "Shift+Left"; empty without a key
 
     // The rows of the manual page's list, in mdoc.
     static QString ManualRows();

@@ -23,7 +23,7 @@ constexpr double groupGap = 12.0;
 constexpr double padding = 26.0;
 constexpr int columns = 2;
 
-// Where each action and each heading stands, in a column and from its top; a group is not broken between columns.
+// The column of an action or heading, and its distance from the top; a group is never split between columns.
 struct Place
 {
     KeyMap::Action const* action;
@@ -109,7 +109,7 @@ QString PictureText(PlaybackStatus const& status)
     return QString("%1 × %2, %3 fps").arg(status.width).arg(status.height).arg(status.frameRate, 0, 'g', 6);
 }
 
-// What was done to the light of the picture, behind the first comma of its colours.
+// The tone mapping, which follows the first comma of the colour description.
 QString LightText(PlaybackStatus const& status)
 {
     QString const done = status.colours.section(", ", 1);
@@ -123,7 +123,7 @@ QString SoundText(PlaybackStatus const& status)
     return QString("%1 Hz, %2").arg(status.sampleRate).arg(status.channels == 1 ? "mono" : "stereo");
 }
 
-// The welcome.
+// The welcome panel.
 constexpr int panelWidth = 520;
 constexpr int maxFiles = 6;
 constexpr char const* styleRules = R"(

@@ -8,7 +8,7 @@ class QLabel;
 class QVBoxLayout;
 struct PlaybackStatus;
 
-// All keys, over the picture. Made smaller where the view is too small for them.
+// Shows all keys over the picture, scaled down in a small view.
 class HelpOverlay : public QWidget
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ class HelpOverlay : public QWidget
 public:
     HelpOverlay(KeyMap const& keys, QWidget* parent); // `keys` must outlive it
 
-    QStringList GetLines() const; // what it says, as "keys: help"
+    QStringList GetLines() const; // its text, as "keys: help"
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -27,7 +27,7 @@ private:
     KeyMap const& keys;
 };
 
-// Figures about decoding and play in the corner of the picture.
+// Shows statistics of decoding and play in a corner of the picture.
 class StatisticsOverlay : public QWidget
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ class StatisticsOverlay : public QWidget
 public:
     explicit StatisticsOverlay(QWidget* parent);
 
-    // `painting` says what paints the picture and how.
+    // `painting`: the surface and the zoom.
     void Show(PlaybackStatus const& status, QString const& painting);
 
     QStringList GetLines() const; // as "name: value"
@@ -47,7 +47,7 @@ private:
     QVector<QPair<QString, QString>> rows;
 };
 
-// What the window shows when there is nothing to play: what can be done, what went wrong, and the files opened last.
+// Shown when nothing plays: how to open a file, the last error, and the recent files.
 class WelcomePanel : public QWidget
 {
     Q_OBJECT
@@ -55,7 +55,7 @@ class WelcomePanel : public QWidget
 public:
     explicit WelcomePanel(QWidget* parent);
 
-    // `message` is one or more sentences; empty when nothing went wrong.
+    // `message`: one or more sentences; empty without an error.
     void Show(QString const& message, QStringList const& recentFiles);
     QString GetMessage() const;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int margin = 12;      // left and right of the groove, as the controls below have it
+constexpr int margin = 12;      // left and right of the groove, aligned with the controls below
 constexpr int labelHeight = 18; // above the groove, for the time under the pointer
 constexpr int cachedHeight = 3;
 

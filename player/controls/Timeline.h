@@ -5,8 +5,8 @@
 
 #include <optional>
 
-// The media from left to right: how loud it is, what is decoded, the range, and where play is. Under the pointer it
-// shows the time. A drag asks for previews of each place it passes and for the exact one where it ends.
+// Shows the whole media from left to right: waveform, cached span, range and position, and the time under the pointer.
+// Dragging emits Previewed for each place it passes; the release emits Chosen.
 class Timeline : public QWidget
 {
     Q_OBJECT
@@ -21,11 +21,11 @@ public:
 
     explicit Timeline(QWidget* parent = nullptr);
 
-    void SetMedia(Span media); // whole; empty where nothing is open
+    void SetMedia(Span media); // empty if nothing is open
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
-    void SetPeaks(QVector<quint8> const& peaks); // over the whole media, as a WaveformReader gives them
+    void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
 
     long long TimeAt(int x) const; // within the media
     int XAt(long long time) const;
@@ -55,6 +55,6 @@ private:
     std::optional<long long> in;
     std::optional<long long> out;
     QVector<quint8> peaks;
-    std::optional<int> hover; // where the pointer is
+    std::optional<int> hover; // x of the pointer
     bool dragging = false;
 };

@@ -23,7 +23,7 @@ long long EndOf(PlaybackStatus const& status)
     return status.start + status.duration;
 }
 
-// The first picture, or the first sound where there are none.
+// The first picture, or the first sound if there are no pictures.
 long long FirstTime(PlaybackStatus const& status)
 {
     return status.width > 0 ? std::max(0LL, status.start) : status.start;
@@ -172,7 +172,7 @@ void Transport::Play()
 void Transport::SetSpeed(double speed)
 {
     double const held = std::clamp(std::abs(speed), minSpeed, maxSpeed);
-    chosenSpeed = std::copysign(std::round(held * 10000.0) / 10000.0, speed); // tenths add up without a trace
+    chosenSpeed = std::copysign(std::round(held * 10000.0) / 10000.0, speed); // no accumulated rounding error
     if (IsPlaying(engine.GetStatus()))
         engine.SetSpeed(chosenSpeed);
 }
@@ -213,7 +213,7 @@ void Transport::MarkIn()
     ApplyLoop();
 }
 
-// The picture shown belongs to the range.
+// The displayed picture is inside the range.
 void Transport::MarkOut()
 {
     PlaybackStatus const status = engine.GetStatus();

@@ -7,19 +7,19 @@
 class PlaybackEngine;
 struct PlaybackStatus;
 
-// What the keys and controls mean to the engine: speeds, steps, jumps, the range, the volume. Holds only what the
-// person at the keys has chosen. One thread at a time.
+// Translates keys and controls into calls of the engine: speeds, steps, jumps, the range, the volume. Stores only the
+// user's choices. One thread at a time.
 class Transport
 {
 public:
     explicit Transport(PlaybackEngine& engine); // which must outlive it
 
-    bool Perform(PlayerAction action); // false for an action of the window's
+    bool Perform(PlayerAction action); // false for an action that the window performs
 
     void Reset();                                   // for a new file: no range, paused until Play
-    void Play();                                    // from the other end when play has come to one
-    void SetSpeed(double speed);                    // chosen, and played at when playing; not 0
-    double GetSpeed() const { return chosenSpeed; } // that Play plays at
+    void Play();                                    // restarts at the other end if play has reached one
+    void SetSpeed(double speed);                    // not 0; takes effect immediately while playing
+    double GetSpeed() const { return chosenSpeed; } // the speed that Play uses
 
     void SetVolume(double volume); // 0 to 1
     double GetVolume() const { return volume; }
@@ -29,10 +29,10 @@ public:
     void SetLooping(bool looping);
     bool IsLooping() const { return looping; }
     std::optional<long long> GetIn() const { return in; }   // microseconds, the first picture of the range
-    std::optional<long long> GetOut() const { return out; } // the first moment behind it
+    std::optional<long long> GetOut() const { return out; } // the first moment after the range
 
-    // What a shuttle key makes of a speed: away from pause it doubles it, towards pause it halves it, and at normal
-    // speed or below it pauses before it turns round.
+    // The speed after a shuttle key: doubled in the direction of the key, halved against it. At normal speed or below,
+    // the opposite key pauses before it reverses.
     static double Shuttled(double speed, bool forwards);
 
 private:

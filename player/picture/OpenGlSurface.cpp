@@ -36,7 +36,7 @@ constexpr int cornerAttribute = 0;
 
 OpenGlSurface::OpenGlSurface(QWidget* parent) : QOpenGLWidget(parent) {}
 
-// The context dies with the base class, and would call into what is gone by then.
+// The base class destroys the context, whose signal must not reach a half-destroyed object.
 OpenGlSurface::~OpenGlSurface()
 {
     if (context())
@@ -77,7 +77,7 @@ void OpenGlSurface::SetTransform(QTransform const& pictureToView)
 void OpenGlSurface::initializeGL()
 {
     initializeOpenGLFunctions();
-    // Moving to another screen can replace the context; what belonged to the old one goes with it.
+    // Moving to another screen can replace the context; release what belongs to the old one.
     connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &OpenGlSurface::Release, Qt::UniqueConnection);
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
     program = std::make_unique<QOpenGLShaderProgram>();
@@ -117,7 +117,7 @@ void OpenGlSurface::UploadPicture()
 
 void OpenGlSurface::UploadBytes(uint8_t const* bytes, QSize size)
 {
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4); // as the rows of a record are, and of a QImage
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4); // like the rows of a record and of a QImage
     if (size == textureSize) {
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, size.width(), size.height(), GL_RGB, GL_UNSIGNED_BYTE, bytes);
         return;
@@ -128,7 +128,7 @@ void OpenGlSurface::UploadBytes(uint8_t const* bytes, QSize size)
     textureSize = size;
 }
 
-// The texture's corners are 0 and 1, the screen's -1 and 1 with up being up.
+// Texture coordinates run from 0 to 1, screen coordinates from -1 to 1 with y upwards.
 QMatrix4x4 OpenGlSurface::TextureToScreen() const
 {
     QMatrix4x4 screen;

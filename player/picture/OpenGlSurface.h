@@ -6,8 +6,8 @@
 #include <QOpenGLShaderProgram>
 #include <QOpenGLWidget>
 
-// Paints the picture with OpenGL 2: the record's bytes become a texture as they are, the graphics card turns, scales
-// and corrects. A picture larger than the card's textures is made smaller first.
+// Paints the picture with OpenGL 2. The record's bytes become a texture unchanged; the GPU rotates and scales. A
+// picture larger than the largest texture is scaled down first.
 class OpenGlSurface : public QOpenGLWidget, public PictureSurface, private QOpenGLFunctions
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ public:
     explicit OpenGlSurface(QWidget* parent);
     ~OpenGlSurface() override;
 
-    // Whether this computer can show one. Asks the graphics driver, so once is enough.
+    // Whether OpenGL works here. Slow: asks the graphics driver.
     static bool IsAvailable();
 
     QWidget* GetWidget() override { return this; }

@@ -46,7 +46,7 @@ QTransform PictureGeometry::PictureToView() const
 {
     double const scale = GetZoom();
     QSizeF const turned = QSizeF(TurnedSize()) * scale;
-    // The upper left corner lies on a whole pixel, so that a zoom of 1 is exact.
+    // Whole pixels for the upper left corner make zoom 1 exact.
     QPointF const corner(std::floor(view.width() / 2.0 + offset.x() - turned.width() / 2.0),
                          std::floor(view.height() / 2.0 + offset.y() - turned.height() / 2.0));
     QTransform transform;
@@ -73,7 +73,7 @@ double PictureGeometry::FittingZoom() const
                     static_cast<double>(view.height()) / turned.height());
 }
 
-// A part of the picture always stays in sight, and it does not drift in a view that has room for all of it.
+// Keeps the view filled by a larger picture, and a smaller one centred.
 void PictureGeometry::KeepInView()
 {
     if (fitted)

@@ -4,8 +4,8 @@
 #include <QSize>
 #include <QTransform>
 
-// Where a picture lies in its view: fitted, or at a chosen size around a chosen point, turned as its record says. All
-// lengths are device pixels, so that a zoom of 1 shows each pixel of the picture as one of the screen.
+// Places a picture in its view: fitted, or zoomed around a point, rotated as its record says. All lengths are device
+// pixels: at zoom 1 one picture pixel covers one screen pixel.
 class PictureGeometry
 {
 public:
@@ -15,16 +15,16 @@ public:
     void SetView(QSize size);
     void SetPicture(QSize size, int clockwiseDegrees);
 
-    void Fit(); // whole picture, as large as the view allows, and so when either of them changes its size
+    void Fit(); // shows the whole picture as large as possible, also after size changes
     bool IsFitted() const { return fitted; }
 
-    // Screen pixels per pixel of the picture. The point of the picture that lies at `anchor` stays there.
+    // Screen pixels per picture pixel. The picture's point at `anchor` stays there.
     void SetZoom(double zoom, QPointF anchor);
     double GetZoom() const { return fitted ? FittingZoom() : zoom; }
 
-    void Pan(QPointF distance); // a fitted picture stays where it is
+    void Pan(QPointF distance); // no effect on a fitted picture
 
-    // From the picture's pixels, with (0, 0) at its upper left before it is turned, to the view's.
+    // From picture pixels, with (0, 0) at the upper left before rotation, to view pixels.
     QTransform PictureToView() const;
 
 private:
@@ -37,5 +37,5 @@ private:
     int degrees = 0;
     bool fitted = true;
     double zoom = 1.0;
-    QPointF offset; // of the picture's middle from the view's
+    QPointF offset; // from the view's centre to the picture's
 };

@@ -8,7 +8,7 @@
 class QImage;
 struct DecodedVideoFrame;
 
-// What paints the picture: one widget, one of two ways. Both draw the same thing.
+// The widget that paints the picture. Both implementations draw the same.
 class PictureSurface
 {
 public:
@@ -16,14 +16,13 @@ public:
 
     virtual QWidget* GetWidget() = 0; // the surface itself
 
-    // The picture to paint, kept until the next one; null for none. Its bytes are used as they are.
+    // The picture to paint, kept until the next call; null for none. Its bytes are not copied.
     virtual void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) = 0;
 
-    // From the picture's pixels to the widget's device pixels. Magnified so far that single pixels can be told apart,
-    // they have hard edges.
+    // From picture pixels to the widget's device pixels. At high magnification pixels have hard edges.
     virtual void SetTransform(QTransform const& pictureToView) = 0;
 
-    // The bytes of a record that is a picture, not copied: the record must outlive it.
+    // An image of the record's bytes, not copied: the record must outlive it. Not for marks.
     static QImage ImageOver(DecodedVideoFrame const& picture);
 
     static bool HasHardEdges(QTransform const& pictureToView);

@@ -10,8 +10,8 @@ class PictureSurface;
 class QImage;
 struct DecodedVideoFrame;
 
-// The part of the window that shows the picture: which record, how large, where. Dragging moves a
-// picture that is larger than the view, Ctrl and the wheel change its size at the pointer.
+// The part of the window that shows the picture. Dragging moves a picture larger than the view; Ctrl and the wheel zoom
+// at the pointer.
 class PictureView : public QWidget
 {
     Q_OBJECT
@@ -19,12 +19,12 @@ class PictureView : public QWidget
 public:
     enum class Painting { OpenGl, Painter };
 
-    // With OpenGL only where this computer has it, else with the painter.
+    // OpenGl falls back to Painter if OpenGL does not work here.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
 
     bool PaintsWithOpenGl() const { return openGl; }
 
-    // Shows the record until the next call; null, and a record that is no picture, for an empty view.
+    // Shows the record until the next call; null, or a mark, empties the view.
     void Show(std::shared_ptr<DecodedVideoFrame const> picture);
     std::shared_ptr<DecodedVideoFrame const> GetShown() const { return shown; }
 
@@ -33,7 +33,7 @@ public:
     void Zoom(double factor); // around the middle
     void Fit();
 
-    // The picture as seen, upright, in its own size; null without one. Any thread.
+    // The upright picture in its own size; a null image for a mark. Any thread.
     static QImage Render(DecodedVideoFrame const& picture);
 
 signals:
@@ -56,5 +56,5 @@ private:
     std::shared_ptr<DecodedVideoFrame const> shown;
     PictureGeometry geometry;
     QPoint dragFrom;
-    int wheelRest = 0; // eighths of a degree that are no notch yet
+    int wheelRest = 0; // eighths of a degree short of a notch
 };

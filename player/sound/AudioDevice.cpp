@@ -2,7 +2,7 @@
 
 namespace {
 
-// No sound on purpose: never asks for any, so that play follows the computer's clock.
+// Silent by choice: never calls the fill, so play follows the computer's clock.
 class NullAudioDevice : public AudioDevice
 {
 public:

@@ -5,29 +5,29 @@
 #include <functional>
 #include <memory>
 
-// Where sound goes. Start, Stop and the queries come from one thread; the fill is called on a thread of the device.
+// A sound output. Start, Stop and the queries are called on one thread; the device calls the fill on its own thread.
 class AudioDevice
 {
 public:
-    // Writes `frames` frames of interleaved samples; the first is heard `delay` microseconds later. Writes silence
-    // where there is no sound, never waits.
+    // Writes `frames` frames of interleaved samples, silence included; the first is heard `delay` microseconds later.
+    // Never waits.
     using Fill = std::function<void(short* buffer, int frames, long long delay)>;
 
-    // As named on the command line: "portaudio", "null", or "wav:PATH". Null for any other name.
+    // "portaudio", "null", or "wav:PATH", as on the command line. A null pointer for any other name.
     static std::unique_ptr<AudioDevice> Make(QString const& name);
 
     virtual ~AudioDevice();
 
-    // Begins to ask `fill` for sound at this rate (Hz) with so many channels, and converts it where the device wants
-    // something else. False when there is no device to play on: GetNote tells why. Stops what ran before.
+    // Starts calling `fill` at this rate (Hz) and number of channels, and converts if the device needs another format.
+    // Returns false without a usable device; GetNote says why. Stops a previous start.
     virtual bool Start(int sampleRate, int channels, Fill fill) = 0;
 
-    virtual void Stop() = 0; // on return the fill is not called any more
+    virtual void Stop() = 0; // the fill is not called after the return
 
-    // Whether the device asks for sound; false also once it has vanished while playing.
+    // Whether the device calls the fill; false also after it disappeared while playing.
     virtual bool IsRunning() = 0;
 
-    virtual QString GetNote() const = 0; // one sentence when there is no sound though there should be; else empty
+    virtual QString GetNote() const = 0; // one sentence why there is no sound; empty if there is, or should not be
 
 private:
     static std::unique_ptr<AudioDevice> MakePortAudio();

@@ -9,11 +9,11 @@
 
 namespace {
 
-// A device that asks for nothing for so long has vanished, whatever it says of itself.
+// A device that does not call for this long has disappeared, even if it claims to be active.
 constexpr auto patience = std::chrono::seconds(1);
 
-// Seconds of sound in the device's hands. The engine is told when each block is heard, so a long one costs nothing but
-// the time until a change is heard, and saves gaps where the computer is busy.
+// Seconds of buffered sound. Prevents gaps on a busy computer and delays only the effect of changes: the engine knows
+// when each block is heard.
 constexpr double calmLatency = 0.08;
 
 PaStreamParameters ParametersOf(PaDeviceIndex device, int channels)
@@ -26,8 +26,8 @@ PaStreamParameters ParametersOf(PaDeviceIndex device, int channels)
     return parameters;
 }
 
-// The computer's default sound output. Asking the system for its devices can take a second, so the thread that starts
-// it should not be the window's.
+// The computer's default sound output. Start can take a second, because it lists the system's devices: do not call it
+// on the window's thread.
 class PortAudioDevice : public AudioDevice
 {
 public:
@@ -50,7 +50,7 @@ private:
     void* stream = nullptr;                   // PortAudio's
     bool initialized = false;                 // PortAudio is, by us
     int channels = 0;                         // of the stream
-    double latency = 0.0;                     // seconds, where the device does not say when a block is heard
+    double latency = 0.0;                     // seconds; used if the device does not report when a block is heard
     QString note;
 
     std::atomic<unsigned> blocks{0}; // asked for so far
@@ -116,11 +116,11 @@ bool PortAudioDevice::Fail(int error)
 void PortAudioDevice::Stop()
 {
     if (stream)
-        Pa_CloseStream(stream); // aborts it, too
+        Pa_CloseStream(stream); // also aborts it
     stream = nullptr;
     converter.reset();
     if (initialized)
-        Pa_Terminate(); // so that the next start sees devices that have come meanwhile
+        Pa_Terminate(); // so that the next start finds new devices
     initialized = false;
     note.clear();
 }

@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-// Stands between a source of sound and a device that wants another rate or another number of channels. Made on any
-// thread; then one thread at a time asks it for sound.
+// Converts between a source of sound and a device with another rate or number of channels. Create it on any thread;
+// fill on one thread at a time.
 class RateConverter
 {
 public:
@@ -17,7 +17,7 @@ public:
         int channels;
     };
 
-    // Null when libswresample cannot convert between the two.
+    // Null if libswresample cannot convert.
     static std::unique_ptr<RateConverter> Make(AudioDevice::Fill source, Format from, Format to);
 
     // As an AudioDevice::Fill; asks the source for as much as it needs.

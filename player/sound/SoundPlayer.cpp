@@ -10,13 +10,13 @@
 
 namespace {
 
-constexpr unsigned long farewell = 2000; // milliseconds for a device to close when the window does
+constexpr unsigned long farewell = 2000; // milliseconds that a device gets to close with the window
 constexpr int watchInterval = 300;       // milliseconds between two looks at whether the device is still there
 
 } // namespace
 
-// Holds the sound device on a thread that may wait for it, and looks after it while it plays. Once that thread runs,
-// everything here belongs to it.
+// Owns the sound device, on a thread that may wait for it, and watches it while it plays. Used only on that thread once
+// it runs.
 class SoundWorker : public QObject
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ signals:
     void NoteChanged(QString const& note);
 
 private:
-    // A device that has gone leaves play to the computer's clock; the next file tries it again.
+    // Without its device, play follows the computer's clock; the next file tries the device again.
     void Watch()
     {
         if (device->IsRunning())
@@ -59,7 +59,7 @@ private:
     QTimer* watch;
 };
 
-// Between a device's thread and the engine. Closing it waits for a fill under way, which takes microseconds.
+// Between a device's thread and the engine. Close waits for a fill in progress, which takes microseconds.
 struct SoundPlayer::Gate
 {
     explicit Gate(PlaybackEngine& engine) : engine(engine) {}
@@ -75,7 +75,7 @@ struct SoundPlayer::Gate
 
     void Fill(int askedGeneration, short* buffer, int frames, int channels, long long delay)
     {
-        filling = true; // before the look at the generation, so that Close sees either this or its own effect
+        filling = true; // before reading the generation: either Close sees this, or this sees the closed gate
         int const filled = generation == askedGeneration ? engine.FillAudio(buffer, frames, delay) : 0;
         filling = false;
         if (filled < frames)
@@ -105,7 +105,7 @@ SoundPlayer::~SoundPlayer()
     Stop();
     thread->quit();
     if (thread->wait(farewell))
-        delete thread; // else the device hangs in its driver: the thread is left to it until the process ends
+        delete thread; // else the device hangs in its driver, and the thread is leaked
 }
 
 void SoundPlayer::Start(int sampleRate, int channels)

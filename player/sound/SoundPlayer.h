@@ -10,8 +10,8 @@ class PlaybackEngine;
 class QThread;
 class SoundWorker;
 
-// Lets the sound device play what the engine fills. Devices are opened and closed on a thread of their own, since that
-// may take long or never end; the window's thread waits for nothing but a fill that is under way.
+// Connects the sound device to the engine's fill. Opens and closes devices on its own thread, because that can take
+// long or hang; the window's thread waits only for a fill in progress.
 //
 // All operations on the window's thread.
 class SoundPlayer : public QObject
@@ -23,10 +23,10 @@ public:
     SoundPlayer(PlaybackEngine& engine, std::unique_ptr<AudioDevice> device, QObject* parent = nullptr);
     ~SoundPlayer() override;
 
-    // Plays with the engine's present format. Only while that format cannot change: Stop comes before the next open.
+    // Plays in the engine's current format. Call Stop before the engine opens another file.
     void Start(int sampleRate, int channels);
 
-    void Stop(); // on return the engine is not asked any more
+    void Stop(); // the engine is not called after the return
 
 signals:
     void NoteChanged(QString const& note); // one sentence why there is no sound, empty when there is
@@ -34,7 +34,7 @@ signals:
 private:
     struct Gate;
 
-    std::shared_ptr<Gate> gate; // shared with the fill, which a device that hangs may keep for ever
+    std::shared_ptr<Gate> gate; // shared with the fill, which a hanging device may keep forever
     QThread* thread;
     SoundWorker* worker; // lives on `thread`
 };

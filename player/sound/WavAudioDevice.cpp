@@ -16,9 +16,8 @@ namespace {
 constexpr int blocksPerSecond = 100;
 constexpr qint64 maxFileBytes = 0xFFFFFFFFLL - 1024 * 1024; // with room for a last block
 
-// Writes the sound into a 16-bit WAV file, at the pace at which a device would play it. The file takes the format of
-// the first start; what comes later in another one is converted to it. The file is complete after each Stop and when
-// the device dies; at 4 GiB, where the format ends, it takes no more.
+// Writes the sound to a 16-bit WAV file in real time. The first start sets the file's format; later formats are
+// converted. The file is complete after each Stop and after destruction. It takes at most 4 GiB, the format's limit.
 class WavAudioDevice : public AudioDevice
 {
 public:
@@ -39,11 +38,11 @@ private:
     QFile file;
     RateConverter::Format format{0, 0}; // of the file
     Fill fill;
-    std::unique_ptr<RateConverter> converter; // null where the sound has the file's format
+    std::unique_ptr<RateConverter> converter; // null if the sound has the file's format
     std::vector<short> block;
     std::thread thread;
     std::atomic<bool> stopping{false};
-    std::atomic<bool> failed{false}; // the file takes no more
+    std::atomic<bool> failed{false}; // a write failed, or the file is full
     QString note;
 };
 

@@ -21,19 +21,19 @@ inline constexpr Option noToneMapping = {"no-tone-mapping", nullptr, "Leave PQ a
 
 } // namespace Options
 
-// What was given to a command: its files and its options. The first fault is kept, and a value with a fault reads as if
-// it were not given, so that a command reads everything and looks once whether there was a fault.
+// The files and options given to a command. Keeps the first fault, and returns the default for a faulty value: a
+// command reads everything and then checks once for a fault.
 class Arguments
 {
 public:
     // `given`: without the command's name. Beside its own options, every command has --verbose and --help.
     Arguments(QString const& command, std::vector<Option> const& options, QStringList const& given);
 
-    void Reject(QString const& newFault);             // also by the command
+    void Reject(QString const& newFault);             // for faults that only the command sees
     QString const& GetFault() const { return fault; } // empty: none
     bool AreWrong() const { return !fault.isEmpty(); }
 
-    QString OptionsHelp() const; // from the line "Options:" on
+    QString OptionsHelp() const; // the help text, from the line "Options:"
 
     bool Has(char const* option) const;
     QString Text(char const* option) const; // empty when not given
@@ -42,8 +42,9 @@ public:
 
     QString Output(QStringList const& endings); // a fault without one of these endings; they are lower case
     int Number(char const* option, int least, int most, int usual);
-    double Decimal(char const* option, double usual) const; // NaN for what is no number: the command knows the range
-    long long Time(char const* option, long long usual);    // microseconds from the first picture, not below 0
+    double Decimal(char const* option,
+                   double usual) const;                  // NaN for anything but a number; the command checks the range
+    long long Time(char const* option, long long usual); // microseconds from the first picture, not below 0
     TimeRange Range();
     ColourSettings Colours(bool followsStream, bool exact); // `exact`: see ColourSettings
 

@@ -24,7 +24,7 @@ codes: 0 ok, 1 some of several inputs failed, 2 wrong usage, 3 cannot open or
 nothing in it, 4 decoding or seeking failed, 5 writing failed.
 )";
 
-// In the order in which the help lists them.
+// In the order of the help.
 std::vector<Command> const& AllCommands()
 {
     static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(), AudioCommand(),
@@ -47,7 +47,7 @@ ExitCode Show(QString const& text)
     return ExitCode::Ok;
 }
 
-// `fault`: empty where it has been said.
+// `fault`: empty if it has been printed already.
 ExitCode RejectUsage(QString const& fault, QString const& helpWords)
 {
     if (!fault.isEmpty())

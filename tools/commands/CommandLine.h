@@ -4,7 +4,7 @@
 
 #include <QStringList>
 
-// Understands the whole command line: finds the command, answers the questions about help and version, and runs it.
+// Parses the whole command line: finds the command and runs it, or prints help or version.
 namespace CommandLine {
 
 ExitCode Run(QStringList const& arguments); // without the program's name

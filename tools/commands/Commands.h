@@ -7,17 +7,17 @@
 
 class MessageLog;
 
-// What a command answers to whoever called it. Scripts rely on the numbers.
+// The exit codes of all commands. Scripts rely on the numbers.
 enum class ExitCode {
     Ok = 0,
     SomeInputsFailed = 1, // of several
     Usage = 2,
-    CannotOpen = 3, // or there is nothing in it to describe or decode
+    CannotOpen = 3, // or nothing in the file to describe or decode
     DecodingFailed = 4,
     WritingFailed = 5,
 };
 
-// One subcommand of tavolin: what its help says, and what it does.
+// One subcommand of tavolin: the text of its help, its options, and the function that runs it.
 struct Command
 {
     char const* name;
@@ -26,11 +26,11 @@ struct Command
     char const* description;     // what it does, prints and answers; wrapped by hand at 80 columns
     std::vector<Option> options; // in the order of the help
 
-    // Answers ExitCode::Usage where the arguments are wrong; what is wrong then stands in them.
+    // Returns ExitCode::Usage if the arguments are wrong; `arguments` then hold the fault.
     ExitCode (*run)(Arguments& arguments, MessageLog& log);
 };
 
-// Each in a source of its name. A new one also gets a line in CommandLine.cpp.
+// Each is defined in the source of its name. Add a new one to the table in CommandLine.cpp.
 Command InfoCommand();
 Command DecodeCommand();
 Command FrameCommand();
@@ -40,8 +40,8 @@ Command SheetCommand();
 Command WaveCommand();
 Command PlayCommand();
 
-// Runs `work` for each file. One file answers with its own code; of several, any failure makes it SomeInputsFailed. No
-// file at all is wrong usage.
+// Runs `work` for each file. A single file returns its own code; any failure among several returns SomeInputsFailed. No
+// file is wrong usage.
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
 
-ExitCode CannotWrite(QString const& path, QString const& error); // says so
+ExitCode CannotWrite(QString const& path, QString const& error); // prints the error

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Sound lies in the file a little apart from its picture.
+// Interleaving: sound may be stored this much before its picture.
 constexpr long long soundLeadUs = 1000000;
 
 struct Request
@@ -38,7 +38,7 @@ void ShowProgress(MediaSource const& source, DecodeReport const& report)
                                        TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
 }
 
-// The report is data; where the sums are, it is a message.
+// The report is data, unless the sums are: then it is a message.
 void ShowSummary(QString const& summary, Request const& request)
 {
     if (!request.withSums) {

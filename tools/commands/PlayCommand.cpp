@@ -12,7 +12,6 @@ namespace {
 
 QString const playerName = QStringLiteral("tavolin-player");
 
-// The player judges their values.
 QStringList PlayerArguments(Arguments const& arguments)
 {
     QStringList all;
@@ -24,7 +23,7 @@ QStringList PlayerArguments(Arguments const& arguments)
     return all << QStringLiteral("--") << arguments.Files();
 }
 
-// Beside this program, as installed; beside its folder, as built; or wherever programs are.
+// Beside this program when installed, in the neighbouring folder in a build tree, else in PATH.
 QString FindPlayer()
 {
     QString const here = QCoreApplication::applicationDirPath();

@@ -17,7 +17,7 @@ namespace {
 constexpr int mostColumns = 100;
 constexpr int mostRows = 1000;
 constexpr int mostPictures = 10000;
-constexpr int smallestWidth = 80; // as wide as a time
+constexpr int smallestWidth = 80; // pixels; room for a time
 constexpr int largestWidth = 4096;
 
 struct Request

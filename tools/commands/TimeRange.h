@@ -2,7 +2,7 @@
 
 #include <limits>
 
-// A stretch of media time in microseconds; `to` does not belong to it.
+// A range of media time in microseconds; `to` is outside.
 struct TimeRange
 {
     long long from = std::numeric_limits<long long>::min();

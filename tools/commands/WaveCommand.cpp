@@ -20,7 +20,7 @@ struct Request
     QString picturePath;
     TimeRange range;
     int width = 0;
-    int height = 0; // 0: as the channels need it
+    int height = 0; // 0: the default for the number of channels
 };
 
 Request RequestIn(Arguments& arguments)
@@ -49,7 +49,7 @@ ExitCode Report(Request const& request, SoundLevels::Result result)
     return ExitCode::DecodingFailed;
 }
 
-// The height in the request, or the usual one.
+// The requested height, or the default.
 int HeightOf(SoundLevels const& levels, Request const& request, Arguments& arguments)
 {
     int const channels = levels.GetChannelCount();

@@ -13,7 +13,7 @@ struct Colour
     uint8_t blue = 0;
 };
 
-// A picture to draw on. What lies outside it is left out. Places are pixels from the upper left corner.
+// A picture to draw on. Drawing is clipped to it. Coordinates are pixels from the upper left corner.
 class Canvas
 {
 public:
@@ -22,8 +22,8 @@ public:
     void Fill(int left, int top, int width, int height, Colour colour);
     void Place(RgbPicture const& picture, int left, int top);
 
-    // Digits, colons, points, minus signs and blanks; other characters are as wide as a blank. `scale`: the pixels of a
-    // dot of the letters, which are seven dots high.
+    // Draws digits, colons, points, minus signs and blanks; any other character is a blank. Letters are seven dots
+    // high; `scale` is the size of a dot in pixels.
     void Write(QString const& text, int left, int top, int scale, Colour colour);
 
     static int TextWidth(QString const& text, int scale);

@@ -11,12 +11,12 @@ constexpr Colour backgroundColour = {22, 24, 28};
 constexpr Colour placeColour = {12, 13, 15};
 constexpr Colour textColour = {176, 182, 192};
 
-constexpr int distance = 12; // between pictures, and around all of them
+constexpr int distance = 12; // pixels between pictures, and around the sheet
 
-// Wide enough for "00:00:00.000" with room on both sides when letters are doubled.
+// Pixels; wide enough for "00:00:00.000" in letters of double size.
 constexpr int widthForLargeText = 160;
 
-// Places are never taller than this many times their width, however narrow a picture is.
+// Cells are at most this many times as tall as wide.
 constexpr double mostStretch = 4.0;
 
 RgbPicture Fitted(RgbPicture const& picture, int width, int height)

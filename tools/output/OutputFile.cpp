@@ -33,7 +33,7 @@ bool WavFile::Open()
     return OutputFile::Open(file, error) && PutHeader();
 }
 
-// Its sizes are those of the samples written so far.
+// With the sizes of the samples written so far.
 bool WavFile::PutHeader()
 {
     return Put(WavHeader(channels, sampleRate, static_cast<unsigned>(dataBytes)));

@@ -6,23 +6,23 @@
 // The files that the commands write.
 namespace OutputFile {
 
-// Opens it for writing. False with a sentence in `error`, also for a device or a pipe: to be replaced as a whole, as a
-// file is, does not suit them.
+// Opens it for writing. Returns false with a sentence in `error`, also for a device or a pipe: those cannot be replaced
+// as a whole.
 bool Open(QSaveFile& file, QString& error);
 
 } // namespace OutputFile
 
-// A WAV file of 16-bit samples that is written piece by piece. An existing file is replaced when it is finished, as a
-// whole or not at all; what was begun and not finished leaves nothing behind.
+// Writes a WAV file of 16-bit samples block by block. Finish replaces an existing file atomically; without it nothing
+// is left on disk.
 class WavFile
 {
 public:
-    // The most bytes of samples that the format's 32-bit sizes can tell.
+    // The most bytes of samples that the format's 32-bit sizes can express.
     static constexpr long long mostBytes = 0xFFFFFFFFLL - 64;
 
     WavFile(QString const& path, int channels, int sampleRate);
 
-    // False after a failure, of which GetError tells.
+    // These return false after a failure; GetError describes it.
     bool Open();
     bool Write(short const* samples, int frames); // interleaved
     bool Finish();

@@ -20,7 +20,7 @@ namespace {
 
 enum class Format { Unknown, Png, Jpeg, Ppm };
 
-// The best that JPEG does without growing out of proportion.
+// Near-best quality; better settings multiply the file size.
 constexpr int jpegQuality = 2 * FF_QP2LAMBDA;
 
 Format FormatOf(QString const& path)
@@ -70,14 +70,14 @@ FfmpegPtr<AVCodecContext> OpenEncoder(AVCodecID id, AVFrame const& frame)
     context->height = frame.height;
     context->pix_fmt = static_cast<AVPixelFormat>(frame.format);
     context->color_range = frame.color_range;
-    context->time_base = {1, 25}; // none is refused
+    context->time_base = {1, 25}; // any; encoders refuse to open without one
     context->thread_count = 1;
     context->flags |= AV_CODEC_FLAG_QSCALE;
     context->global_quality = jpegQuality;
     return avcodec_open2(context.get(), encoder, nullptr) < 0 ? nullptr : std::move(context);
 }
 
-// Empty when FFmpeg cannot do it.
+// Empty if FFmpeg cannot encode it.
 QByteArray Encode(RgbPicture const& picture, AVCodecID id, AVPixelFormat format)
 {
     auto const frame = ToFrame(picture, format);
@@ -121,10 +121,10 @@ bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString&
         return false;
     }
     QSaveFile file(path);
-    file.setDirectWriteFallback(true); // in a folder that takes no new files
+    file.setDirectWriteFallback(true); // for a folder in which no file can be created
     if (!OutputFile::Open(file, error))
         return false;
-    // A commit does not look at how its own flush went.
+    // commit() ignores a failed flush.
     bool const written = file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (!written)
         error = file.errorString();

@@ -10,8 +10,9 @@
 class MediaSource;
 struct DecodedVideoFrame;
 
-// Takes pictures at even distances out of a source: of a range of time cut into equal parts, the one that shows in the
-// middle of each. A picture is taken once, so there may be fewer; a still image and cover art give their one picture.
+// Takes evenly spaced pictures from a source: divides a range of time into equal parts and takes the picture shown in
+// the middle of each. No picture is taken twice, so there may be fewer. A still image and cover art give their one
+// picture.
 class PictureSamples
 {
 public:

@@ -23,7 +23,7 @@ RgbPicture QuarterTurned(RgbPicture const& source)
     return turned;
 }
 
-// The old pixels that a new one covers, side by side, and the share of each.
+// The adjacent old pixels that one new pixel covers, and the weight of each.
 struct Cover
 {
     int first = 0;

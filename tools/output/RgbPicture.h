@@ -15,10 +15,10 @@ struct RgbPicture
 
     static RgbPicture FromRecord(DecodedVideoFrame const& record);
 
-    // By whole quarters only: other angles give the picture as it is.
+    // Only by multiples of 90; any other angle returns the picture unchanged.
     RgbPicture TurnedClockwise(int degrees) const;
 
-    // At another size of at least one pixel: each pixel is the mean of what it covers.
+    // Scaled to another size, at least 1 x 1: each pixel is the mean of the area that it covers.
     RgbPicture ScaledTo(int newWidth, int newHeight) const;
 
     size_t RowBytes() const { return 3 * static_cast<size_t>(width); }

@@ -8,12 +8,12 @@
 
 class SoundLevels;
 
-// Draws sound: a lane for each channel with an axis of time below. In each column a line from the lowest to the highest
-// sample, inside it a brighter one as high as the root of their mean square. Silence is a line of one pixel, and where
-// there is no sound there is nothing, on darker ground.
+// Draws a waveform: a lane for each channel, and a time axis below. Each column has a line from its lowest to its
+// highest sample, and inside it a brighter one for their root mean square. Silence is a line of one pixel; columns
+// without sound are empty and darker.
 namespace WavePicture {
 
-// Pixels left and right of the columns, of which one is one pixel wide.
+// Pixels left and right of the columns; a column is one pixel wide.
 int SideSpace();
 
 int DefaultHeight(int channels);
@@ -23,7 +23,7 @@ RgbPicture Draw(SoundLevels const& levels, int height); // not below the least h
 
 } // namespace WavePicture
 
-// Where marks and their texts belong on an axis of time: at round times, as close together as texts have room.
+// Marks and labels for a time axis: at round times, as dense as the labels allow.
 namespace TimeAxis {
 
 struct Mark
@@ -32,7 +32,7 @@ struct Mark
     QString text;       // "1:02:03", "0:05", "0:05.25"
 };
 
-// `most`: how many marks there is room for, at least 1.
+// `most`: how many marks fit, at least 1.
 std::vector<Mark> Marks(long long from, long long to, int most); // microseconds
 
 } // namespace TimeAxis

@@ -12,7 +12,7 @@
 
 namespace {
 
-// How far sound may lie behind its pictures in a file, or they behind it, before it is taken to have ended.
+// A stream that is this far behind the other in the file is taken to have ended.
 constexpr long long mostLagUs = 10000000;
 
 QString SumLine(char const* kind, long long time, QString const& size, QString const& sum)
@@ -65,7 +65,7 @@ void DecodeReport::TakePicture(std::shared_ptr<DecodedVideoFrame> const& record)
 
 void DecodeReport::Finish()
 {
-    // The last picture of all shows until the file ends.
+    // The file's last picture is shown until the file ends.
     if (showingAtBegin && range.from < source.EndOfLastPicture(*showingAtBegin))
         CountPicture(*showingAtBegin);
     showingAtBegin.reset();

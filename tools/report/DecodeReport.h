@@ -11,9 +11,9 @@
 
 class MediaSource;
 
-// Counts what a decode delivers within a range of time: the pictures that show in it and the frames of sound that reach
-// into it. Writes one line a picture to standard output as it comes, and one a frame of sound at the end, when sums are
-// asked for; so the order does not depend on how far a decoder runs ahead.
+// Counts the decoded pictures shown in a range of time, and the frames of sound that overlap it. If sums are requested,
+// writes one line per picture immediately and one per frame of sound at the end, so that the order does not depend on
+// how far a decoder runs ahead.
 //
 // Times are microseconds from the first picture.
 class DecodeReport
@@ -22,16 +22,16 @@ public:
     DecodeReport(MediaSource const& source, TimeRange const& range, bool withSums);
 
     void Take(SourceReader::Records const& records);
-    void Finish(); // nothing more will come
+    void Finish(); // call after the last Take
 
-    bool IsRangeDone() const; // nothing of the range is to be expected any more
+    bool IsRangeDone() const; // nothing more of the range can come
     bool IsEmpty() const { return pictureCount == 0 && soundCount == 0; }
     long long GetReachedTime() const; // of the latest record
 
     QString Summary(double elapsedSeconds) const; // lines of text
 
 private:
-    // The first and last moment of what was counted.
+    // The span of what was counted.
     struct Span
     {
         long long start = std::numeric_limits<long long>::max();

@@ -5,10 +5,10 @@
 
 class MediaSource;
 
-// What `tavolin info` tells of a source.
+// The output of `tavolin info`.
 namespace Info {
 
-QString AsText(MediaSource const& source); // for people: a few lines, the last one ended
+QString AsText(MediaSource const& source); // a few lines; the last one ends with a line break
 
 // ffprobe's names and types where the meaning is the same, our own values in objects named "tavolin".
 QJsonObject AsJson(MediaSource const& source);

@@ -115,7 +115,7 @@ void TakeFfmpegError(char const* format, va_list arguments)
 
 void TakeFfmpegMessage(void* context, int level, char const* format, va_list arguments)
 {
-    constexpr int levelBits = 0xff; // colours lie above
+    constexpr int levelBits = 0xff; // higher bits select a colour
     if ((level & levelBits) <= AV_LOG_ERROR) {
         va_list copy;
         va_copy(copy, arguments);

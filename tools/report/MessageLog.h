@@ -6,8 +6,8 @@
 
 #include <mutex>
 
-// Takes the library's messages for as long as it lives: shows them on standard error, each with the source that it is
-// about and runs of one message counted, and remembers the errors. One at a time; messages may come on any thread.
+// While it exists, prints the library's messages on standard error, with the name of the current source, and remembers
+// the errors. Repeated messages are counted. Only one object at a time; messages may come from any thread.
 class MessageLog
 {
 public:
@@ -16,7 +16,7 @@ public:
     MessageLog(MessageLog const&) = delete;
     MessageLog& operator=(MessageLog const&) = delete;
 
-    void BeginSource(QString const& name); // starts the count of errors again
+    void BeginSource(QString const& name); // resets the error count
     void EndSource();
 
     int GetErrorCount() const; // of this source
@@ -30,15 +30,14 @@ private:
     mutable std::mutex mutex; // of everything below
     QString source;
     QString lastLine;
-    int repetitions = 0; // of lastLine, not shown yet
+    int repetitions = 0; // of lastLine, not printed yet
     int errorCount = 0;
     QString lastError;
     int lastErrorCode = 0;
 };
 
-// Counts the errors that FFmpeg reports for as long as it lives. Its decoders mend a good deal of damage by guessing
-// and tell of it in no other way. What is to be seen of the messages stays as it was. One at a time; any thread may
-// report.
+// While it exists, counts the errors that FFmpeg logs. FFmpeg's decoders conceal much damage and report it in no other
+// way. Which messages are printed does not change. Only one object at a time; messages may come from any thread.
 class FfmpegMessages
 {
 public:
@@ -48,5 +47,5 @@ public:
     FfmpegMessages& operator=(FfmpegMessages const&) = delete;
 
     int GetErrorCount() const;
-    QString GetFirstError() const; // without a line's end; empty when there was none
+    QString GetFirstError() const; // without the line break; empty if there is none
 };

@@ -5,13 +5,13 @@
 
 namespace {
 
-// With fewer steps the usual one is a guess.
+// With fewer steps, the usual step is a guess.
 constexpr size_t fewestSteps = 8;
 
-// One step in so many may be uneven in material of a constant rate.
+// With a constant rate, at most one step in this many may be uneven.
 constexpr size_t stepsForOneUneven = 20;
 
-// Containers round times to milliseconds, at both ends of a step.
+// Containers round both ends of a step to milliseconds.
 constexpr long long roundingUs = 2000;
 
 long long UsualOf(std::vector<long long> steps)

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-// Where pictures are missing, told by their times alone. Only material of a constant rate tells: where more than a few
-// steps between pictures are of another length than the usual one, nothing is missing. Nor is anything right behind the
-// first picture: a recording that begins inside a group lacks the pictures there that need something before it.
+// Finds missing pictures by their times alone. This works only for a constant rate: if more than a few steps differ
+// from the usual one, nothing counts as missing. A gap directly after the first picture does not count either: a
+// recording that begins inside a group lacks the pictures that refer to earlier ones.
 namespace PictureGaps {
 
 struct Gap

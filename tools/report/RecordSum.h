@@ -5,7 +5,7 @@
 struct DecodedAudioFrame;
 struct DecodedVideoFrame;
 
-// MD5 sums of what records hold, as 32 hexadecimal digits.
+// MD5 sums of records, as 32 hexadecimal digits.
 namespace RecordSum {
 
 QString Of(DecodedVideoFrame const& record); // the pixels' bytes row by row, without the padding of the rows

@@ -21,8 +21,8 @@ AVCodecDescriptor const* DescriptorOf(QString const& decoderName)
     return decoder ? avcodec_descriptor_get(decoder->id) : nullptr;
 }
 
-// The simplest fraction that single precision cannot tell from `value`: the first convergent of its continued fraction
-// that rounds to it. That is the one which the container wrote.
+// The simplest fraction equal to `value` in single precision: the first convergent of its continued fraction that
+// rounds to it. That recovers the fraction in the container.
 std::pair<long long, long long> SimplestFraction(float value)
 {
     long long numerator = 1, denominator = 0, formerNumerator = 0, formerDenominator = 1;

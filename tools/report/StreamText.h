@@ -5,10 +5,10 @@
 struct AudioStream;
 struct VideoStream;
 
-// What the stream records hold, in the words that FFmpeg's own tools use for it.
+// Values of stream records in the notation of FFmpeg's own tools.
 namespace StreamText {
 
-QString CodecName(QString const& decoderName); // of what is coded: "mp3" for the decoder "mp3float"
+QString CodecName(QString const& decoderName); // the codec: "mp3" for the decoder "mp3float"
 QString CodecLongName(QString const& decoderName);
 QString SampleFormat(AudioStream const& stream);  // "fltp", empty when there is none
 QString ChannelLayout(AudioStream const& stream); // "5.1(side)", empty when it has no name

@@ -108,7 +108,8 @@ TEST(CheckCommandTest, CallsRealClipsOk)
     for (auto const& [name, found] : clips) {
         ToolRun const run = RunTavolin({"check", Clips::Real(name)});
         EXPECT_EQ(run.exitCode, 0) << name.toStdString();
-        EXPECT_EQ(run.Output().toStdString(), QStringLiteral("%1: ok: %2\n").arg(Clips::Real(name), found).toStdString());
+        EXPECT_EQ(run.Output().toStdString(),
+                  QStringLiteral("%1: ok: %2\n").arg(Clips::Real(name), found).toStdString());
     }
 }
 
