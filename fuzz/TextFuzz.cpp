@@ -1,7 +1,7 @@
 #include "fuzz/FuzzBytes.h"
 
 #include "common/TimeText.h"
-#include "playback/ImageSequence.h"
+#include "source/ImageSequence.h"
 
 #include <QDir>
 #include <QFile>

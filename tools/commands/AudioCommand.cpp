@@ -1,6 +1,6 @@
 #include "common/TimeText.h"
-#include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/SoundRender.h"
 #include "tools/report/Console.h"

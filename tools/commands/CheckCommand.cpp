@@ -1,6 +1,6 @@
 #include "common/TimeText.h"
-#include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/SourceCheck.h"
@@ -29,11 +29,10 @@ void Report(QString const& path, SourceCheck const& check)
 
 ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log)
 {
-    auto const source = OpenSource(path, log);
+    auto const source = OpenSource(path, log, colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
-    source->SetColours(colours);
     SourceCheck check(*source, log);
     if (!check.Run()) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));

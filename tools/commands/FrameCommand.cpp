@@ -1,10 +1,8 @@
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
-#include "tools/PictureFinder.h"
-#include "tools/SourceReader.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
@@ -34,26 +32,25 @@ Request RequestIn(Arguments& arguments)
     return request;
 }
 
-ExitCode Report(Request const& request, PictureFinder::Result result, DecodedVideoFrame const* last)
+ExitCode Find(Source const& source, Request const& request, PictureStream::Picture& picture)
 {
-    switch (result) {
-    case PictureFinder::Result::Found:
-        return ExitCode::Ok;
-    case PictureFinder::Result::CannotOpen:
+    auto const pictures = source.OpenPictures();
+    if (!pictures) {
         Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
-    case PictureFinder::Result::NoPicture:
+    }
+    if (pictures->ReadAt(request.time, picture) != ReadResult::Got) {
         Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
         return ExitCode::DecodingFailed;
-    case PictureFinder::Result::PastTheEnd:
-        Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                         .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(last->startTime)));
-        return ExitCode::DecodingFailed;
     }
+    if (!source.IsOver(*picture, request.time))
+        return ExitCode::Ok;
+    Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
+                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(picture->startTime)));
     return ExitCode::DecodingFailed;
 }
 
-void SayWhatItIs(MediaSource const& source, QString const& path)
+void SayWhatItIs(Source const& source, QString const& path)
 {
     if (source.GetInfo()->IsImage())
         Console::Say(path + QStringLiteral(": a still image, the same at every time"));
@@ -85,16 +82,13 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     Request const request = RequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const source = OpenPictures(request.path, log);
+    auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
-    source->SetColours(request.colours);
     SayWhatItIs(*source, request.path);
-    SourceReader reader(*source);
-    PictureFinder finder(*source, reader);
-    PictureFinder::Result const result = finder.Find(request.time);
-    ExitCode const found = Report(request, result, finder.GetPicture().get());
-    return found == ExitCode::Ok ? Write(*finder.GetPicture(), request) : found;
+    PictureStream::Picture picture;
+    ExitCode const found = Find(*source, request, picture);
+    return found == ExitCode::Ok ? Write(*picture, request) : found;
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/report/Console.h"
 #include "tools/report/Info.h"
 #include "tools/report/MessageLog.h"

@@ -1,8 +1,8 @@
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/output/ContactSheet.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/PictureSamples.h"
@@ -71,9 +71,9 @@ bool IsTooLarge(ContactSheet const& sheet, Request const& request)
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
 }
 
-ExitCode Collect(MediaSource const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
+ExitCode Collect(Source const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
 {
-    bool const hasTime = !source.GetInfo()->IsImage() && !source.HasCoverOnly();
+    bool const hasTime = !source.HasOnePicture();
     bool isTooLarge = false;
     auto const result = PictureSamples(source).Take(request.range, request.count, [&](auto const& record) {
         if (isTooLarge)
@@ -113,10 +113,9 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     Request const request = RequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const source = OpenPictures(request.path, log);
+    auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
-    source->SetColours(request.colours);
     int const errorsBefore = log.GetErrorCount();
     ContactSheet sheet(request.width);
     ExitCode const collected = Collect(*source, request, arguments, sheet);

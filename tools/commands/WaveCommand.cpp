@@ -1,6 +1,6 @@
 #include "common/TimeText.h"
-#include "tools/MediaSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/SoundLevels.h"
 #include "tools/output/WavePicture.h"

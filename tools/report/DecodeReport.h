@@ -1,7 +1,6 @@
 #pragma once
 
-#include "tools/SourceReader.h"
-#include "tools/commands/TimeRange.h"
+#include "tools/report/SessionWalk.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,22 +8,23 @@
 #include <limits>
 #include <memory>
 
-class MediaSource;
+class Source;
 
-// Counts the decoded pictures shown in a range of time, and the frames of sound that overlap it. If sums are requested,
-// writes one line per picture immediately and one per frame of sound at the end, so that the order does not depend on
-// how far a decoder runs ahead.
+// Counts decoded pictures and frames of sound. If sums are requested, writes one line per picture immediately and one
+// per frame of sound at the end, so that the order does not depend on how far a decoder runs ahead.
 //
 // Times are microseconds from the first picture.
 class DecodeReport
 {
 public:
-    DecodeReport(MediaSource const& source, TimeRange const& range, bool withSums);
+    DecodeReport(Source const& source, bool withSums);
 
-    void Take(SourceReader::Records const& records);
-    void Finish(); // call after the last Take
+    void Begin(); // call before the first of these
+    void Take(SessionWalk::Records const& records);
+    void TakePicture(DecodedVideoFrame const& record);
+    void TakeSound(DecodedAudioFrame const& record);
+    void Finish(); // call after the last
 
-    bool IsRangeDone() const; // nothing more of the range can come
     bool IsEmpty() const { return pictureCount == 0 && soundCount == 0; }
     long long GetReachedTime() const; // of the latest record
 
@@ -41,20 +41,14 @@ private:
         long long Duration() const { return end > start ? end - start : 0; }
     };
 
-    void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
-    void CountPicture(DecodedVideoFrame const& record);
-    void TakeSound(DecodedAudioFrame const& record);
-    long long EndWithLag() const;
     long long StepAfter(DecodedVideoFrame const& record) const;
     QString PictureLine() const;
     QString SoundLine() const;
     QString SpeedLine(double elapsedSeconds) const;
 
-    MediaSource const& source;
-    TimeRange range;
+    Source const& source;
     bool withSums;
 
-    std::shared_ptr<DecodedVideoFrame> showingAtBegin; // the latest one that starts by the range's begin
     long long pictureCount = 0;
     QStringList pictureSizes; // different ones, in the order of their first picture
     Span pictureSpan;

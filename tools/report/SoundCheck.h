@@ -6,8 +6,8 @@
 #include <limits>
 #include <memory>
 
-class MediaSource;
-class SoundReader;
+class Source;
+class SoundStream;
 struct DecodedAudioFrame;
 
 // What is wrong with the sound of a source: takes it as it comes forwards, and then finds it again from the end to the
@@ -15,7 +15,7 @@ struct DecodedAudioFrame;
 class SoundCheck
 {
 public:
-    explicit SoundCheck(MediaSource const& source); // which must outlive it
+    explicit SoundCheck(Source const& source); // which must outlive it
 
     // The frames of one packet. Some containers give times to packets that overlap what the packet before has brought.
     void TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& frames);
@@ -28,11 +28,11 @@ public:
 
 private:
     bool HasLostSound() const;
-    bool IsFoundBackwards(SoundReader& reader, long long from, long long to) const;
+    bool IsFoundBackwards(SoundStream& stream, long long from, long long to) const;
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
-    MediaSource const& source;
+    Source const& source;
     long long firstStart = unknown;
     long long packetStart = unknown; // of the latest packet
     long long end = unknown;         // of the latest sound

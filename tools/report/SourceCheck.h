@@ -10,9 +10,9 @@
 #include <vector>
 
 class FfmpegMessages;
-class MediaSource;
+class Source;
 class MessageLog;
-class SourceReader;
+class SessionWalk;
 struct DecodedVideoFrame;
 
 // Decodes a whole source from its beginning to its end and then from its end to its beginning, as playing backwards
@@ -20,7 +20,7 @@ struct DecodedVideoFrame;
 class SourceCheck
 {
 public:
-    SourceCheck(MediaSource const& source, MessageLog const& log); // which must outlive it
+    SourceCheck(Source const& source, MessageLog const& log); // which must outlive it
 
     bool Run(); // false when the source cannot be opened for decoding
 
@@ -36,7 +36,7 @@ private:
     };
 
     bool ReadForwards();
-    void ReadAll(SourceReader& reader, FfmpegMessages const& messages);
+    void ReadAll(SessionWalk& walk, FfmpegMessages const& messages);
     void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
     void DropWhatShowsBeforeZero();
     void JudgeMessages(FfmpegMessages const& messages, int undecodable);
@@ -52,7 +52,7 @@ private:
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
-    MediaSource const& source;
+    Source const& source;
     MessageLog const& log;
     SoundCheck sound;
     QStringList faults;
