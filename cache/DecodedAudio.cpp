@@ -5,7 +5,7 @@
 #include "cache/PlayedFrames.h"
 #include "cache/SharedField.h"
 #include "cache/WrappingTime.h"
-#include "decode/Microseconds.h"
+#include "common/Microseconds.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 #include "decode/AudioDecoder.h"
 
+#include "common/Microseconds.h"
 #include "decode/CodecStep.h"
 #include "decode/DecodedAudioFrame.h"
-#include "decode/Microseconds.h"
 #include "media/AvGlobals.h"
 #include "media/FfmpegBridge.h"
 

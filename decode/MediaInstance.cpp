@@ -1,10 +1,10 @@
 #include "decode/MediaInstance.h"
 
 #include "common/Logger.h"
+#include "common/Microseconds.h"
 #include "decode/AudioDecoder.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
-#include "decode/Microseconds.h"
 #include "decode/VideoDecoder.h"
 #include "decode/colour/PictureColours.h"
 #include "media/AvGlobals.h"

@@ -1,10 +1,10 @@
 #include "decode/VideoDecoder.h"
 
 #include "common/Logger.h"
+#include "common/Microseconds.h"
 #include "common/Settings.h"
 #include "decode/CodecStep.h"
 #include "decode/DecodedVideoFrame.h"
-#include "decode/Microseconds.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
 #include "decode/SkipProof.h"

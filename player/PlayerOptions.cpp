@@ -1,6 +1,7 @@
 #include "player/PlayerOptions.h"
 
-#include "player/TimeText.h"
+#include "common/TimeText.h"
+#include "player/PlayerOptionTable.h"
 
 #include <QCommandLineParser>
 #include <QRegularExpression>
@@ -17,32 +18,8 @@ void Declare(QCommandLineParser& parser)
     parser.addPositionalArgument("FILE", "What to play, one after another.", "[FILE...]");
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOptions({
-        {"speed", "Play at this speed, -16 to 16 and not 0; below 0 is backwards.", "SPEED"},
-        {"start", "Start at this time: seconds, or hours:minutes:seconds.", "TIME"},
-        {"paused", "Do not begin to play."},
-        {"once", "At the end of the last file print what was shown and dropped, and quit."},
-        {"loop", "Repeat; --loop=no does not.", "yes|no"},
-        {"cache-mb", "Memory for decoded pictures in megabytes.", "SIZE"},
-        {"fps", "Pictures per second of image sequences, 0.1 to 1000.", "RATE"},
-        {"colours", "\"stream\": as the stream says; \"plain\": by libswscale's defaults.", "stream|plain"},
-        {"no-tone-mapping", "Leave PQ and HLG as they are coded."},
-        {"fullscreen", "Start in full screen."},
-        {"mute", "Start without sound; --mute=no with sound.", "yes|no"},
-        {"volume", "Volume in percent, 0 to 100.", "PERCENT"},
-        {"geometry", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP.", "GEOMETRY"},
-        {"audio", "Where sound goes: portaudio, null (nowhere) or wav:PATH.", "OUTPUT"},
-        {"opengl", "Paint with OpenGL; --opengl=no does not, nor does a computer without it.", "yes|no"},
-    });
-}
-
-// Options that say yes by themselves: "--loop" means "--loop=yes".
-QStringList WithValues(QStringList arguments)
-{
-    for (QString& argument : arguments)
-        if (argument == "--loop" || argument == "--mute")
-            argument += "=yes";
-    return arguments;
+    for (Option const& option : playerOptions)
+        parser.addOption(option.Declared());
 }
 
 std::optional<double> Number(QString const& text, double lowest, double highest)
@@ -72,7 +49,7 @@ std::optional<bool> YesOrNo(QString const& text)
     return std::nullopt;
 }
 
-// Reads single options into their places and keeps the first fault.
+// Reads single options and keeps the first fault.
 class Reader
 {
 public:
@@ -140,7 +117,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     PlayerOptions options;
     QCommandLineParser parser;
     Declare(parser);
-    if (!parser.parse(WithValues(arguments))) {
+    if (!parser.parse(WithBareValues(arguments, playerOptions))) {
         options.fault = parser.errorText();
         return options;
     }

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "player/PictureView.h"
+#include "player/picture/PictureView.h"
 
 #include <QRect>
 #include <QStringList>
 
 #include <optional>
 
-// The command line. What is not given is empty, and the remembered settings decide.
+// The command line. Options that were not given are empty: the stored settings apply.
 class PlayerOptions
 {
 public:
@@ -16,7 +16,7 @@ public:
     long long start = 0; // microseconds
     bool paused = false;
     bool fullScreen = false;
-    bool once = false; // print the figures of play at the end of the last file, and quit
+    bool once = false; // at the end of the last file, print the statistics and quit
     std::optional<bool> loop;
     std::optional<bool> mute;
     std::optional<double> volume; // 0 to 1
@@ -28,8 +28,8 @@ public:
     QString audio = "portaudio";
     PictureView::Painting painting = PictureView::Painting::OpenGl;
 
-    // `arguments` begin with the program's name. On a fault the sentence is in `fault`; when help or the version were
-    // asked for, their text is in `text`.
+    // `arguments` begin with the program's name. Sets `fault` to a sentence if they are wrong, and `text` if help or
+    // the version was requested.
     static PlayerOptions Parse(QStringList const& arguments);
     QString fault;
     QString text;

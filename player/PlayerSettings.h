@@ -5,7 +5,7 @@
 
 class QSettings;
 
-// What the player remembers from one run to the next, in the person's configuration folder.
+// The player's settings, stored in the user's configuration folder.
 class PlayerSettings
 {
 public:
@@ -18,10 +18,23 @@ public:
     QString lastFolder;    // of the open dialog
     QString pictureFolder; // where pictures are saved
 
-    // From player.ini; what is missing or out of range keeps its default.
+    // From player.ini; missing or invalid values keep their defaults.
     static PlayerSettings Load();
     void Save() const;
 
     static QString KeyFilePath(); // keys.conf, beside player.ini
+    static QString FilePath();
+};
+
+// The most recently opened files, newest first, stored in the user's data folder.
+class RecentFiles
+{
+public:
+    static constexpr int maxCount = 10;
+
+    QStringList Load() const;            // only files that exist
+    void Add(QString const& path) const; // made absolute; moves to the front
+
+private:
     static QString FilePath();
 };

@@ -1,14 +1,10 @@
 #include "player/PlayerWindow.h"
 
 #include "decode/DecodedVideoFrame.h"
-#include "player/ControlBar.h"
-#include "player/HelpOverlay.h"
-#include "player/SoundPlayer.h"
-#include "player/StatisticsOverlay.h"
-#include "player/Theme.h"
-#include "player/Timeline.h"
-#include "player/WaveformReader.h"
-#include "player/WelcomePanel.h"
+#include "player/controls/ControlBar.h"
+#include "player/controls/Overlays.h"
+#include "player/controls/Theme.h"
+#include "player/controls/Timeline.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -16,6 +12,7 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFutureWatcher>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
@@ -29,25 +26,14 @@
 
 namespace {
 
-constexpr int playingBeat = 8; // milliseconds: no picture of up to 120 a second is late by more
+constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
 constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
-constexpr int panelReach = 110;       // pixels from the lower edge that call the controls in full screen
+constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
-
-PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const& settings)
-{
-    PlaybackOptions engineOptions;
-    engineOptions.cacheBudget = options.cacheMegabytes.value_or(settings.cacheMegabytes) * 1024LL * 1024LL;
-    if (options.sequenceRate)
-        engineOptions.sequenceRate = *options.sequenceRate;
-    engineOptions.colours.followStream = options.streamColours.value_or(settings.streamColours);
-    engineOptions.colours.toneMapping = options.toneMapping;
-    return engineOptions;
-}
 
 bool IsMoving(PlaybackStatus const& status)
 {
@@ -66,25 +52,15 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options),
-      settings(settings),
-      engineOptions(EngineOptions(options, settings)),
-      engine(engineOptions),
-      transport(engine)
+    : options(options), settings(settings), session(options, settings)
 {
-    this->settings.streamColours = engineOptions.colours.followStream;
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(minimumWindow);
     ReadKeys();
     BuildLayout();
-    sound = new SoundPlayer(engine, AudioDevice::Make(options.audio), this);
     Connect();
-    transport.SetSpeed(options.speed);
-    transport.SetVolume(options.volume.value_or(settings.volume));
-    transport.SetMuted(options.mute.value_or(settings.muted));
-    transport.SetLooping(options.loop.value_or(settings.looping));
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
@@ -97,10 +73,11 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
 
 PlayerWindow::~PlayerWindow()
 {
-    delete sound; // before the engine that it asks
+    Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
     settings.looping = transport.IsLooping();
+    settings.streamColours = session.FollowsStreamColours();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -110,7 +87,7 @@ void PlayerWindow::ReadKeys()
 {
     QString const path = PlayerSettings::KeyFilePath();
     if (!QFileInfo::exists(path))
-        KeyMap::WriteDefaults(path); // to be edited; without it there are the defaults all the same
+        KeyMap::WriteDefaults(path); // for the user to edit; a failure does no harm
     QStringList const faults = keys.Read(path);
     if (!faults.isEmpty())
         QTimer::singleShot(0, this, [this, faults] { bar->ShowPassingNote(faults.first()); });
@@ -157,22 +134,27 @@ void PlayerWindow::Connect()
     pointerRest.setSingleShot(true);
     connect(&pointerRest, &QTimer::timeout, this, [this] { view->setCursor(Qt::BlankCursor); });
 
-    connect(timeline, &Timeline::Previewed, this, [this](long long time) { engine.SeekPreview(time); });
-    connect(timeline, &Timeline::Chosen, this, [this](long long time) { engine.Seek(time); });
+    connect(&session, &PlayerSession::Began, this, &PlayerWindow::ShowOpening);
+    connect(&session, &PlayerSession::Opened, this, &PlayerWindow::ShowOpened);
+    connect(&session, &PlayerSession::Failed, this, &PlayerWindow::ShowFailed);
+    connect(&session, &PlayerSession::CameToEnd, this, &PlayerWindow::FinishOnce);
+    connect(&session, &PlayerSession::PeaksRead, timeline, &Timeline::SetPeaks);
+    connect(timeline, &Timeline::Previewed, this, [this](long long time) { session.GetEngine().SeekPreview(time); });
+    connect(timeline, &Timeline::Chosen, this, [this](long long time) { session.GetEngine().Seek(time); });
     connect(bar, &ControlBar::Triggered, this, &PlayerWindow::Perform);
     connect(bar, &ControlBar::VolumeChanged, this, [this](double volume) {
-        transport.SetVolume(volume);
+        session.GetTransport().SetVolume(volume);
         ShowControls();
     });
     connect(view, &PictureView::DoubleClicked, this, [this] { Perform(PlayerAction::FullScreen); });
     connect(view, &PictureView::PointerMoved, this, &PlayerWindow::FollowPointer);
     connect(view, &PictureView::WheelTurned, this, [this](int notches) {
+        Transport& transport = session.GetTransport();
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
-    connect(sound, &SoundPlayer::NoteChanged, this, [this](QString const& note) { soundNote = note; });
 }
 
 void PlayerWindow::ApplyGeometry()
@@ -189,167 +171,78 @@ void PlayerWindow::ApplyGeometry()
 
 void PlayerWindow::Open(QStringList const& paths)
 {
-    playlist = Playlist(paths);
-    if (!playlist.IsEmpty())
-        OpenCurrent();
+    session.Open(paths);
 }
 
-void PlayerWindow::OpenCurrent()
+void PlayerWindow::ShowOpening()
 {
-    sound->Stop();
-    if (waveform)
-        waveform->Stop();
-    timeline->SetPeaks({});
     timeline->SetMedia({});
     soundTitle->hide();
     welcome->hide();
     view->Show(nullptr);
     view->Fit();
-    opening = true;
-    sounding = false;
-    ended = false;
-
-    Playlist::Entry const& entry = playlist.GetCurrent();
-    QString const name = QFileInfo(entry.path).fileName();
+    Playlist const& playlist = session.GetPlaylist();
+    QString const name = QFileInfo(playlist.GetCurrent().path).fileName();
     QString const place =
         playlist.GetCount() > 1 ? QString("%1/%2  ").arg(playlist.GetIndex() + 1).arg(playlist.GetCount()) : QString();
     bar->ShowTitle(place + name);
     setWindowTitle(QString("%1 – Tavolin Player").arg(name));
-    transport.BeginPaused(); // plays from the start time on, once the file is there
-    if (entry.isSequence)
-        engine.OpenSequence(entry.path);
-    else
-        engine.Open(entry.path);
+}
+
+void PlayerWindow::ShowOpened(PlaybackStatus const& status)
+{
+    QString const path = session.GetPlaylist().GetCurrent().path;
+    recentFiles.Add(path);
+    settings.lastFolder = QFileInfo(path).absolutePath();
+    soundTitle->setText(QFileInfo(path).completeBaseName());
+    soundTitle->setVisible(status.width <= 0);
+}
+
+void PlayerWindow::ShowFailed(QString const& error)
+{
+    view->Show(nullptr);
+    welcome->Show(error, recentFiles.Load());
+    setWindowTitle("Tavolin Player");
+    if (!options.once)
+        return;
+    std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(error));
+    if (!session.Move(1))
+        close();
+}
+
+void PlayerWindow::FinishOnce(PlaybackStatus const& status)
+{
+    if (!options.once)
+        return;
+    std::printf("%lld pictures shown, %lld dropped\n", status.picturesShown, status.picturesDropped);
+    close();
 }
 
 void PlayerWindow::MoveInPlaylist(int entries)
 {
-    if (playlist.Move(entries))
-        OpenCurrent();
-    else if (!playlist.IsEmpty())
+    if (!session.Move(entries) && !session.GetPlaylist().IsEmpty())
         bar->ShowPassingNote(entries > 0 ? "This is the last file." : "This is the first file.");
 }
 
 void PlayerWindow::Tick()
 {
-    view->Show(engine.GetPicture());
-    PlaybackStatus const status = engine.GetStatus();
-    FollowOpening(status);
-    FollowSound(status);
-    FollowEnd(status);
+    view->Show(session.GetEngine().GetPicture());
+    PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
     if (beat.interval() != interval)
         beat.setInterval(interval);
 }
 
-void PlayerWindow::FollowOpening(PlaybackStatus const& status)
-{
-    if (!opening || status.state == PlaybackState::Opening || status.path != playlist.GetCurrent().path)
-        return;
-    if (status.state != PlaybackState::Closed)
-        TakeOpened(status);
-    else if (!status.error.isEmpty())
-        TakeFailed(status);
-}
-
-void PlayerWindow::TakeOpened(PlaybackStatus const& status)
-{
-    opening = false;
-    QString const path = playlist.GetCurrent().path;
-    recentFiles.Add(path);
-    settings.lastFolder = QFileInfo(path).absolutePath();
-    if (firstFile && options.start != 0)
-        engine.Seek(options.start);
-    firstFile = false;
-    transport.SetLooping(transport.IsLooping()); // over what is open now
-    if (!options.paused)
-        transport.Play();
-    soundTitle->setText(QFileInfo(path).completeBaseName());
-    soundTitle->setVisible(status.width <= 0);
-}
-
-void PlayerWindow::TakeFailed(PlaybackStatus const& status)
-{
-    opening = false;
-    view->Show(nullptr);
-    welcome->Show(status.error, recentFiles.Load());
-    setWindowTitle("Tavolin Player");
-    if (!options.once)
-        return;
-    std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(status.error));
-    if (playlist.Move(1))
-        OpenCurrent();
-    else
-        close();
-}
-
-// The sound of a movie opens after its first picture, some time after it where it stands far behind in the file.
-void PlayerWindow::FollowSound(PlaybackStatus const& status)
-{
-    if (opening || sounding || status.channels <= 0 || status.sampleRate <= 0)
-        return;
-    sounding = true;
-    sound->Start(status.sampleRate, status.channels);
-    ReadWaveform(status);
-}
-
-void PlayerWindow::ReadWaveform(PlaybackStatus const& status)
-{
-    if (waveform)
-        waveform->Stop();
-    waveEnd = status.start + status.duration;
-    if (status.channels <= 0 || status.duration <= 0)
-        return;
-    waveform = new WaveformReader(status, this);
-    connect(waveform, &QThread::finished, waveform, &QObject::deleteLater);
-    connect(waveform, &WaveformReader::PeaksRead, timeline, [this, reader = waveform.data()](auto const& peaks) {
-        if (reader == waveform)
-            timeline->SetPeaks(peaks);
-    });
-    waveform->start(QThread::IdlePriority);
-}
-
-void PlayerWindow::ToggleColours()
-{
-    settings.streamColours = !settings.streamColours;
-    engineOptions.colours.followStream = settings.streamColours;
-    engine.SetColours(engineOptions.colours);
-    bar->ShowPassingNote(settings.streamColours ? "Colours as the stream says" : "Plain colours");
-}
-
-void PlayerWindow::FollowEnd(PlaybackStatus const& status)
-{
-    bool const isEnd = !opening && status.state == PlaybackState::Ended && status.kind != SourceKind::Still;
-    if (isEnd && !ended) {
-        if (transport.GetSpeed() > 0.0 && status.position > status.start && playlist.Move(1)) {
-            OpenCurrent();
-            return;
-        }
-        if (options.once)
-            Finish(status);
-    }
-    ended = isEnd;
-}
-
-void PlayerWindow::Finish(PlaybackStatus const& status)
-{
-    std::printf("%lld pictures shown, %lld dropped\n", status.picturesShown, status.picturesDropped);
-    close();
-}
-
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 {
     bar->ShowStatus(status, view->GetShown().get());
     bool const isOpen = status.state != PlaybackState::Closed && status.state != PlaybackState::Opening;
-    if (isOpen && !opening) {
-        long long const end = status.start + status.duration;
-        timeline->SetMedia({status.start, end});
+    if (isOpen && !session.IsOpening()) {
+        timeline->SetMedia({status.start, status.start + status.duration});
         timeline->SetPosition(status.position);
         timeline->SetCached({status.cacheStart, status.cacheEnd});
-        timeline->SetRange(transport.GetIn(), transport.GetOut());
-        if (status.durationKnown && end != waveEnd)
-            ReadWaveform(status); // the container had the duration wrong
+        timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
     }
     if (statistics->isVisible())
         statistics->Show(status, PaintingText());
@@ -359,12 +252,12 @@ void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 void PlayerWindow::ShowNotes(PlaybackStatus const& status)
 {
     QStringList notes;
-    if (opening)
+    if (session.IsOpening())
         notes << "Opening…";
     else if (status.state != PlaybackState::Closed && !status.error.isEmpty())
         notes << status.error;
-    if (status.channels > 0 && !soundNote.isEmpty())
-        notes << soundNote;
+    if (status.channels > 0 && !session.GetSoundNote().isEmpty())
+        notes << session.GetSoundNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -376,12 +269,14 @@ QString PlayerWindow::PaintingText() const
 
 void PlayerWindow::ShowControls()
 {
+    Transport const& transport = session.GetTransport();
     bar->ShowSound(transport.GetVolume(), transport.IsMuted());
     bar->ShowLooping(transport.IsLooping());
 }
 
 void PlayerWindow::Perform(PlayerAction action)
 {
+    Transport& transport = session.GetTransport();
     double const speed = transport.GetSpeed();
     if (transport.Perform(action)) {
         ShowControls();
@@ -439,6 +334,12 @@ void PlayerWindow::Perform(PlayerAction action)
     }
 }
 
+void PlayerWindow::ToggleColours()
+{
+    session.SetStreamColours(!session.FollowsStreamColours());
+    bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
+}
+
 void PlayerWindow::ShowOpenDialog()
 {
     auto* dialog = new QFileDialog(this, "Open", settings.lastFolder);
@@ -450,7 +351,7 @@ void PlayerWindow::ShowOpenDialog()
 
 QString PlayerWindow::FreePictureName() const
 {
-    QString const base = QFileInfo(playlist.GetCurrent().path).completeBaseName();
+    QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
     QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
     QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
     QString name = stem + ".png";
@@ -534,7 +435,7 @@ bool PlayerWindow::focusNextPrevChild(bool /*next*/)
 void PlayerWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    // The view has its new size once the layout has run.
+    // After the layout has run, the view has its new size.
     QTimer::singleShot(0, this, [this] {
         for (QWidget* overlay :
              {static_cast<QWidget*>(welcome), static_cast<QWidget*>(help), static_cast<QWidget*>(soundTitle)})
@@ -579,22 +480,6 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
 
 void PlayerWindow::closeEvent(QCloseEvent* event)
 {
-    sound->Stop();
-    engine.Close();
+    session.Close();
     QWidget::closeEvent(event);
-}
-
-PlaybackEngine& PlayerWindow::GetEngine()
-{
-    return engine;
-}
-
-Transport& PlayerWindow::GetTransport()
-{
-    return transport;
-}
-
-PictureView& PlayerWindow::GetView()
-{
-    return *view;
 }

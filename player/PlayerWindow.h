@@ -1,48 +1,41 @@
 #pragma once
 
-#include "playback/PlaybackEngine.h"
-#include "player/KeyMap.h"
 #include "player/PlayerOptions.h"
+#include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
-#include "player/Playlist.h"
-#include "player/RecentFiles.h"
-#include "player/Transport.h"
+#include "player/controls/KeyMap.h"
 
-#include <QFutureWatcher>
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
 class ControlBar;
 class HelpOverlay;
 class QLabel;
-class SoundPlayer;
 class StatisticsOverlay;
 class Timeline;
-class WaveformReader;
 class WelcomePanel;
 
-// The player's window. It asks the engine for the picture on every beat of a timer, and hands keys, mouse and files to
-// whom they concern; nothing in it waits for a file or a device.
+// The player's window. Shows the engine's picture on every tick of a timer, and passes on keys, mouse and files. Never
+// waits for a file or a device.
 class PlayerWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    // Opens the files that the options name.
+    // Opens the files in `options`.
     PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings);
     ~PlayerWindow() override; // saves the settings
 
     void Open(QStringList const& paths);
     void Perform(PlayerAction action);
 
-    PlaybackEngine& GetEngine();
-    Transport& GetTransport();
-    PictureView& GetView();
+    PlaybackEngine& GetEngine() { return session.GetEngine(); }
+    Transport& GetTransport() { return session.GetTransport(); }
+    PictureView& GetView() { return *view; }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    bool focusNextPrevChild(bool next) override; // Tab is a key like any other
+    bool focusNextPrevChild(bool next) override; // so that Tab reaches keyPressEvent
     void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -55,17 +48,13 @@ private:
     void ReadKeys();
     void ApplyGeometry();
 
-    void OpenCurrent();
+    void ShowOpening();
+    void ShowOpened(PlaybackStatus const& status);
+    void ShowFailed(QString const& error);
+    void FinishOnce(PlaybackStatus const& status); // prints what was shown and closes, where the options ask for it
     void MoveInPlaylist(int entries);
-    void TakeOpened(PlaybackStatus const& status);
-    void TakeFailed(PlaybackStatus const& status);
-    void FollowSound(PlaybackStatus const& status);
-    void ReadWaveform(PlaybackStatus const& status);
 
     void Tick();
-    void FollowOpening(PlaybackStatus const& status);
-    void FollowEnd(PlaybackStatus const& status);
-    void Finish(PlaybackStatus const& status);
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
     void ShowNotes(PlaybackStatus const& status);
@@ -84,10 +73,7 @@ private:
     PlayerSettings settings;
     RecentFiles recentFiles;
     KeyMap keys;
-    Playlist playlist;
-    PlaybackOptions engineOptions;
-    PlaybackEngine engine;
-    Transport transport;
+    PlayerSession session;
 
     PictureView* view;
     Timeline* timeline;
@@ -97,15 +83,7 @@ private:
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
-    SoundPlayer* sound;
-    QPointer<WaveformReader> waveform;
 
     QTimer beat;
-    QTimer pointerRest;    // hides the pointer in full screen
-    bool opening = false;  // the present entry, until it plays or fails
-    bool sounding = false; // its sound has been started
-    bool firstFile = true; // the start time is for it alone
-    bool ended = false;    // the present entry has come to its end
-    long long waveEnd = 0; // of the media when the waveform was read
-    QString soundNote;     // why there is no sound
+    QTimer pointerRest; // hides the pointer in full screen
 };

@@ -14,7 +14,7 @@ bool IsPictureFile(QString const& path)
     return pictureSuffixes.contains(QFileInfo(path).suffix().toLower());
 }
 
-// The same for all files of one row: the last number of the name taken out.
+// Equal for all files of one sequence: the path with the last number of the name replaced.
 QString RowOf(QString const& path)
 {
     static QRegularExpression const lastNumber("\\d+(?=\\D*$)");
@@ -35,26 +35,6 @@ Playlist::Playlist(QStringList const& paths)
         rows.insert(row);
         entries.append({path, isSequence});
     }
-}
-
-bool Playlist::IsEmpty() const
-{
-    return entries.isEmpty();
-}
-
-int Playlist::GetCount() const
-{
-    return entries.size();
-}
-
-int Playlist::GetIndex() const
-{
-    return current;
-}
-
-Playlist::Entry const& Playlist::GetCurrent() const
-{
-    return entries[current];
 }
 
 bool Playlist::Move(int count)

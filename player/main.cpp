@@ -3,7 +3,7 @@
 #include "player/PlayerOptions.h"
 #include "player/PlayerSettings.h"
 #include "player/PlayerWindow.h"
-#include "player/Theme.h"
+#include "player/controls/Theme.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -16,13 +16,13 @@ extern "C" {
 
 namespace {
 
-// Sound has two channels at most: the order of more differs from device to device.
+// At most two channels: the order of more differs between devices.
 constexpr int outputChannels = 2;
 
 int Run(PlayerOptions const& options)
 {
     AvGlobals::maxAudioOutputChannels = outputChannels;
-    av_log_set_level(AV_LOG_FATAL); // what concerns the person at the window is said on the window
+    av_log_set_level(AV_LOG_FATAL); // the window shows all messages
     Logger::GetInstance().SetSink([](Logger::Level, QString const&, int) {});
     PlayerWindow window(options, PlayerSettings::Load());
     window.show();

@@ -1,8 +1,6 @@
 #include "media/AvGlobals.h"
-#include "tools/AllCommands.h"
-#include "tools/Command.h"
-#include "tools/CommandLine.h"
-#include "tools/Console.h"
+#include "tools/commands/CommandLine.h"
+#include "tools/report/Console.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -12,7 +10,7 @@
 
 namespace {
 
-// More than any layout that FFmpeg has a name for, so that nothing is mixed down unsaid, and yet a bound.
+// More channels than any layout that FFmpeg names, so that nothing is mixed down silently.
 constexpr int mostChannels = 64;
 
 // File names are UTF-8 in every locale, "C" included.
@@ -23,7 +21,7 @@ void UseUtf8ForFileNames()
 #endif
 }
 
-QStringList Arguments(int argc, char** argv)
+QStringList Utf8Words(int argc, char** argv)
 {
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
@@ -36,11 +34,11 @@ QStringList Arguments(int argc, char** argv)
 int main(int argc, char** argv)
 {
     UseUtf8ForFileNames();
-    QStringList const arguments = Arguments(argc, argv);
+    QStringList const arguments = Utf8Words(argc, argv);
     QCoreApplication const application(argc, argv);
     AvGlobals::maxAudioOutputChannels = mostChannels;
 
-    ExitCode const result = CommandLine(AllCommands()).Run(arguments);
+    ExitCode const result = CommandLine::Run(arguments);
     Console::ClearProgress();
     if (!Console::FinishData()) {
         Console::Say(QStringLiteral("the standard output could not be written"));

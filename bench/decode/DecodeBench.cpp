@@ -13,7 +13,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QProcess>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -60,16 +59,6 @@ Source SourceOf(QString const& path)
     return source;
 }
 
-void RunProcess(QString const& program, QStringList const& arguments)
-{
-    QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    if (!process.waitForFinished(-1) || process.exitCode() != 0)
-        std::fprintf(stderr, "%s failed: %s\n", qPrintable(program), process.readAllStandardError().constData());
-}
-
 void Print(char const* name, char const* against, PairedRuns const& runs)
 {
     std::printf("| %-17s | %-21s | %8.1f | %8.1f | %5.3f | **%5.3f** | %5.3f |", name, against, runs.ours * 1000.0,
@@ -101,7 +90,8 @@ void CompareWithCommand(Case const& one, Source const& source, int pairs)
     QString const self = QCoreApplication::applicationFilePath();
     QStringList const arguments = QStringList(source.isImage ? "--decode-images" : "--decode") + source.files;
     auto const runs = PairedRuns::Measure(
-        pairs, [&] { RunProcess(self, arguments); }, [&] { RunProcess("ffmpeg", FfmpegArguments(source)); });
+        pairs, [&] { PairedRuns::RunProcess(self, arguments); },
+        [&] { PairedRuns::RunProcess("ffmpeg", FfmpegArguments(source)); });
     Print(one.clip, "ffmpeg", runs);
     std::printf("       |\n");
     std::fflush(stdout);
@@ -112,7 +102,8 @@ void CompareProbedWithCommand(Case const& one, Source const& source, int pairs)
 {
     auto const infos = HostDecode::Probe(source.files, source.isImage);
     auto const runs = PairedRuns::Measure(
-        pairs, [&] { HostDecode::DecodeRow(infos, window); }, [&] { RunProcess("ffmpeg", FfmpegArguments(source)); });
+        pairs, [&] { HostDecode::DecodeRow(infos, window); },
+        [&] { PairedRuns::RunProcess("ffmpeg", FfmpegArguments(source)); });
     Print(one.clip, "ffmpeg, probed before", runs);
     std::printf("       |\n");
     std::fflush(stdout);
@@ -125,9 +116,9 @@ void CompareProbe(Case const& one, Source const& source, int pairs)
     auto const runs = PairedRuns::Measure(
         pairs,
         [&] {
-            RunProcess(self, {"--probe", source.ffmpegInput});
+            PairedRuns::RunProcess(self, {"--probe", source.ffmpegInput});
         },
-        [&] { RunProcess("ffprobe", ffprobe); });
+        [&] { PairedRuns::RunProcess("ffprobe", ffprobe); });
     Print(one.clip, "ffprobe", runs);
     std::printf("       |\n");
     std::fflush(stdout);

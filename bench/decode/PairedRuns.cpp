@@ -1,7 +1,10 @@
 #include "bench/decode/PairedRuns.h"
 
+#include <QProcess>
+
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <vector>
 
@@ -50,4 +53,14 @@ PairedRuns PairedRuns::Measure(int pairs, std::function<void()> const& ours, std
         theirTimes.push_back(their.wall);
     }
     return {SpreadOf(ratios), SpreadOf(cpuRatios), SpreadOf(ourTimes).median, SpreadOf(theirTimes).median};
+}
+
+void PairedRuns::RunProcess(QString const& program, QStringList const& arguments)
+{
+    QProcess process;
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForFinished(-1) || process.exitCode() != 0)
+        std::fprintf(stderr, "%s failed: %s\n", qPrintable(program), process.readAllStandardError().constData());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 #include <functional>
 
 // The middle of several figures and their ends.
@@ -20,4 +22,7 @@ struct PairedRuns
 
     // Runs each once unmeasured, then `pairs` times both; every other pair begins with theirs.
     static PairedRuns Measure(int pairs, std::function<void()> const& ours, std::function<void()> const& theirs);
+
+    // For measuring whole processes: waits for the program, without its output; a failure is said on standard error.
+    static void RunProcess(QString const& program, QStringList const& arguments);
 };

@@ -14,7 +14,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QProcess>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -69,16 +68,6 @@ int ReadAll(QString const& path)
     return count > 0 ? 0 : 1;
 }
 
-void RunProcess(QString const& program, QStringList const& arguments)
-{
-    QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    if (!process.waitForFinished(-1) || process.exitCode() != 0)
-        std::fprintf(stderr, "%s failed: %s\n", qPrintable(program), process.readAllStandardError().constData());
-}
-
 void Compare(Case const& one, QString const& input, int pairs)
 {
     QString const self = QCoreApplication::applicationFilePath();
@@ -86,9 +75,9 @@ void Compare(Case const& one, QString const& input, int pairs)
     auto const runs = PairedRuns::Measure(
         pairs,
         [&] {
-            RunProcess(self, {"--read", input});
+            PairedRuns::RunProcess(self, {"--read", input});
         },
-        [&] { RunProcess("ffmpeg", theirs); });
+        [&] { PairedRuns::RunProcess("ffmpeg", theirs); });
     std::printf("| %-16s | %8.1f | %8.1f | %5.3f | **%5.3f** | %5.3f | %4.2f |\n", one.clip, runs.ours * 1000.0,
                 runs.theirs * 1000.0, runs.ratio.lowest, runs.ratio.median, runs.ratio.highest, one.goal);
     std::fflush(stdout);

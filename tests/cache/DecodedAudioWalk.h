@@ -16,7 +16,7 @@
 // One cache and its model, side by side, led by `Choices` (see WalkRandom). At 1000 Hz a frame of sound lasts a
 // millisecond.
 template <typename Choices>
-class DecodedAudioWalk : public RingWalk<DecodedAudio, DecodedAudioModel, Choices>
+class DecodedAudioWalk : public RingWalk<DecodedAudio, DecodedAudioModel, DecodedAudioFrame, SoundModel, Choices>
 {
 public:
     explicit DecodedAudioWalk(Choices newChoices) : Ring(newChoices) { SetMax(8); }
@@ -53,19 +53,14 @@ public:
     int CorrectionsBack() const { return model.corrections[1]; }
 
 private:
-    using Ring = RingWalk<DecodedAudio, DecodedAudioModel, Choices>;
+    using Ring = RingWalk<DecodedAudio, DecodedAudioModel, DecodedAudioFrame, SoundModel, Choices>;
     using Ring::cache;
     using Ring::hasWrapped;
     using Ring::lastId;
+    using Ring::lives;
     using Ring::model;
     using Ring::mostFrames;
     using Ring::random;
-
-    struct Lives
-    {
-        std::weak_ptr<DecodedAudioFrame> real;
-        std::weak_ptr<SoundModel> model;
-    };
 
     std::pair<std::shared_ptr<DecodedAudioFrame>, std::shared_ptr<SoundModel>> NewRecord(long long start)
     {
@@ -208,7 +203,7 @@ private:
         CompareRecord(cache.FirstFrame(), model.First());
         CompareRecord(cache.LastFrame(), model.Last());
         CompareLookups();
-        CompareLives();
+        this->CompareLives([](auto const& real, auto const& planned) { CompareRecord(real, planned); });
     }
 
     static void CompareRecord(std::shared_ptr<DecodedAudioFrame> const& real,
@@ -245,21 +240,6 @@ private:
         }
     }
 
-    void CompareLives()
-    {
-        for (size_t i = 0; i < lives.size();) {
-            auto const real = lives[i].real.lock();
-            CompareRecord(real, lives[i].model.lock());
-            if (real) {
-                ++i;
-            } else {
-                lives[i] = lives.back();
-                lives.pop_back();
-            }
-        }
-    }
-
-    std::vector<Lives> lives;
     long long position = 0;
     int channels = 2;
     int tag = -1;

@@ -15,7 +15,7 @@
 // One cache and its model, side by side, led by `Choices` (see WalkRandom). A picture is known by the number in its
 // `rotation`, which the cache does not look at.
 template <typename Choices>
-class DecodedVideoWalk : public RingWalk<DecodedVideo, DecodedVideoModel, Choices>
+class DecodedVideoWalk : public RingWalk<DecodedVideo, DecodedVideoModel, DecodedVideoFrame, PictureModel, Choices>
 {
 public:
     explicit DecodedVideoWalk(Choices newChoices) : Ring(newChoices) {}
@@ -50,19 +50,14 @@ public:
     bool HasDrained() const { return hasDrained; }
 
 private:
-    using Ring = RingWalk<DecodedVideo, DecodedVideoModel, Choices>;
+    using Ring = RingWalk<DecodedVideo, DecodedVideoModel, DecodedVideoFrame, PictureModel, Choices>;
     using Ring::cache;
     using Ring::hasWrapped;
     using Ring::lastId;
+    using Ring::lives;
     using Ring::model;
     using Ring::mostFrames;
     using Ring::random;
-
-    struct Lives
-    {
-        std::weak_ptr<DecodedVideoFrame> real;
-        std::weak_ptr<PictureModel> model;
-    };
 
     template <typename OnCache, typename OnModel>
     void Both(OnCache onCache, OnModel onModel)
@@ -171,7 +166,8 @@ private:
         ASSERT_EQ(IdOf(cache.LastFrame()), IdOf(model.Last()));
         CompareSlots();
         CompareLookups();
-        CompareLives();
+        this->CompareLives(
+            [](auto const& real, auto const& planned) { ASSERT_EQ(real != nullptr, planned != nullptr); });
     }
 
     void CompareSlots()
@@ -210,20 +206,6 @@ private:
         }
     }
 
-    void CompareLives()
-    {
-        for (size_t i = 0; i < lives.size();) {
-            ASSERT_EQ(lives[i].real.expired(), lives[i].model.expired());
-            if (lives[i].real.expired()) {
-                lives[i] = lives.back();
-                lives.pop_back();
-            } else {
-                ++i;
-            }
-        }
-    }
-
-    std::vector<Lives> lives;
     long long position = 0;
     bool hasDrained = false;
 };

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <memory>
+#include <utility>
+#include <vector>
+
 // A ring of records and its model: what a walk does to either of the two caches alike, and what it sees on the way.
-template <typename Cache, typename Model, typename Choices>
+template <typename Cache, typename Model, typename Record, typename RecordModel, typename Choices>
 class RingWalk
 {
 public:
@@ -10,6 +14,13 @@ public:
     bool HasWrapped() const { return hasWrapped; }
 
 protected:
+    // A record on both sides, for as long as the two caches hold it.
+    struct Lives
+    {
+        std::weak_ptr<Record> real;
+        std::weak_ptr<RecordModel> model;
+    };
+
     explicit RingWalk(Choices newChoices) : random(newChoices) {}
 
     // The same record for both sides, as a pair.
@@ -47,9 +58,26 @@ protected:
         }
     }
 
+    // Hands each record that still lives to `compare`, with its model, and forgets the others.
+    template <typename Compare>
+    void CompareLives(Compare const& compare)
+    {
+        for (size_t i = 0; i < lives.size();) {
+            auto const real = lives[i].real.lock();
+            compare(real, lives[i].model.lock());
+            if (real) {
+                ++i;
+            } else {
+                lives[i] = lives.back();
+                lives.pop_back();
+            }
+        }
+    }
+
     Choices random;
     Cache cache;
     Model model;
+    std::vector<Lives> lives;
     int lastId = 0;
     int mostFrames = 0;
     bool hasWrapped = false;

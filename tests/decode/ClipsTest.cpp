@@ -49,7 +49,7 @@ long long SampleCount(QString const& path)
 std::vector<std::string> ClipNames()
 {
     std::vector<std::string> names;
-    for (QString const& name : ClipFacts().keys())
+    for (QString const& name : Clips::RealFacts().keys())
         names.push_back(name.toStdString());
     if (names.empty())
         names.emplace_back("absent");
@@ -99,7 +99,7 @@ class Clip
 {
 public:
     explicit Clip(QString const& clipName)
-        : name(clipName), path(ClipPath(clipName)), facts(ClipFacts()[clipName].toObject())
+        : name(clipName), path(Clips::Real(clipName)), facts(Clips::RealFacts()[clipName].toObject())
     {}
 
     std::vector<QJsonObject> Streams(QString const& type) const
@@ -145,8 +145,8 @@ class ClipsTest : public testing::TestWithParam<std::string>
 protected:
     void SetUp() override
     {
-        if (!HasClips())
-            GTEST_SKIP() << "the real clips are not beside this checkout: " << ClipPath({}).toStdString();
+        if (!Clips::HasReal())
+            GTEST_SKIP() << "the real clips are not beside this checkout: " << Clips::Real({}).toStdString();
     }
 
     LogCapture log;

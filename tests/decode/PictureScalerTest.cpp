@@ -1,5 +1,6 @@
 #include "decode/PictureScaler.h"
 
+#include "tests/decode/FormatFamily.h"
 #include "tests/support/Reference.h"
 
 #include <gtest/gtest.h>
@@ -22,18 +23,6 @@ constexpr size_t guardBytes = 256;
 
 constexpr int pixelsOfALargePicture = 500000; // where the scaler begins to share the work between threads
 
-// Formats that the converters treat alike.
-struct Family
-{
-    char const* name;
-    std::vector<AVPixelFormat> formats;
-};
-
-std::ostream& operator<<(std::ostream& stream, Family const& family)
-{
-    return stream << family.name;
-}
-
 Family const families[] = {
     {"LimitedYuv",
      {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV410P, AV_PIX_FMT_YUV411P,
@@ -47,18 +36,6 @@ Family const families[] = {
     {"PlanarRgb", {AV_PIX_FMT_GBRP, AV_PIX_FMT_GBRAP, AV_PIX_FMT_GBRP10LE, AV_PIX_FMT_GBRP12LE}},
     {"GrayAndPalette", {AV_PIX_FMT_GRAY8, AV_PIX_FMT_GRAY16LE, AV_PIX_FMT_PAL8}},
 };
-
-PictureScaler::Layout LayoutOf(AVFrame const& source, int outputWidth)
-{
-    PictureScaler::Layout layout;
-    layout.width = source.width;
-    layout.height = source.height;
-    layout.format = source.format;
-    layout.outputWidth = outputWidth;
-    layout.outputHeight = source.height;
-    layout.outputStride = RowBytes(outputWidth);
-    return layout;
-}
 
 // Converts a picture of noise and compares each byte, and those around it; an empty text when all is well.
 std::string Difference(PictureScaler& scaler, int format, int width, int height, int outputWidth)
@@ -91,11 +68,6 @@ int HeightOfALargePicture(int width)
 
 class PictureScalerFormatTest : public testing::TestWithParam<Family>
 {};
-
-std::string FamilyName(testing::TestParamInfo<Family> const& info)
-{
-    return info.param.name;
-}
 
 } // namespace
 

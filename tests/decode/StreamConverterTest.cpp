@@ -2,6 +2,7 @@
 
 #include "media/FfmpegBridge.h"
 #include "tests/decode/ColourModel.h"
+#include "tests/decode/FormatFamily.h"
 #include "tests/support/Reference.h"
 
 #include <gtest/gtest.h>
@@ -72,18 +73,6 @@ void Paint(AVFrame& frame, std::function<double(int component, int row, int colu
                 }
             }
     }
-}
-
-PictureScaler::Layout LayoutOf(AVFrame const& source, int outputWidth)
-{
-    PictureScaler::Layout layout;
-    layout.width = source.width;
-    layout.height = source.height;
-    layout.format = source.format;
-    layout.outputWidth = outputWidth;
-    layout.outputHeight = source.height;
-    layout.outputStride = RowBytes(outputWidth);
-    return layout;
 }
 
 ColourSettings Exact()
@@ -612,18 +601,6 @@ TEST(StreamConverterTest, EncodesLinearIntegersToo)
 
 namespace {
 
-// Formats that the converters treat alike.
-struct Family
-{
-    char const* name;
-    std::vector<AVPixelFormat> formats;
-};
-
-std::ostream& operator<<(std::ostream& stream, Family const& family)
-{
-    return stream << family.name;
-}
-
 Family const families[] = {
     {"Yuv8", {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV410P, AV_PIX_FMT_YUV411P}},
     {"FullYuv", {AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUVJ444P}},
@@ -636,11 +613,6 @@ Family const families[] = {
 
 class StreamConverterFamilyTest : public testing::TestWithParam<Family>
 {};
-
-std::string FamilyName(testing::TestParamInfo<Family> const& info)
-{
-    return info.param.name;
-}
 
 // Every pixel written, the padding 0; nothing beside the rows is what Convert itself looks for.
 void ExpectWhole(StreamConverter& converter, AVFrame& frame, int outputWidth)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Clips.h"
-#include "Reference.h"
+#include "tests/support/Clips.h"
+#include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"

@@ -1,5 +1,5 @@
-#include "Clips.h"
 #include "VirtualTime.h"
+#include "tests/support/Clips.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackEngine.h"

@@ -1,6 +1,7 @@
-#include "Clips.h"
-#include "Reference.h"
 #include "VirtualTime.h"
+#include "tests/support/Clips.h"
+#include "tests/support/Media.h"
+#include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
@@ -143,7 +144,7 @@ TEST_F(EngineTest, WithoutPicturesAMovieIsItsSound)
 
 TEST_F(EngineTest, AMovieWhoseSoundHasNoDecoderShowsItsPictures)
 {
-    engine.Open(Clips::WithoutDecoder("gop12.mp4", "mp4a"));
+    engine.Open(WithoutDecoder("without-mp4a-gop12.mp4", Clips::Made("gop12.mp4"), "mp4a"));
     Wait();
     EXPECT_EQ(Status().kind, SourceKind::Movie);
     EXPECT_EQ(Status().error, QString("There is no decoder for the sound of \"without-mp4a-gop12.mp4\"."));
@@ -155,7 +156,7 @@ TEST_F(EngineTest, AMovieWhoseSoundHasNoDecoderShowsItsPictures)
 
 TEST_F(EngineTest, AMovieWhosePicturesHaveNoDecoderPlaysItsSound)
 {
-    engine.Open(Clips::WithoutDecoder("gop12.mp4", "avc1"));
+    engine.Open(WithoutDecoder("without-avc1-gop12.mp4", Clips::Made("gop12.mp4"), "avc1"));
     Wait();
     EXPECT_EQ(Status().kind, SourceKind::Sound);
     EXPECT_EQ(Status().error, QString("There is no decoder for the pictures of \"without-avc1-gop12.mp4\"."));

@@ -1,6 +1,6 @@
-#include "Clips.h"
-#include "Reference.h"
 #include "VirtualTime.h"
+#include "tests/support/Clips.h"
+#include "tests/support/Reference.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"

@@ -1,4 +1,4 @@
-#include "Clips.h"
+#include "tests/support/Clips.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"

@@ -1,5 +1,5 @@
-#include "player/AudioDevice.h"
-#include "player/RateConverter.h"
+#include "player/sound/AudioDevice.h"
+#include "player/sound/RateConverter.h"
 
 #include <QFile>
 #include <QTemporaryDir>

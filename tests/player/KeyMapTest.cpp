@@ -1,4 +1,4 @@
-#include "player/KeyMap.h"
+#include "player/controls/KeyMap.h"
 
 #include <QFile>
 #include <QKeyEvent>

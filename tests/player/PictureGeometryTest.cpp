@@ -1,4 +1,4 @@
-#include "player/PictureGeometry.h"
+#include "player/picture/PictureGeometry.h"
 
 #include <gtest/gtest.h>
 

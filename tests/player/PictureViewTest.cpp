@@ -1,4 +1,4 @@
-#include "player/PictureView.h"
+#include "player/picture/PictureView.h"
 #include "decode/DecodedVideoFrame.h"
 
 #include <QImage>

@@ -1,7 +1,7 @@
 #include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
-#include "player/ControlBar.h"
 #include "player/PlayerWindow.h"
+#include "player/controls/ControlBar.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

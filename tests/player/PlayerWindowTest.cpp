@@ -1,12 +1,10 @@
 #include "player/PlayerWindow.h"
 #include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
-#include "player/ControlBar.h"
-#include "player/HelpOverlay.h"
-#include "player/StatisticsOverlay.h"
-#include "player/Timeline.h"
-#include "player/WaveformReader.h"
-#include "player/WelcomePanel.h"
+#include "player/controls/ControlBar.h"
+#include "player/controls/Overlays.h"
+#include "player/controls/Timeline.h"
+#include "player/sound/WaveformReader.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QApplication>

@@ -1,4 +1,4 @@
-#include "player/Transport.h"
+#include "player/controls/Transport.h"
 #include "playback/PlaybackEngine.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "player/WaveformReader.h"
+#include "player/sound/WaveformReader.h"
 
 #include "playback/PlaybackStatus.h"
 #include "source/Source.h"

@@ -1,5 +1,5 @@
 #include "media/AvGlobals.h"
-#include "player/Theme.h"
+#include "player/controls/Theme.h"
 
 #include <QApplication>
 

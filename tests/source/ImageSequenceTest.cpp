@@ -1,6 +1,6 @@
 #include "source/ImageSequence.h"
 #include "source/ImageFormat.h"
-#include "tests/playback/Clips.h"
+#include "tests/support/Clips.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -2,8 +2,8 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "tests/playback/Clips.h"
-#include "tests/playback/Reference.h"
+#include "tests/support/Clips.h"
+#include "tests/support/Reference.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "decode/DecodedAudioFrame.h"
 #include "source/Source.h"
-#include "tests/playback/Clips.h"
+#include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/support/Sessions.h"
 

@@ -39,7 +39,7 @@ QString Cached(QString const& name, QByteArray const& recipe, std::function<void
     QString const unfinished = folder.filePath("unfinished-" + name);
     QFile::remove(unfinished);
     make(unfinished);
-    if (!QFile::rename(unfinished, path))
+    if (!QDir().rename(unfinished, path))
         Fail("cannot make " + path);
     return path;
 }
@@ -49,6 +49,17 @@ void Write(QString const& path, QByteArray const& bytes)
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         Fail("cannot write " + path);
+}
+
+void RunFfmpeg(QStringList const& arguments, QString const& output)
+{
+    QStringList const all =
+        QStringList{"-hide_banner", "-nostdin", "-v", "error", "-y"} + arguments + QStringList(output);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(TAVOLIN_FFMPEG), all);
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        Fail("ffmpeg " + all.join(' ') + ": " + QString::fromUtf8(process.readAll()));
 }
 
 void AppendLittleEndian(QByteArray& bytes, quint32 value, int size)
@@ -61,15 +72,20 @@ void AppendLittleEndian(QByteArray& bytes, quint32 value, int size)
 
 QString MakeMedia(QString const& name, QStringList const& arguments)
 {
-    return Cached(name, (name + ' ' + arguments.join(' ')).toUtf8(), [&](QString const& path) {
-        QStringList all = {"-hide_banner", "-nostdin", "-v", "error", "-y"};
-        all << arguments << path;
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(QStringLiteral(TAVOLIN_FFMPEG), all);
-        if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-            Fail("ffmpeg " + all.join(' ') + ": " + QString::fromUtf8(process.readAll()));
-    });
+    return Cached(name, (name + ' ' + arguments.join(' ')).toUtf8(),
+                  [&](QString const& path) { RunFfmpeg(arguments, path); });
+}
+
+QString MakeMediaRow(QString const& name, QString const& pattern, QStringList const& arguments)
+{
+    QString const recipe = name + ' ' + pattern + ' ' + arguments.join(' ');
+    return Cached(name, recipe.toUtf8(),
+                  [&](QString const& path) {
+                      QDir(path).removeRecursively();
+                      QDir().mkpath(path);
+                      RunFfmpeg(arguments, path + '/' + pattern);
+                  }) +
+           '/' + pattern;
 }
 
 QString WriteMedia(QString const& name, QByteArray const& bytes)
@@ -109,6 +125,11 @@ QStringList Tone(int rate, int channels, double seconds)
         all << tones[i % 3];
     return {"-f", "lavfi", "-i",
             QStringLiteral("aevalsrc=exprs=%1:sample_rate=%2:duration=%3").arg(all.join('|')).arg(rate).arg(seconds)};
+}
+
+QString WithoutDecoder(QString const& name, QString const& source, QByteArray const& codec)
+{
+    return WriteMedia(name, ReadMedia(source).replace(codec, "zzzz").replace(codec == "mp4a" ? "esds" : codec, "zzzz"));
 }
 
 QString WithMatroskaDuration(QString const& name, QString const& source, double milliseconds)

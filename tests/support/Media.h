@@ -12,6 +12,9 @@
 // The file that `arguments` make; `name` is its last component, with the suffix that chooses the container.
 QString MakeMedia(QString const& name, QStringList const& arguments);
 
+// The same for a folder `name` of numbered pictures; the path of their printf pattern.
+QString MakeMediaRow(QString const& name, QString const& pattern, QStringList const& arguments);
+
 // A file of these bytes.
 QString WriteMedia(QString const& name, QByteArray const& bytes);
 
@@ -23,6 +26,10 @@ QString PatchMedia(QString const& name, QString const& source, QByteArray const&
 // The arguments of a moving test picture and of a tone, both small.
 QStringList Picture(QString const& size, int rate, double seconds);
 QStringList Tone(int rate, int channels, double seconds);
+
+// `source`, an MP4, with another name for its codec ("avc1", "mp4a") that no decoder answers to, nor to what a box
+// "esds" says of it.
+QString WithoutDecoder(QString const& name, QString const& source, QByteArray const& codec);
 
 // `source`, a Matroska file, with another duration in its header, in milliseconds.
 QString WithMatroskaDuration(QString const& name, QString const& source, double milliseconds);

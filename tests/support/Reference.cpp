@@ -1,18 +1,27 @@
 #include "tests/support/Reference.h"
 
+#include "media/FfmpegBridge.h"
+
 #include <QCryptographicHash>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/dict.h>
 #include <libavutil/imgutils.h>
+#include <libavutil/mem.h>
+#include <libavutil/murmur3.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
+#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -29,20 +38,29 @@ void Require(bool holds, char const* what)
 FfmpegPtr<AVFormatContext> OpenPlainly(QString const& path)
 {
     AVFormatContext* opened = nullptr;
-    Require(avformat_open_input(&opened, path.toUtf8().constData(), nullptr, nullptr) >= 0, "cannot open the input");
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "start_number_range", "1000", 0); // of rows of images
+    int const result = avformat_open_input(&opened, path.toUtf8().constData(), nullptr, &options);
+    av_dict_free(&options);
+    Require(result >= 0, "cannot open the input");
     FfmpegPtr<AVFormatContext> format(opened);
     avformat_find_stream_info(opened, nullptr);
     return format;
 }
 
-ReferenceInput::ReferenceInput(QString const& path, int mediaType) : format(OpenPlainly(path))
+ReferenceInput::ReferenceInput(QString const& path, int mediaType, int threads)
+    : ReferenceInput(OpenPlainly(path), mediaType, threads)
+{}
+
+ReferenceInput::ReferenceInput(FfmpegPtr<AVFormatContext> opened, int mediaType, int threads)
+    : format(std::move(opened))
 {
     streamIndex = av_find_best_stream(format.get(), static_cast<AVMediaType>(mediaType), -1, -1, nullptr, 0);
     Require(streamIndex >= 0, "no such stream");
     AVCodecParameters const* parameters = format->streams[streamIndex]->codecpar;
     codec.reset(avcodec_alloc_context3(nullptr));
     Require(avcodec_parameters_to_context(codec.get(), parameters) >= 0, "no codec context");
-    codec->thread_count = 1;
+    codec->thread_count = codec->codec_id == AV_CODEC_ID_THEORA ? 1 : threads; // not exact behind frame threads
     AVCodec const* decoder = avcodec_find_decoder(parameters->codec_id);
     Require(decoder && avcodec_open2(codec.get(), decoder, nullptr) >= 0, "cannot open the decoder");
 }
@@ -68,14 +86,23 @@ FfmpegPtr<AVPacket> ReferenceInput::NextPacket()
 
 void ReferenceInput::DecodeAll(std::function<void(AVFrame& frame)> const& take)
 {
+    DecodeUntil([&](AVFrame& frame) {
+        take(frame);
+        return false;
+    });
+}
+
+void ReferenceInput::DecodeUntil(std::function<bool(AVFrame& frame)> const& isEnough)
+{
     FfmpegPtr<AVFrame> const frame(av_frame_alloc());
-    bool more = true;
-    while (more) {
+    for (bool more = true; more;) {
         auto const packet = NextPacket();
         more = packet != nullptr;
         avcodec_send_packet(codec.get(), packet.get());
-        while (avcodec_receive_frame(codec.get(), frame.get()) >= 0)
-            take(*frame);
+        while (avcodec_receive_frame(codec.get(), frame.get()) >= 0) {
+            if (isEnough(*frame))
+                return;
+        }
     }
 }
 
@@ -166,4 +193,189 @@ FfmpegPtr<AVFrame> NoisePicture(int width, int height, int pixelFormat, uint32_t
         }
     }
     return frame;
+}
+
+namespace {
+
+// Null where the file has no such stream.
+std::unique_ptr<ReferenceInput> OpenBest(QString const& path, AVMediaType type, int threads)
+{
+    auto format = OpenPlainly(path);
+    if (av_find_best_stream(format.get(), type, -1, -1, nullptr, 0) < 0)
+        return nullptr;
+    return std::make_unique<ReferenceInput>(std::move(format), type, threads);
+}
+
+AVStream const* StreamOf(ReferenceInput const& input)
+{
+    return input.Format()->streams[input.StreamIndex()];
+}
+
+QByteArray HashFrame(AVFrame const* frame, AVCodecContext const* codec, float aspect, FfmpegPtr<SwsContext>& scaler)
+{
+    int const width = static_cast<int>(static_cast<float>(codec->width) * aspect);
+    int const stride = (3 * width + 64 + 63) / 64 * 64;
+    auto const format = static_cast<AVPixelFormat>(frame->format);
+    scaler.reset(sws_getCachedContext(scaler.release(), codec->width, codec->height, format, width, codec->height,
+                                      AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr));
+    static std::vector<uint8_t> rows; // fresh pages for each picture would cost more than the picture
+    rows.resize(std::max(rows.size(), static_cast<size_t>(stride) * static_cast<size_t>(codec->height) + 256));
+    uint8_t* planes[4] = {rows.data(), nullptr, nullptr, nullptr};
+    int strides[4] = {stride, 0, 0, 0};
+    sws_scale(scaler.get(), frame->data, frame->linesize, 0, codec->height, planes, strides);
+    return Reference::HashOf(planes[0], width, codec->height, stride);
+}
+
+float AspectOf(AVCodecContext const* codec)
+{
+    AVRational const ratio = codec->sample_aspect_ratio;
+    double const aspect = ratio.den == 0 ? 1.0 : static_cast<double>(ratio.num) / ratio.den;
+    return aspect > 0.0 ? static_cast<float>(aspect) : 1.0f;
+}
+
+// A picture that is over before 0 is no part of the media, and one that reaches into it begins there.
+void BeginAtZero(std::vector<Reference::Picture>& pictures)
+{
+    while (pictures.size() > 1 && pictures[1].time <= 0)
+        pictures.erase(pictures.begin());
+    if (!pictures.empty())
+        pictures.front().time = std::max(pictures.front().time, 0LL);
+}
+
+FfmpegPtr<SwrContext> MakeResampler(AVCodecContext const* codec)
+{
+    FfmpegPtr<SwrContext> resampler(swr_alloc());
+    uint64_t const stated = FfmpegBridge::ChannelLayoutMask(codec);
+    uint64_t const layout =
+        stated != 0 ? stated : FfmpegBridge::DefaultChannelLayout(FfmpegBridge::ChannelCount(codec));
+    FfmpegBridge::SetResamplerInputLayout(resampler.get(), layout);
+    FfmpegBridge::SetResamplerOutputLayout(resampler.get(), layout);
+    av_opt_set_int(resampler.get(), "in_sample_rate", codec->sample_rate, 0);
+    av_opt_set_int(resampler.get(), "out_sample_rate", codec->sample_rate, 0);
+    av_opt_set_sample_fmt(resampler.get(), "in_sample_fmt", codec->sample_fmt, 0);
+    av_opt_set_sample_fmt(resampler.get(), "out_sample_fmt", AV_SAMPLE_FMT_S16, 0);
+    if (swr_init(resampler.get()) < 0)
+        throw std::runtime_error("cannot convert the sound");
+    return resampler;
+}
+
+} // namespace
+
+PlaybackOptions Reference::PlainOptions()
+{
+    PlaybackOptions options;
+    options.colours = ColourSettings();
+    return options;
+}
+
+QByteArray Reference::HashOf(unsigned char const* data, int width, int height, int stride)
+{
+    std::unique_ptr<AVMurMur3, decltype(&av_free)> const state(av_murmur3_alloc(), &av_free);
+    av_murmur3_init(state.get());
+    for (int y = 0; y < height; ++y)
+        av_murmur3_update(state.get(), data + static_cast<ptrdiff_t>(y) * stride, static_cast<size_t>(3 * width));
+    QByteArray hash(16, 0);
+    av_murmur3_final(state.get(), reinterpret_cast<uint8_t*>(hash.data()));
+    return hash;
+}
+
+namespace {
+
+std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double untimedRate, bool threads)
+{
+    std::vector<Reference::Picture> pictures;
+    auto const input = OpenBest(path, AVMEDIA_TYPE_VIDEO, threads ? 0 : 1);
+    if (!input)
+        return pictures;
+    FfmpegPtr<SwsContext> scaler;
+    float const aspect = AspectOf(input->Codec());
+    double untimed = 0.0;
+    double start = -1.0;
+    input->DecodeAll([&](AVFrame& frame) {
+        bool const timed = frame.best_effort_timestamp != AV_NOPTS_VALUE;
+        double const ticks = static_cast<double>(frame.best_effort_timestamp) * input->TickUs();
+        if (start < 0.0)
+            start = timed ? std::max(static_cast<double>(static_cast<long long>(ticks)), 0.0) : 0.0;
+        auto const time = static_cast<long long>(timed ? ticks - start : untimed);
+        untimed += 1000000.0 / untimedRate;
+        if (pictures.empty() || time > pictures.back().time)
+            pictures.push_back({time, HashFrame(&frame, input->Codec(), aspect, scaler)});
+    });
+    BeginAtZero(pictures);
+    return pictures;
+}
+
+} // namespace
+
+std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, double untimedRate)
+{
+    static std::map<std::pair<QString, double>, std::vector<Picture>> known;
+    auto const [entry, isNew] = known.try_emplace({path, untimedRate});
+    if (isNew)
+        entry->second = DecodeAllPictures(path, untimedRate, true);
+    return entry->second;
+}
+
+std::vector<Reference::Picture> Reference::DecodeDamagedPictures(QString const& path)
+{
+    std::vector<Picture> pictures = DecodePictures(path);
+    for (bool const threads : {true, true, false}) {
+        auto const others = DecodeAllPictures(path, 25.0, threads);
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            if (i >= others.size() || others[i].hash != pictures[i].hash)
+                pictures[i].hash.clear();
+        }
+    }
+    return pictures;
+}
+
+long long Reference::FirstPictureTime(QString const& path)
+{
+    auto const input = OpenBest(path, AVMEDIA_TYPE_VIDEO, 1);
+    long long time = 0;
+    if (!input || (StreamOf(*input)->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
+        return time;
+    input->DecodeUntil([&](AVFrame& frame) {
+        time = static_cast<long long>(static_cast<double>(frame.best_effort_timestamp) * input->TickUs());
+        return true;
+    });
+    return std::max(time, 0LL);
+}
+
+static Reference::Sound DecodeAllSound(QString const& path)
+{
+    Reference::Sound sound;
+    auto const input = OpenBest(path, AVMEDIA_TYPE_AUDIO, 1);
+    if (!input)
+        return sound;
+    AVCodecContext* const codec = input->Codec();
+    FfmpegPtr<SwrContext> resampler;
+    input->DecodeAll([&](AVFrame& frame) {
+        if (!resampler) {
+            sound.channels = FfmpegBridge::ChannelCount(codec);
+            sound.sampleRate = codec->sample_rate;
+            resampler = MakeResampler(codec);
+        }
+        size_t const before = sound.samples.size();
+        sound.samples.resize(before + static_cast<size_t>(frame.nb_samples * sound.channels));
+        auto* target = reinterpret_cast<uint8_t*>(sound.samples.data() + before);
+        swr_convert(resampler.get(), &target, frame.nb_samples, const_cast<uint8_t const**>(frame.extended_data),
+                    frame.nb_samples);
+    });
+    return sound;
+}
+
+Reference::Sound const& Reference::DecodeSound(QString const& path)
+{
+    static std::map<QString, Sound> known;
+    auto const [entry, isNew] = known.try_emplace(path);
+    if (isNew)
+        entry->second = DecodeAllSound(path);
+    return entry->second;
+}
+
+QString Reference::SoundCodec(QString const& path)
+{
+    auto const input = OpenBest(path, AVMEDIA_TYPE_AUDIO, 1);
+    return input ? QString::fromLatin1(avcodec_get_name(input->Codec()->codec_id)) : QString();
 }

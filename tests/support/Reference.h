@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/FfmpegPtr.h"
+#include "playback/PlaybackOptions.h"
 
 #include <QByteArray>
 #include <QString>
@@ -18,8 +19,10 @@ FfmpegPtr<AVFormatContext> OpenPlainly(QString const& path);
 class ReferenceInput
 {
 public:
-    // `mediaType` is FFmpeg's AVMEDIA_TYPE_...; throws when there is no such stream that can be decoded.
-    ReferenceInput(QString const& path, int mediaType);
+    // `mediaType` is FFmpeg's AVMEDIA_TYPE_...; throws when there is no such stream that can be decoded. `threads`: 0
+    // for as many as FFmpeg likes.
+    ReferenceInput(QString const& path, int mediaType, int threads = 1);
+    ReferenceInput(FfmpegPtr<AVFormatContext> opened, int mediaType, int threads);
     ~ReferenceInput();
 
     AVFormatContext* Format() const { return format.get(); }
@@ -34,6 +37,8 @@ public:
 
     // Hands every decoded frame to `take`, those held back at the end, too.
     void DecodeAll(std::function<void(AVFrame& frame)> const& take);
+
+    void DecodeUntil(std::function<bool(AVFrame& frame)> const& isEnough); // the same, up to the first answer of true
 
 private:
     FfmpegPtr<AVFormatContext> format;
@@ -57,3 +62,43 @@ QByteArray Md5OfPicture(uint8_t const* data, int width, int height);
 
 // A picture of pseudo-random values inside the format's range.
 FfmpegPtr<AVFrame> NoisePicture(int width, int height, int pixelFormat, uint32_t seed);
+
+// What FFmpeg, called directly and from the file's beginning to its end, makes of a file.
+namespace Reference {
+
+// What makes an engine convert as the plain call does, so that its pictures can be compared with these.
+PlaybackOptions PlainOptions();
+
+struct Picture
+{
+    long long time = 0; // microseconds from the first picture
+    QByteArray hash;    // MurmurHash3 of the packed RGB rows, without padding
+};
+
+// Those that show at 0 or later and whose times rise. `untimedRate` is for pictures without times. Decoded once a
+// process.
+std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
+
+// The same of a damaged file. FFmpeg patches up pictures by what its threads have at hand: those that do not come out
+// the same each time have no hash.
+std::vector<Picture> DecodeDamagedPictures(QString const& path);
+
+QByteArray HashOf(unsigned char const* data, int width, int height, int stride);
+
+struct Sound
+{
+    int channels = 0;
+    int sampleRate = 0;
+    std::vector<short> samples;
+};
+
+// All samples of the best stream of sound one after the other, as 16 bits, whatever their times. Those of the file that
+// was asked for last are kept.
+Sound const& DecodeSound(QString const& path);
+
+QString SoundCodec(QString const& path); // of the best stream
+
+// The container's time of the first picture of the best stream; 0 without one.
+long long FirstPictureTime(QString const& path);
+
+} // namespace Reference

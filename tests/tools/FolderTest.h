@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/tools/ToolRun.h"
+
 #include <QString>
 #include <QTemporaryDir>
 
@@ -10,6 +12,12 @@ class FolderTest : public testing::Test
 {
 protected:
     QString PathOf(QString const& name) const { return folder.filePath(name); }
+
+    // Runs a command that writes the file of that name.
+    ToolRun Write(QString const& command, QStringList const& arguments, QString const& name = "a.png") const
+    {
+        return RunTavolin(QStringList{command, "-o", PathOf(name)} + arguments);
+    }
 
     QTemporaryDir folder;
 };

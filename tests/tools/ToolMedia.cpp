@@ -42,11 +42,6 @@ QString WithDamagedPictures(int count)
     return WriteMedia(QStringLiteral("damaged-%1.avi").arg(count), bytes);
 }
 
-QString WithoutDecoder(QString const& name, QString const& source, QByteArray const& codec)
-{
-    return WriteMedia(name, ReadMedia(source).replace(codec, "zzzz").replace(codec == "mp4a" ? "esds" : codec, "zzzz"));
-}
-
 std::vector<PlainPicture> DecodePlainly(QString const& path)
 {
     ReferenceInput input(path, 0); // video

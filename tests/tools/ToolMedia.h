@@ -20,10 +20,6 @@ QString Rewrapped(QString const& name, QString const& source, QStringList const&
 // A movie of a hundred pictures, of which the second and those behind it cannot be decoded, `count` in all.
 QString WithDamagedPictures(int count);
 
-// `source`, an MP4, with another name for its codec ("avc1", "mp4a") that no decoder answers to, nor to what a box
-// "esds" says of it.
-QString WithoutDecoder(QString const& name, QString const& source, QByteArray const& codec);
-
 struct PlainPicture
 {
     long long time = 0; // microseconds from the first picture; -1 when the file tells none

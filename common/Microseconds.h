@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cmath>
+#include <limits>
+
+// Times are whole microseconds in 64 bits everywhere.
+inline constexpr long long secondUs = 1000000;
+
+// Of FFmpeg's rational time bases; not finite when the base is not usable.
+template <typename Rational>
+double MicrosecondsPerTick(Rational const& timeBase)
+{
+    return static_cast<double>(timeBase.num) / static_cast<double>(timeBase.den) * 1000000.0;
+}
+
+// Truncated toward zero, and held to the range of a time: whatever a file says stays defined. Not a number gives 0.
+inline long long TruncatedTime(double time)
+{
+    constexpr double limit = 9223372036854775808.0; // the first value beyond the range
+    if (std::isnan(time))
+        return 0;
+    if (time >= limit)
+        return std::numeric_limits<long long>::max();
+    if (time < -limit)
+        return std::numeric_limits<long long>::min();
+    return static_cast<long long>(time);
+}

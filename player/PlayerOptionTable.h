@@ -1,0 +1,22 @@
+#pragma once
+
+#include "common/Option.h"
+
+// The player's options. `tavolin play` passes them on, so this header depends on nothing of the player.
+inline constexpr Option playerOptions[] = {
+    {"speed", "SPEED", "Play at this speed, -16 to 16 and not 0; below 0 is backwards."},
+    {"start", "TIME", "Start at this time: seconds, or hours:minutes:seconds."},
+    {"paused", nullptr, "Do not begin to play."},
+    {"once", nullptr, "At the end of the last file print what was shown and dropped, and quit."},
+    {"loop", "yes|no", "Repeat; --loop=no does not.", "yes"},
+    {"cache-mb", "SIZE", "Memory for decoded pictures in megabytes."},
+    {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000."},
+    {"colours", "stream|plain", "\"stream\": as the stream says; \"plain\": by libswscale's defaults."},
+    {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."},
+    {"fullscreen", nullptr, "Start in full screen."},
+    {"mute", "yes|no", "Start without sound; --mute=no with sound.", "yes"},
+    {"volume", "PERCENT", "Volume in percent, 0 to 100."},
+    {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
+    {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
+    {"opengl", "yes|no", "Paint with OpenGL; --opengl=no does not, nor does a computer without it."},
+};

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <QKeySequence>
+#include <QStringList>
+
+#include <map>
+#include <optional>
+#include <vector>
+
+class QKeyEvent;
+
+// Everything that a key can trigger in the player's window.
+enum class PlayerAction {
+    PlayPause,
+    ShuttleBackwards,
+    ShuttlePause,
+    ShuttleForwards,
+    StepBackwards,
+    StepForwards,
+    JumpBackwards,
+    JumpForwards,
+    JumpBackwardsExactly,
+    JumpForwardsExactly,
+    GoToStart,
+    GoToEnd,
+    Slower,
+    Faster,
+    HalveSpeed,
+    DoubleSpeed,
+    ResetSpeed,
+    SetIn,
+    SetOut,
+    ClearInOut,
+    ToggleLoop,
+    Mute,
+    VolumeDown,
+    VolumeUp,
+    FullScreen,
+    LeaveFullScreen,
+    ToggleFit,
+    ZoomIn,
+    ZoomOut,
+    ToggleColours,
+    SavePicture,
+    CopyPicture,
+    OpenFile,
+    NextFile,
+    PreviousFile,
+    Statistics,
+    Help,
+    Quit
+};
+
+// Maps keys to actions. Starts with the defaults; a text file changes actions, one per line:
+//
+//     # comment
+//     play-pause = Space P
+//     quit =
+//
+// An action may have several keys or none. A key that the file assigns to one action is removed from all others. One
+// thread at a time.
+class KeyMap
+{
+public:
+    struct Action
+    {
+        PlayerAction action;
+        char const* name;  // in the file
+        char const* keys;  // by default, separated by spaces
+        char const* group; // heading in the overview
+        char const* help;  // what it does
+    };
+
+    // Every action once, in the order in which the overview shows them.
+    static std::vector<Action> const& Actions();
+
+    KeyMap();
+
+    // Applies the file's bindings. Returns one sentence for each line that is not understood; such a line changes
+    // nothing, nor does a missing file.
+    QStringList Read(QString const& path);
+
+    // Writes the defaults as a file to edit. False if it cannot be written.
+    static bool WriteDefaults(QString const& path);
+
+    std::optional<PlayerAction> ActionFor(QKeyEvent const& event) const;
+
+    QString KeysOf(PlayerAction action) const; // for display, such as "Shift+Left"; empty without a key
+
+    // The rows of the manual page's list, in mdoc.
+    static QString ManualRows();
+
+private:
+    QString TakeLine(QString const& line);
+    QString Bind(Action const& action, QStringList const& keys);
+
+    std::map<int, PlayerAction> actionOfKey; // key and modifiers in one number, as Qt has them
+};

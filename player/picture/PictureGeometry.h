@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QPointF>
+#include <QSize>
+#include <QTransform>
+
+// Places a picture in its view: fitted, or zoomed around a point, rotated as its record says. All lengths are device
+// pixels: at zoom 1 one picture pixel covers one screen pixel.
+class PictureGeometry
+{
+public:
+    static constexpr double minZoom = 1.0 / 64.0;
+    static constexpr double maxZoom = 64.0;
+
+    void SetView(QSize size);
+    void SetPicture(QSize size, int clockwiseDegrees);
+
+    void Fit(); // shows the whole picture as large as possible, also after size changes
+    bool IsFitted() const { return fitted; }
+
+    // Screen pixels per picture pixel. The picture's point at `anchor` stays there.
+    void SetZoom(double zoom, QPointF anchor);
+    double GetZoom() const { return fitted ? FittingZoom() : zoom; }
+
+    void Pan(QPointF distance); // no effect on a fitted picture
+
+    // From picture pixels, with (0, 0) at the upper left before rotation, to view pixels.
+    QTransform PictureToView() const;
+
+private:
+    QSize TurnedSize() const;
+    double FittingZoom() const;
+    void KeepInView();
+
+    QSize view;
+    QSize picture;
+    int degrees = 0;
+    bool fitted = true;
+    double zoom = 1.0;
+    QPointF offset; // from the view's centre to the picture's
+};

@@ -1,0 +1,182 @@
+#include "tests/support/Clips.h"
+#include "tests/support/Media.h"
+#include "tests/tools/ToolMedia.h"
+#include "tests/tools/ToolRun.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QJsonObject DescriptionOf(QString const& path)
+{
+    return QJsonDocument::fromJson(RunTavolin({"info", "--json", "--", path}).output).object();
+}
+
+QJsonObject FfprobeOf(QString const& path)
+{
+    return QJsonDocument::fromJson(RunProgram(QStringLiteral(TAVOLIN_FFPROBE),
+                                              {"-v", "quiet", "-of", "json", "-show_format", "-show_streams", path})
+                                       .output)
+        .object();
+}
+
+double ValueOf(QString const& fraction)
+{
+    QStringList const parts = fraction.split('/');
+    return parts.size() == 2 && parts[1] != "0" ? parts[0].toDouble() / parts[1].toDouble() : 0.0;
+}
+
+// Keys of ffprobe that both have must hold the same value of the same type.
+void ExpectSharedValues(QJsonObject const& ours, QJsonObject const& ffprobes, QStringList const& keys)
+{
+    for (QString const& key : keys) {
+        if (ffprobes.contains(key)) {
+            EXPECT_EQ(ours[key], ffprobes[key]) << key.toStdString();
+        }
+    }
+}
+
+// ffprobe's tags are all there; "rotate" may come from us.
+void ExpectSharedTags(QJsonObject const& ours, QJsonObject const& ffprobes)
+{
+    QJsonObject tags = ours["tags"].toObject();
+    if (!ffprobes["tags"].toObject().contains("rotate"))
+        tags.remove("rotate");
+    EXPECT_EQ(tags, ffprobes["tags"].toObject());
+}
+
+QJsonObject StreamOfIndex(QJsonObject const& ffprobes, int index)
+{
+    return ffprobes["streams"].toArray()[index].toObject();
+}
+
+void ExpectLikeFfprobe(QString const& path)
+{
+    SCOPED_TRACE(path.toStdString());
+    QJsonObject const ours = DescriptionOf(path);
+    QJsonObject const ffprobes = FfprobeOf(path);
+    ExpectSharedValues(ours["format"].toObject(), ffprobes["format"].toObject(),
+                       {"filename", "nb_streams", "format_name", "size"});
+    ExpectSharedTags(ours["format"].toObject(), ffprobes["format"].toObject());
+    if (!ours["tavolin"].toObject()["is_image"].toBool())
+        ExpectSharedValues(ours["format"].toObject(), ffprobes["format"].toObject(), {"duration"});
+    for (QJsonValue const& value : ours["streams"].toArray()) {
+        QJsonObject const stream = value.toObject();
+        QJsonObject const expected = StreamOfIndex(ffprobes, stream["index"].toInt(-1));
+        SCOPED_TRACE(stream["index"].toInt(-1));
+        if (!stream["tavolin"].toObject()["valid"].toBool())
+            continue;
+        ExpectSharedValues(stream, expected,
+                           {"index", "codec_name", "codec_long_name", "codec_type", "width", "height", "sample_rate",
+                            "channels", "channel_layout", "pix_fmt", "color_range", "color_space", "color_transfer",
+                            "color_primaries", "chroma_location", "field_order"});
+        // In transport streams ffprobe keeps the format of the decoder that it tried before it knew the codec.
+        if (stream["codec_name"] != "mp2")
+            ExpectSharedValues(stream, expected, {"sample_fmt"});
+        EXPECT_EQ(stream["disposition"].toObject()["attached_pic"], expected["disposition"].toObject()["attached_pic"]);
+        ExpectSharedTags(stream, expected);
+    }
+}
+
+} // namespace
+
+TEST(InfoCommandTest, AgreesWithFfprobeOnMadeMedia)
+{
+    ExpectLikeFfprobe(Movie("movie.mp4", {"-c:v", "libx264", "-c:a", "aac", "-metadata", "title=Straße \"x\"",
+                                          "-metadata:s:a", "language=deu"}));
+    ExpectLikeFfprobe(Movie("movie.mkv", {"-c:v", "mpeg4", "-c:a", "libvorbis"}));
+    ExpectLikeFfprobe(Movie("movie.mpg", {"-c:v", "mpeg2video", "-c:a", "mp2"}));
+    ExpectLikeFfprobe(Movie("movie.avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}));
+    ExpectLikeFfprobe(MakeMedia("sound.mp3", Tone(44100, 2, 1.0)));
+    ExpectLikeFfprobe(MakeMedia("sound.wav", Tone(48000, 6, 0.5) + QStringList{"-c:a", "pcm_f32le"}));
+    ExpectLikeFfprobe(MakeMedia("one.png", Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"}));
+}
+
+TEST(InfoCommandTest, AgreesWithFfprobeOnClips)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    for (QFileInfo const& clip : QFileInfo(Clips::Real("facts.json")).dir().entryInfoList(QDir::Files)) {
+        if (clip.suffix() != "json" && clip.suffix() != "md" && !clip.fileName().startsWith("broken") &&
+            !clip.fileName().startsWith("zero"))
+            ExpectLikeFfprobe(clip.filePath());
+    }
+}
+
+TEST(InfoCommandTest, CallsImagesOneBehindTheOtherAMovie)
+{
+    QByteArray const image = "P6\n64 32\n255\n" + QByteArray(64 * 32 * 3, 'a');
+    EXPECT_EQ(DescriptionOf(WriteMedia("one", image))["tavolin"].toObject()["kind"], "still image");
+    EXPECT_EQ(DescriptionOf(WriteMedia("row", image + image))["tavolin"].toObject()["kind"], "movie without sound");
+}
+
+TEST(InfoCommandTest, GivesRatesAndRatiosAsFractions)
+{
+    QString const path = MakeMedia("ntsc.mp4", {"-f", "lavfi", "-i", "testsrc=size=64x48:rate=30000/1001:duration=1",
+                                                "-vf", "setsar=64/45", "-c:v", "libx264"});
+    QJsonObject const stream = DescriptionOf(path)["streams"].toArray()[0].toObject();
+    EXPECT_EQ(stream["sample_aspect_ratio"], "64:45");
+    EXPECT_EQ(stream["avg_frame_rate"], "2997/100");
+    EXPECT_NEAR(ValueOf(stream["avg_frame_rate"].toString()),
+                ValueOf(StreamOfIndex(FfprobeOf(path), 0)["avg_frame_rate"].toString()), 0.0006);
+}
+
+TEST(InfoCommandTest, GivesOurOwnValuesInMicroseconds)
+{
+    QString const path =
+        Rewrapped("late.mkv", MovingPicture("plain.mp4", {"-c:v", "libx264"}), {"-output_ts_offset", "7"});
+    QJsonObject const own = DescriptionOf(path)["tavolin"].toObject();
+    EXPECT_EQ(own["schema"], 1);
+    EXPECT_EQ(own["kind"], "movie without sound");
+    EXPECT_EQ(own["start_time_us"], 7000000);
+    EXPECT_EQ(own["frame_step_us"], 40000);
+    EXPECT_EQ(own["duration_us"], 11000000);
+    EXPECT_EQ(own["width"], 96);
+    EXPECT_EQ(own["is_image"], false);
+}
+
+TEST(InfoCommandTest, GivesAnArrayForSeveralFilesAndAnObjectForOne)
+{
+    QString const path = MovingPicture("plain.mp4", {"-c:v", "libx264"});
+    EXPECT_TRUE(QJsonDocument::fromJson(RunTavolin({"info", "--json", path}).output).isObject());
+
+    ToolRun const run = RunTavolin({"info", "--json", path, "/nowhere/a.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    QJsonArray const both = QJsonDocument::fromJson(run.output).array();
+    ASSERT_EQ(both.size(), 2);
+    EXPECT_EQ(both[0].toObject()["format"].toObject()["filename"], path);
+    QJsonObject const failed = both[1].toObject();
+    EXPECT_EQ(failed["format"].toObject()["filename"], "/nowhere/a.mp4");
+    EXPECT_EQ(failed["error"].toObject()["string"], "File not found: /nowhere/a.mp4");
+    EXPECT_FALSE(failed.contains("streams"));
+}
+
+TEST(InfoCommandTest, SaysWhatOddSourcesAre)
+{
+    QString const still = MakeMedia("one.png", Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"});
+    EXPECT_TRUE(RunTavolin({"info", still}).output.contains("still image, no duration"));
+    QString const sound = MakeMedia("sound.wav", Tone(8000, 1, 1.0));
+    EXPECT_TRUE(RunTavolin({"info", sound}).output.contains("kind       sound, 00:00:01.000"));
+    QString const raw = MovingPicture("raw.h264", {"-c:v", "libx264"});
+    EXPECT_TRUE(RunTavolin({"info", raw}).output.contains("duration not stated in the file"));
+}
+
+TEST(InfoCommandTest, SaysWhatCannotBeDecoded)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    ToolRun const run = RunTavolin({"info", Clips::Real("mp4-good-video-unknown-audio.mp4")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.output.contains("cannot be decoded: FFmpeg has no usable decoder for it"));
+    EXPECT_TRUE(run.output.contains("h264, 1080x720"));
+    QJsonArray const streams = DescriptionOf(Clips::Real("mp4-good-video-unknown-audio.mp4"))["streams"].toArray();
+    ASSERT_EQ(streams.size(), 2);
+    EXPECT_EQ(streams[1].toObject()["tavolin"].toObject()["valid"], false);
+    EXPECT_EQ(streams[1].toObject()["codec_type"], "audio");
+}

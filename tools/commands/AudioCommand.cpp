@@ -1,0 +1,127 @@
+#include "common/TimeText.h"
+#include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
+#include "tools/output/OutputFile.h"
+#include "tools/output/SoundRender.h"
+#include "tools/report/Console.h"
+#include "tools/report/MessageLog.h"
+
+#include <cmath>
+#include <vector>
+
+namespace {
+
+constexpr double slowest = 0.01;
+constexpr double fastest = 16.0;
+constexpr double loudest = 100.0;
+
+struct Request
+{
+    QString path;
+    QString wavPath;
+    TimeRange range;
+    double speed = 1.0;
+    double volume = 1.0;
+};
+
+Request RequestIn(Arguments& arguments)
+{
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.wavPath = arguments.Output({QStringLiteral("wav")});
+    request.speed = arguments.Decimal("speed", 1.0);
+    if (!(std::fabs(request.speed) >= slowest && std::fabs(request.speed) <= fastest))
+        arguments.Reject(QStringLiteral("--speed is from -16 to 16 and not nearer to 0 than 0.01"));
+    request.volume = arguments.Decimal("volume", 1.0);
+    if (!(request.volume >= 0.0 && request.volume <= loudest))
+        arguments.Reject(QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
+    request.range = arguments.Range();
+    return request;
+}
+
+long long TimeOf(SoundRender const& render, long long frames)
+{
+    return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * 1e6);
+}
+
+ExitCode Write(SoundRender& render, Request const& request)
+{
+    long long const bytes = render.GetFrameCount() * render.GetChannelCount() * static_cast<long long>(sizeof(short));
+    if (bytes > WavFile::mostBytes)
+        return CannotWrite(request.wavPath,
+                           QStringLiteral("a WAV file holds 4 GiB at most, and this takes %1 bytes; give a "
+                                          "shorter range with --from and --to")
+                               .arg(bytes));
+    WavFile file(request.wavPath, render.GetChannelCount(), render.GetSampleRate());
+    if (!file.Open())
+        return CannotWrite(request.wavPath, file.GetError());
+    std::vector<short> block;
+    while (render.Read(block)) {
+        if (!file.Write(block.data(), static_cast<int>(block.size()) / render.GetChannelCount()))
+            return CannotWrite(request.wavPath, file.GetError());
+        Console::ShowProgress(QStringLiteral("%1 of %2")
+                                  .arg(TimeText::Clock(TimeOf(render, render.GetReadCount())),
+                                       TimeText::Clock(TimeOf(render, render.GetFrameCount()))));
+    }
+    if (!render.GetError().isEmpty()) {
+        Console::Say(request.path + QStringLiteral(": ") + render.GetError());
+        return ExitCode::DecodingFailed;
+    }
+    return file.Finish() ? ExitCode::Ok : CannotWrite(request.wavPath, file.GetError());
+}
+
+void ReportWritten(SoundRender const& render, Request const& request)
+{
+    Console::WriteData(QStringLiteral("%1: %2 of sound, %3 frames, %4 channel%5 at %6 Hz\n")
+                           .arg(request.wavPath, TimeText::Clock(TimeOf(render, render.GetFrameCount())))
+                           .arg(render.GetFrameCount())
+                           .arg(render.GetChannelCount())
+                           .arg(render.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
+                           .arg(render.GetSampleRate()));
+}
+
+ExitCode Run(Arguments& arguments, MessageLog& log)
+{
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
+    auto const source = OpenSound(request.path, log);
+    if (!source)
+        return ExitCode::CannotOpen;
+    SoundRender render(*source);
+    if (!render.Open()) {
+        Console::Say(request.path + QStringLiteral(": ") + render.GetError());
+        return ExitCode::CannotOpen;
+    }
+    int const errorsBefore = log.GetErrorCount();
+    if (!render.Start(request.range, request.speed, request.volume)) {
+        Console::Say(request.path + QStringLiteral(": ") + render.GetError());
+        return ExitCode::DecodingFailed;
+    }
+    ExitCode const written = Write(render, request);
+    if (written != ExitCode::Ok)
+        return written;
+    ReportWritten(render, request);
+    return log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : ExitCode::Ok;
+}
+
+} // namespace
+
+Command AudioCommand()
+{
+    return {"audio",
+            "the sound at any speed, backwards too, as WAV",
+            "FILE -o WAV [--speed S] [--from T] [--to T] [--volume V]",
+            "Writes the sound of FILE as the player plays it: 16-bit samples at the rate and\n"
+            "with the channels of FILE. At speed 1 they are the decoded samples themselves;\n"
+            "at others some are left out or come twice, and below 0 they come last to first.\n"
+            "The first few milliseconds fade in.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no sound between the times given.\n",
+            {Options::Output("WAV"),
+             {"speed", "S", "From -16 to 16; below 0 plays backwards."},
+             {"volume", "V", "Factor of every sample, 0 to 100."},
+             Options::from,
+             Options::to},
+            Run};
+}

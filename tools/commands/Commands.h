@@ -1,0 +1,47 @@
+#pragma once
+
+#include "tools/commands/Arguments.h"
+
+#include <functional>
+#include <vector>
+
+class MessageLog;
+
+// The exit codes of all commands. Scripts rely on the numbers.
+enum class ExitCode {
+    Ok = 0,
+    SomeInputsFailed = 1, // of several
+    Usage = 2,
+    CannotOpen = 3, // or nothing in the file to describe or decode
+    DecodingFailed = 4,
+    WritingFailed = 5,
+};
+
+// One subcommand of tavolin: the text of its help, its options, and the function that runs it.
+struct Command
+{
+    char const* name;
+    char const* summary;         // half a line, for the list of commands
+    char const* usage;           // what follows the name: "FILE... [--json]"
+    char const* description;     // what it does, prints and answers; wrapped by hand at 80 columns
+    std::vector<Option> options; // in the order of the help
+
+    // Returns ExitCode::Usage if the arguments are wrong; `arguments` then hold the fault.
+    ExitCode (*run)(Arguments& arguments, MessageLog& log);
+};
+
+// Each is defined in the source of its name. Add a new one to the table in CommandLine.cpp.
+Command InfoCommand();
+Command DecodeCommand();
+Command FrameCommand();
+Command AudioCommand();
+Command CheckCommand();
+Command SheetCommand();
+Command WaveCommand();
+Command PlayCommand();
+
+// Runs `work` for each file. A single file returns its own code; any failure among several returns SomeInputsFailed. No
+// file is wrong usage.
+ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
+
+ExitCode CannotWrite(QString const& path, QString const& error); // prints the error

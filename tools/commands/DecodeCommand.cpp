@@ -1,0 +1,154 @@
+#include "common/TimeText.h"
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "source/SoundStream.h"
+#include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
+#include "tools/commands/TimeRange.h"
+#include "tools/report/Console.h"
+#include "tools/report/DecodeReport.h"
+#include "tools/report/MessageLog.h"
+#include "tools/report/SessionWalk.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+
+namespace {
+
+struct Request
+{
+    TimeRange range;
+    bool withSums = false;
+    ColourSettings colours;
+};
+
+void ShowProgress(Source const& source, DecodeReport const& report)
+{
+    if (!report.IsEmpty())
+        Console::ShowProgress(QStringLiteral("%1 of %2")
+                                  .arg(TimeText::Clock(report.GetReachedTime()),
+                                       TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+}
+
+// What a session delivers.
+bool DecodeAll(Source const& source, DecodeReport& report)
+{
+    SessionWalk walk(source);
+    if (!walk.Start())
+        return false;
+    report.Begin();
+    for (SessionWalk::Records records; walk.Read(records); records = {}) {
+        report.Take(records);
+        ShowProgress(source, report);
+    }
+    return true;
+}
+
+// What shows and sounds in a range.
+bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& report)
+{
+    auto const pictures = source.OpenPictures();
+    auto const sound = source.OpenSound();
+    if (!pictures && !sound)
+        return false;
+    report.Begin();
+    long long const from = std::max(range.from, 0LL);
+    PictureStream::Picture picture;
+    ReadResult result = pictures ? pictures->ReadAt(from, picture) : ReadResult::End;
+    if (result == ReadResult::Got && source.IsOver(*picture, from))
+        result = ReadResult::End;
+    for (; result == ReadResult::Got && picture->startTime < range.to; result = pictures->Read(picture)) {
+        report.TakePicture(*picture);
+        ShowProgress(source, report);
+    }
+    SoundStream::Frame frame;
+    result = !sound             ? ReadResult::End
+             : range.HasBegin() ? sound->ReadAt(from + source.GetOrigin(), frame)
+                                : sound->Read(frame);
+    for (; result == ReadResult::Got && source.ToMediaTime(frame->startTime) < range.to; result = sound->Read(frame)) {
+        report.TakeSound(*frame);
+        ShowProgress(source, report);
+    }
+    return true;
+}
+
+// The report is data, unless the sums are: then it is a message.
+void ShowSummary(QString const& summary, Request const& request)
+{
+    if (!request.withSums) {
+        Console::WriteData(summary);
+        return;
+    }
+    for (QString const& line : summary.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        Console::Say(line);
+}
+
+ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
+{
+    if (report.IsEmpty())
+        Console::Say(path + QStringLiteral(": nothing was decoded in the time asked for"));
+    if (errors > 0)
+        Console::Say(QStringLiteral("%1: damaged, or not fully readable: %2 error%3 while decoding")
+                         .arg(path, QString::number(errors), errors == 1 ? QString() : QStringLiteral("s")));
+    return report.IsEmpty() || errors > 0 ? ExitCode::DecodingFailed : ExitCode::Ok;
+}
+
+ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
+{
+    auto const source = OpenSource(path, log, request.colours);
+    if (!source)
+        return ExitCode::CannotOpen;
+    SayUndecodable(*source);
+    QElapsedTimer timer;
+    timer.start();
+    int const errorsBefore = log.GetErrorCount();
+    bool const isRange = request.range.HasBegin() || request.range.HasEnd();
+    DecodeReport report(*source, request.withSums);
+    if (!(isRange ? DecodeRange(*source, request.range, report) : DecodeAll(*source, report))) {
+        Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
+        return ExitCode::CannotOpen;
+    }
+    report.Finish();
+    log.EndSource();
+    ShowSummary(report.Summary(static_cast<double>(timer.nsecsElapsed()) / 1e9), request);
+    ExitCode const result = Judge(path, report, log.GetErrorCount() - errorsBefore);
+    return source->LeavesOutAHalf() ? ExitCode::DecodingFailed : result;
+}
+
+ExitCode Run(Arguments& arguments, MessageLog& log)
+{
+    Request request;
+    request.withSums = arguments.Has("md5");
+    request.range = arguments.Range();
+    request.colours = arguments.Colours(/*followsStream=*/false, /*exact=*/false);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
+    return ForEachFile(arguments, [&](QString const& path) { return Decode(path, request, log); });
+}
+
+} // namespace
+
+Command DecodeCommand()
+{
+    return {"decode",
+            "decode all of it: counts, times, sizes, speed, MD5 sums",
+            "FILE... [--md5] [--from TIME] [--to TIME]",
+            "Decodes each FILE from its beginning to its end and reports the pictures, the\n"
+            "sound and how long it took. With --from and --to, only the pictures that show\n"
+            "between these times and the sound between them are counted; decoding begins\n"
+            "where the file allows it.\n\n"
+            "With --md5, standard output holds one line for each picture, then one for each\n"
+            "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
+            "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"
+            "  audio TIME SAMPLESxCHANNELS MD5    of the 16-bit samples, low byte first\n\n"
+            "TIME is in microseconds from the first picture.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was.\n",
+            {{"md5", nullptr, "Print a line with an MD5 sum for each record."},
+             Options::from,
+             Options::to,
+             Options::Colours(/*followsStream=*/false),
+             Options::noToneMapping},
+            Run};
+}

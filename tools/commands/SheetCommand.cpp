@@ -1,0 +1,150 @@
+#include "common/TimeText.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
+#include "tools/output/ContactSheet.h"
+#include "tools/output/PictureFile.h"
+#include "tools/output/PictureSamples.h"
+#include "tools/output/RgbPicture.h"
+#include "tools/report/Console.h"
+#include "tools/report/MessageLog.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int mostColumns = 100;
+constexpr int mostRows = 1000;
+constexpr int mostPictures = 10000;
+constexpr int smallestWidth = 80; // pixels; room for a time
+constexpr int largestWidth = 4096;
+
+struct Request
+{
+    QString path;
+    QString picturePath;
+    TimeRange range;
+    int columns = 0;
+    int count = 0; // of pictures
+    int width = 0; // of each
+    ColourSettings colours;
+};
+
+Request RequestIn(Arguments& arguments)
+{
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.picturePath = arguments.Output(PictureFile::Endings());
+    if (arguments.Has("rows") && arguments.Has("count"))
+        arguments.Reject(QStringLiteral("--rows and --count do not go together"));
+    request.columns = arguments.Number("columns", 1, mostColumns, 4);
+    int const rows = arguments.Number("rows", 1, mostRows, 5);
+    request.width = arguments.Number("width", smallestWidth, largestWidth, 320);
+    request.count = arguments.Number("count", 1, mostPictures, request.columns * rows);
+    request.range = arguments.Range();
+    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    return request;
+}
+
+ExitCode Report(Request const& request, PictureSamples::Result result)
+{
+    switch (result) {
+    case PictureSamples::Result::Done:
+        return ExitCode::Ok;
+    case PictureSamples::Result::CannotOpen:
+        Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
+        return ExitCode::CannotOpen;
+    case PictureSamples::Result::NoPicture:
+        Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
+        return ExitCode::DecodingFailed;
+    case PictureSamples::Result::NothingInRange:
+        Console::Say(request.path + QStringLiteral(": there is no picture in the time asked for"));
+        return ExitCode::DecodingFailed;
+    }
+    return ExitCode::DecodingFailed;
+}
+
+bool IsTooLarge(ContactSheet const& sheet, Request const& request)
+{
+    long long const width = sheet.GetWidth(request.columns);
+    return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
+}
+
+ExitCode Collect(Source const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
+{
+    bool const hasTime = !source.HasOnePicture();
+    bool isTooLarge = false;
+    auto const result = PictureSamples(source).Take(request.range, request.count, [&](auto const& record) {
+        if (isTooLarge)
+            return;
+        sheet.Add(RgbPicture::FromRecord(*record).TurnedClockwise(record->rotation),
+                  hasTime ? TimeText::Clock(record->startTime) : QString());
+        isTooLarge = hasTime && IsTooLarge(sheet, request);
+    });
+    if (isTooLarge) {
+        arguments.Reject(
+            QStringLiteral("the sheet would have more than 64 million pixels; ask for fewer or smaller ones"));
+        return ExitCode::Usage;
+    }
+    return Report(request, result);
+}
+
+ExitCode Write(ContactSheet const& sheet, Request const& request)
+{
+    int const columns = std::min(request.columns, sheet.GetCount());
+    RgbPicture const picture = sheet.Draw(columns);
+    QString error;
+    if (!PictureFile::Write(picture, request.picturePath, error))
+        return CannotWrite(request.picturePath, error);
+    Console::WriteData(QStringLiteral("%1: %2 picture%3 in %4 column%5, %6x%7\n")
+                           .arg(request.picturePath)
+                           .arg(sheet.GetCount())
+                           .arg(sheet.GetCount() == 1 ? QString() : QStringLiteral("s"))
+                           .arg(columns)
+                           .arg(columns == 1 ? QString() : QStringLiteral("s"))
+                           .arg(picture.width)
+                           .arg(picture.height));
+    return ExitCode::Ok;
+}
+
+ExitCode Run(Arguments& arguments, MessageLog& log)
+{
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
+    auto const source = OpenPictures(request.path, log, request.colours);
+    if (!source)
+        return ExitCode::CannotOpen;
+    int const errorsBefore = log.GetErrorCount();
+    ContactSheet sheet(request.width);
+    ExitCode const collected = Collect(*source, request, arguments, sheet);
+    ExitCode const written = collected == ExitCode::Ok ? Write(sheet, request) : collected;
+    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+}
+
+} // namespace
+
+Command SheetCommand()
+{
+    return {"sheet",
+            "pictures from all over a file side by side, with times",
+            "FILE -o PICTURE [--columns N] [--rows N | --count N]",
+            "Cuts FILE, or what lies between --from and --to, into equal parts and puts the\n"
+            "picture from the middle of each into PICTURE, with the time at which it starts\n"
+            "below it: pixels square, turned upright. The ending of PICTURE says the format:\n"
+            ".png, .jpg, .jpeg or .ppm. A picture comes once, so there may be fewer; a still\n"
+            "image and cover art give their one picture, without a time.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no picture between the times given.\n",
+            {Options::Output("PICTURE"),
+             {"columns", "N", "Pictures side by side; 4 if not given."},
+             {"rows", "N", "Rows of pictures; 5 if not given."},
+             {"count", "N", "Pictures in all, instead of --rows."},
+             {"width", "PIXELS", "Pixels of a picture in it; 320 if not given."},
+             Options::from,
+             Options::to,
+             Options::Colours(/*followsStream=*/true),
+             Options::noToneMapping},
+            Run};
+}

@@ -1,0 +1,125 @@
+#include "common/TimeText.h"
+#include "tools/commands/Commands.h"
+#include "tools/commands/OpenSource.h"
+#include "tools/output/PictureFile.h"
+#include "tools/output/SoundLevels.h"
+#include "tools/output/WavePicture.h"
+#include "tools/report/Console.h"
+#include "tools/report/MessageLog.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr int smallestWidth = 160;
+constexpr int largestSide = 16384;
+
+struct Request
+{
+    QString path;
+    QString picturePath;
+    TimeRange range;
+    int width = 0;
+    int height = 0; // 0: the default for the number of channels
+};
+
+Request RequestIn(Arguments& arguments)
+{
+    Request request;
+    request.path = arguments.OnlyFile();
+    request.picturePath = arguments.Output(PictureFile::Endings());
+    request.width = arguments.Number("width", smallestWidth, largestSide, 1280);
+    request.height = arguments.Number("height", 1, largestSide, 0);
+    request.range = arguments.Range();
+    return request;
+}
+
+ExitCode Report(Request const& request, SoundLevels::Result result)
+{
+    switch (result) {
+    case SoundLevels::Result::Done:
+        return ExitCode::Ok;
+    case SoundLevels::Result::CannotOpen:
+        Console::Say(request.path + QStringLiteral(": the sound of it cannot be decoded"));
+        return ExitCode::CannotOpen;
+    case SoundLevels::Result::NothingInRange:
+        Console::Say(request.path + QStringLiteral(": there is no sound in the time asked for"));
+        return ExitCode::DecodingFailed;
+    }
+    return ExitCode::DecodingFailed;
+}
+
+// The requested height, or the default.
+int HeightOf(SoundLevels const& levels, Request const& request, Arguments& arguments)
+{
+    int const channels = levels.GetChannelCount();
+    int const height = request.height == 0 ? WavePicture::DefaultHeight(channels) : request.height;
+    int const least = WavePicture::LeastHeight(channels);
+    if (height < least)
+        arguments.Reject(QStringLiteral("--height is at least %1 for %2 channels").arg(least).arg(channels));
+    if (static_cast<long long>(request.width) * height > PictureFile::mostPixels)
+        arguments.Reject(QStringLiteral("the picture would have more than 64 million pixels; ask for a smaller one"));
+    return height;
+}
+
+QString PeakText(SoundLevels const& levels)
+{
+    if (levels.GetPeak() == 0)
+        return QStringLiteral("silence");
+    return QStringLiteral("peak %1 dB").arg(20.0 * std::log10(levels.GetPeak() / 32768.0), 0, 'f', 1);
+}
+
+ExitCode Write(SoundLevels const& levels, int height, Request const& request)
+{
+    QString error;
+    if (!PictureFile::Write(WavePicture::Draw(levels, height), request.picturePath, error))
+        return CannotWrite(request.picturePath, error);
+    Console::WriteData(QStringLiteral("%1: %2 to %3, %4 channel%5, %6, %7x%8\n")
+                           .arg(request.picturePath, TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
+                           .arg(levels.GetChannelCount())
+                           .arg(levels.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
+                           .arg(PeakText(levels))
+                           .arg(request.width)
+                           .arg(height));
+    return ExitCode::Ok;
+}
+
+ExitCode Run(Arguments& arguments, MessageLog& log)
+{
+    Request const request = RequestIn(arguments);
+    if (arguments.AreWrong())
+        return ExitCode::Usage;
+    auto const source = OpenSound(request.path, log);
+    if (!source)
+        return ExitCode::CannotOpen;
+    int const errorsBefore = log.GetErrorCount();
+    SoundLevels levels(*source);
+    ExitCode const read = Report(request, levels.Read(request.range, request.width - 2 * WavePicture::SideSpace()));
+    if (read != ExitCode::Ok)
+        return read;
+    int const height = HeightOf(levels, request, arguments);
+    ExitCode const written = arguments.AreWrong() ? ExitCode::Usage : Write(levels, height, request);
+    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+}
+
+} // namespace
+
+Command WaveCommand()
+{
+    return {"wave",
+            "the sound as a picture, with an axis of time",
+            "FILE -o PICTURE [--width PIXELS] [--height PIXELS]",
+            "Draws the sound of FILE, a lane for each channel: from the lowest to the highest\n"
+            "sample of each column, and inside it, brighter, their root mean square. Silence\n"
+            "is a thin line; where there is no sound there is nothing, on darker ground. The\n"
+            "lines at a quarter and three quarters of a lane are half of full scale. The\n"
+            "ending of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
+            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
+            "and when there is no sound between the times given.\n",
+            {Options::Output("PICTURE"),
+             {"width", "PIXELS", "Of the picture; 1280 if not given."},
+             {"height", "PIXELS", "Of the picture; 120 a lane if not given."},
+             Options::from,
+             Options::to},
+            Run};
+}

@@ -1,0 +1,137 @@
+#include "tools/report/DecodeReport.h"
+
+#include "common/TimeText.h"
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "source/Source.h"
+#include "tools/report/Console.h"
+#include "tools/report/RecordSum.h"
+
+#include <algorithm>
+
+namespace {
+
+QString SumLine(char const* kind, long long time, QString const& size, QString const& sum)
+{
+    return QStringLiteral("%1 %2 %3 %4\n").arg(QLatin1String(kind), QString::number(time), size, sum);
+}
+
+QString Title(char const* title)
+{
+    return QStringLiteral("  %1").arg(QLatin1String(title), -10);
+}
+
+} // namespace
+
+void DecodeReport::Span::Include(long long newStart, long long newEnd)
+{
+    start = std::min(start, newStart);
+    end = std::max(end, newEnd);
+}
+
+DecodeReport::DecodeReport(Source const& newSource, bool newWithSums) : source(newSource), withSums(newWithSums) {}
+
+void DecodeReport::Begin()
+{
+    if (withSums)
+        Console::WriteData(QStringLiteral("# %1\n").arg(source.GetPath()));
+}
+
+void DecodeReport::Take(SessionWalk::Records const& records)
+{
+    for (auto const& record : records.pictures) {
+        if (SessionWalk::IsPicture(*record))
+            TakePicture(*record);
+        else
+            ++(record->data ? sizeMarks : endMarks);
+    }
+    for (auto const& record : records.sounds)
+        TakeSound(*record);
+}
+
+void DecodeReport::TakePicture(DecodedVideoFrame const& record)
+{
+    pictureReached = std::max(pictureReached, record.startTime);
+    ++pictureCount;
+    QString const size = QStringLiteral("%1x%2").arg(record.width).arg(record.height);
+    if (!pictureSizes.contains(size))
+        pictureSizes.append(size);
+    pictureSpan.Include(record.startTime, record.startTime + StepAfter(record));
+    if (withSums)
+        Console::WriteData(SumLine("video", record.startTime, size, RecordSum::Of(record)));
+}
+
+void DecodeReport::Finish()
+{
+    Console::ClearProgress();
+    Console::WriteData(soundSums.join(QString()));
+}
+
+long long DecodeReport::StepAfter(DecodedVideoFrame const& record) const
+{
+    return record.frameRate > 0.0 ? static_cast<long long>(1000000.0 / record.frameRate) : 0;
+}
+
+void DecodeReport::TakeSound(DecodedAudioFrame const& record)
+{
+    long long const start = source.ToMediaTime(record.startTime);
+    long long const end = source.ToMediaTime(record.endTime);
+    soundReached = std::max(soundReached, start);
+    ++soundCount;
+    samplesPerChannel += record.frameCount;
+    sampleRate = record.sampleRate;
+    channels = record.frameCount > 0 ? record.sampleCount / record.frameCount : channels;
+    soundSpan.Include(start, end + 1);
+    if (withSums)
+        soundSums.append(SumLine("audio", start, QStringLiteral("%1x%2").arg(record.frameCount).arg(channels),
+                                 RecordSum::Of(record)));
+}
+
+long long DecodeReport::GetReachedTime() const
+{
+    return std::max(pictureReached, soundReached);
+}
+
+QString DecodeReport::Summary(double elapsedSeconds) const
+{
+    QString text = QStringLiteral("%1\n%2%3, %4\n")
+                       .arg(source.GetInfo()->GetFilePath(), Title("kind"), source.Describe(), source.GetFormatName());
+    if (source.HasPictures())
+        text += PictureLine();
+    if (source.HasSound())
+        text += SoundLine();
+    text += QStringLiteral("%1%2 of the end, %3 of a changed size\n").arg(Title("marks")).arg(endMarks).arg(sizeMarks);
+    return text + SpeedLine(elapsedSeconds);
+}
+
+QString DecodeReport::PictureLine() const
+{
+    if (pictureCount == 0)
+        return Title("pictures") + QStringLiteral("none\n");
+    return QStringLiteral("%1%2, %3, %4 to %5\n")
+        .arg(Title("pictures"), QString::number(pictureCount), pictureSizes.join(QStringLiteral(" and ")),
+             TimeText::Clock(pictureSpan.start), TimeText::Clock(pictureSpan.end));
+}
+
+QString DecodeReport::SoundLine() const
+{
+    if (soundCount == 0)
+        return Title("sound") + QStringLiteral("none\n");
+    return QStringLiteral("%1%2 samples a channel in %3 frames, %4 Hz, %5 channel%6, %7 to %8\n")
+        .arg(Title("sound"), QString::number(samplesPerChannel), QString::number(soundCount),
+             QString::number(sampleRate), QString::number(channels), channels == 1 ? QString() : QStringLiteral("s"),
+             TimeText::Clock(soundSpan.start), TimeText::Clock(soundSpan.end));
+}
+
+QString DecodeReport::SpeedLine(double elapsedSeconds) const
+{
+    double const seconds = std::max(elapsedSeconds, 1e-6);
+    double const played = static_cast<double>(std::max(pictureSpan.Duration(), soundSpan.Duration())) / 1e6;
+    QString text = Title("speed");
+    if (pictureCount > 0)
+        text += QStringLiteral("%1 pictures a second, ").arg(static_cast<double>(pictureCount) / seconds, 0, 'f', 1);
+    if (!source.GetInfo()->IsImage() && played > 0.0)
+        text += QStringLiteral("%1 times as fast as it plays, ").arg(played / seconds, 0, 'f', 1);
+    return text + QStringLiteral("%1 s in all\n").arg(elapsedSeconds, 0, 'f', 3);
+}

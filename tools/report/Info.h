@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+class Source;
+
+// The output of `tavolin info`.
+namespace Info {
+
+QString AsText(Source const& source); // a few lines; the last one ends with a line break
+
+// ffprobe's names and types where the meaning is the same, our own values in objects named "tavolin".
+QJsonObject AsJson(Source const& source);
+
+// Of a file that could not be described; `code` is FFmpeg's, 0 when there is none.
+QJsonObject FailureAsJson(QString const& path, QString const& message, int code);
+
+} // namespace Info

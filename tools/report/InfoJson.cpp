@@ -1,0 +1,205 @@
+#include "tools/report/Info.h"
+
+#include "common/TimeText.h"
+#include "media/MediaInfo.h"
+#include "source/Source.h"
+#include "source/StreamColours.h"
+#include "tools/report/StreamText.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
+{
+    if (tags.isEmpty())
+        return;
+    QJsonObject values;
+    for (auto tag = tags.begin(); tag != tags.end(); ++tag)
+        values[tag.key()] = tag.value();
+    object[QStringLiteral("tags")] = values;
+}
+
+QJsonObject DescribeFormat(Source const& source)
+{
+    MediaInfo const& info = *source.GetWholeInfo();
+    QJsonObject format{{"filename", info.GetFilePath()},
+                       {"nb_streams", static_cast<int>(source.GetStreams().size())},
+                       {"format_name", source.GetFormatName()},
+                       {"size", QString::number(QFileInfo(info.GetFilePath()).size())}};
+    if (info.GetDuration() > 0)
+        format["duration"] = TimeText::Seconds(info.GetDuration());
+    AddTags(format, source.GetTags());
+    return format;
+}
+
+QJsonObject BeginStream(Source::Stream const& announced, char const* type)
+{
+    return {{"index", announced.index},
+            {"codec_name", announced.codec},
+            {"codec_tag_string", announced.tag},
+            {"codec_type", type},
+            {"disposition", QJsonObject{{"attached_pic", announced.isAttachedPicture ? 1 : 0}}},
+            {"tavolin", QJsonObject{{"valid", false}}}};
+}
+
+void AddCodec(QJsonObject& object, QString const& decoderName)
+{
+    object["codec_name"] = StreamText::CodecName(decoderName);
+    QString const longName = StreamText::CodecLongName(decoderName);
+    if (!longName.isEmpty())
+        object["codec_long_name"] = longName;
+}
+
+QJsonArray DescribeLight(StreamColours const& colours)
+{
+    QJsonArray list;
+    if (!colours.masteringDisplay.isEmpty()) {
+        QJsonObject display{{"side_data_type", "Mastering display metadata"}};
+        for (auto value = colours.masteringDisplay.begin(); value != colours.masteringDisplay.end(); ++value)
+            display[value.key()] = value.value();
+        list.append(display);
+    }
+    if (!colours.lightLevels.isEmpty()) {
+        QJsonObject levels{{"side_data_type", "Content light level metadata"}};
+        for (auto value = colours.lightLevels.begin(); value != colours.lightLevels.end(); ++value)
+            levels[value.key()] = value.value();
+        list.append(levels);
+    }
+    return list;
+}
+
+// Only what the stream says.
+void AddColours(QJsonObject& object, StreamColours const& colours)
+{
+    std::pair<char const*, QString> const values[] = {
+        {"pix_fmt", colours.pixelFormat},       {"color_range", colours.range},
+        {"color_space", colours.matrix},        {"color_transfer", colours.transfer},
+        {"color_primaries", colours.primaries}, {"chroma_location", colours.chromaLocation},
+        {"field_order", colours.fieldOrder},
+    };
+    for (auto const& [key, value] : values)
+        if (!value.isEmpty())
+            object[QString::fromLatin1(key)] = value;
+    QJsonArray const light = DescribeLight(colours);
+    if (!light.isEmpty())
+        object["side_data_list"] = light;
+}
+
+QJsonObject DescribeVideo(Source::Stream const& announced, VideoStream const& stream,
+                          QList<StreamColours> const& colours)
+{
+    QJsonObject object = BeginStream(announced, "video");
+    if (!stream.valid)
+        return object;
+    AddCodec(object, stream.codecName);
+    object["index"] = stream.streamIndex;
+    object["width"] = stream.width;
+    object["height"] = stream.height;
+    object["sample_aspect_ratio"] = StreamText::AspectRatio(stream);
+    object["avg_frame_rate"] = StreamText::FrameRate(stream);
+    object["tavolin"] = QJsonObject{{"valid", true},
+                                    {"decoder", stream.codecName},
+                                    {"pixel_aspect_ratio", static_cast<double>(stream.pixelAspectRatio)},
+                                    {"start_time_us", stream.startTime},
+                                    {"frame_step_us", stream.frameStep},
+                                    {"frame_rate", stream.frameRate},
+                                    {"frame_count", stream.numFrames},
+                                    {"codec_delay", stream.codecDelay}};
+    for (StreamColours const& of : colours) {
+        if (of.index != stream.streamIndex)
+            continue;
+        AddColours(object, of);
+        if (!of.conversion.isEmpty()) {
+            QJsonObject own = object["tavolin"].toObject();
+            own["conversion"] = of.conversion;
+            object["tavolin"] = own;
+        }
+    }
+    AddTags(object, stream.metadata);
+    return object;
+}
+
+QJsonObject DescribeAudio(Source::Stream const& announced, AudioStream const& stream)
+{
+    QJsonObject object = BeginStream(announced, "audio");
+    if (!stream.valid)
+        return object;
+    AddCodec(object, stream.codecName);
+    object["index"] = stream.streamIndex;
+    object["sample_fmt"] = StreamText::SampleFormat(stream);
+    object["sample_rate"] = QString::number(stream.sampleRate);
+    object["channels"] = stream.channels;
+    QString const layout = StreamText::ChannelLayout(stream);
+    if (!layout.isEmpty())
+        object["channel_layout"] = layout;
+    object["tavolin"] = QJsonObject{{"valid", true},
+                                    {"decoder", stream.codecName},
+                                    {"channel_layout_mask", QString::number(stream.channelLayout)},
+                                    {"is_planar", stream.isPlanar},
+                                    {"bytes_per_sample", stream.bytesPerSample}};
+    AddTags(object, stream.metadata);
+    return object;
+}
+
+// Both kinds in the container's order.
+QJsonArray DescribeStreams(Source const& source)
+{
+    MediaInfo const& info = *source.GetWholeInfo();
+    QList<StreamColours> const colours = StreamColours::Probe(source);
+    std::vector<std::pair<int, QJsonObject>> streams;
+    for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
+        auto const announced = source.GetStream(Source::StreamType::Video, i);
+        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i], colours));
+    }
+    for (int i = 0; i < info.GetNumAudioStreams(); ++i) {
+        auto const announced = source.GetStream(Source::StreamType::Audio, i);
+        streams.emplace_back(announced.index, DescribeAudio(announced, info.GetAudioStreams()[i]));
+    }
+    std::stable_sort(streams.begin(), streams.end(),
+                     [](auto const& left, auto const& right) { return left.first < right.first; });
+    QJsonArray array;
+    for (auto const& stream : streams)
+        array.append(stream.second);
+    return array;
+}
+
+QJsonObject DescribeOwnValues(Source const& source)
+{
+    MediaInfo const& info = *source.GetWholeInfo();
+    return {{"schema", schemaVersion},
+            {"kind", source.Describe()},
+            {"is_image", info.IsImage()},
+            {"is_linear_color_space", info.IsLinearColorSpace()},
+            {"duration_us", info.GetDuration()},
+            {"start_time_us", info.GetStartTime()},
+            {"frame_step_us", info.GetFrameStep()},
+            {"frame_rate", info.GetFrameRate()},
+            {"frame_count", info.GetNumFrames()},
+            {"width", info.GetVideoWidth()},
+            {"height", info.GetVideoHeight()},
+            {"is_video_rotated", info.IsVideoRotated()}};
+}
+
+} // namespace
+
+QJsonObject Info::AsJson(Source const& source)
+{
+    return {{"format", DescribeFormat(source)},
+            {"streams", DescribeStreams(source)},
+            {"tavolin", DescribeOwnValues(source)}};
+}
+
+QJsonObject Info::FailureAsJson(QString const& path, QString const& message, int code)
+{
+    return {{"format", QJsonObject{{"filename", path}}},
+            {"error", QJsonObject{{"code", code}, {"string", message}}},
+            {"tavolin", QJsonObject{{"schema", schemaVersion}}}};
+}

@@ -1,0 +1,155 @@
+#include "tools/report/MessageLog.h"
+
+#include "tools/report/Console.h"
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/log.h>
+}
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+QString CodeText(int code)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return QString::fromUtf8(text);
+}
+
+} // namespace
+
+MessageLog::MessageLog()
+{
+    Logger::GetInstance().SetSink(
+        [this](Logger::Level level, QString const& message, int code) { Take(level, message, code); });
+}
+
+MessageLog::~MessageLog()
+{
+    Logger::GetInstance().SetSink(nullptr);
+    ShowRepetitions();
+}
+
+void MessageLog::BeginSource(QString const& name)
+{
+    EndSource();
+    std::lock_guard const lock(mutex);
+    source = name;
+    errorCount = 0;
+    lastError.clear();
+    lastErrorCode = 0;
+}
+
+void MessageLog::EndSource()
+{
+    std::lock_guard const lock(mutex);
+    ShowRepetitions();
+    source.clear();
+    lastLine.clear();
+}
+
+int MessageLog::GetErrorCount() const
+{
+    std::lock_guard const lock(mutex);
+    return errorCount;
+}
+
+QString MessageLog::GetLastError() const
+{
+    std::lock_guard const lock(mutex);
+    return lastError;
+}
+
+int MessageLog::GetLastErrorCode() const
+{
+    std::lock_guard const lock(mutex);
+    return lastErrorCode;
+}
+
+void MessageLog::Take(Logger::Level level, QString const& message, int code)
+{
+    std::lock_guard const lock(mutex);
+    if (level == Logger::Level::Error) {
+        ++errorCount;
+        lastError = message;
+        lastErrorCode = code;
+    }
+    QString const line = code == 0 ? message : QStringLiteral("%1 (%2)").arg(message, CodeText(code));
+    if (line == lastLine) {
+        ++repetitions;
+        return;
+    }
+    ShowRepetitions();
+    lastLine = line;
+    Console::Say(source.isEmpty() ? line : source + QStringLiteral(": ") + line);
+}
+
+void MessageLog::ShowRepetitions()
+{
+    if (repetitions == 1)
+        Console::Say(QStringLiteral("%1: the last message came once more").arg(source));
+    else if (repetitions > 1)
+        Console::Say(QStringLiteral("%1: the last message came %2 times more").arg(source).arg(repetitions));
+    repetitions = 0;
+}
+
+namespace {
+
+constexpr int longestMessage = 400; // bytes
+
+std::mutex ffmpegMutex; // of what follows
+int ffmpegErrorCount = 0;
+QString firstFfmpegError;
+
+void TakeFfmpegError(char const* format, va_list arguments)
+{
+    char text[longestMessage] = {};
+    std::vsnprintf(text, sizeof text, format, arguments);
+    std::lock_guard const lock(ffmpegMutex);
+    if (ffmpegErrorCount++ == 0)
+        firstFfmpegError = QString::fromUtf8(text).trimmed();
+}
+
+void TakeFfmpegMessage(void* context, int level, char const* format, va_list arguments)
+{
+    constexpr int levelBits = 0xff; // higher bits select a colour
+    if ((level & levelBits) <= AV_LOG_ERROR) {
+        va_list copy;
+        va_copy(copy, arguments);
+        TakeFfmpegError(format, copy);
+        va_end(copy);
+    }
+    av_log_default_callback(context, level, format, arguments);
+}
+
+} // namespace
+
+FfmpegMessages::FfmpegMessages()
+{
+    {
+        std::lock_guard const lock(ffmpegMutex);
+        ffmpegErrorCount = 0;
+        firstFfmpegError.clear();
+    }
+    av_log_set_callback(TakeFfmpegMessage);
+}
+
+FfmpegMessages::~FfmpegMessages()
+{
+    av_log_set_callback(av_log_default_callback);
+}
+
+int FfmpegMessages::GetErrorCount() const
+{
+    std::lock_guard const lock(ffmpegMutex);
+    return ffmpegErrorCount;
+}
+
+QString FfmpegMessages::GetFirstError() const
+{
+    std::lock_guard const lock(ffmpegMutex);
+    return firstFfmpegError;
+}

@@ -1,0 +1,238 @@
+#include "tools/report/SourceCheck.h"
+
+#include "common/TimeText.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "source/Source.h"
+#include "tools/report/Console.h"
+#include "tools/report/MessageLog.h"
+#include "tools/report/PictureGaps.h"
+#include "tools/report/RecordSum.h"
+#include "tools/report/SessionWalk.h"
+
+#include <algorithm>
+
+namespace {
+
+// Containers round what they say about their length.
+constexpr long long cutTolerance = 1000000;
+
+QByteArray SumOf(DecodedVideoFrame const& picture)
+{
+    return QByteArray::fromHex(RecordSum::Of(picture).toLatin1());
+}
+
+QString Counted(long long count, char const* one, char const* several)
+{
+    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : several));
+}
+
+// Whether the length in the file's head is told exactly, and not reckoned from its size; and whether it can only be
+// that of the pictures and the sound that are decoded.
+bool TellsItsLength(Source const& source)
+{
+    int const decoded = (source.HasPictures() ? 1 : 0) + (source.HasSound() ? 1 : 0);
+    if (source.GetInfo()->GetDuration() <= 0 || source.GetStreams().size() != decoded)
+        return false;
+    QStringList const names = source.GetFormatName().split(QLatin1Char(','));
+    for (char const* name : {"mov", "matroska", "avi", "wav", "flac", "mxf"}) {
+        if (names.contains(QLatin1String(name)))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+SourceCheck::SourceCheck(Source const& newSource, MessageLog const& newLog)
+    : source(newSource), log(newLog), sound(newSource)
+{}
+
+bool SourceCheck::Run()
+{
+    if (!ReadForwards())
+        return false;
+    JudgeTimes();
+    JudgeLength();
+    if (!source.HasOnePicture() && !pictures.empty())
+        ReadBackwards();
+    sound.ReadBackwards();
+    faults += sound.GetFaults();
+    return true;
+}
+
+// Going backwards begins between key pictures, of which decoders may complain with good reason: only what they say
+// forwards counts.
+bool SourceCheck::ReadForwards()
+{
+    int const errorsBefore = log.GetErrorCount();
+    FfmpegMessages const messages;
+    SessionWalk walk(source);
+    if (!walk.Start())
+        return false;
+    ReadAll(walk, messages);
+    DropWhatShowsBeforeZero();
+    JudgeMessages(messages, log.GetErrorCount() - errorsBefore);
+    return true;
+}
+
+void SourceCheck::ReadAll(SessionWalk& walk, FfmpegMessages const& messages)
+{
+    SessionWalk::Records records;
+    while (walk.Read(records)) {
+        sound.TakePacket(records.sounds);
+        for (auto const& picture : records.pictures) {
+            if (SessionWalk::IsPicture(*picture))
+                TakePicture(picture);
+        }
+        records = {};
+        if (firstErrorTime == unknown && messages.GetErrorCount() > 0)
+            firstErrorTime = ReachedTime();
+        ShowProgress("forwards", ReachedTime());
+    }
+}
+
+// Media time begins with the first picture, or with 0 where the first comes before it.
+void SourceCheck::TakePicture(std::shared_ptr<DecodedVideoFrame> const& record)
+{
+    if (firstTime == unknown)
+        firstTime = record->startTime;
+    lastPicture = record;
+    long long const time = record->startTime - std::max(firstTime, 0LL);
+    if (!pictures.empty() && time <= pictures.back().time)
+        ++unorderedPictures;
+    else
+        pictures.push_back({time, SumOf(*record)});
+}
+
+// What is gone by 0 is never played; what reaches into it begins there.
+void SourceCheck::DropWhatShowsBeforeZero()
+{
+    auto const isGone = [](Picture const& next) { return next.time <= 0; };
+    auto first = pictures.begin();
+    while (pictures.end() - first > 1 && isGone(*(first + 1)))
+        ++first;
+    pictures.erase(pictures.begin(), first);
+    if (!pictures.empty())
+        pictures.front().time = std::max(pictures.front().time, 0LL);
+}
+
+void SourceCheck::JudgeMessages(FfmpegMessages const& messages, int undecodable)
+{
+    if (pictures.empty() && !sound.HasAny())
+        faults << QStringLiteral("nothing in it can be decoded");
+    if (undecodable > 0)
+        faults << Counted(undecodable, "error", "errors") + QStringLiteral(" while decoding");
+    if (messages.GetErrorCount() > 0)
+        faults << QStringLiteral("%1 of FFmpeg, the first near %2: %3")
+                      .arg(Counted(messages.GetErrorCount(), "message", "messages"),
+                           TimeText::Clock(firstErrorTime == unknown ? ReachedTime() : firstErrorTime),
+                           messages.GetFirstError());
+}
+
+void SourceCheck::JudgeTimes()
+{
+    if (unorderedPictures > 0)
+        faults << Counted(unorderedPictures, "picture comes", "pictures come") +
+                      QStringLiteral(" at or before the time of the one before");
+    std::vector<long long> times;
+    for (Picture const& picture : pictures)
+        times.push_back(picture.time);
+    auto const gaps = PictureGaps::Find(times);
+    long long missing = 0;
+    for (PictureGaps::Gap const& gap : gaps)
+        missing += gap.length;
+    if (!gaps.empty())
+        faults << QStringLiteral("pictures are missing in %1, %2 in all, the first at %3")
+                      .arg(Counted(static_cast<long long>(gaps.size()), "place", "places"), TimeText::Clock(missing),
+                           TimeText::Clock(gaps.front().start));
+}
+
+void SourceCheck::JudgeLength()
+{
+    if (!TellsItsLength(source) || (pictures.empty() && !sound.HasAny()))
+        return;
+    long long const reached = source.ToMediaTime(EndOfAll());
+    long long const told = source.ToMediaTime(source.GetInfo()->GetDuration());
+    if (reached + cutTolerance < told)
+        faults << QStringLiteral("ends at %1 although it tells a length of %2")
+                      .arg(TimeText::Clock(reached), TimeText::Clock(told));
+}
+
+long long SourceCheck::ReachedTime() const
+{
+    if (!pictures.empty())
+        return pictures.back().time;
+    return sound.HasAny() ? source.ToMediaTime(sound.GetEnd()) : 0;
+}
+
+// By the container's time.
+long long SourceCheck::EndOfAll() const
+{
+    if (pictures.empty())
+        return sound.GetEnd();
+    long long const step = lastPicture->frameRate > 0.0 ? static_cast<long long>(1e6 / lastPicture->frameRate) : 0;
+    return std::max(sound.GetEnd(), pictures.back().time + step + source.GetOrigin());
+}
+
+void SourceCheck::ReadBackwards()
+{
+    auto const stream = source.OpenPictures();
+    long long until = pictures.back().time + 1;
+    while (stream && until > pictures.front().time) {
+        std::vector<Picture> group;
+        PictureStream::Picture picture;
+        auto result = stream->ReadNear(until - 1, /*earliest=*/0, picture, neverStop);
+        for (; result == ReadResult::Got && picture->startTime < until; result = stream->Read(picture))
+            group.push_back({picture->startTime, SumOf(*picture)});
+        if (group.empty())
+            break;
+        Compare(group, until);
+        until = group.front().time;
+        ShowProgress("backwards", until);
+    }
+    for (Picture const& missed : pictures) {
+        if (missed.time < until)
+            Differ(missed.time);
+    }
+    JudgeDifferences();
+}
+
+// A group with what came forwards in the same time: both in order of time.
+void SourceCheck::Compare(std::vector<Picture> const& group, long long until)
+{
+    auto const isEarlier = [](Picture const& picture, long long time) { return picture.time < time; };
+    auto forwards = std::lower_bound(pictures.begin(), pictures.end(), group.front().time, isEarlier);
+    auto const end = std::lower_bound(forwards, pictures.end(), until, isEarlier);
+    for (Picture const& backwards : group) {
+        for (; forwards != end && forwards->time < backwards.time; ++forwards)
+            Differ(forwards->time);
+        bool const isThere = forwards != end && forwards->time == backwards.time;
+        if (!isThere || forwards->sum != backwards.sum)
+            Differ(backwards.time);
+        if (isThere)
+            ++forwards;
+    }
+    for (; forwards != end; ++forwards)
+        Differ(forwards->time);
+}
+
+void SourceCheck::Differ(long long time)
+{
+    firstDifference = differences == 0 ? time : std::min(firstDifference, time);
+    ++differences;
+}
+
+void SourceCheck::JudgeDifferences()
+{
+    if (differences > 0)
+        faults << QStringLiteral("%1 not the same backwards as forwards, the first one at %2")
+                      .arg(Counted(differences, "picture is", "pictures are"), TimeText::Clock(firstDifference));
+}
+
+void SourceCheck::ShowProgress(char const* direction, long long time) const
+{
+    Console::ShowProgress(QStringLiteral("%1: %2 of %3")
+                              .arg(QLatin1String(direction), TimeText::Clock(std::max(time, 0LL)),
+                                   TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+}

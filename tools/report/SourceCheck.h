@@ -1,0 +1,66 @@
+#pragma once
+
+#include "tools/report/SoundCheck.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+#include <limits>
+#include <memory>
+#include <vector>
+
+class FfmpegMessages;
+class Source;
+class MessageLog;
+class SessionWalk;
+struct DecodedVideoFrame;
+
+// Decodes a whole source from its beginning to its end and then from its end to its beginning, as playing backwards
+// does, and tells what is wrong with it. Of each picture only its time and the sum of its bytes are kept. One thread.
+class SourceCheck
+{
+public:
+    SourceCheck(Source const& source, MessageLog const& log); // which must outlive it
+
+    bool Run(); // false when the source cannot be opened for decoding
+
+    QStringList const& GetFaults() const { return faults; } // parts of sentences; empty when all is well
+    long long GetPictureCount() const { return static_cast<long long>(pictures.size()); }
+    long long GetSoundDuration() const { return sound.GetDuration(); } // microseconds
+
+private:
+    struct Picture
+    {
+        long long time = 0;
+        QByteArray sum;
+    };
+
+    bool ReadForwards();
+    void ReadAll(SessionWalk& walk, FfmpegMessages const& messages);
+    void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
+    void DropWhatShowsBeforeZero();
+    void JudgeMessages(FfmpegMessages const& messages, int undecodable);
+    void JudgeTimes();
+    void JudgeLength();
+    long long ReachedTime() const;
+    long long EndOfAll() const;
+    void ReadBackwards();
+    void Compare(std::vector<Picture> const& group, long long until);
+    void Differ(long long time);
+    void JudgeDifferences();
+    void ShowProgress(char const* direction, long long time) const;
+
+    static constexpr long long unknown = std::numeric_limits<long long>::min();
+
+    Source const& source;
+    MessageLog const& log;
+    SoundCheck sound;
+    QStringList faults;
+    std::vector<Picture> pictures;
+    std::shared_ptr<DecodedVideoFrame> lastPicture;
+    long long firstTime = unknown; // of the first picture, as it came
+    long long firstErrorTime = unknown;
+    long long unorderedPictures = 0;
+    long long differences = 0;
+    long long firstDifference = unknown;
+};
