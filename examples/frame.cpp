@@ -1,11 +1,9 @@
 // The exact picture at a time, as PNG: the last one that starts at or before it, which is the one that decoding the
-// whole file would show then. MoviePictures knows what containers do to seeks; a QImage takes the bytes as they are.
+// whole file would show then. The engine knows what containers do to seeks; a QImage takes the bytes as they are.
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
-#include "media/MediaInfo.h"
-#include "media/MediaReader.h"
-#include "source/MoviePictures.h"
+#include "playback/PlaybackEngine.h"
 
 #include <QFile>
 #include <QImage>
@@ -18,19 +16,20 @@
 
 namespace {
 
-using Picture = std::shared_ptr<DecodedVideoFrame>;
+using Picture = std::shared_ptr<DecodedVideoFrame const>;
+
+constexpr int patience = 60000; // milliseconds
 
 // Empty when there is none.
 Picture FindPicture(QString const& path, long long time)
 {
-    auto const info = std::make_shared<MediaInfo>(path);
-    if (!MediaReader::ParseMedia(info))
-        return {};
-    MoviePictures reader(info, /*untimedRate=*/25.0);
-    Picture picture; // a program with a window would also hand a check over: whether it is still wanted
-    if (reader.Open())
-        reader.ReadAt(time, picture);
-    return picture;
+    PlaybackOptions options;
+    options.withSound = false;
+    options.colours = {}; // converted by libswscale's defaults, without a look at what the stream says
+    PlaybackEngine engine(options);
+    engine.Open(path);
+    engine.Seek(time);
+    return engine.WaitUntilReady(patience) ? engine.GetPicture() : nullptr;
 }
 
 bool Save(DecodedVideoFrame const& picture, QString const& path)

@@ -144,6 +144,8 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     if (sound) {
         status.channels = sound->GetOutput()->GetChannelCount();
         status.sampleRate = sound->GetOutput()->GetSampleRate();
+        status.soundInfo = source.GetInfo();
+        status.origin = sound->GetOrigin();
         SoundFeeder::Snapshot const now = sound->GetSnapshot();
         SoundFeeder::Cover const& cover = forwards ? now.forwards : now.backwards;
         status.soundStart = std::max(cover.from, now.begin) - sound->GetOrigin();

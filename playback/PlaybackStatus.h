@@ -4,6 +4,10 @@
 
 #include <QString>
 
+#include <memory>
+
+class MediaInfo;
+
 // What an engine is doing.
 enum class PlaybackState {
     Closed,  // nothing open, or what was asked for could not be opened: see `error`
@@ -45,6 +49,11 @@ struct PlaybackStatus
     // still be 0 when the state is no longer Opening.
     int channels = 0;
     int sampleRate = 0; // Hz
+
+    // For whoever decodes the sound, too: the description of the open file, which is only read, and the container's
+    // time of media time 0. Null and 0 without sound.
+    std::shared_ptr<MediaInfo> soundInfo;
+    long long origin = 0;
 
     long long cacheStart = 0; // first and last moment for which a picture is cached;
     long long cacheEnd = -1;  // the end lies before the start when none is

@@ -5,22 +5,22 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
 #include "media/MediaInfo.h"
+#include "source/Search.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace {
 
-constexpr long long second = 1000000;
+using Search::farAway;
+using Search::longestGuess;
+using Search::secondUs;
 
 // A packet that drains gives a picture, or drops one, or ends the drain. No decoder holds more pictures than this.
 constexpr int mostFruitlessDrains = 1000;
 
 // So close before a target, decoding on is quicker than going back to a key picture.
-constexpr long long nearAhead = second / 2;
-
-constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
-constexpr long long farAway = 1000000000 * second;      // beyond it are only times of damaged packets
+constexpr long long nearAhead = secondUs / 2;
 
 // A decoder of H.264 that is drained soon after it began with an open group can lose its last pictures. Where packets
 // bear no times, as those of AVI with reordered pictures, the first picture after a landing has none either when it
@@ -129,8 +129,8 @@ ReadResult MoviePictures::FindPicture(long long time, long long earliest, StopCh
     long long const duration = info->GetDuration();
     long long const latest = std::min(time, duration > 0 ? duration : longestGuess);
     bool fromStart = !canLand;
-    long long back = std::max(instance->RequiresLargeSeekOffset() ? second : 0, latest - latestLanding);
-    for (; landing == Landing::Late; back = std::max(2 * back, second)) {
+    long long back = std::max(instance->RequiresLargeSeekOffset() ? secondUs : 0, latest - latestLanding);
+    for (; landing == Landing::Late; back = Search::FurtherBack(back)) {
         fromStart = fromStart || (back > 0 && latest - back + GetOrigin() <= 0);
         if (!fromStart) {
             landing = SeekAndRead(latest - back, latest, earliest, stop);
@@ -183,7 +183,7 @@ bool MoviePictures::Land(long long time, long long latest, StopCheck const& stop
     instance->BeginAtKeyPicture();
     latestKey = latest;
     for (; !instance->IsVideoPacket() || !instance->IsKeyPacket(); instance->PrepareNextPacket(false)) {
-        bool const isTooLate = instance->IsVideoPacket() && instance->GetPacketTime() > latest + GetOrigin() + second;
+        bool const isTooLate = instance->IsVideoPacket() && instance->GetPacketTime() > latest + GetOrigin() + secondUs;
         if (isTooLate || !instance->HasPacket() || instance->IsEndOfFile() || stop())
             return false;
     }
@@ -288,7 +288,7 @@ ReadResult MoviePictures::Read(Picture& picture, StopCheck const& stop)
 bool MoviePictures::IsWithoutKeyPicture() const
 {
     return instance->IsBeforeKeyPicture() && instance->IsVideoPacket() &&
-           instance->GetPacketTime() > latestKey + GetOrigin() + second;
+           instance->GetPacketTime() > latestKey + GetOrigin() + secondUs;
 }
 
 // Where media time 0 lies is known from the first picture of all.

@@ -4,6 +4,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
 #include "media/MediaInfo.h"
+#include "source/Search.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,13 +12,15 @@
 
 namespace {
 
-constexpr long long second = 1000000;
+using Search::farAway;
+using Search::longestGuess;
+using Search::secondUs;
 
 // From here before a target on packets are decoded: overlapping windows, bit reservoirs and filters have settled then.
-constexpr long long settling = second / 2;
+constexpr long long settling = secondUs / 2;
 
 // So close before a target, decoding on is quicker than another landing.
-constexpr long long nearAhead = 2 * second;
+constexpr long long nearAhead = 2 * secondUs;
 
 // Times of packets are rounded, up to a millisecond and more, and some are wrong by 10 ms; what is missing beyond that
 // is a hole.
@@ -25,11 +28,8 @@ constexpr long long rounding = 2000;
 constexpr long long smallestHole = 20000;
 
 // A hole in the sound of a damaged file can be as long as the file says: it is filled piece by piece, and not beyond.
-constexpr long long longestSilence = second;
-constexpr long long longestHole = 600 * second;
-
-constexpr long long longestGuess = 100 * 3600 * second; // of a duration that the container does not say
-constexpr long long farAway = 1000000000 * second;
+constexpr long long longestSilence = secondUs;
+constexpr long long longestHole = 600 * secondUs;
 
 } // namespace
 
@@ -78,13 +78,18 @@ long long SoundStream::GetEnd() const
     return end;
 }
 
+void SoundStream::ReadThrough()
+{
+    instance->LeaveOutPictures();
+}
+
 ReadResult SoundStream::ReadAt(long long time, Frame& frame, StopCheck const& stop)
 {
     time = std::clamp(time, 0LL, farAway);
     if (IsShortlyAhead(time))
         return PassUpTo(time, frame, stop);
     long long const wanted = std::min(time, LatestTime()) - settling;
-    for (long long back = 0; !stop(); back = std::max(2 * back, second)) {
+    for (long long back = 0; !stop(); back = Search::FurtherBack(back)) {
         long long const target = wanted - back;
         if (target > 0 && Land(target, wanted, stop))
             return PassUpTo(time, frame, stop);
@@ -203,7 +208,7 @@ void SoundStream::FillHole(long long from, long long to)
         length = std::min(to - from, longestSilence);
         auto silence = std::make_shared<DecodedAudioFrame>();
         silence->sampleRate = GetSampleRate();
-        silence->frameCount = static_cast<int>(length * GetSampleRate() / second);
+        silence->frameCount = static_cast<int>(length * GetSampleRate() / secondUs);
         silence->sampleCount = silence->frameCount * GetChannelCount();
         silence->sampleCapacity = silence->sampleCount;
         silence->samples = new short[static_cast<size_t>(silence->sampleCount)]();

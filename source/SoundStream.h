@@ -34,6 +34,9 @@ public:
     ReadResult ReadAt(long long time, Frame& frame, StopCheck const& stop = neverStop);
     ReadResult Read(Frame& frame, StopCheck const& stop = neverStop); // the next one
 
+    // Promises that all is read in order from here to the end: what is not sound is not even read from the file then.
+    void ReadThrough();
+
     // One microsecond after the last frame; the lowest possible time as long as the end has not been reached.
     long long GetEnd() const;
 

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 // The drain has lost its time.
 TEST(SoundStreamTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
 {
@@ -40,6 +42,27 @@ TEST(SoundStreamTest, FindsTheSoundOfATime)
         EXPECT_LE(frame->startTime, time);
         EXPECT_GE(frame->endTime, time);
     }
+}
+
+// The packets of pictures are left out, and the sound is the same.
+TEST(SoundStreamTest, ReadsThroughWithoutThePictures)
+{
+    OutputChannels const channels(8);
+    Source const source = Source::OpenFile(MakeMedia(
+        "sounding.mp4", Picture("64x48", 25, 5) + Tone(8000, 1, 5) + QStringList{"-c:v", "libx264", "-c:a", "aac"}));
+    auto const whole = source.OpenSound();
+    auto const through = source.OpenSound();
+    through->ReadThrough();
+    SoundStream::Frame expected;
+    SoundStream::Frame frame;
+    int count = 0;
+    for (; whole->Read(expected) == ReadResult::Got; ++count) {
+        ASSERT_EQ(through->Read(frame), ReadResult::Got);
+        ASSERT_EQ(frame->startTime, expected->startTime);
+        ASSERT_TRUE(std::equal(frame->samples, frame->samples + frame->sampleCount, expected->samples));
+    }
+    EXPECT_EQ(through->Read(frame), ReadResult::End);
+    EXPECT_GT(count, 30);
 }
 
 TEST(SoundStreamTest, IsNullWithoutChannelsToPutOut)

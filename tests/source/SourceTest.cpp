@@ -1,9 +1,15 @@
 #include "source/Source.h"
 
 #include "media/MediaInfo.h"
+#include "source/SoundStream.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
+#include "tests/support/OpenedInputs.h"
+#include "tests/support/Sessions.h"
 #include "tests/tools/ToolMedia.h"
+
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -84,6 +90,14 @@ QString SoundWithCover()
                                                                     "copy", "-disposition:v", "attached_pic"});
 }
 
+// Large enough that FFmpeg's guess does not reach the second one, in a file whose name tells nothing.
+QString ImagesInARow(QString const& suffix, int count)
+{
+    QByteArray const bytes = ReadMedia(
+        MakeMedia("large." + suffix, {"-f", "lavfi", "-i", "testsrc2=size=640x480:rate=1", "-frames:v", "1"}));
+    return WriteMedia(QString("%1-in-a-row-%2").arg(count).arg(suffix), bytes.repeated(count));
+}
+
 } // namespace
 
 TEST(SourceTest, TellsStillImagesFromMovies)
@@ -103,6 +117,124 @@ TEST(SourceTest, TellsStillImagesFromMovies)
     }
     Opened const animation(MovingPicture("a.gif", {}));
     EXPECT_FALSE(animation.source.GetInfo()->IsImage());
+}
+
+TEST(SourceTest, TakesOneImageForAStillAndSeveralInARowForAMovie)
+{
+    for (char const* suffix : {"jpg", "png", "bmp"}) {
+        Opened const one(ImagesInARow(suffix, 1));
+        EXPECT_EQ(one.source.GetKind(), SourceKind::Still) << suffix;
+        Opened const several(ImagesInARow(suffix, 3));
+        EXPECT_EQ(several.source.GetKind(), SourceKind::Movie) << suffix;
+        EXPECT_EQ(several.source.Describe(), "movie without sound") << suffix;
+        auto const pictures = several.source.OpenPictures();
+        ASSERT_TRUE(pictures) << suffix;
+        std::vector<long long> starts;
+        for (PictureStream::Picture picture; pictures->Read(picture) == ReadResult::Got;)
+            starts.push_back(picture->startTime);
+        EXPECT_EQ(starts, (std::vector<long long>{0, 40000, 80000})) << suffix;
+    }
+}
+
+TEST(SourceTest, TakesAnAnimatedPngForAMovie)
+{
+    Opened const opened(MovingPicture("a.apng", {"-frames:v", "3", "-plays", "1"}));
+    EXPECT_EQ(opened.source.GetKind(), SourceKind::Movie);
+}
+
+TEST(SourceTest, LeavesOutOfTheStillFormatsWhatAHostDoesNotName)
+{
+    SourceOptions options;
+    options.furtherImageFormats.clear();
+    EXPECT_EQ(Source::OpenFile(Still("a.bmp"), options).GetKind(), SourceKind::Movie);
+    EXPECT_EQ(Source::OpenFile(Still("a.png"), options).GetKind(), SourceKind::Still);
+}
+
+TEST(SourceTest, OpensAMovieOnceForEachPurpose)
+{
+    OutputChannels const channels(2);
+    QString const path = Movie("movie.mp4", {"-c:v", "libx264", "-c:a", "aac"});
+    int const before = OpenedInputs::Count();
+    Source const source = Source::OpenFile(path);
+    EXPECT_EQ(OpenedInputs::Count() - before, 1);
+    auto const pictures = source.OpenPictures();
+    PictureStream::Picture picture;
+    EXPECT_EQ(pictures->Read(picture), ReadResult::Got);
+    EXPECT_EQ(pictures->ReadAt(3000000, picture), ReadResult::Got);
+    EXPECT_EQ(OpenedInputs::Count() - before, 2);
+    auto const sound = source.OpenSound();
+    SoundStream::Frame frame;
+    EXPECT_EQ(sound->Read(frame), ReadResult::Got);
+    EXPECT_EQ(OpenedInputs::Count() - before, 3);
+}
+
+// Its picture carries that it is, by itself and in a sequence.
+TEST(SourceTest, ReadsOpenExrAsLinearLight)
+{
+    QTemporaryDir const folder;
+    for (char const* name : {"take.1.exr", "take.2.exr"})
+        ASSERT_TRUE(QFile::copy(ExrStill("a.exr"), folder.filePath(name)));
+    for (Source const& source : {Source::Open(ExrStill("a.exr")), Source::Open(folder.filePath("take.#.exr"))}) {
+        auto const pictures = source.OpenPictures();
+        PictureStream::Picture picture;
+        while (pictures->Read(picture) == ReadResult::Got)
+            EXPECT_TRUE(picture->isLinear);
+        EXPECT_TRUE(picture);
+    }
+}
+
+TEST(SourceTest, TellsTheKindRateAndLengthOfASequence)
+{
+    QTemporaryDir const folder;
+    for (char const* name : {"take.01.dpx", "take.02.dpx", "take.04.dpx"})
+        ASSERT_TRUE(QFile::copy(Still("a.dpx"), folder.filePath(name)));
+    SourceOptions options;
+    options.sequenceRate = 10.0;
+    for (QString const& path : {folder.path(), folder.filePath("take.##.dpx")}) {
+        Source const source = Source::Open(path, options);
+        EXPECT_EQ(source.GetKind(), SourceKind::Sequence);
+        EXPECT_EQ(source.GetFrameRate(), 10.0);
+        EXPECT_EQ(source.GetFrameStep(), 100000);
+        EXPECT_EQ(source.GetDuration(), 400000);
+        EXPECT_TRUE(source.OpenPictures());
+        EXPECT_FALSE(source.OpenSound());
+    }
+    options.sequenceHoles = SequenceHoles::Refuse;
+    Source const refused = Source::Open(folder.path(), options);
+    EXPECT_EQ(refused.GetKind(), SourceKind::None);
+    EXPECT_TRUE(refused.GetError().startsWith("Picture 3 of the sequence "));
+    EXPECT_FALSE(refused.OpenPictures());
+}
+
+TEST(SourceTest, GivesTheCoverOfSoundAsItsPicture)
+{
+    Source const source = Source::OpenFile(SoundWithCover());
+    EXPECT_EQ(source.GetKind(), SourceKind::SoundWithCover);
+    auto const pictures = source.OpenPictures();
+    PictureStream::Picture picture;
+    ASSERT_EQ(pictures->ReadAt(1000000, picture), ReadResult::Got);
+    EXPECT_EQ(picture->width, 32);
+    EXPECT_EQ(pictures->Read(picture), ReadResult::End);
+}
+
+TEST(SourceTest, SaysWhyAFileCannotBeUsed)
+{
+    QTemporaryDir const folder;
+    QFile empty(folder.filePath("empty.mp4"));
+    ASSERT_TRUE(empty.open(QIODevice::WriteOnly));
+    QString const text = WriteMedia("text.mp4", "no media at all");
+    for (auto const& [path, error] : {std::pair(QString("/nowhere/a.mp4"), QString("There is no file \"%1\".")),
+                                      {QString("/dev/null"), QString("\"%1\" cannot be read.")},
+                                      {empty.fileName(), QString("\"%1\" is empty.")},
+                                      {text, QString("\"%1\" is not a media file that can be read.")}}) {
+        Opened const opened(path);
+        EXPECT_FALSE(opened.isOpen);
+        EXPECT_EQ(opened.source.GetKind(), SourceKind::None);
+        EXPECT_EQ(opened.source.GetError(), error.arg(path));
+        EXPECT_EQ(opened.log.Lines().size(), 1U);
+        EXPECT_FALSE(opened.source.OpenPictures());
+        EXPECT_FALSE(opened.source.OpenSound());
+    }
 }
 
 TEST(SourceTest, TakesOpenExrForLinearLight)
