@@ -42,12 +42,11 @@ public:
     static Source OpenFile(QString const& path, SourceOptions const& options = {});
     static Source OpenSequence(QString const& path, SourceOptions const& options = {}); // see ImageSequence::Find
 
-    SourceKind GetKind() const { return kind; } // None: there is nothing that can be decoded, see GetError
-    QString const& GetError() const
-    {
-        return error;
-    }                         // or what of it cannot be decoded; one sentence, empty when all can
+    SourceKind GetKind() const { return kind; }
     QString Describe() const; // "movie", "still image", "sound with cover art"...
+
+    // Why the kind is None, or which half of it has no decoder; one sentence, empty when all can be decoded.
+    QString const& GetError() const { return error; }
 
     // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
@@ -76,8 +75,7 @@ public:
     bool HasOnePicture() const;  // it shows at all times
     bool LeavesOutAHalf() const; // all of its pictures, or all of its sound, as there is no decoder
 
-    // Whether the length that the file tells can be trusted, and a seek: not without one, nor where packets bear no
-    // times.
+    // Whether the length that the file tells can be trusted: not where packets bear no times.
     bool CanSeek() const;
 
     // How pictures from streams opened later are converted.
