@@ -136,13 +136,13 @@ bool Transport::PerformSound(PlayerAction action)
 {
     switch (action) {
     case PlayerAction::Mute:
-        SetMuted(!muted);
+        SetMuted(!IsMuted());
         return true;
     case PlayerAction::VolumeDown:
-        SetVolume(volume - volumeStep);
+        SetVolume(GetVolume() - volumeStep);
         return true;
     case PlayerAction::VolumeUp:
-        SetVolume(volume + volumeStep);
+        SetVolume(GetVolume() + volumeStep);
         return true;
     default:
         return false;
@@ -225,13 +225,11 @@ void Transport::MarkOut()
 
 void Transport::SetVolume(double newVolume)
 {
-    volume = std::clamp(std::round(newVolume * 1000.0) / 1000.0, 0.0, 1.0);
-    engine.SetVolume(volume);
+    engine.SetVolume(std::clamp(std::round(newVolume * 1000.0) / 1000.0, 0.0, 1.0));
 }
 
-void Transport::SetMuted(bool newMuted)
+void Transport::SetMuted(bool muted)
 {
-    muted = newMuted;
     engine.SetMuted(muted);
 }
 
@@ -248,4 +246,14 @@ void Transport::ApplyLoop()
         engine.SetLoop(in.value_or(status.start), out.value_or(EndOf(status)));
     else
         engine.ClearLoop();
+}
+
+double Transport::GetVolume() const
+{
+    return engine.GetStatus().volume;
+}
+
+bool Transport::IsMuted() const
+{
+    return engine.GetStatus().muted;
 }

@@ -22,9 +22,9 @@ public:
     double GetSpeed() const { return chosenSpeed; } // the speed that Play uses
 
     void SetVolume(double volume); // 0 to 1
-    double GetVolume() const { return volume; }
+    double GetVolume() const;
     void SetMuted(bool muted);
-    bool IsMuted() const { return muted; }
+    bool IsMuted() const;
 
     void SetLooping(bool looping);
     bool IsLooping() const { return looping; }
@@ -48,8 +48,6 @@ private:
 
     PlaybackEngine& engine;
     double chosenSpeed = 1.0;
-    double volume = 1.0;
-    bool muted = false;
     bool looping = false;
     std::optional<long long> in;
     std::optional<long long> out;
