@@ -52,7 +52,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings)
+    : options(options), settings(settings), session(options, settings, this)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);

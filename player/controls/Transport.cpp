@@ -228,19 +228,9 @@ void Transport::SetVolume(double newVolume)
     engine.SetVolume(std::clamp(std::round(newVolume * 1000.0) / 1000.0, 0.0, 1.0));
 }
 
-double Transport::GetVolume() const
-{
-    return engine.GetStatus().volume;
-}
-
 void Transport::SetMuted(bool muted)
 {
     engine.SetMuted(muted);
-}
-
-bool Transport::IsMuted() const
-{
-    return engine.GetStatus().muted;
 }
 
 void Transport::SetLooping(bool newLooping)
@@ -256,4 +246,14 @@ void Transport::ApplyLoop()
         engine.SetLoop(in.value_or(status.start), out.value_or(EndOf(status)));
     else
         engine.ClearLoop();
+}
+
+double Transport::GetVolume() const
+{
+    return engine.GetStatus().volume;
+}
+
+bool Transport::IsMuted() const
+{
+    return engine.GetStatus().muted;
 }
