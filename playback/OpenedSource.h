@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinPlaybackExport.h"
+
 #include "playback/PictureSource.h"
 #include "playback/PlaybackOptions.h"
 #include "playback/PlaybackStatus.h"
@@ -7,7 +9,7 @@
 class MediaInfo;
 
 // A source that has been probed, and what its pictures are read by.
-struct OpenedSource
+struct TAVOLINPLAYBACK_EXPORT OpenedSource
 {
     SourceKind kind = SourceKind::None; // None: `error` says why
     QString error;                      // also what is missing from a source that opened all the same

@@ -3,7 +3,6 @@
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
 #include "playback/SoundReader.h"
-#include "tools/Console.h"
 #include "tools/MediaSource.h"
 #include "tools/TimeText.h"
 
@@ -55,51 +54,52 @@ void SoundCheck::TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& fra
     end = std::max(end, start + duration);
 }
 
-void SoundCheck::ReadBackwards()
+void SoundCheck::ReadBackwards(CheckWatch const& watch)
 {
     if (!HasAny())
         return;
     SoundReader reader(source.GetInfo());
     bool const isOpen = reader.Open();
     long long const stretch = std::max(shortestStretch, (end - firstStart) / mostStretches);
-    for (long long to = end; to > firstStart; to -= stretch) {
+    for (long long to = end; to > firstStart && !watch.stop(); to -= stretch) {
         long long const from = std::max(to - stretch, firstStart);
-        if (!isOpen || !IsFoundBackwards(reader, from, to))
+        if (!isOpen || !IsFoundBackwards(reader, from, to, watch.stop))
             missingBackwards = from;
-        Console::ShowProgress(QStringLiteral("sound backwards: %1").arg(TimeText::Clock(source.ToMediaTime(from))));
+        watch.showProgress(QStringLiteral("sound backwards: %1").arg(TimeText::Clock(source.ToMediaTime(from))));
     }
 }
 
 // The reader puts silence into holes, so that all of the stretch is there.
-bool SoundCheck::IsFoundBackwards(SoundReader& reader, long long from, long long to) const
+bool SoundCheck::IsFoundBackwards(SoundReader& reader, long long from, long long to, StopCheck const& stop) const
 {
-    StopCheck const never = [] { return false; };
-    if (reader.SeekTo(from, never) != SoundReader::Result::Picture)
+    if (reader.SeekTo(from, stop) != SoundReader::Result::Picture)
         return false;
     std::shared_ptr<DecodedAudioFrame> frame;
     long long begin = unknown;
     long long reached = unknown;
-    while (reached < to && reader.Read(frame, never) == SoundReader::Result::Picture) {
+    while (reached < to && reader.Read(frame, stop) == SoundReader::Result::Picture) {
         begin = begin == unknown ? frame->startTime : begin;
         reached = frame->endTime + 1;
     }
     return begin != unknown && begin <= from + smallestHole && reached + smallestHole >= to;
 }
 
-QStringList SoundCheck::GetFaults() const
+QList<CheckFault> SoundCheck::GetFaults() const
 {
-    QStringList faults;
+    QList<CheckFault> faults;
     if (unordered > 0)
-        faults << QStringLiteral("%1 at or before the time of the one before")
-                      .arg(unordered == 1 ? QStringLiteral("1 packet of sound comes")
-                                          : QStringLiteral("%1 packets of sound come").arg(unordered));
+        faults << CheckFault{QStringLiteral("%1 at or before the time of the one before")
+                                 .arg(unordered == 1 ? QStringLiteral("1 packet of sound comes")
+                                                     : QStringLiteral("%1 packets of sound come").arg(unordered))};
     if (HasLostSound())
-        faults << QStringLiteral("%1 in the sound, the first at %2")
-                      .arg(holes == 1 ? QStringLiteral("1 hole") : QStringLiteral("%1 holes").arg(holes),
-                           TimeText::Clock(source.ToMediaTime(firstHole)));
+        faults << CheckFault{QStringLiteral("%1 in the sound, the first at %2")
+                                 .arg(holes == 1 ? QStringLiteral("1 hole") : QStringLiteral("%1 holes").arg(holes),
+                                      TimeText::Clock(source.ToMediaTime(firstHole))),
+                             source.ToMediaTime(firstHole)};
     if (missingBackwards != unknown)
-        faults << QStringLiteral("sound that is there forwards is not found backwards, from %1 on")
-                      .arg(TimeText::Clock(source.ToMediaTime(missingBackwards)));
+        faults << CheckFault{QStringLiteral("sound that is there forwards is not found backwards, from %1 on")
+                                 .arg(TimeText::Clock(source.ToMediaTime(missingBackwards))),
+                             source.ToMediaTime(missingBackwards)};
     return faults;
 }
 
