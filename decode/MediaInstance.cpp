@@ -199,7 +199,7 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
         logger.Error("Failed to create video codec context.", result);
         return false;
     }
-    videoCodecContext->thread_count = 0; // FFmpeg chooses
+    videoCodecContext->thread_count = mostThreads; // 0: FFmpeg chooses
     if (info.IsImage() || !HasExactFrameThreads(stream->codecpar->codec_id))
         videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads never work together on one picture
     if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
@@ -215,6 +215,7 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
     videoDecoder->Initialize(videoCodecContext.get(), stream->time_base, record.width, record.height,
                              record.pixelAspectRatio, record.startTime, record.frameRate, RotationOf(record),
                              info.IsImage(), info.IsLinearColorSpace());
+    videoDecoder->SetMostThreads(mostThreads);
     ApplyColours();
     return true;
 }
@@ -433,6 +434,11 @@ void MediaInstance::SetDecoderFrameRate(double frameRate)
 {
     if (videoDecoder)
         videoDecoder->SetFrameRate(frameRate);
+}
+
+void MediaInstance::SetMostThreads(int threads)
+{
+    mostThreads = std::max(threads, 0);
 }
 
 void MediaInstance::SetColours(ColourSettings const& newColours)

@@ -112,6 +112,11 @@ public:
 
     void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; after Initialize
 
+    // How many threads decode and convert one picture at most, for a host that decodes several files at the same time;
+    // 0, as at first: as many as the codec can use. Counts from the next opening of the input on, that of Initialize
+    // too.
+    void SetMostThreads(int threads);
+
     // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
     // default by the converter's defaults, whatever the stream says. In every state.
     void SetColours(ColourSettings const& colours);
@@ -150,6 +155,7 @@ private:
     bool requiresLargeSeekOffset = false;
     bool seekFailed = false;
     ColourSettings colours;
+    int mostThreads = 0;
 
     // The decoders use the codec contexts, so they are declared after them and go first.
     FfmpegPtr<AVFormatContext> formatContext;

@@ -80,8 +80,10 @@ int RowAlignment(int outputWidth)
 // Slices of a picture to convert at the same time: one for each processor. One more, which libswscale would choose,
 // would keep the others waiting. Frame threads use the processors meanwhile; those of a single image have nothing left
 // to do by then.
-int ScalerThreadsBeside(AVCodecContext const& context, bool isImage)
+int ScalerThreadsBeside(AVCodecContext const& context, bool isImage, int mostAsked)
 {
+    if (mostAsked > 0)
+        return std::min(mostAsked, mostScalerThreads);
     bool const hasBusyThreads = !isImage && (context.active_thread_type & FF_THREAD_FRAME) != 0;
     return std::min(hasBusyThreads ? av_cpu_count() / 2 : av_cpu_count(), mostScalerThreads);
 }
@@ -145,7 +147,6 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     }
     codecContext = newCodecContext;
     skipProof->Begin(*codecContext);
-    scaler->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
     return true;
 }
 
@@ -203,6 +204,11 @@ void VideoDecoder::BeginAtKeyPicture()
 bool VideoDecoder::IsBeforeKeyPicture() const
 {
     return awaitsKeyPicture;
+}
+
+void VideoDecoder::SetMostThreads(int threads)
+{
+    mostThreads = threads;
 }
 
 void VideoDecoder::SetColours(ColourSettings const& newColours, double statedPeak)
@@ -443,12 +449,14 @@ bool VideoDecoder::FillPicture(DecodedVideoFrame& record, AVFrame& picture)
     layout.outputHeight = height;
     layout.outputStride = outputStride;
 
+    int const threads = ScalerThreadsBeside(*codecContext, isImage, mostThreads);
+    scaler->SetMostThreads(threads);
     if (timesOnly)
         return scaler->CanConvert(layout);
     record.TakeFromStore(pictureBuffers, outputSize);
     if (record.data && colours.followStream) {
         bool const isLinearFormat = codecContext->codec_id == AV_CODEC_ID_EXR; // by definition
-        converter->SetMostThreads(ScalerThreadsBeside(*codecContext, isImage));
+        converter->SetMostThreads(threads);
         return converter->Convert(picture, layout, isLinear || isLinearFormat, record.data);
     }
     if (!record.data || !scaler->Convert(picture, layout, record.data))

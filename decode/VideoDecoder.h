@@ -62,6 +62,10 @@ public:
     // Whether BeginAtKeyPicture still waits for its picture.
     bool IsBeforeKeyPicture() const;
 
+    // How many threads convert one picture at most; 0, as at first: as many as have nothing else to do. In every state,
+    // from the next picture on.
+    void SetMostThreads(int threads);
+
     // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
     // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
     // OpenEXR is taken for linear light when the stream is followed, whatever Initialize was told.
@@ -153,5 +157,6 @@ private:
     std::shared_ptr<PictureBuffers> pictureBuffers;
     std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
     ColourSettings colours;
+    int mostThreads = 0;
     std::unique_ptr<StreamConverter> converter; // of the stream's colours, once they are asked for; outlives Shutdown
 };

@@ -76,6 +76,7 @@ private:
     {
         MediaInstance instance;
         instance.SetColours(colours);
+        instance.SetMostThreads(1); // the other processors have files of their own
         if (!instance.Initialize(info, 0) || !instance.HasPacket())
             return nullptr;
         QList<std::shared_ptr<DecodedAudioFrame>> sounds;

@@ -75,6 +75,19 @@ bool IsPackedRgb16(int format)
            format == AV_PIX_FMT_RGBA64BE;
 }
 
+// Red, green and blue in floats as this machine reads them, each in a plane of its own.
+bool IsPlainFloatRgb(AVFrame const& source)
+{
+    FrameRows const rows(source, source.width, source.height);
+    FrameRows::Shape const shape = FrameRows::ShapeOf(source.format);
+    if (!shape.isRgb || shape.type != FrameRows::Type::Float)
+        return false;
+    for (int component = 0; component < 3; ++component)
+        if (!rows.DirectPlane(component, sizeof(float)))
+            return false;
+    return true;
+}
+
 void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
 {
     auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
@@ -222,9 +235,13 @@ bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layo
     bool const changesLight = isLinear || MapOf(colours, shape.isRgb);
     if (shape.planes == 0 || (IsPlain(layout, colours) && !changesLight))
         return ConvertPlainly(source, layout, colours, isLinear, target);
-    bool const isConverted = !changesLight && !IsScaled(layout) && IsPackedRgb16(layout.format)
-                                 ? ConvertPackedRgb16(source, layout, target)
-                                 : ConvertByGraph(source, layout, colours, isLinear, target);
+    bool isConverted = false;
+    if (!changesLight && !IsScaled(layout) && IsPackedRgb16(layout.format))
+        isConverted = ConvertPackedRgb16(source, layout, target);
+    else if (isLinear && !IsScaled(layout) && IsPlainFloatRgb(source))
+        isConverted = ConvertLinearRgb(source, layout, target);
+    else
+        isConverted = ConvertByGraph(source, layout, colours, isLinear, target);
     if (!isConverted)
         return ConvertPlainly(source, layout, colours, isLinear, target);
     ClearPadding(layout, target);
@@ -288,6 +305,24 @@ bool StreamConverter::ConvertPackedRgb16(AVFrame const& source, PictureScaler::L
     int const slices = SlicesOf(layout);
     return DoAll(slices, [&](int slice) {
         NarrowRows(source, layout, layout.height * slice / slices, layout.height * (slice + 1) / slices, target);
+        return true;
+    });
+}
+
+// Needs nothing of what a graph does.
+bool StreamConverter::ConvertLinearRgb(AVFrame const& source, PictureScaler::Layout const& layout, uint8_t* target)
+{
+    FrameRows const rows(source, layout.width, layout.height);
+    auto const rowOf = [&rows](int component, int row) {
+        return reinterpret_cast<float const*>(rows.DirectPlane(component, sizeof(float)) +
+                                              static_cast<ptrdiff_t>(row) * rows.StrideOf(component));
+    };
+    int const slices = SlicesOf(layout);
+    return DoAll(slices, [&](int slice) {
+        int const last = layout.height * (slice + 1) / slices;
+        for (int row = layout.height * slice / slices; row < last; ++row)
+            DisplayEncoder::ForGamma22().EncodeRow(rowOf(0, row), rowOf(1, row), rowOf(2, row), layout.width,
+                                                   target + static_cast<ptrdiff_t>(row) * layout.outputStride);
         return true;
     });
 }

@@ -18,7 +18,7 @@
 //
 //     8-bit RGB, palettes, what zimg cannot read     libswscale, as PictureScaler does
 //     8-bit planar 4:2:0 and 4:2:2, of frames        libswscale's quick converter with the stream's matrix and range
-//     16-bit packed RGB                              a loop
+//     16-bit packed RGB, linear light in floats      a loop
 //     everything else                                zimg; then linear light for HDR and other primaries
 //
 // Keeps what it made for the next picture of the same kind. One thread at a time.
@@ -45,6 +45,7 @@ private:
     bool ConvertPlainly(AVFrame& source, PictureScaler::Layout layout, PictureColours const& colours, bool isLinear,
                         uint8_t* target);
     bool ConvertPackedRgb16(AVFrame const& source, PictureScaler::Layout const& layout, uint8_t* target);
+    bool ConvertLinearRgb(AVFrame const& source, PictureScaler::Layout const& layout, uint8_t* target);
     bool ConvertByGraph(AVFrame const& source, PictureScaler::Layout const& layout, PictureColours const& colours,
                         bool isLinear, uint8_t* target);
     int SlicesOf(PictureScaler::Layout const& layout) const;

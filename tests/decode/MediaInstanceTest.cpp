@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 namespace {
@@ -697,6 +698,24 @@ TEST_F(MediaInstanceTest, ForwardsTheFrameRate)
 }
 
 // The end
+
+TEST_F(MediaInstanceTest, DecodesWithoutThreadsOfItsOwnWhereOneIsTheMost)
+{
+    auto const threads = [] {
+        std::filesystem::directory_iterator const all("/proc/self/task");
+        return std::distance(begin(all), end(all));
+    };
+    auto const before = threads();
+    auto const addedBy = [&](int most) {
+        auto const info = Probed(LongMovie("mkv"));
+        MediaInstance instance;
+        instance.SetMostThreads(most);
+        EXPECT_TRUE(instance.Initialize(info, 0) && instance.HasPacket());
+        return threads() - before;
+    };
+    EXPECT_EQ(addedBy(1), 0);
+    EXPECT_EQ(addedBy(3), 3);
+}
 
 TEST_F(MediaInstanceTest, HasNothingMoreAfterTheEndUnlessForced)
 {

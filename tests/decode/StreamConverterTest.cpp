@@ -571,6 +571,27 @@ TEST(StreamConverterTest, EncodesLinearLightBeforeItRounds)
     EXPECT_EQ(Convert(converter, *frame, 512), rows);
 }
 
+TEST(StreamConverterTest, EncodesEachComponentOfLinearFloats)
+{
+    for (AVPixelFormat const format : {AV_PIX_FMT_GBRPF32LE, AV_PIX_FMT_GBRAPF32LE}) {
+        auto const frame = MakeFrame(format, 67, 3);
+        auto const light = [](int component, int row, int column) {
+            return 0.004 * column + 0.2 * component + 0.1 * row;
+        };
+        std::vector<double> model;
+        for (int row = 0; row < 3; ++row)
+            for (int column = 0; column < 67; ++column)
+                for (int component = 0; component < 3; ++component)
+                    model.push_back(std::pow(light(component, row, column), 1.0 / 2.2));
+        Paint(*frame, light);
+        StreamConverter converter;
+        std::vector<uint8_t> const rows = Convert(converter, *frame, 67, true);
+        ASSERT_FALSE(rows.empty());
+        EXPECT_LE(ColourModel::LargestDifference(rows, RowBytes(67), model, 67, 3), mostDifference)
+            << av_get_pix_fmt_name(format);
+    }
+}
+
 TEST(StreamConverterTest, EncodesLinearIntegersToo)
 {
     for (AVPixelFormat const format :

@@ -211,14 +211,9 @@ long long Reference::FirstPictureTime(QString const& path)
     return std::max(time, 0LL);
 }
 
-Reference::Sound Reference::DecodeSound(QString const& path)
+static Reference::Sound DecodeAllSound(QString const& path)
 {
-    static QString lastPath;
-    static Sound sound;
-    if (path == lastPath)
-        return sound;
-    lastPath.clear();
-    sound = {};
+    Reference::Sound sound;
     Input input = OpenBest(path, AVMEDIA_TYPE_AUDIO, false);
     if (!input.stream)
         return sound;
@@ -237,8 +232,16 @@ Reference::Sound Reference::DecodeSound(QString const& path)
                     frame->nb_samples);
         return true;
     });
-    lastPath = path;
     return sound;
+}
+
+Reference::Sound const& Reference::DecodeSound(QString const& path)
+{
+    static std::map<QString, Sound> known;
+    auto const [entry, isNew] = known.try_emplace(path);
+    if (isNew)
+        entry->second = DecodeAllSound(path);
+    return entry->second;
 }
 
 QString Reference::SoundCodec(QString const& path)

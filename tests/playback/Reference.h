@@ -38,7 +38,7 @@ struct Sound
 
 // All samples of the best stream of sound one after the other, as 16 bits, whatever their times. Those of the file that
 // was asked for last are kept.
-Sound DecodeSound(QString const& path);
+Sound const& DecodeSound(QString const& path);
 
 QString SoundCodec(QString const& path); // of the best stream
 
