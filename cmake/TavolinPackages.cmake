@@ -99,7 +99,8 @@ if(TARGET tavolin-python)
         set(package "${${component}_package}")
         string(TOUPPER ${component} upper)
         foreach(script postinst prerm)
-            configure_file("${PROJECT_SOURCE_DIR}/packaging/python/${script}.in" "${files_dir}/${component}/${script}" @ONLY)
+            configure_file("${PROJECT_SOURCE_DIR}/packaging/python/${script}.in"
+                "${files_dir}/${component}/${script}" @ONLY)
         endforeach()
         set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA
             "${files_dir}/${component}/postinst;${files_dir}/${component}/prerm")
@@ -118,7 +119,8 @@ files for damage.")
     set(CPACK_DEBIAN_ARCHIVE_PACKAGE_ARCHITECTURE all)
     set(CPACK_DEBIAN_ARCHIVE_PACKAGE_SHLIBDEPS OFF)
     set(CPACK_DEBIAN_ARCHIVE_PACKAGE_SECTION video)
-    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_DEPENDS "python3:any, python3-distributed, python3-tavolin (>= ${TAVOLIN_PACKAGE_VERSION})")
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_DEPENDS
+        "python3:any, python3-distributed, python3-tavolin (>= ${TAVOLIN_PACKAGE_VERSION})")
     set(CPACK_DEBIAN_ARCHIVE_PACKAGE_RECOMMENDS "tavolin-tools")
     set(CPACK_DEBIAN_ARCHIVE_DESCRIPTION "check archives of media files for damage
 Decodes each file of an archive forwards and backwards, on the cores of one

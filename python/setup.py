@@ -11,7 +11,8 @@ from setuptools.command.build_ext import build_ext
 
 PYTHON = pathlib.Path(__file__).resolve().parent
 ROOT = PYTHON.parent
-OFF = ["BUILD_SHARED_LIBS", "TAVOLIN_BUILD_TESTS", "TAVOLIN_BUILD_EXAMPLES", "TAVOLIN_BUILD_PLAYER", "TAVOLIN_BUILD_BENCH"]
+OFF = ["BUILD_SHARED_LIBS", "TAVOLIN_BUILD_TESTS", "TAVOLIN_BUILD_EXAMPLES", "TAVOLIN_BUILD_PLAYER",
+       "TAVOLIN_BUILD_BENCH"]
 
 
 class CMakeBuild(build_ext):

@@ -9,7 +9,8 @@ import tavolin
 
 def tour(path):
     with tavolin.open(path, cache=64 << 20) as video:
-        print(f"{video.kind}: {video.width} x {video.height}, {video.frame_rate:g} pictures a second, {video.duration} s")
+        size = f"{video.width} x {video.height}"
+        print(f"{video.kind}: {size}, {video.frame_rate:g} pictures a second, {video.duration} s")
 
         frame = video.at(video.duration / 2)  # the picture that shows then, exact
         pixels = frame.pixels  # numpy uint8 (height, width, 3): a view, no copy, read only
@@ -24,7 +25,7 @@ def tour(path):
         print(f"the picture before began at {before.time} s and differs by {change:.1f} on average")
 
         sound = video.sound(1, 2, speed=-1.0)  # numpy int16 (samples, channels)
-        print(f"the second from 1 s to 2 s has {len(sound)} samples in {video.channels} channels; it ends with {sound[0]}")
+        print(f"from 1 s to 2 s there are {len(sound)} samples in {video.channels} channels; the last one is {sound[0]}")
 
         try:
             video.at(video.duration)

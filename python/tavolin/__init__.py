@@ -57,8 +57,8 @@ def _name(path):
     try:
         return name.decode("utf-8")  # whatever the locale
     except UnicodeDecodeError:
-        raise OpenError(f"{os.fsdecode(name)!r}: the file's name is not UTF-8; give it, or a link to it, another name") \
-            from None
+        name = os.fsdecode(name)
+        raise OpenError(f"{name!r}: the file's name is not UTF-8; give it, or a link to it, another name") from None
 
 
 def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colours="stream", tone_mapping=True):

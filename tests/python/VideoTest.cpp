@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <random>
+#include <set>
 #include <thread>
 
 namespace {
@@ -81,6 +83,37 @@ TEST_P(CachedVideoTest, IsExactBothWaysWithAnyCache)
     for (auto picture = video.FindLast(never); picture; picture = video.FindNeighbour(*picture, false, never))
         backwards.insert(backwards.begin(), picture);
     EXPECT_EQ(BytesOf(backwards), expected);
+}
+
+TEST_P(CachedVideoTest, KeepsNoMoreThanItsBudgetOrFourPictures)
+{
+    Video video(Movie(), WithCache(GetParam()), never);
+    std::vector<std::weak_ptr<DecodedVideoFrame>> seen;
+    auto const most = std::max(GetParam() / pictureBytes, 4LL) + 1; // and the one in hand
+    auto const note = [&](Video::Picture const& picture) {
+        seen.push_back(picture);
+        return std::count_if(seen.begin(), seen.end(), [](auto const& one) { return !one.expired(); });
+    };
+    for (auto picture = video.At(0, never); picture; picture = video.FindNeighbour(*picture, true, never))
+        ASSERT_LE(note(picture), most);
+    for (auto picture = video.FindLast(never); picture; picture = video.FindNeighbour(*picture, false, never))
+        ASSERT_LE(note(picture), most);
+}
+
+TEST_P(CachedVideoTest, HasThePicturesItCameByStillThereOnTurningRound)
+{
+    if (GetParam() < 60 * pictureBytes)
+        GTEST_SKIP() << "a group of fifty is more than this cache holds";
+    Video video(Movie(), WithCache(GetParam()), never);
+    std::set<DecodedVideoFrame const*> records;
+    std::vector<Video::Picture> held;
+    for (auto picture = video.FindLast(never); picture; picture = video.FindNeighbour(*picture, false, never))
+        held.push_back(picture);
+    for (auto const& picture : held) // the last ones are still there, as they were
+        records.insert(picture.get());
+    for (auto picture = video.At(0, never); picture->startTime < 40 * step;
+         picture = video.FindNeighbour(*picture, true, never))
+        EXPECT_TRUE(records.count(picture.get()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cache, CachedVideoTest, testing::Values(0, 7 * pictureBytes, 60 * pictureBytes, 1 << 30));

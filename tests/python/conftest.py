@@ -1,5 +1,5 @@
-"""Media for the tests, made by the ffmpeg command when one first needs it and kept for later runs, and what FFmpeg alone
-makes of it. CTest says where in the environment: see CMakeLists.txt."""
+"""Media for the tests, made by the ffmpeg command when one first needs it and kept for later runs, and what FFmpeg
+alone makes of it. CTest says where in the environment: see CMakeLists.txt."""
 
 import fcntl
 import hashlib
@@ -27,7 +27,7 @@ def make_media(name, *arguments):
         fcntl.flock(lock, fcntl.LOCK_EX)
         if not path.exists():
             unfinished = folder / f"unfinished-{name}"
-            subprocess.run([FFMPEG, "-hide_banner", "-nostdin", "-v", "error", "-y", *arguments, unfinished], check=True)
+            subprocess.run([FFMPEG, "-nostdin", "-v", "error", "-y", *arguments, unfinished], check=True)
             unfinished.rename(path)
     return path
 

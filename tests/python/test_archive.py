@@ -45,7 +45,8 @@ def cluster(tmp_path):
             stack.callback(process.kill)
             return process
 
-        run("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard", "--scheduler-file", file)
+        run("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard", "--scheduler-file",
+            file)
         wait_for(file.exists)
         address = json.loads(file.read_text())["address"]
         workers = [run("distributed.cli.dask_worker", address, "--nthreads", "1", "--no-nanny", "--no-dashboard",
@@ -87,7 +88,8 @@ def archive(tmp_path, damaged):
     movie = make_media("short.mov", *moving_picture(1), "-c:v", "libx264", "-bf", 2, "-pix_fmt", "yuv420p")
     sound = make_media("short.wav", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=2")
     cut = tmp_path / "cut.mov"
-    cut.write_bytes(make_media("longer.mov", *moving_picture(), "-c:v", "mpeg4", "-movflags", "faststart").read_bytes()[:-90000])
+    longer = make_media("longer.mov", *moving_picture(), "-c:v", "mpeg4", "-movflags", "faststart")
+    cut.write_bytes(longer.read_bytes()[:-90000])
     text = tmp_path / "text.mov"
     text.write_text("no movie\n" * 100)
     folder = tmp_path / "archive"

@@ -23,7 +23,7 @@ def test_the_tour_shows_what_there_is(movie):
     assert lines[1].startswith("the picture at 2.0 s shows until 2.04 s; its mean is ")
     assert lines[2] == "25 pictures from 1 s to 2 s, the same backwards: True"
     assert lines[3].startswith("the picture before began at 1.96 s and differs by ")
-    assert lines[4].startswith("the second from 1 s to 2 s has 44100 samples in 2 channels; it ends with [")
+    assert lines[4].startswith("from 1 s to 2 s there are 44100 samples in 2 channels; the last one is [")
     assert lines[5].endswith("4.000000 s is outside of the pictures, which show from 0 s to 4.000000 s")
     assert lines[6:] == ["streams: video h264, audio pcm_s16le", "all is well"]
 

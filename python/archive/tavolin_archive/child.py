@@ -1,5 +1,5 @@
-"""Reads a path a line, as JSON, checks the file, and writes what it has found, as JSON, a line each. Ends with its input,
-also in the middle of a check: then nobody waits for the result any more."""
+"""Reads a path a line, as JSON, checks the file, and writes what it has found, as JSON, a line each. Ends with its
+input, also in the middle of a check: then nobody waits for the result any more."""
 
 import json
 import os

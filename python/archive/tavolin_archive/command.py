@@ -27,7 +27,8 @@ class Progress:
         now = time.monotonic()
         if now - self.shown >= (0.5 if self.out.isatty() else 30):
             self.shown = now
-            self.out.write(("\r\033[K" if self.out.isatty() else "") + self.text(now) + ("" if self.out.isatty() else "\n"))
+            before, after = ("\r\033[K", "") if self.out.isatty() else ("", "\n")
+            self.out.write(before + self.text(now) + after)
             self.out.flush()
 
     def text(self, now):
@@ -126,7 +127,8 @@ class Run:
 def connect(scheduler):
     from distributed import Client, LocalCluster
     if scheduler == "local":
-        return Client(LocalCluster(n_workers=os.cpu_count(), threads_per_worker=1, memory_limit=0, dashboard_address=None))
+        return Client(LocalCluster(n_workers=os.cpu_count(), threads_per_worker=1, memory_limit=0,
+                                   dashboard_address=None))
     return Client(scheduler)
 
 
@@ -171,8 +173,8 @@ def parser():
     check = parser.add_subparsers(dest="command", required=True).add_parser(
         "check", help="decode all files both ways and report damage",
         description="Decodes each file from its beginning to its end and back on the workers of a Dask cluster, and "
-        "writes a JSON line for each into the report. Begun again with the same report, it goes on where it stopped. Exit "
-        "code 0 when all is well, 1 when some of several files are not, 3 or 4 as tavolin check for a single one.")
+        "writes a JSON line for each into the report. Begun again with the same report, it goes on where it stopped. "
+        "Exit code 0 when all is well, 1 when some of several files are not, 3 or 4 as tavolin check for a single one.")
     check.add_argument("sources", nargs="+", metavar="FOLDER|LIST|FILE",
                        help="folders, which are searched; media files; text files with a path a line")
     check.add_argument("-o", dest="report", required=True, metavar="REPORT", help="the report, JSON lines")

@@ -3,8 +3,8 @@
 import os
 
 SUFFIXES = frozenset(
-    "3g2 3gp aac ac3 aif aiff amr asf avi bmp dpx dts dv exr flac flv gif h264 264 hevc 265 jpeg jpg m2t m2ts m2v m4a m4v "
-    "mka mkv mov mp2 mp3 mp4 mpeg mpg mts mxf oga ogg ogv opus png tga tif tiff ts vob wav webm webp wma wmv".split())
+    "264 265 3g2 3gp aac ac3 aif aiff amr asf avi bmp dpx dts dv exr flac flv gif h264 hevc jpeg jpg m2t m2ts m2v m4a "
+    "m4v mka mkv mov mp2 mp3 mp4 mpeg mpg mts mxf oga ogg ogv opus png tga tif tiff ts vob wav webm webp wma wmv".split())
 
 
 def is_media(path):

@@ -74,7 +74,8 @@ def check_file(path, timeout, memory, sheets):
     """The task for one file: a dict with what its line in the report says, or with "lost" when this was in vain."""
     begin = time.monotonic()
     if not os.path.exists(path):
-        return {"lost": "is not seen by this worker: all of them need the files under the same paths", "worker": _worker()}
+        return {"lost": "is not seen by this worker: all of them need the files under the same paths",
+                "worker": _worker()}
     checker = getattr(_kept, "checker", None) or Checker()
     _kept.checker = None
     try:
