@@ -65,10 +65,13 @@ function(tavolin_hide_symbols target)
     set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# Lets the fuzzers see which branches of the target an input reaches.
+# Lets the fuzzers see which branches of the target an input reaches; in a tree of their own also what it was compared
+# with, which would slow down the tests.
 function(tavolin_lead_fuzzers target)
-    if(TAVOLIN_BUILD_FUZZERS)
+    if(TAVOLIN_FUZZ_COVERAGE)
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    elseif(TAVOLIN_BUILD_FUZZERS)
+        target_compile_options(${target} PRIVATE -fsanitize-coverage=inline-8bit-counters,pc-table)
     endif()
 endfunction()
 

@@ -459,6 +459,14 @@ void MediaInstance::ApplyColours()
         videoDecoder->SetColours(colours, PictureColours::StatedPeak(*formatContext->streams[videoStreamIndex]));
 }
 
+void MediaInstance::LeaveOutPictures()
+{
+    for (unsigned i = 0; formatContext && i < formatContext->nb_streams; ++i) {
+        if (static_cast<int>(i) != audioStreamIndex)
+            formatContext->streams[i]->discard = AVDISCARD_ALL;
+    }
+}
+
 int MediaInstance::GetActiveAudioStreamIndex() const
 {
     return audioStreamIndex;

@@ -122,6 +122,11 @@ public:
     void SetColours(ColourSettings const& colours);
     QString DescribeColours() const; // see VideoDecoder; empty before the first picture
 
+    // Has the demultiplexer leave out what is not of the stream of sound, where it can: most of a movie is not read
+    // from the file then. For hosts that read sound alone from here to the end. Once the input is open, until it is
+    // closed.
+    void LeaveOutPictures();
+
     // Positions among the container's streams, -1 without such a stream.
     int GetActiveAudioStreamIndex() const;
     int GetActiveVideoStreamIndex() const;

@@ -1,11 +1,9 @@
 // The exact picture at a time, as PNG: the last one that starts at or before it, which is the one that decoding the
-// whole file would show then. PictureReader knows what containers do to seeks; a QImage takes the bytes as they are.
+// whole file would show then. The engine knows what containers do to seeks; a QImage takes the bytes as they are.
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
-#include "media/MediaInfo.h"
-#include "media/MediaReader.h"
-#include "playback/PictureReader.h"
+#include "playback/PlaybackEngine.h"
 
 #include <QFile>
 #include <QImage>
@@ -18,21 +16,20 @@
 
 namespace {
 
-using Picture = std::shared_ptr<DecodedVideoFrame>;
+using Picture = std::shared_ptr<DecodedVideoFrame const>;
+
+constexpr int patience = 60000; // milliseconds
 
 // Empty when there is none.
 Picture FindPicture(QString const& path, long long time)
 {
-    auto const info = std::make_shared<MediaInfo>(path);
-    if (!MediaReader::ParseMedia(info))
-        return {};
-    PictureReader reader(info, /*untimedRate=*/25.0);
-    auto const neverStop = [] { return false; }; // a program with a window would ask here whether it is still wanted
-    Picture picture;
-    if (!reader.Open() || reader.SeekTo(time, time, neverStop) != PictureSource::Result::Picture ||
-        reader.Read(picture, neverStop) != PictureSource::Result::Picture)
-        return {};
-    return picture;
+    PlaybackOptions options;
+    options.withSound = false;
+    options.colours = {}; // converted by libswscale's defaults, without a look at what the stream says
+    PlaybackEngine engine(options);
+    engine.Open(path);
+    engine.Seek(time);
+    return engine.WaitUntilReady(patience) ? engine.GetPicture() : nullptr;
 }
 
 bool Save(DecodedVideoFrame const& picture, QString const& path)

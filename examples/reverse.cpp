@@ -1,14 +1,12 @@
-// The pictures of a range from the last to the first, as raw RGB in one file. Codecs only go forwards: a stretch of the
-// range at a time is decoded into a list, and the list is written from its end.
+// The pictures of a range from the last to the first, as raw RGB in one file. Codecs only go forwards; the engine
+// decodes a stretch at a time and keeps it, so that each step back finds its picture cached.
 //
 //     reverse MOVIE FROM TO RAW
 //     ffplay -f rawvideo -pixel_format rgb24 -video_size WIDTHxHEIGHT RAW
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
-#include "media/MediaInfo.h"
-#include "media/MediaReader.h"
-#include "playback/PictureReader.h"
+#include "playback/PlaybackEngine.h"
 
 #include <QFile>
 
@@ -19,39 +17,7 @@
 
 namespace {
 
-using Picture = std::shared_ptr<DecodedVideoFrame>;
-
-// Microseconds whose pictures are held at a time: 160 MB for 1920 x 1080 at 25 a second. The longer, the fewer groups
-// of pictures are decoded twice.
-constexpr long long stretch = 1000000;
-
-bool NeverStop() // a program with a window would ask here whether the pictures are still wanted
-{
-    return false;
-}
-
-// Beyond the end of the movie that is its last picture.
-Picture ShowingAt(PictureReader& reader, long long time)
-{
-    Picture picture;
-    if (reader.SeekTo(time, time, NeverStop) == PictureSource::Result::Picture)
-        reader.Read(picture, NeverStop);
-    return picture;
-}
-
-// Those that start in [from, to), in order.
-QList<Picture> ReadStretch(PictureReader& reader, long long from, long long to)
-{
-    QList<Picture> pictures;
-    Picture picture;
-    if (reader.SeekTo(from, from, NeverStop) != PictureSource::Result::Picture)
-        return pictures;
-    while (reader.Read(picture, NeverStop) == PictureSource::Result::Picture && picture->startTime < to) {
-        if (picture->startTime >= from) // the one showing at `from` may have begun before it
-            pictures.append(picture);
-    }
-    return pictures;
-}
+constexpr int patience = 60000; // milliseconds for one picture
 
 // Without the bytes that fill up each row to a multiple of 4.
 bool Write(QFile& file, DecodedVideoFrame const& picture)
@@ -66,21 +32,20 @@ bool Write(QFile& file, DecodedVideoFrame const& picture)
     return true;
 }
 
-bool WriteBackwards(PictureReader& reader, long long from, long long to, QFile& file)
+// False when nothing shows in the range, or when it cannot be written.
+bool WriteBackwards(PlaybackEngine& engine, long long from, long long to, QFile& file)
 {
-    Picture const last = ShowingAt(reader, to - 1);
-    if (!last)
-        return false;
-    to = std::min(to, last->startTime + 1);
-    for (long long end = to; end > from; end = std::max(end - stretch, from)) {
-        auto const pictures = ReadStretch(reader, std::max(end - stretch, from), end);
-        for (auto picture = pictures.rbegin(); picture != pictures.rend(); ++picture) {
-            if (!Write(file, **picture))
-                return false;
-            std::printf("%lld us\n", (*picture)->startTime);
-        }
+    std::shared_ptr<DecodedVideoFrame const> last;
+    for (engine.Seek(to - 1); engine.WaitUntilReady(patience); engine.Step(-1)) {
+        auto const picture = engine.GetPicture();
+        if (!picture || picture == last || picture->startTime < from)
+            break; // the step before was from the first picture of all, or the range is done
+        if (!Write(file, *picture))
+            return false;
+        std::printf("%lld us\n", picture->startTime);
+        last = picture;
     }
-    return true;
+    return last != nullptr;
 }
 
 } // namespace
@@ -92,12 +57,14 @@ int main(int argc, char** argv)
         return 2;
     }
     AvGlobals::maxAudioOutputChannels = 2; // once, before any file is opened
-    auto const info = std::make_shared<MediaInfo>(QFile::decodeName(argv[1]));
-    PictureReader reader(info, /*untimedRate=*/25.0);
+    PlaybackOptions options;
+    options.withSound = false;
+    options.colours = {}; // converted by libswscale's defaults, without a look at what the stream says
+    PlaybackEngine engine(options);
+    engine.Open(QFile::decodeName(argv[1]));
     QFile file(QFile::decodeName(argv[4]));
-    if (!MediaReader::ParseMedia(info) || !reader.Open() || !file.open(QIODevice::WriteOnly))
-        return 1;
     long long const from = std::max(std::llround(std::atof(argv[2]) * 1e6), 0LL); // microseconds from the first picture
     long long const to = std::llround(std::atof(argv[3]) * 1e6);
-    return to > from && WriteBackwards(reader, from, to, file) && file.flush() ? 0 : 1;
+    bool const isWritten = to > from && file.open(QIODevice::WriteOnly) && WriteBackwards(engine, from, to, file);
+    return isWritten && file.flush() ? 0 : 1;
 }

@@ -9,9 +9,9 @@
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/ImageFormat.h"
-#include "playback/PictureReader.h"
-#include "playback/SoundReader.h"
+#include "source/ImageFormat.h"
+#include "source/MoviePictures.h"
+#include "source/SoundStream.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -20,7 +20,7 @@ extern "C" {
 
 #include <cstdlib>
 
-// A file of any bytes: probed, opened, decoded, sought in, by a session or by the readers of the playback engine.
+// A file of any bytes: probed, opened, decoded, sought in, by a session or by the streams of a source.
 //
 //     byte 0      suffix of the file's name         byte 1      how it is read, see Way
 //     byte 2, 3   where to seek, in 1/8 s           from 4 on   the file
@@ -34,7 +34,7 @@ constexpr int mostCalls = 24;               // of DecodeOnePacket, from each pla
 constexpr long long mostBytes = 24 << 20;   // delivered, from each place
 constexpr size_t largestInside = 64u << 20; // allocation of FFmpeg
 constexpr int mostSeconds = 20;
-constexpr int mostQuestions = 5000; // whether to stop, asked for each packet of a reader
+constexpr int mostQuestions = 5000; // whether to stop, asked for each packet of a stream
 
 char const* const suffixes[] = {"",     ".mp4", ".mkv", ".avi",  ".ts",  ".mpg", ".wav", ".mp3", ".flac",
                                 ".ogg", ".flv", ".mov", ".webm", ".mxf", ".png", ".jpg", ".dpx", ".tif",
@@ -44,11 +44,11 @@ struct Way
 {
     bool isImage;
     bool isLinear;
-    bool usesReaders;
+    bool usesStreams;
     int channels;
 
     explicit Way(uint8_t byte)
-        : isImage((byte & 1) != 0), isLinear((byte & 2) != 0), usesReaders((byte & 4) != 0), channels(byte >> 3 & 7)
+        : isImage((byte & 1) != 0), isLinear((byte & 2) != 0), usesStreams((byte & 4) != 0), channels(byte >> 3 & 7)
     {}
 };
 
@@ -123,37 +123,31 @@ void PlayBySession(std::shared_ptr<MediaInfo> const& info, long long const (&pla
     CheckAll(pictures);
 }
 
-template <typename Reader, typename Record, typename Seek>
-void PlayByReader(Reader& reader, long long const (&places)[3], Seek const& seek)
+template <typename Record, typename Stream>
+void PlayByStream(Stream& stream, long long const (&places)[3])
 {
     long long bytes = 0;
     for (long long const place : places) {
         int questions = 0;
         StopCheck const stop = [&] { return ++questions > mostQuestions; };
-        if (seek(place, stop) != PictureSource::Result::Picture)
-            continue;
         std::shared_ptr<Record> record;
-        for (int i = 0; i < mostCalls && bytes < mostBytes; ++i) {
-            if (reader.Read(record, stop) != PictureSource::Result::Picture)
-                break;
+        ReadResult result = stream.ReadAt(place, record, stop);
+        for (int i = 0; i < mostCalls && bytes < mostBytes && result == ReadResult::Got; ++i) {
             Require(record->startTime <= record->endTime);
             bytes += Check(*record);
+            result = stream.Read(record, stop);
         }
     }
 }
 
-void PlayByReaders(std::shared_ptr<MediaInfo> const& info, long long const (&places)[3])
+void PlayByStreams(std::shared_ptr<MediaInfo> const& info, long long const (&places)[3])
 {
-    PictureReader pictures(info, 25.0);
-    if (pictures.Open()) {
-        PlayByReader<PictureReader, DecodedVideoFrame>(
-            pictures, places, [&](long long time, StopCheck const& stop) { return pictures.SeekTo(time, time, stop); });
-    }
-    SoundReader sound(info);
-    if (sound.Open()) {
-        PlayByReader<SoundReader, DecodedAudioFrame>(
-            sound, places, [&](long long time, StopCheck const& stop) { return sound.SeekTo(time, stop); });
-    }
+    MoviePictures pictures(info, 25.0);
+    if (pictures.Open())
+        PlayByStream<DecodedVideoFrame>(pictures, places);
+    SoundStream sound(info);
+    if (sound.Open())
+        PlayByStream<DecodedAudioFrame>(sound, places);
 }
 
 } // namespace
@@ -181,7 +175,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     info->isImage = way.isImage;
     info->isLinearColorSpace = way.isLinear;
     if (MediaReader::ParseMedia(info))
-        way.usesReaders ? PlayByReaders(info, places) : PlayBySession(info, places);
+        way.usesStreams ? PlayByStreams(info, places) : PlayBySession(info, places);
     QFile::remove(path);
     return 0;
 }

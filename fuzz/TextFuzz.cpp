@@ -1,6 +1,6 @@
 #include "fuzz/FuzzBytes.h"
 
-#include "playback/ImageSequence.h"
+#include "source/ImageSequence.h"
 #include "tools/TimeText.h"
 
 #include <QDir>

@@ -416,11 +416,17 @@ bool MediaReader::ParseMedia(std::shared_ptr<MediaInfo> info)
     info->initialized = false;
     info->audioStreams.clear();
     info->videoStreams.clear();
-
     AVFormatContext* opened = nullptr;
-    if (!OpenInput(info, &opened))
-        return false;
+    bool const isOpen = OpenInput(info, &opened);
     FfmpegPtr<AVFormatContext> input(opened);
+    return isOpen && ParseInput(info, input);
+}
+
+bool MediaReader::ParseInput(std::shared_ptr<MediaInfo> info, FfmpegPtr<AVFormatContext>& input)
+{
+    info->initialized = false;
+    info->audioStreams.clear();
+    info->videoStreams.clear();
     int const result = avformat_find_stream_info(input.get(), nullptr);
     if (result < 0) {
         input.reset(); // before the log, so that its sink may do with the file what it likes

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TavolinAVExport.h"
+#include "media/FfmpegPtr.h"
 
 #include <QMap>
 #include <QString>
@@ -9,8 +10,6 @@
 
 class MediaInfo;
 struct AVDictionary;
-struct AVFormatContext;
-struct AVPacket;
 
 // Probes media files, and opens, reads and closes them for decoding sessions. Stateless: calls on different MediaInfo
 // objects may run on different threads at the same time. Failures are logged where they happen.
@@ -22,6 +21,10 @@ public:
     // holds no stream information; streams without a decoder only leave records that are not valid. Meant to run once;
     // again, it rebuilds the streams and adds to the tags.
     static bool ParseMedia(std::shared_ptr<MediaInfo> info);
+
+    // The same of an input that OpenInput has opened, so that a host can look into it before and after without opening
+    // the file once more. On failure it is closed.
+    static bool ParseInput(std::shared_ptr<MediaInfo> info, FfmpegPtr<AVFormatContext>& input);
 
     // The same source described for decoding it. A session refuses a source with a stream of sound and none that has a
     // decoder, and one with pictures alike: that half is left out where the other can be decoded. Otherwise `info`

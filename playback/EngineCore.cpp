@@ -3,8 +3,8 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
 #include "media/MediaInfo.h"
-#include "playback/OpenedSource.h"
 #include "playback/TimeSource.h"
+#include "source/Source.h"
 
 #include <algorithm>
 #include <chrono>
@@ -284,7 +284,7 @@ long long EngineCore::CountBetween(PictureCache::Place const& one, PictureCache:
     int const cached = media->pictures->CountBetween(earlier.start, later.start);
     if (cached >= 0)
         return cached;
-    return std::max((later.start - earlier.end) / std::max(media->frameStep, 1LL), 1LL);
+    return std::max((later.start - earlier.end) / std::max(media->source.GetFrameStep(), 1LL), 1LL);
 }
 
 int EngineCore::FillAudio(short* buffer, int frames, long long delay)
@@ -350,8 +350,8 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
     status.durationKnown = IsEndKnown();
     status.width = media->width;
     status.height = media->height;
-    status.frameRate = media->frameRate;
-    status.frameStep = media->frameStep;
+    status.frameRate = media->pictures ? media->source.GetFrameRate() : 0.0;
+    status.frameStep = media->pictures ? media->source.GetFrameStep() : 0;
     if (media->pictures) {
         PictureCache::Span const span = media->pictures->GetSpan();
         status.cacheStart = span.start;
@@ -367,6 +367,8 @@ void EngineCore::FillStatusOfMedia(PlaybackStatus& status) const
     if (media->sound) {
         status.channels = media->sound->GetOutput()->GetChannelCount();
         status.sampleRate = media->sound->GetOutput()->GetSampleRate();
+        status.soundInfo = media->source.GetInfo();
+        status.origin = media->sound->GetOrigin();
         media->sound->GetSpan(forwards, status.soundStart, status.soundEnd);
     }
 }
@@ -599,7 +601,7 @@ long long EngineCore::GetEnd() const
         end = std::max(end, media->pictures->GetEnd());
     if (media->sound && media->sound->IsEndKnown())
         end = std::max(end, media->sound->GetEnd());
-    return IsEndKnown() ? end : std::max(end, media->expectedDuration);
+    return IsEndKnown() ? end : std::max(end, media->source.GetDuration());
 }
 
 // ---- The decoding thread
@@ -713,12 +715,8 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     now.colours = colours;
     coloursAsked = false;
     lock.unlock();
-    OpenedSource source = OpenedSource::Open(asked, askedSequence, now, stop);
-    if (!options.withPictures && source.hasSound) {
-        source.kind = SourceKind::Sound;
-        source.pictures.reset();
-    }
-    bool const wantsSound = source.hasSound && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
+    Source source = askedSequence ? Source::OpenSequence(asked, now) : Source::Open(asked, now);
+    bool const wantsSound = source.HasSound() && options.withSound && AvGlobals::maxAudioOutputChannels > 0;
     QString trouble;
     auto made = MakeMedia(std::move(source), trouble, stop);
     bool const soundFirst = made && !made->pictures;
@@ -756,35 +754,36 @@ void EngineCore::OpenMedia(Lock& lock, QString const& asked, bool askedSequence)
     LeaveOrder();
 }
 
-std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop)
+std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(Source source, QString& trouble, StopCheck const& stop)
 {
-    trouble = source.error;
-    if (source.kind == SourceKind::None)
+    trouble = source.GetError();
+    if (source.GetKind() == SourceKind::None)
         return nullptr;
     auto made = std::make_unique<Media>();
-    made->kind = source.kind;
-    made->info = source.info;
-    made->expectedDuration = source.expectedDuration;
-    made->width = source.width;
-    made->height = source.height;
-    made->frameRate = source.frameRate;
-    made->frameStep = source.frameStep;
-    if (!source.pictures)
+    made->kind = source.GetKind();
+    made->source = std::move(source);
+    if (made->source.HasSound() && (!options.withPictures || !made->source.HasPictures())) {
+        made->kind = SourceKind::Sound;
         return made;
+    }
+    auto pictures = made->source.OpenPictures(stop);
     long long newBudget = 0;
     {
         std::lock_guard const lock(mutex);
         newBudget = budget;
     }
-    made->pictures = std::make_unique<PictureFeeder>(std::move(source.pictures), source.frameStep, newBudget);
-    if (made->pictures->Begin(stop)) {
-        made->width = made->width > 0 ? made->width : made->pictures->Find(0, 0).picture->width;
-        made->height = made->height > 0 ? made->height : made->pictures->Find(0, 0).picture->height;
+    if (pictures)
+        made->pictures = std::make_unique<PictureFeeder>(std::move(pictures), made->source.GetFrameStep(), newBudget);
+    if (made->pictures && made->pictures->Begin(stop)) {
+        PictureCache::Picture const first = made->pictures->Find(0, 0).picture;
+        made->width = made->source.GetWidth() > 0 ? made->source.GetWidth() : first->width;
+        made->height = made->source.GetHeight() > 0 ? made->source.GetHeight() : first->height;
         return made;
     }
     made->pictures.reset();
-    trouble = QStringLiteral("No picture of it can be decoded.");
-    if (!source.hasSound)
+    if (made->kind != SourceKind::SoundWithCover)
+        trouble = QStringLiteral("No picture of it can be decoded.");
+    if (!made->source.HasSound())
         return nullptr;
     made->kind = SourceKind::Sound;
     return made;
@@ -792,10 +791,10 @@ std::unique_ptr<EngineCore::Media> EngineCore::MakeMedia(OpenedSource source, QS
 
 std::unique_ptr<SoundFeeder> EngineCore::MakeSound(Media const& of, StopCheck const& stop)
 {
-    auto reader = std::make_unique<SoundReader>(of.info);
-    if (!reader->Open())
+    auto stream = of.source.OpenSound();
+    if (!stream)
         return nullptr;
-    auto sound = std::make_unique<SoundFeeder>(std::move(reader), of.pictures ? of.pictures->GetOrigin() : 0);
+    auto sound = std::make_unique<SoundFeeder>(std::move(stream), of.pictures ? of.pictures->GetOrigin() : 0);
     return sound->Begin(stop) ? std::move(sound) : nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include "playback/PlaybackOptions.h"
 #include "playback/PlaybackStatus.h"
 #include "playback/SoundFeeder.h"
+#include "source/Source.h"
 
 #include <QString>
 
@@ -15,7 +16,6 @@
 #include <thread>
 
 class TimeSource;
-struct OpenedSource;
 
 // What PlaybackEngine is made of: the state of play, which every thread may change under one short lock, and the
 // decoding thread, which looks at that state again before each piece of work and asks what is needed most.
@@ -61,15 +61,12 @@ private:
     // What is open. The decoding thread makes and destroys it; the others look into it under the lock.
     struct Media
     {
-        SourceKind kind = SourceKind::None;
-        std::shared_ptr<MediaInfo> info;
+        SourceKind kind = SourceKind::None; // Sound, too, where the pictures are left out or cannot be decoded
+        Source source;
         std::unique_ptr<PictureFeeder> pictures; // null without pictures
         std::unique_ptr<SoundFeeder> sound;      // null without sound
-        long long expectedDuration = -1;
         int width = 0;
         int height = 0;
-        double frameRate = 0.0;
-        long long frameStep = 0;
     };
 
     // What the sound output is to play, as of the last look at the state.
@@ -98,7 +95,7 @@ private:
     void GiveUp(Lock& lock, QString const& trouble);
     void HandleOpening(Lock& lock);
     void OpenMedia(Lock& lock, QString const& path, bool isSequence);
-    std::unique_ptr<Media> MakeMedia(OpenedSource source, QString& trouble, StopCheck const& stop);
+    std::unique_ptr<Media> MakeMedia(Source source, QString& trouble, StopCheck const& stop);
     std::unique_ptr<SoundFeeder> MakeSound(Media const& media, StopCheck const& stop);
     bool Feed(Media& media, PlayNeed const& need, AskNeed const& ask);
     void LetGo(std::unique_ptr<Media> former);

@@ -35,7 +35,7 @@ long long Scaled(long long duration, PlayNeed const& need)
 
 } // namespace
 
-PictureFeeder::PictureFeeder(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
+PictureFeeder::PictureFeeder(std::unique_ptr<PictureStream> newSource, long long newFrameStep, long long newBudget)
     : source(std::move(newSource)),
       frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
       budget(newBudget),
@@ -47,7 +47,7 @@ PictureFeeder::~PictureFeeder() = default;
 bool PictureFeeder::Begin(StopCheck const& stop)
 {
     Picture picture;
-    if (source->Read(picture, stop) != PictureSource::Result::Picture)
+    if (source->Read(picture, stop) != ReadResult::Got)
         return false;
     NotePicture(picture);
     cache.SetBudget(budget, pictureBytes, 0);
@@ -150,11 +150,9 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
     };
     followsCache = false;
     Picture picture;
-    PictureSource::Result result = source->SeekTo(time, earliest, stop);
-    if (result == PictureSource::Result::Picture)
-        result = source->Read(picture, [] { return false; });
+    ReadResult const result = source->ReadNear(time, earliest, picture, stop);
     NoteLead(need, ask());
-    if (result == PictureSource::Result::Stopped) {
+    if (result == ReadResult::Stopped) {
         mayBeStopped = false;
         return true;
     }
@@ -187,9 +185,7 @@ bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
     followsCache = false;
     StopCheck const stop = [&, opened = need.opened] { return ask().opened != opened; };
     Picture picture;
-    if (source->SeekTo(ShownTime(need.position), 0, stop) == PictureSource::Result::Picture)
-        source->Read(picture, stop);
-    if (!picture)
+    if (source->ReadNear(ShownTime(need.position), 0, picture, stop) != ReadResult::Got)
         failedFor = need.sought;
     std::lock_guard const lock(mutex);
     preview = picture;
@@ -212,20 +208,16 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
     if (!MakeRoomBefore(pictureBytes, need))
         return false;
     StopCheck const stop = StopForOthers(need, ask);
-    if (!followsCache) {
-        long long const next = cache.GetSpan().end + 1;
-        PictureSource::Result const found = source->SeekTo(next, next, stop);
-        if (found == PictureSource::Result::End)
-            failedFor = need.sought;
-        if (found != PictureSource::Result::Picture)
-            return true;
-        followsCache = true;
-    }
     Picture picture;
-    PictureSource::Result const result = source->Read(picture, stop);
-    if (result == PictureSource::Result::Stopped)
+    ReadResult const result =
+        followsCache ? source->Read(picture, stop) : source->ReadAt(cache.GetSpan().end + 1, picture, stop);
+    if (result == ReadResult::Stopped)
         return true;
-    if (result == PictureSource::Result::End) {
+    if (result == ReadResult::End && !followsCache) {
+        failedFor = need.sought;
+        return true;
+    }
+    if (result == ReadResult::End) {
         auto const mark = std::make_shared<DecodedVideoFrame>();
         mark->endTime = source->GetEnd() - 1;
         cache.Append(mark);
@@ -258,10 +250,11 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     // Where play is beyond it from the first, the next segment is the one that it needs.
     bool const canBePassed = need.speed < 0.0 && need.position >= earliest;
     StopCheck const stop = [&] { return isForOthers() || (canBePassed && ask().position < earliest); };
-    PictureSource::Result const found = source->SeekTo(std::min(target, span.start - 1), earliest, stop);
-    if (found == PictureSource::Result::End)
+    Picture picture;
+    ReadResult const found = source->ReadNear(std::min(target, span.start - 1), earliest, picture, stop);
+    if (found == ReadResult::End)
         failedFor = need.sought; // what is cached was read from there once: the file is not what it was
-    if (found == PictureSource::Result::Picture && ReadSegment(span.start, need, stop))
+    if (found == ReadResult::Got && ReadSegment(std::move(picture), span.start, need, stop))
         AppendSegment(ask);
     cache.TakeAllWaiting();
     NoteLead(need, ask());
@@ -277,16 +270,14 @@ long long PictureFeeder::LengthBackwards(long long most, long long step) const
     return groups > 0 ? (groups - 1) * group + step / 2 : std::clamp(most / 2, 1LL, aim) * step;
 }
 
-// Reads what lies before `until`, as late a part of it as there is room for; false when it was stopped. Where nothing
-// lies, what is cached begins with the first picture of all.
-bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop)
+// Reads from `picture` on what lies before `until`, as late a part of it as there is room for; false when it was
+// stopped. Where nothing lies, what is cached begins with the first picture of all.
+bool PictureFeeder::ReadSegment(Picture picture, long long until, PlayNeed const& need, StopCheck const& stop)
 {
     source->ReadOnlyBefore(until);
     bool isAnyBefore = false;
-    Picture picture;
-    PictureSource::Result result = source->Read(picture, stop);
-    for (; result == PictureSource::Result::Picture && picture->startTime < until;
-         result = source->Read(picture, stop)) {
+    ReadResult result = ReadResult::Got;
+    for (; result == ReadResult::Got && picture->startTime < until; result = source->Read(picture, stop)) {
         isAnyBefore = true;
         NotePicture(picture);
         while (!cache.HasRoomFor(picture->size) && (MakeRoomBehind(need) || cache.TakeFirstWaiting())) {
@@ -295,7 +286,7 @@ bool PictureFeeder::ReadSegment(long long until, PlayNeed const& need, StopCheck
         if (cache.HasRoomFor(picture->size))
             cache.AddWaiting(std::move(picture));
     }
-    bool const isComplete = result != PictureSource::Result::Stopped;
+    bool const isComplete = result != ReadResult::Stopped;
     if (isComplete && !isAnyBefore)
         first = until;
     return isComplete;

@@ -2,8 +2,8 @@
 
 #include "TavolinPlaybackExport.h"
 #include "playback/PictureCache.h"
-#include "playback/PictureSource.h"
 #include "playback/PlayNeed.h"
+#include "source/PictureStream.h"
 
 #include <QString>
 
@@ -28,7 +28,7 @@ class TAVOLINPLAYBACK_EXPORT PictureFeeder
 public:
     using Picture = PictureCache::Picture;
 
-    PictureFeeder(std::unique_ptr<PictureSource> source, long long frameStep, long long budget);
+    PictureFeeder(std::unique_ptr<PictureStream> source, long long frameStep, long long budget);
     ~PictureFeeder();
 
     // Decoding thread. Reads the first picture of all; false when there is none.
@@ -70,7 +70,7 @@ private:
     bool ReadForwards(PlayNeed const& need, AskNeed const& ask);
     bool FillBackwards(PlayNeed const& need, AskNeed const& ask);
     long long LengthBackwards(long long most, long long step) const;
-    bool ReadSegment(long long until, PlayNeed const& need, StopCheck const& stop);
+    bool ReadSegment(Picture picture, long long until, PlayNeed const& need, StopCheck const& stop);
     void AppendSegment(AskNeed const& ask);
     long long RoomBackwards(PlayNeed const& need);
     static bool GivesWayBehind(PlayNeed const& need);
@@ -86,7 +86,7 @@ private:
     long long EffectiveBudget() const;
     long long ShownTime(long long position) const;
 
-    std::unique_ptr<PictureSource> const source;
+    std::unique_ptr<PictureStream> const source;
     long long const frameStep; // an estimate, for how far back a segment reaches
     PictureCache cache;
 

@@ -1,6 +1,12 @@
 #pragma once
 
+#include "source/SourceOptions.h"
+
 #include <QString>
+
+#include <memory>
+
+class MediaInfo;
 
 // What an engine is doing.
 enum class PlaybackState {
@@ -9,16 +15,6 @@ enum class PlaybackState {
     Paused,  // the position stands still
     Playing, // the position moves, either way
     Ended,   // played up to an end of the media; a seek, or a speed the other way, goes on from there
-};
-
-// What is open.
-enum class SourceKind {
-    None,           // nothing
-    Movie,          // pictures, with sound or without
-    Sound,          // sound alone
-    SoundWithCover, // a file of sound whose one picture is the cover
-    Still,          // one picture
-    Sequence,       // numbered pictures in files of their own
 };
 
 // What an engine tells about itself at one moment. Times are microseconds of media time, where 0 is the first picture
@@ -51,6 +47,11 @@ struct PlaybackStatus
     // still be 0 when the state is no longer Opening.
     int channels = 0;
     int sampleRate = 0; // Hz
+
+    // For whoever decodes the sound, too: the description of the open file, which is only read, and the container's
+    // time of media time 0. Null and 0 without sound.
+    std::shared_ptr<MediaInfo> soundInfo;
+    long long origin = 0;
 
     long long cacheStart = 0; // first and last moment for which a picture is cached;
     long long cacheEnd = -1;  // the end lies before the start when none is

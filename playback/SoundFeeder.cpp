@@ -38,7 +38,7 @@ void CutAt(DecodedAudioFrame& frame, long long time)
 
 } // namespace
 
-SoundFeeder::SoundFeeder(std::unique_ptr<SoundReader> newReader, long long newOrigin)
+SoundFeeder::SoundFeeder(std::unique_ptr<SoundStream> newReader, long long newOrigin)
     : reader(std::move(newReader)),
       origin(newOrigin),
       output(std::make_shared<SoundOutput>(reader->GetChannelCount(), reader->GetSampleRate()))
@@ -48,8 +48,8 @@ SoundFeeder::~SoundFeeder() = default;
 
 bool SoundFeeder::Begin(StopCheck const& stop)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    if (reader->Read(frame, stop) != SoundReader::Result::Picture)
+    SoundStream::Frame frame;
+    if (reader->Read(frame, stop) != ReadResult::Got)
         return false;
     begin = std::max(frame->startTime, 0LL); // what lies before the container's 0 is not played
     output->Append(frame, true);
@@ -79,21 +79,15 @@ bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
         RestartForwards(time, stop);
         return true;
     }
-    if (!followsForwards) {
-        SoundReader::Result const found = reader->SeekTo(cover.to + 1, stop);
-        if (found == SoundReader::Result::End)
-            Set(forwardCover, cover.from, forEver);
-        if (found != SoundReader::Result::Picture)
-            return true;
-    }
-    followsForwards = true;
-    std::shared_ptr<DecodedAudioFrame> frame;
+    SoundStream::Frame frame;
     for (long long const until = cover.to + batch; cover.to < until;) {
-        SoundReader::Result const result = reader->Read(frame, stop);
-        if (result == SoundReader::Result::End)
+        ReadResult const result =
+            followsForwards ? reader->Read(frame, stop) : reader->ReadAt(cover.to + 1, frame, stop);
+        if (result == ReadResult::End)
             cover.to = forEver;
-        if (result != SoundReader::Result::Picture)
+        if (result != ReadResult::Got)
             break;
+        followsForwards = true;
         output->Append(frame, true);
         cover.to = std::max(cover.to, frame->endTime);
     }
@@ -108,14 +102,12 @@ void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
     Set(forwardCover, time, time - 1);
     output->Clear(true);
     followsForwards = true;
-    std::shared_ptr<DecodedAudioFrame> frame;
-    SoundReader::Result result = reader->SeekTo(time, stop);
-    if (result == SoundReader::Result::Picture)
-        result = reader->Read(frame, stop);
-    if (result == SoundReader::Result::Picture) {
+    SoundStream::Frame frame;
+    ReadResult const result = reader->ReadAt(time, frame, stop);
+    if (result == ReadResult::Got) {
         output->Append(frame, true);
         Set(forwardCover, time, frame->endTime);
-    } else if (result == SoundReader::Result::End) {
+    } else if (result == ReadResult::End) {
         Set(forwardCover, time, forEver);
     } else {
         followsForwards = false;
@@ -134,14 +126,12 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
     }
     long long const target = std::max(cover.from - Scaled(piece, need), 0LL);
     followsForwards = false;
-    std::vector<std::shared_ptr<DecodedAudioFrame>> frames;
-    std::shared_ptr<DecodedAudioFrame> frame;
-    SoundReader::Result result = reader->SeekTo(target, stop);
-    if (result == SoundReader::Result::Picture)
-        result = reader->Read(frame, stop);
-    for (; result == SoundReader::Result::Picture && frame->startTime < cover.from; result = reader->Read(frame, stop))
+    std::vector<SoundStream::Frame> frames;
+    SoundStream::Frame frame;
+    ReadResult result = reader->ReadAt(target, frame, stop);
+    for (; result == ReadResult::Got && frame->startTime < cover.from; result = reader->Read(frame, stop))
         frames.push_back(frame);
-    if (result == SoundReader::Result::Stopped)
+    if (result == ReadResult::Stopped)
         return true;
     bool const isBeforeOthers = cover.from <= cover.to;
     if (isBeforeOthers && !frames.empty())

@@ -4,7 +4,7 @@
 
 #include "playback/PlayNeed.h"
 #include "playback/SoundOutput.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
 
 #include <atomic>
 #include <mutex>
@@ -15,7 +15,7 @@ class TAVOLINPLAYBACK_EXPORT SoundFeeder
 {
 public:
     // `origin`: the container's time of media time 0.
-    SoundFeeder(std::unique_ptr<SoundReader> reader, long long origin);
+    SoundFeeder(std::unique_ptr<SoundStream> reader, long long origin);
     ~SoundFeeder();
 
     // Decoding thread. Finds where the sound begins; false when there is none.
@@ -54,7 +54,7 @@ private:
     static constexpr long long unknown = std::numeric_limits<long long>::min();
     static constexpr long long forEver = std::numeric_limits<long long>::max();
 
-    std::unique_ptr<SoundReader> const reader;
+    std::unique_ptr<SoundStream> const reader;
     long long const origin;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover

@@ -301,7 +301,7 @@ void PlayerWindow::ReadWaveform(PlaybackStatus const& status)
     waveEnd = status.start + status.duration;
     if (status.channels <= 0 || status.duration <= 0)
         return;
-    waveform = new WaveformReader(playlist.GetCurrent().path, status.start, status.duration, this);
+    waveform = new WaveformReader(status, this);
     connect(waveform, &QThread::finished, waveform, &QObject::deleteLater);
     connect(waveform, &WaveformReader::PeaksRead, timeline, [this, reader = waveform.data()](auto const& peaks) {
         if (reader == waveform)

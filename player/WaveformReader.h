@@ -4,10 +4,11 @@
 #include <QVector>
 
 #include <atomic>
+#include <memory>
 
-struct AVCodecContext;
-struct AVFormatContext;
+class MediaInfo;
 struct DecodedAudioFrame;
+struct PlaybackStatus;
 
 // Reads how loud a file's sound is from its start to its end, on an idle thread of its own with a demultiplexer and
 // decoder of its own, so that play is not held up. Pictures are not decoded.
@@ -18,8 +19,8 @@ class WaveformReader : public QThread
 public:
     static constexpr int peakCount = 2048;
 
-    // Microseconds of media time: where the first of the peaks begins, and how long all of them last.
-    WaveformReader(QString const& path, long long start, long long duration, QObject* parent = nullptr);
+    // Of the sound of what is open; the peaks reach from the start of the media over its duration.
+    explicit WaveformReader(PlaybackStatus const& status, QObject* parent = nullptr);
     ~WaveformReader() override; // stops and waits, for as long as a read takes to notice
 
     void Stop(); // no more signals after the one that may be on its way; any thread
@@ -33,14 +34,11 @@ protected:
     void run() override;
 
 private:
-    void ReadPackets(AVFormatContext* format, int streamIndex);
     void Take(DecodedAudioFrame const& frame);
-    static int IsStopped(void* reader);
 
-    QString const path;
-    long long const mediaStart;
+    std::shared_ptr<MediaInfo> const info;
+    long long const mediaStart; // of the peaks, container time, microseconds
     long long const duration;
-    long long origin = 0; // the container's time at media time 0
     std::atomic<bool> stopped{false};
     QVector<quint8> peaks;
 };

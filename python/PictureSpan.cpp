@@ -17,8 +17,8 @@ constexpr int mostReadings = 3;
 
 } // namespace
 
-PictureSpan::PictureSpan(std::unique_ptr<PictureSource> newSource, long long newFrameStep, long long newBudget)
-    : source(std::move(newSource)),
+PictureSpan::PictureSpan(std::unique_ptr<PictureStream> newStream, long long newFrameStep, long long newBudget)
+    : stream(std::move(newStream)),
       frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
       budget(newBudget),
       aim(smallestSegment)
@@ -32,10 +32,7 @@ PictureSpan::Picture PictureSpan::At(long long time, StopCheck const& stop)
         return found;
     bool const followed = std::exchange(follows, false);
     Picture picture;
-    Result result = source->SeekTo(time, time, stop);
-    if (result == Result::Picture)
-        result = source->Read(picture, stop);
-    if (result == Result::Stopped)
+    if (stream->ReadAt(time, picture, stop) == ReadResult::Stopped)
         throw Interrupted();
     if (!picture)
         return nullptr;
@@ -54,13 +51,12 @@ PictureSpan::Picture PictureSpan::After(DecodedVideoFrame const& picture, StopCh
         return found;
     bool const isNext = follows && !pictures.empty() && pictures.back()->endTime == picture.endTime;
     if (!isNext) {
-        bool const isPastEnd = source->GetEnd() >= 0 && time >= source->GetEnd();
+        bool const isPastEnd = stream->GetEnd() >= 0 && time >= stream->GetEnd();
         Picture const later = isPastEnd ? nullptr : At(time, stop);
         return later && later->startTime > picture.startTime ? later : nullptr;
     }
     Picture next;
-    Result const result = source->Read(next, stop);
-    if (result == Result::Stopped)
+    if (stream->Read(next, stop) == ReadResult::Stopped)
         throw Interrupted();
     if (next)
         Append(next);
@@ -92,8 +88,8 @@ bool PictureSpan::ReadSegment(long long until, StopCheck const& stop)
     StopCheck const noting = [&] { return isInterrupted = isInterrupted || stop(); };
     follows = false;
     Segment segment;
-    Result result = Result::Stopped;
-    for (int i = 0; i < mostReadings && result == Result::Stopped; ++i) {
+    ReadResult result = ReadResult::Stopped;
+    for (int i = 0; i < mostReadings && result == ReadResult::Stopped; ++i) {
         segment = {};
         result = ReadBefore(until, noting, segment);
         if (isInterrupted)
@@ -110,19 +106,16 @@ bool PictureSpan::ReadSegment(long long until, StopCheck const& stop)
 
 // As late a part of what lies before `until` as the budget holds. Stopped also when the source has found its groups not
 // to be closed, and wants to be asked again.
-PictureSource::Result PictureSpan::ReadBefore(long long until, StopCheck const& stop, Segment& segment)
+ReadResult PictureSpan::ReadBefore(long long until, StopCheck const& stop, Segment& segment)
 {
     long long const most = MostPictures();
     long long const step = StepLength();
     long long const earliest = std::max(until - most * step, 0LL);
     long long const target = std::max(until - LengthBackwards(most, step), earliest);
-    Result result = source->SeekTo(std::min(target, until - 1), earliest, stop);
-    if (result != Result::Picture)
-        return result;
-    source->ReadOnlyBefore(until);
     Picture picture;
-    result = source->Read(picture, stop);
-    for (; result == Result::Picture && picture->startTime < until; result = source->Read(picture, stop)) {
+    ReadResult result = stream->ReadNear(std::min(target, until - 1), earliest, picture, stop);
+    stream->ReadOnlyBefore(until);
+    for (; result == ReadResult::Got && picture->startTime < until; result = stream->Read(picture, stop)) {
         Note(picture);
         segment.bytes += picture->size;
         segment.pictures.push_back(std::move(picture));
@@ -148,7 +141,7 @@ void PictureSpan::KeepWithinBudget(Segment& segment)
 // soon. A group that is cut is decoded again for the rest.
 long long PictureSpan::LengthBackwards(long long most, long long step) const
 {
-    long long const group = source->GetGroupDuration();
+    long long const group = stream->GetGroupDuration();
     long long const groups = group > 0 ? std::min(most, aim) * step / group : 0;
     return groups > 0 ? (groups - 1) * group + step / 2 : std::clamp(most / 2, 1LL, aim) * step;
 }
@@ -201,15 +194,15 @@ void PictureSpan::DropAll()
 
 long long PictureSpan::GetEnd() const
 {
-    return source->GetEnd();
+    return stream->GetEnd();
 }
 
 long long PictureSpan::GetOrigin() const
 {
-    return source->GetOrigin();
+    return stream->GetOrigin();
 }
 
 QString PictureSpan::GetError() const
 {
-    return source->GetError();
+    return stream->GetError();
 }

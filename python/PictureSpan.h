@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/PictureSource.h"
+#include "source/PictureStream.h"
 
 #include <deque>
 #include <memory>
@@ -9,7 +9,7 @@
 // a byte budget.
 //
 //     ... |---- segment ----|######## kept ########|---- read on ----> ...
-//         ^ from its key picture                   ^ place of the source, while `follows`
+//         ^ from its key picture                   ^ place of the stream, while `follows`
 //
 // Forwards, pictures are read one by one. Backwards, a segment before the kept pictures is read forwards and put in
 // front of them; segments grow while the walk goes on, up to what the budget holds, and take whole groups where they
@@ -19,13 +19,13 @@
 class PictureSpan
 {
 public:
-    using Picture = std::shared_ptr<DecodedVideoFrame>; // valid for as long as it is held, whatever is kept here
+    using Picture = PictureStream::Picture; // valid for as long as it is held, whatever is kept here
 
     struct Interrupted
     {};
 
     // `frameStep` is an estimate in microseconds. At least four pictures are kept whatever the budget.
-    PictureSpan(std::unique_ptr<PictureSource> source, long long frameStep, long long budget);
+    PictureSpan(std::unique_ptr<PictureStream> stream, long long frameStep, long long budget);
     ~PictureSpan();
 
     Picture At(long long time, StopCheck const& stop); // the last one for a later time; null when none can be decoded
@@ -37,8 +37,6 @@ public:
     QString GetError() const;    // what could not be read last, one sentence; empty when there was nothing
 
 private:
-    using Result = PictureSource::Result;
-
     struct Segment
     {
         std::deque<Picture> pictures;
@@ -50,13 +48,13 @@ private:
     void Note(Picture const& picture);
     void DropAll();
     bool ReadSegment(long long until, StopCheck const& stop);
-    Result ReadBefore(long long until, StopCheck const& stop, Segment& segment);
+    ReadResult ReadBefore(long long until, StopCheck const& stop, Segment& segment);
     void KeepWithinBudget(Segment& segment);
     long long MostPictures() const;
     long long StepLength() const;
     long long LengthBackwards(long long most, long long step) const;
 
-    std::unique_ptr<PictureSource> const source;
+    std::unique_ptr<PictureStream> const stream;
     long long const frameStep;
     long long const budget;
     std::deque<Picture> pictures; // in order, without a gap
@@ -64,5 +62,5 @@ private:
     long long largest = 1;        // bytes of the largest picture so far
     long long aim = 0;            // pictures that the next segment is to have
     long long first = 0;          // start of the first picture of all
-    bool follows = false;         // the next picture of the source comes right behind the last kept one
+    bool follows = false;         // the next picture of the stream comes right behind the last kept one
 };

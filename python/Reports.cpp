@@ -2,8 +2,8 @@
 
 #include "common/Logger.h"
 #include "python/Video.h"
+#include "source/Source.h"
 #include "tools/InfoJson.h"
-#include "tools/MediaSource.h"
 #include "tools/SourceCheck.h"
 
 #include <QJsonDocument>
@@ -35,13 +35,16 @@ std::timed_mutex checks;
     throw Video::OpenError((why.contains(path) ? why : path + QStringLiteral(": ") + why).toStdString());
 }
 
-std::unique_ptr<MediaSource> Open(QString const& path)
+// As the commands open it.
+Source Open(QString const& path)
 {
     int const before = logged.count;
-    auto source = std::make_unique<MediaSource>(path);
-    if (!source->Open())
-        Refuse(path, logged.count > before ? logged.last : QStringLiteral("cannot be opened"));
-    if (!source->HasStreams())
+    SourceOptions options;
+    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+    Source source = Source::OpenFile(path, options);
+    if (!source.IsDescribed())
+        Refuse(path, logged.count > before ? logged.last : source.GetError());
+    if (!source.HasStreams())
         Refuse(path, QStringLiteral("there are no pictures and no sound in it"));
     return source;
 }
@@ -61,7 +64,7 @@ void Reports::CollectMessages()
 
 QByteArray Reports::Describe(QString const& path)
 {
-    return QJsonDocument(InfoJson::Describe(*Open(path))).toJson(QJsonDocument::Compact);
+    return QJsonDocument(InfoJson::Describe(Open(path))).toJson(QJsonDocument::Compact);
 }
 
 Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)
@@ -71,13 +74,12 @@ Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)
         if (stop())
             throw PictureSpan::Interrupted();
     }
-    auto const source = Open(path);
-    source->SetColours({/*followStream=*/true, /*toneMapping=*/true, /*exact=*/false});
+    Source const source = Open(path);
     bool isStopped = false;
     CheckWatch watch;
     watch.stop = [&] { return isStopped = isStopped || stop(); };
     SourceCheck check(
-        *source, [] { return logged.count; }, watch);
+        source, [] { return logged.count; }, watch);
     bool const isOpen = check.Run();
     if (isStopped)
         throw PictureSpan::Interrupted();

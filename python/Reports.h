@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/PictureSource.h"
+#include "source/ReadResult.h"
 
 #include <QByteArray>
 #include <QString>

@@ -3,8 +3,8 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/OpenedSource.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
+#include "source/Source.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,9 +19,9 @@ constexpr long long latest = std::numeric_limits<long long>::max() / 4;
 // Of silence in front of the first sample; no file is expected to mean a longer one.
 constexpr long long longestSilence = 600 * secondUs;
 
-PlaybackOptions OptionsOf(Video::Options const& asked)
+SourceOptions OptionsOf(Video::Options const& asked)
 {
-    PlaybackOptions options;
+    SourceOptions options;
     options.sequenceRate = asked.sequenceRate;
     options.sequenceHoles = asked.holes == "refuse"  ? SequenceHoles::Refuse
                             : asked.holes == "black" ? SequenceHoles::Black
@@ -81,35 +81,45 @@ std::vector<short> AtSpeed(std::vector<short> const& samples, int channels, doub
 Video::Video(QString const& path, Options const& options, StopCheck const& stop)
 {
     description.path = path;
-    OpenedSource source = OpenedSource::Open(path, options.isSequence, OptionsOf(options), stop);
+    SourceOptions const sourceOptions = OptionsOf(options);
+    Source const source =
+        options.isSequence ? Source::OpenSequence(path, sourceOptions) : Source::Open(path, sourceOptions);
     if (stop())
         throw PictureSpan::Interrupted();
-    if (source.kind == SourceKind::None)
-        throw OpenError(Sentence(source.error));
-    description.kind = NameOf(source.kind);
-    description.frameRate = source.frameRate;
-    expectedDuration = source.expectedDuration;
-    if (source.pictures) {
-        pictures = std::make_unique<PictureSpan>(std::move(source.pictures), source.frameStep, options.cacheBytes);
-        Picture const first = pictures->At(0, stop);
-        if (first) {
-            description.hasPictures = true;
-            description.width = first->width;
-            description.height = first->height;
-            description.rotation = first->rotation;
-        } else if (!source.hasSound) {
-            throw OpenError(Sentence(pictures->GetError().isEmpty() ? QStringLiteral("no picture could be decoded")
-                                                                    : pictures->GetError()));
-        }
-    }
-    if (source.hasSound) {
-        auto reader = std::make_unique<SoundReader>(source.info);
-        if (reader->Open()) {
-            description.hasSound = true;
-            description.channels = reader->GetChannelCount();
-            description.sampleRate = reader->GetSampleRate();
-            sound = std::move(reader);
-        }
+    if (source.GetKind() == SourceKind::None)
+        throw OpenError(Sentence(source.GetError()));
+    description.kind = NameOf(source.GetKind());
+    description.frameRate = source.GetFrameRate();
+    expectedDuration = source.GetDuration();
+    OpenSound(source);
+    OpenPictures(source, options.cacheBytes, stop);
+}
+
+void Video::OpenSound(Source const& source)
+{
+    sound = source.OpenSound();
+    if (!sound)
+        return;
+    description.hasSound = true;
+    description.channels = sound->GetChannelCount();
+    description.sampleRate = sound->GetSampleRate();
+}
+
+// With the first one, by which it is known that they can be decoded.
+void Video::OpenPictures(Source const& source, long long cacheBytes, StopCheck const& stop)
+{
+    auto stream = source.OpenPictures(stop);
+    if (stream)
+        pictures = std::make_unique<PictureSpan>(std::move(stream), source.GetFrameStep(), cacheBytes);
+    Picture const first = pictures ? pictures->At(0, stop) : nullptr;
+    if (first) {
+        description.hasPictures = true;
+        description.width = first->width;
+        description.height = first->height;
+        description.rotation = first->rotation;
+    } else if (!sound) {
+        QString const error = pictures ? pictures->GetError() : source.GetError();
+        throw OpenError(Sentence(error.isEmpty() ? QStringLiteral("no picture could be decoded") : error));
     }
 }
 
@@ -132,7 +142,7 @@ PictureSpan& Video::OpenedPictures() const
     return *pictures;
 }
 
-SoundReader& Video::OpenedSound() const
+SoundStream& Video::OpenedSound() const
 {
     if (isClosed)
         throw Closed();
@@ -224,10 +234,10 @@ Video::Picture Video::FindNeighbour(DecodedVideoFrame const& picture, bool isLat
 Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCheck const& stop)
 {
     std::lock_guard const lock(mutex);
-    SoundReader& reader = OpenedSound();
-    int const rate = reader.GetSampleRate();
+    SoundStream& stream = OpenedSound();
+    int const rate = stream.GetSampleRate();
     Sound result;
-    result.channels = reader.GetChannelCount();
+    result.channels = stream.GetChannelCount();
     auto const width = static_cast<size_t>(result.channels);
     long long const origin = description.hasPictures && !IsOnePicture() ? pictures->GetOrigin() : 0;
     long long const begin = std::clamp(from, -origin, latest) + origin; // the container's time, as the reader's
@@ -236,12 +246,9 @@ Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCh
     auto const wanted = static_cast<size_t>(std::max(SamplesUntil(end, rate) - first, 0LL));
 
     std::vector<short>& samples = result.samples;
-    auto found = wanted > 0 ? reader.SeekTo(begin, stop) : SoundReader::Result::End;
-    std::shared_ptr<DecodedAudioFrame> frame;
-    while (found == SoundReader::Result::Picture && samples.size() / width < wanted) {
-        found = reader.Read(frame, stop);
-        if (found != SoundReader::Result::Picture)
-            break;
+    SoundStream::Frame frame;
+    ReadResult found = wanted > 0 ? stream.ReadAt(begin, frame, stop) : ReadResult::End;
+    while (found == ReadResult::Got) {
         long long skipped = 0;
         if (samples.empty()) {
             if (frame->startTime >= end)
@@ -257,8 +264,11 @@ Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCh
         if (skipped < count)
             samples.insert(samples.end(), frame->samples + skipped * result.channels,
                            frame->samples + count * result.channels);
+        if (samples.size() / width >= wanted)
+            break;
+        found = stream.Read(frame, stop);
     }
-    if (found == SoundReader::Result::Stopped)
+    if (found == ReadResult::Stopped)
         throw PictureSpan::Interrupted();
     samples.resize(std::min(samples.size(), wanted * width));
     if (speed != 1.0)

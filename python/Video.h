@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-class SoundReader;
+class SoundStream;
+class Source;
 
 // What a Python program opens, without Python: a movie, sound, a still image or an image sequence. Times are
 // microseconds of media time, where 0 is the first picture (in a file of sound, the container's 0). Any thread; calls
@@ -91,8 +92,10 @@ public:
     void Close(); // releases everything but the pictures that are held elsewhere
 
 private:
+    void OpenSound(Source const& source);
+    void OpenPictures(Source const& source, long long cacheBytes, StopCheck const& stop);
     PictureSpan& OpenedPictures() const;
-    SoundReader& OpenedSound() const;
+    SoundStream& OpenedSound() const;
     Picture Find(long long time, StopCheck const& stop);
     bool IsPastEnd(long long time) const;
     bool IsOnePicture() const;
@@ -105,5 +108,5 @@ private:
     mutable std::mutex mutex; // of the following
     bool isClosed = false;
     std::unique_ptr<PictureSpan> pictures;
-    std::unique_ptr<SoundReader> sound;
+    std::unique_ptr<SoundStream> sound;
 };

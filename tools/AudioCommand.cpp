@@ -2,8 +2,8 @@
 
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OpenSource.h"
 #include "tools/OutputOption.h"
 #include "tools/SoundRender.h"
 #include "tools/TimeRange.h"

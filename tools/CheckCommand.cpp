@@ -3,8 +3,8 @@
 #include "tools/ColourOptions.h"
 #include "tools/Console.h"
 #include "tools/InputFiles.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OpenSource.h"
 #include "tools/SourceCheck.h"
 #include "tools/TimeText.h"
 
@@ -34,11 +34,10 @@ void Report(QString const& path, SourceCheck const& check)
 
 ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log)
 {
-    auto const source = OpenSource(path, log);
+    auto const source = OpenSource(path, log, colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
-    source->SetColours(colours);
     CheckWatch watch;
     watch.showProgress = Console::ShowProgress;
     SourceCheck check(

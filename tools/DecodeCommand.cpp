@@ -1,13 +1,16 @@
 #include "tools/DecodeCommand.h"
 
+#include "decode/DecodedAudioFrame.h"
+#include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "source/SoundStream.h"
 #include "tools/ColourOptions.h"
 #include "tools/Console.h"
 #include "tools/DecodeReport.h"
 #include "tools/InputFiles.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
-#include "tools/SourceReader.h"
+#include "tools/OpenSource.h"
+#include "tools/SessionWalk.h"
 #include "tools/TimeRange.h"
 #include "tools/TimeRangeOptions.h"
 #include "tools/TimeText.h"
@@ -19,9 +22,6 @@
 
 namespace {
 
-// Sound lies in the file a little apart from its picture.
-constexpr long long soundLeadUs = 1000000;
-
 struct Request
 {
     TimeRange range;
@@ -29,19 +29,54 @@ struct Request
     ColourSettings colours;
 };
 
-bool Start(SourceReader& reader, MediaSource const& source, TimeRange const& range)
-{
-    if (!range.HasBegin() || source.HasCoverOnly())
-        return reader.StartOver();
-    return reader.StartAt(source.HasSound() ? std::max(0LL, range.from - soundLeadUs) : range.from);
-}
-
-void ShowProgress(MediaSource const& source, DecodeReport const& report)
+void ShowProgress(Source const& source, DecodeReport const& report)
 {
     if (!report.IsEmpty())
         Console::ShowProgress(QStringLiteral("%1 of %2")
                                   .arg(TimeText::Clock(report.GetReachedTime()),
                                        TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+}
+
+// What a session delivers.
+bool DecodeAll(Source const& source, DecodeReport& report)
+{
+    SessionWalk walk(source);
+    if (!walk.Start())
+        return false;
+    report.Begin();
+    for (SessionWalk::Records records; walk.Read(records); records = {}) {
+        report.Take(records);
+        ShowProgress(source, report);
+    }
+    return true;
+}
+
+// What shows and sounds in a range.
+bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& report)
+{
+    auto const pictures = source.OpenPictures();
+    auto const sound = source.OpenSound();
+    if (!pictures && !sound)
+        return false;
+    report.Begin();
+    long long const from = std::max(range.from, 0LL);
+    PictureStream::Picture picture;
+    ReadResult result = pictures ? pictures->ReadAt(from, picture) : ReadResult::End;
+    if (result == ReadResult::Got && source.IsOver(*picture, from))
+        result = ReadResult::End;
+    for (; result == ReadResult::Got && picture->startTime < range.to; result = pictures->Read(picture)) {
+        report.TakePicture(*picture);
+        ShowProgress(source, report);
+    }
+    SoundStream::Frame frame;
+    result = !sound             ? ReadResult::End
+             : range.HasBegin() ? sound->ReadAt(from + source.GetOrigin(), frame)
+                                : sound->Read(frame);
+    for (; result == ReadResult::Got && source.ToMediaTime(frame->startTime) < range.to; result = sound->Read(frame)) {
+        report.TakeSound(*frame);
+        ShowProgress(source, report);
+    }
+    return true;
 }
 
 // The report is data; where the sums are, it is a message.
@@ -67,27 +102,18 @@ ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
 
 ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
 {
-    auto const source = OpenSource(path, log);
+    auto const source = OpenSource(path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
-    source->SetColours(request.colours);
-    SourceReader reader(*source);
     QElapsedTimer timer;
     timer.start();
-    if (!Start(reader, *source, request.range)) {
+    int const errorsBefore = log.GetErrorCount();
+    bool const isRange = request.range.HasBegin() || request.range.HasEnd();
+    DecodeReport report(*source, request.withSums);
+    if (!(isRange ? DecodeRange(*source, request.range, report) : DecodeAll(*source, report))) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
-    }
-    int const errorsBefore = log.GetErrorCount();
-    if (request.withSums)
-        Console::WriteData(QStringLiteral("# %1\n").arg(path));
-    DecodeReport report(*source, request.range, request.withSums);
-    SourceReader::Records records;
-    while (!report.IsRangeDone() && reader.Read(records)) {
-        report.Take(records);
-        records = {};
-        ShowProgress(*source, report);
     }
     report.Finish();
     log.EndSource();

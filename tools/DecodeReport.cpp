@@ -3,17 +3,14 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "source/Source.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
 #include "tools/RecordSum.h"
 #include "tools/TimeText.h"
 
 #include <algorithm>
 
 namespace {
-
-// How far sound may lie behind its pictures in a file, or they behind it, before it is taken to have ended.
-constexpr long long mostLagUs = 10000000;
 
 QString SumLine(char const* kind, long long time, QString const& size, QString const& sum)
 {
@@ -33,15 +30,19 @@ void DecodeReport::Span::Include(long long newStart, long long newEnd)
     end = std::max(end, newEnd);
 }
 
-DecodeReport::DecodeReport(MediaSource const& newSource, TimeRange const& newRange, bool newWithSums)
-    : source(newSource), range(newRange), withSums(newWithSums)
-{}
+DecodeReport::DecodeReport(Source const& newSource, bool newWithSums) : source(newSource), withSums(newWithSums) {}
 
-void DecodeReport::Take(SourceReader::Records const& records)
+void DecodeReport::Begin()
+{
+    if (withSums)
+        Console::WriteData(QStringLiteral("# %1\n").arg(source.GetPath()));
+}
+
+void DecodeReport::Take(SessionWalk::Records const& records)
 {
     for (auto const& record : records.pictures) {
-        if (SourceReader::IsPicture(*record))
-            TakePicture(record);
+        if (SessionWalk::IsPicture(*record))
+            TakePicture(*record);
         else
             ++(record->data ? sizeMarks : endMarks);
     }
@@ -49,32 +50,9 @@ void DecodeReport::Take(SourceReader::Records const& records)
         TakeSound(*record);
 }
 
-void DecodeReport::TakePicture(std::shared_ptr<DecodedVideoFrame> const& record)
+void DecodeReport::TakePicture(DecodedVideoFrame const& record)
 {
-    pictureReached = std::max(pictureReached, record->startTime);
-    if (range.HasBegin() && record->startTime <= range.from) {
-        showingAtBegin = record;
-        return;
-    }
-    if (showingAtBegin)
-        CountPicture(*showingAtBegin);
-    showingAtBegin.reset();
-    if (record->startTime < range.to)
-        CountPicture(*record);
-}
-
-void DecodeReport::Finish()
-{
-    // The last picture of all shows until the file ends.
-    if (showingAtBegin && range.from < source.EndOfLastPicture(*showingAtBegin))
-        CountPicture(*showingAtBegin);
-    showingAtBegin.reset();
-    Console::ClearProgress();
-    Console::WriteData(soundSums.join(QString()));
-}
-
-void DecodeReport::CountPicture(DecodedVideoFrame const& record)
-{
+    pictureReached = std::max(pictureReached, record.startTime);
     ++pictureCount;
     QString const size = QStringLiteral("%1x%2").arg(record.width).arg(record.height);
     if (!pictureSizes.contains(size))
@@ -82,6 +60,12 @@ void DecodeReport::CountPicture(DecodedVideoFrame const& record)
     pictureSpan.Include(record.startTime, record.startTime + StepAfter(record));
     if (withSums)
         Console::WriteData(SumLine("video", record.startTime, size, RecordSum::Of(record)));
+}
+
+void DecodeReport::Finish()
+{
+    Console::ClearProgress();
+    Console::WriteData(soundSums.join(QString()));
 }
 
 long long DecodeReport::StepAfter(DecodedVideoFrame const& record) const
@@ -94,8 +78,6 @@ void DecodeReport::TakeSound(DecodedAudioFrame const& record)
     long long const start = source.ToMediaTime(record.startTime);
     long long const end = source.ToMediaTime(record.endTime);
     soundReached = std::max(soundReached, start);
-    if (end < range.from || start >= range.to)
-        return;
     ++soundCount;
     samplesPerChannel += record.frameCount;
     sampleRate = record.sampleRate;
@@ -104,21 +86,6 @@ void DecodeReport::TakeSound(DecodedAudioFrame const& record)
     if (withSums)
         soundSums.append(SumLine("audio", start, QStringLiteral("%1x%2").arg(record.frameCount).arg(channels),
                                  RecordSum::Of(record)));
-}
-
-bool DecodeReport::IsRangeDone() const
-{
-    if (!range.HasEnd())
-        return false;
-    bool const picturesDone = pictureReached >= range.to || !source.HasPictures() || source.HasCoverOnly();
-    bool const soundDone = soundReached >= range.to || !source.HasSound();
-    return (picturesDone && soundDone) || GetReachedTime() >= EndWithLag();
-}
-
-long long DecodeReport::EndWithLag() const
-{
-    constexpr long long latest = std::numeric_limits<long long>::max();
-    return range.to < latest - mostLagUs ? range.to + mostLagUs : latest;
 }
 
 long long DecodeReport::GetReachedTime() const

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "tools/SourceReader.h"
-#include "tools/TimeRange.h"
+#include "tools/SessionWalk.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,22 +8,24 @@
 #include <limits>
 #include <memory>
 
-class MediaSource;
+class Source;
 
-// Counts what a decode delivers within a range of time: the pictures that show in it and the frames of sound that reach
-// into it. Writes one line a picture to standard output as it comes, and one a frame of sound at the end, when sums are
-// asked for; so the order does not depend on how far a decoder runs ahead.
+// Counts what a decode delivers: pictures and frames of sound. Writes one line a picture to standard output as it
+// comes, and one a frame of sound at the end, when sums are asked for; so the order does not depend on how far a
+// decoder runs ahead.
 //
 // Times are microseconds from the first picture.
 class DecodeReport
 {
 public:
-    DecodeReport(MediaSource const& source, TimeRange const& range, bool withSums);
+    DecodeReport(Source const& source, bool withSums);
 
-    void Take(SourceReader::Records const& records);
+    void Begin(); // something may come
+    void Take(SessionWalk::Records const& records);
+    void TakePicture(DecodedVideoFrame const& record);
+    void TakeSound(DecodedAudioFrame const& record);
     void Finish(); // nothing more will come
 
-    bool IsRangeDone() const; // nothing of the range is to be expected any more
     bool IsEmpty() const { return pictureCount == 0 && soundCount == 0; }
     long long GetReachedTime() const; // of the latest record
 
@@ -41,20 +42,14 @@ private:
         long long Duration() const { return end > start ? end - start : 0; }
     };
 
-    void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
-    void CountPicture(DecodedVideoFrame const& record);
-    void TakeSound(DecodedAudioFrame const& record);
-    long long EndWithLag() const;
     long long StepAfter(DecodedVideoFrame const& record) const;
     QString PictureLine() const;
     QString SoundLine() const;
     QString SpeedLine(double elapsedSeconds) const;
 
-    MediaSource const& source;
-    TimeRange range;
+    Source const& source;
     bool withSums;
 
-    std::shared_ptr<DecodedVideoFrame> showingAtBegin; // the latest one that starts by the range's begin
     long long pictureCount = 0;
     QStringList pictureSizes; // different ones, in the order of their first picture
     Span pictureSpan;

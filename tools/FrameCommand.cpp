@@ -5,13 +5,11 @@
 #include "tools/ColourOptions.h"
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OpenSource.h"
 #include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
-#include "tools/PictureFinder.h"
 #include "tools/RgbPicture.h"
-#include "tools/SourceReader.h"
 #include "tools/TimeText.h"
 
 #include <QCommandLineParser>
@@ -48,26 +46,25 @@ ExitCode TakeRequest(QCommandLineParser const& parser, Request& request)
     return isGood ? ExitCode::Ok : ExitCode::Usage;
 }
 
-ExitCode Report(Request const& request, PictureFinder::Result result, DecodedVideoFrame const* last)
+ExitCode Find(Source const& source, Request const& request, PictureStream::Picture& picture)
 {
-    switch (result) {
-    case PictureFinder::Result::Found:
-        return ExitCode::Ok;
-    case PictureFinder::Result::CannotOpen:
+    auto const pictures = source.OpenPictures();
+    if (!pictures) {
         Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
-    case PictureFinder::Result::NoPicture:
+    }
+    if (pictures->ReadAt(request.time, picture) != ReadResult::Got) {
         Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
         return ExitCode::DecodingFailed;
-    case PictureFinder::Result::PastTheEnd:
-        Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                         .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(last->startTime)));
-        return ExitCode::DecodingFailed;
     }
+    if (!source.IsOver(*picture, request.time))
+        return ExitCode::Ok;
+    Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
+                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(picture->startTime)));
     return ExitCode::DecodingFailed;
 }
 
-void SayWhatItIs(MediaSource const& source, QString const& path)
+void SayWhatItIs(Source const& source, QString const& path)
 {
     if (source.GetInfo()->IsImage())
         Console::Say(path + QStringLiteral(": a still image, the same at every time"));
@@ -135,14 +132,11 @@ ExitCode FrameCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenPictures(request.path, log);
+    auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
-    source->SetColours(request.colours);
     SayWhatItIs(*source, request.path);
-    SourceReader reader(*source);
-    PictureFinder finder(*source, reader);
-    PictureFinder::Result const result = finder.Find(request.time);
-    ExitCode const found = Report(request, result, finder.GetPicture().get());
-    return found == ExitCode::Ok ? Write(*finder.GetPicture(), request) : found;
+    PictureStream::Picture picture;
+    ExitCode const found = Find(*source, request, picture);
+    return found == ExitCode::Ok ? Write(*picture, request) : found;
 }

@@ -5,8 +5,8 @@
 #include "tools/InfoJson.h"
 #include "tools/InfoText.h"
 #include "tools/InputFiles.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
+#include "tools/OpenSource.h"
 
 #include <QCommandLineParser>
 #include <QJsonArray>

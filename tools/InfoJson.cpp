@@ -1,8 +1,8 @@
 #include "tools/InfoJson.h"
 
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
-#include "tools/StreamColours.h"
+#include "source/Source.h"
+#include "source/StreamColours.h"
 #include "tools/StreamText.h"
 #include "tools/TimeText.h"
 
@@ -27,7 +27,7 @@ void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
     object[QStringLiteral("tags")] = values;
 }
 
-QJsonObject DescribeFormat(MediaSource const& source)
+QJsonObject DescribeFormat(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QJsonObject format{{"filename", info.GetFilePath()},
@@ -40,7 +40,7 @@ QJsonObject DescribeFormat(MediaSource const& source)
     return format;
 }
 
-QJsonObject BeginStream(MediaSource::Stream const& announced, char const* type)
+QJsonObject BeginStream(Source::Stream const& announced, char const* type)
 {
     return {{"index", announced.index},
             {"codec_name", announced.codec},
@@ -93,7 +93,7 @@ void AddColours(QJsonObject& object, StreamColours const& colours)
         object["side_data_list"] = light;
 }
 
-QJsonObject DescribeVideo(MediaSource::Stream const& announced, VideoStream const& stream,
+QJsonObject DescribeVideo(Source::Stream const& announced, VideoStream const& stream,
                           QList<StreamColours> const& colours)
 {
     QJsonObject object = BeginStream(announced, "video");
@@ -127,7 +127,7 @@ QJsonObject DescribeVideo(MediaSource::Stream const& announced, VideoStream cons
     return object;
 }
 
-QJsonObject DescribeAudio(MediaSource::Stream const& announced, AudioStream const& stream)
+QJsonObject DescribeAudio(Source::Stream const& announced, AudioStream const& stream)
 {
     QJsonObject object = BeginStream(announced, "audio");
     if (!stream.valid)
@@ -150,17 +150,17 @@ QJsonObject DescribeAudio(MediaSource::Stream const& announced, AudioStream cons
 }
 
 // Both kinds in the container's order.
-QJsonArray DescribeStreams(MediaSource const& source)
+QJsonArray DescribeStreams(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QList<StreamColours> const colours = StreamColours::Probe(source);
     std::vector<std::pair<int, QJsonObject>> streams;
     for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
-        auto const announced = source.GetStream(MediaSource::StreamType::Video, i);
+        auto const announced = source.GetStream(Source::StreamType::Video, i);
         streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i], colours));
     }
     for (int i = 0; i < info.GetNumAudioStreams(); ++i) {
-        auto const announced = source.GetStream(MediaSource::StreamType::Audio, i);
+        auto const announced = source.GetStream(Source::StreamType::Audio, i);
         streams.emplace_back(announced.index, DescribeAudio(announced, info.GetAudioStreams()[i]));
     }
     std::stable_sort(streams.begin(), streams.end(),
@@ -171,7 +171,7 @@ QJsonArray DescribeStreams(MediaSource const& source)
     return array;
 }
 
-QJsonObject DescribeOwnValues(MediaSource const& source)
+QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     return {{"schema", schemaVersion},
@@ -190,7 +190,7 @@ QJsonObject DescribeOwnValues(MediaSource const& source)
 
 } // namespace
 
-QJsonObject InfoJson::Describe(MediaSource const& source)
+QJsonObject InfoJson::Describe(Source const& source)
 {
     return {{"format", DescribeFormat(source)},
             {"streams", DescribeStreams(source)},

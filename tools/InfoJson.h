@@ -3,13 +3,13 @@
 #include <QJsonObject>
 #include <QString>
 
-class MediaSource;
+class Source;
 
 // The description of a source as JSON: ffprobe's names and types where the meaning is the same, our own values in
 // objects named "tavolin".
 namespace InfoJson {
 
-QJsonObject Describe(MediaSource const& source);
+QJsonObject Describe(Source const& source);
 
 // Of a file that could not be described; `code` is FFmpeg's, 0 when there is none.
 QJsonObject DescribeFailure(QString const& path, QString const& message, int code);

@@ -1,8 +1,8 @@
 #include "tools/InfoText.h"
 
 #include "media/MediaInfo.h"
-#include "tools/MediaSource.h"
-#include "tools/StreamColours.h"
+#include "source/Source.h"
+#include "source/StreamColours.h"
 #include "tools/StreamText.h"
 #include "tools/TimeText.h"
 
@@ -63,7 +63,7 @@ QStringList TimingWords(VideoStream const& stream)
     return words;
 }
 
-QString UndecodableLine(QString const& title, MediaSource::Stream const& announced)
+QString UndecodableLine(QString const& title, Source::Stream const& announced)
 {
     return Line(title, {QStringLiteral("%1 (tag %2)").arg(announced.codec, announced.tag),
                         QStringLiteral("cannot be decoded: FFmpeg has no usable decoder for it")});
@@ -104,10 +104,10 @@ StreamColours ColoursAt(QList<StreamColours> const& all, int index)
     return {};
 }
 
-QString VideoLine(MediaSource const& source, QList<StreamColours> const& colours, int position)
+QString VideoLine(Source const& source, QList<StreamColours> const& colours, int position)
 {
     VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
-    auto const announced = source.GetStream(MediaSource::StreamType::Video, position);
+    auto const announced = source.GetStream(Source::StreamType::Video, position);
     QString const title = QStringLiteral("video #%1").arg(announced.index);
     if (!stream.valid)
         return UndecodableLine(title, announced);
@@ -119,10 +119,10 @@ QString VideoLine(MediaSource const& source, QList<StreamColours> const& colours
     return Line(title, words) + ColourLines(ColoursAt(colours, announced.index)) + TagLines(stream.metadata);
 }
 
-QString AudioLine(MediaSource const& source, int position)
+QString AudioLine(Source const& source, int position)
 {
     AudioStream const& stream = source.GetWholeInfo()->GetAudioStreams()[position];
-    auto const announced = source.GetStream(MediaSource::StreamType::Audio, position);
+    auto const announced = source.GetStream(Source::StreamType::Audio, position);
     QString const title = QStringLiteral("audio #%1").arg(announced.index);
     if (!stream.valid)
         return UndecodableLine(title, announced);
@@ -137,7 +137,7 @@ QString AudioLine(MediaSource const& source, int position)
 
 } // namespace
 
-QString DescribeAsText(MediaSource const& source)
+QString DescribeAsText(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QString const size = QLocale::c().formattedDataSize(QFileInfo(info.GetFilePath()).size());
@@ -147,10 +147,10 @@ QString DescribeAsText(MediaSource const& source)
     QList<StreamColours> const colours = StreamColours::Probe(source);
     int video = 0;
     int audio = 0;
-    for (MediaSource::Stream const& stream : source.GetStreams()) {
-        if (stream.type == MediaSource::StreamType::Video && video < info.GetNumVideoStreams())
+    for (Source::Stream const& stream : source.GetStreams()) {
+        if (stream.type == Source::StreamType::Video && video < info.GetNumVideoStreams())
             text += VideoLine(source, colours, video++);
-        else if (stream.type == MediaSource::StreamType::Audio && audio < info.GetNumAudioStreams())
+        else if (stream.type == Source::StreamType::Audio && audio < info.GetNumAudioStreams())
             text += AudioLine(source, audio++);
     }
     return text;

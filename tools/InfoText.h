@@ -2,7 +2,7 @@
 
 #include <QString>
 
-class MediaSource;
+class Source;
 
 // The description of a source for people: a few lines, the last one ended.
-QString DescribeAsText(MediaSource const& source);
+QString DescribeAsText(Source const& source);

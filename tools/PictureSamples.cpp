@@ -2,10 +2,8 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "source/Source.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
-#include "tools/PictureFinder.h"
-#include "tools/SourceReader.h"
 #include "tools/TimeText.h"
 
 #include <algorithm>
@@ -22,108 +20,51 @@ std::vector<long long> MiddlesOf(long long from, long long to, int count)
     return middles;
 }
 
-// Calls `take` with every picture from the beginning on, until it answers false. False when nothing opens.
-bool ReadPictures(MediaSource const& source, std::function<bool(std::shared_ptr<DecodedVideoFrame> const&)> const& take)
-{
-    SourceReader reader(source);
-    if (!reader.StartOver())
-        return false;
-    SourceReader::Records records;
-    while (reader.Read(records)) {
-        for (auto const& picture : records.pictures) {
-            if (SourceReader::IsPicture(*picture) && !take(picture))
-                return true;
-        }
-        records = {};
-    }
-    return true;
-}
-
 } // namespace
 
-PictureSamples::PictureSamples(MediaSource const& newSource) : source(newSource) {}
+PictureSamples::PictureSamples(Source const& newSource) : source(newSource) {}
 
 PictureSamples::Result PictureSamples::Take(TimeRange const& range, int count, Taker const& newTaker)
 {
     taker = newTaker;
     lastStart = longAgo;
-    if (source.GetInfo()->IsImage() || source.HasCoverOnly())
-        return TakeOnly();
-    long long end = source.GetInfo()->GetDuration();
-    Result const found = source.CanSeek() ? Result::Done : FindEnd(end);
-    if (found != Result::Done)
-        return found;
+    auto const pictures = source.OpenPictures();
+    if (!pictures)
+        return Result::CannotOpen;
+    if (source.HasOnePicture()) {
+        times = {0};
+        return TakeAll(*pictures);
+    }
+    long long const end = source.CanSeek() ? source.GetDuration() : FindEnd(*pictures);
+    if (end < 0)
+        return Result::NoPicture;
     long long const from = range.HasBegin() ? range.from : 0;
     long long const to = std::min(range.to, end);
     if (from >= to)
         return Result::NothingInRange;
     times = MiddlesOf(from, to, count);
-    return source.CanSeek() ? TakeBySeeking() : TakeByReading();
+    return TakeAll(*pictures);
 }
 
-PictureSamples::Result PictureSamples::TakeOnly()
+PictureSamples::Result PictureSamples::TakeAll(PictureStream& pictures)
 {
-    SourceReader reader(source);
-    PictureFinder finder(source, reader);
-    switch (finder.Find(0)) {
-    case PictureFinder::Result::CannotOpen:
-        return Result::CannotOpen;
-    case PictureFinder::Result::NoPicture:
-        return Result::NoPicture;
-    default:
-        HandOver(finder.GetPicture());
-        return Result::Done;
-    }
-}
-
-PictureSamples::Result PictureSamples::TakeBySeeking()
-{
-    SourceReader reader(source);
-    PictureFinder finder(source, reader);
+    PictureStream::Picture picture;
     for (size_t i = 0; i < times.size(); ++i) {
-        if (finder.Find(times[i]) == PictureFinder::Result::CannotOpen)
-            return Result::CannotOpen;
-        if (finder.GetPicture())
-            HandOver(finder.GetPicture());
+        bool const stillShows = picture && times[i] <= picture->endTime;
+        if (!stillShows && pictures.ReadAt(times[i], picture) == ReadResult::Got)
+            HandOver(picture);
         ShowProgress(i + 1);
     }
     return lastStart == longAgo ? Result::NoPicture : Result::Done;
 }
 
-// Where seeks cannot be trusted each one would mean reading from the beginning, so all is read once.
-PictureSamples::Result PictureSamples::TakeByReading()
+// Of a file that does not tell its length truly, by reading to it; -1 without a picture.
+long long PictureSamples::FindEnd(PictureStream& pictures) const
 {
-    std::shared_ptr<DecodedVideoFrame> showing;
-    size_t next = 0;
-    bool const isOpen = ReadPictures(source, [&](std::shared_ptr<DecodedVideoFrame> const& picture) {
-        for (; showing && next < times.size() && times[next] < picture->startTime; ++next)
-            HandOver(showing);
-        showing = picture;
-        ShowProgress(next);
-        return next < times.size();
-    });
-    if (showing && next < times.size())
-        HandOver(showing);
-    if (!isOpen)
-        return Result::CannotOpen;
-    return lastStart == longAgo ? Result::NoPicture : Result::Done;
-}
-
-// Such files seldom tell their length.
-PictureSamples::Result PictureSamples::FindEnd(long long& end)
-{
-    std::shared_ptr<DecodedVideoFrame> last;
-    bool const isOpen = ReadPictures(source, [&](std::shared_ptr<DecodedVideoFrame> const& picture) {
-        last = picture;
+    PictureStream::Picture last;
+    for (PictureStream::Picture picture; pictures.Read(picture) == ReadResult::Got; last = picture)
         Console::ShowProgress(QStringLiteral("looking for the end: %1").arg(TimeText::Clock(picture->startTime)));
-        return true;
-    });
-    if (!isOpen)
-        return Result::CannotOpen;
-    if (!last)
-        return Result::NoPicture;
-    end = source.EndOfLastPicture(*last);
-    return Result::Done;
+    return last ? source.EndOfLastPicture(*last) : -1;
 }
 
 void PictureSamples::HandOver(std::shared_ptr<DecodedVideoFrame> const& picture)

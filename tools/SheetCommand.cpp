@@ -6,9 +6,9 @@
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
 #include "tools/ContactSheet.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
 #include "tools/NumberOption.h"
+#include "tools/OpenSource.h"
 #include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
 #include "tools/PictureSamples.h"
@@ -91,9 +91,9 @@ bool IsTooLarge(ContactSheet const& sheet, Request const& request)
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
 }
 
-ExitCode Collect(MediaSource const& source, Request const& request, ContactSheet& sheet)
+ExitCode Collect(Source const& source, Request const& request, ContactSheet& sheet)
 {
-    bool const hasTime = !source.GetInfo()->IsImage() && !source.HasCoverOnly();
+    bool const hasTime = !source.HasOnePicture();
     bool isTooLarge = false;
     auto const result = PictureSamples(source).Take(request.range, request.count, [&](auto const& record) {
         if (isTooLarge)
@@ -175,10 +175,9 @@ ExitCode SheetCommand::Run(QCommandLineParser const& parser, MessageLog& log)
     ExitCode const usage = TakeRequest(parser, request);
     if (usage != ExitCode::Ok)
         return usage;
-    auto const source = OpenPictures(request.path, log);
+    auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
-    source->SetColours(request.colours);
     int const errorsBefore = log.GetErrorCount();
     ContactSheet sheet(request.width);
     ExitCode const collected = Collect(*source, request, sheet);

@@ -2,8 +2,8 @@
 
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/SoundReader.h"
-#include "tools/MediaSource.h"
+#include "source/SoundStream.h"
+#include "source/Source.h"
 #include "tools/TimeText.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ double SecondsOf(DecodedAudioFrame const& frame)
 
 } // namespace
 
-SoundCheck::SoundCheck(MediaSource const& newSource) : source(newSource) {}
+SoundCheck::SoundCheck(Source const& newSource) : source(newSource) {}
 
 void SoundCheck::TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& frames)
 {
@@ -58,30 +58,25 @@ void SoundCheck::ReadBackwards(CheckWatch const& watch)
 {
     if (!HasAny())
         return;
-    SoundReader reader(source.GetInfo());
-    bool const isOpen = reader.Open();
+    auto const stream = source.OpenSound();
     long long const stretch = std::max(shortestStretch, (end - firstStart) / mostStretches);
     for (long long to = end; to > firstStart && !watch.stop(); to -= stretch) {
         long long const from = std::max(to - stretch, firstStart);
-        if (!isOpen || !IsFoundBackwards(reader, from, to, watch.stop))
+        if (!stream || !IsFoundBackwards(*stream, from, to, watch.stop))
             missingBackwards = from;
         watch.showProgress(QStringLiteral("sound backwards: %1").arg(TimeText::Clock(source.ToMediaTime(from))));
     }
 }
 
 // The reader puts silence into holes, so that all of the stretch is there.
-bool SoundCheck::IsFoundBackwards(SoundReader& reader, long long from, long long to, StopCheck const& stop) const
+bool SoundCheck::IsFoundBackwards(SoundStream& stream, long long from, long long to, StopCheck const& stop) const
 {
-    if (reader.SeekTo(from, stop) != SoundReader::Result::Picture)
+    SoundStream::Frame frame;
+    if (stream.ReadAt(from, frame, stop) != ReadResult::Got || frame->startTime > from + smallestHole)
         return false;
-    std::shared_ptr<DecodedAudioFrame> frame;
-    long long begin = unknown;
-    long long reached = unknown;
-    while (reached < to && reader.Read(frame, stop) == SoundReader::Result::Picture) {
-        begin = begin == unknown ? frame->startTime : begin;
-        reached = frame->endTime + 1;
+    while (frame->endTime + 1 < to && stream.Read(frame, stop) == ReadResult::Got) {
     }
-    return begin != unknown && begin <= from + smallestHole && reached + smallestHole >= to;
+    return frame->endTime + 1 + smallestHole >= to;
 }
 
 QList<CheckFault> SoundCheck::GetFaults() const

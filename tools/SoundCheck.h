@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/PictureSource.h"
+#include "source/ReadResult.h"
 
 #include <QList>
 #include <QString>
@@ -9,8 +9,8 @@
 #include <limits>
 #include <memory>
 
-class MediaSource;
-class SoundReader;
+class Source;
+class SoundStream;
 struct DecodedAudioFrame;
 
 // Something that is wrong with a source.
@@ -25,7 +25,7 @@ struct CheckFault
 // Who looks on while a source is checked; called on the thread that checks.
 struct CheckWatch
 {
-    StopCheck stop = [] { return false; };                                      // true ends the check early
+    StopCheck stop = neverStop;                                                 // true ends the check early
     std::function<void(QString const& text)> showProgress = [](auto const&) {}; // how far it has come
 };
 
@@ -34,7 +34,7 @@ struct CheckWatch
 class SoundCheck
 {
 public:
-    explicit SoundCheck(MediaSource const& source); // which must outlive it
+    explicit SoundCheck(Source const& source); // which must outlive it
 
     // The frames of one packet. Some containers give times to packets that overlap what the packet before has brought.
     void TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& frames);
@@ -47,11 +47,11 @@ public:
 
 private:
     bool HasLostSound() const;
-    bool IsFoundBackwards(SoundReader& reader, long long from, long long to, StopCheck const& stop) const;
+    bool IsFoundBackwards(SoundStream& stream, long long from, long long to, StopCheck const& stop) const;
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
-    MediaSource const& source;
+    Source const& source;
     long long firstStart = unknown;
     long long packetStart = unknown; // of the latest packet
     long long end = unknown;         // of the latest sound

@@ -2,9 +2,9 @@
 
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/SoundReader.h"
+#include "source/SoundStream.h"
+#include "source/Source.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
 #include "tools/TimeText.h"
 
 #include <algorithm>
@@ -18,24 +18,20 @@ constexpr double secondUs = 1e6;
 // What containers say of their length is not always true to the second.
 constexpr long long beyondTheEnd = 1000000;
 
-StopCheck const never = [] { return false; };
-
 // No sound is expected to last longer (three years).
 constexpr long long farthest = 100000000000000;
 
 // By the container's time. False when there is no sound at all.
-bool FindSpan(SoundReader& reader, long long duration, long long& begin, long long& end)
+bool FindSpan(SoundStream& sound, long long duration, long long& begin, long long& end)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    if (reader.Read(frame, never) != SoundReader::Result::Picture)
+    SoundStream::Frame frame;
+    if (sound.Read(frame) != ReadResult::Got)
         return false;
     begin = frame->startTime;
-    auto result = SoundReader::Result::Picture;
-    if (duration > 0)
-        result = reader.SeekTo(duration + beyondTheEnd, never);
-    while (result == SoundReader::Result::Picture)
-        result = reader.Read(frame, never);
-    end = reader.GetEnd();
+    auto result = duration > 0 ? sound.ReadAt(duration + beyondTheEnd, frame) : ReadResult::Got;
+    while (result == ReadResult::Got)
+        result = sound.Read(frame);
+    end = sound.GetEnd();
     return end > begin;
 }
 
@@ -46,34 +42,31 @@ double SoundLevels::Level::GetRms() const
     return count > 0 ? std::sqrt(squares / static_cast<double>(count)) : 0.0;
 }
 
-SoundLevels::SoundLevels(MediaSource const& newSource) : source(newSource) {}
+SoundLevels::SoundLevels(Source const& newSource) : source(newSource) {}
 
 SoundLevels::Result SoundLevels::Read(TimeRange const& range, int newColumns)
 {
-    SoundReader reader(source.GetInfo());
+    auto const sound = source.OpenSound();
     long long begin = 0, end = 0;
-    if (!reader.Open() || !FindSpan(reader, source.GetInfo()->GetDuration(), begin, end))
+    if (!sound || !FindSpan(*sound, source.GetInfo()->GetDuration(), begin, end))
         return Result::CannotOpen;
     long long const first = std::min(source.ToMediaTime(begin), 0LL);
     from = range.HasBegin() ? std::max(range.from, first) : first;
     to = std::min({range.to, source.ToMediaTime(end), farthest});
     if (from >= to)
         return Result::NothingInRange;
-    channels = reader.GetChannelCount();
+    channels = sound->GetChannelCount();
     columns = newColumns;
     levels.assign(static_cast<size_t>(channels) * static_cast<size_t>(columns), {});
-    ReadRange(reader);
+    ReadRange(*sound);
     return Result::Done;
 }
 
-void SoundLevels::ReadRange(SoundReader& reader)
+void SoundLevels::ReadRange(SoundStream& sound)
 {
-    std::shared_ptr<DecodedAudioFrame> frame;
-    auto result = reader.SeekTo(from + source.GetInfo()->GetStartTime(), never);
-    while (result == SoundReader::Result::Picture) {
-        result = reader.Read(frame, never);
-        if (result != SoundReader::Result::Picture || source.ToMediaTime(frame->startTime) >= to)
-            return;
+    SoundStream::Frame frame;
+    auto result = sound.ReadAt(from + source.GetOrigin(), frame);
+    for (; result == ReadResult::Got && source.ToMediaTime(frame->startTime) < to; result = sound.Read(frame)) {
         Take(*frame);
         Console::ShowProgress(
             QStringLiteral("%1 of %2").arg(TimeText::Clock(source.ToMediaTime(frame->startTime)), TimeText::Clock(to)));

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-class MediaSource;
-class SoundReader;
+class Source;
+class SoundStream;
 struct DecodedAudioFrame;
 
 // How loud the sound of a source is, from one end of a range of time to the other: the range is cut into columns, and
@@ -27,7 +27,7 @@ public:
 
     enum class Result { Done, CannotOpen, NothingInRange };
 
-    explicit SoundLevels(MediaSource const& source); // which must outlive it
+    explicit SoundLevels(Source const& source); // which must outlive it
 
     // Of the part of `range` that lies between the beginning, which is media time 0 or the sound's if that is earlier,
     // and the end of the sound.
@@ -43,12 +43,12 @@ public:
     long long GetTo() const { return to; }
 
 private:
-    void ReadRange(SoundReader& reader);
+    void ReadRange(SoundStream& sound);
     void Take(DecodedAudioFrame const& frame);
     void TakeSamples(short const* samples, int column); // one of each channel
     Level& LevelAt(int channel, int column);
 
-    MediaSource const& source;
+    Source const& source;
     int channels = 0;
     int columns = 0;
     long long from = 0;

@@ -2,7 +2,7 @@
 
 #include "media/MediaInfo.h"
 #include "playback/TimeSource.h"
-#include "tools/MediaSource.h"
+#include "source/Source.h"
 
 #include <algorithm>
 #include <atomic>
@@ -42,7 +42,7 @@ private:
     std::atomic<long long> now = 0;
 };
 
-SoundRender::SoundRender(MediaSource const& newSource)
+SoundRender::SoundRender(Source const& newSource)
     : source(newSource), time(std::make_shared<BlockTime>()), engine(SoundOnly(), time)
 {}
 
@@ -50,7 +50,7 @@ SoundRender::~SoundRender() = default;
 
 bool SoundRender::Open()
 {
-    engine.Open(source.GetInfo()->GetFilePath());
+    engine.Open(source.GetPath());
     if (!Wait())
         return false;
     PlaybackStatus const status = engine.GetStatus();
@@ -89,7 +89,7 @@ bool SoundRender::Start(TimeRange const& range, double speed, double volume)
     long long end = 0;
     if (!FindEnd(end))
         return false;
-    long long const origin = source.GetInfo()->GetStartTime();
+    long long const origin = source.GetOrigin();
     long long const first = std::min(soundStart, origin);
     long long const from = range.HasBegin() ? std::max(std::min(range.from, farthestUs) + origin, first) : first;
     long long const to = range.HasEnd() ? std::min(std::min(range.to, farthestUs) + origin, end) : end;

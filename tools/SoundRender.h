@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-class MediaSource;
+class Source;
 
 // The sound of a source as the playback engine plays it at a speed, backwards too, taken block by block as fast as it
 // is decoded: the engine's clock goes on by each block taken and not by itself. One thread.
@@ -19,7 +19,7 @@ class MediaSource;
 class SoundRender
 {
 public:
-    explicit SoundRender(MediaSource const& source); // which must outlive it
+    explicit SoundRender(Source const& source); // which must outlive it
     ~SoundRender();
 
     bool Open(); // false: GetError says why
@@ -43,7 +43,7 @@ private:
     bool Wait();
     bool FindEnd(long long& end);
 
-    MediaSource const& source;
+    Source const& source;
     std::shared_ptr<BlockTime> time;
     PlaybackEngine engine; // plays by the container's time
     int channels = 0;

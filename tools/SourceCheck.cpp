@@ -1,14 +1,12 @@
 #include "tools/SourceCheck.h"
 
-#include "common/Settings.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
-#include "playback/PictureReader.h"
+#include "source/Source.h"
 #include "tools/FfmpegMessages.h"
-#include "tools/MediaSource.h"
 #include "tools/PictureGaps.h"
 #include "tools/RecordSum.h"
-#include "tools/SourceReader.h"
+#include "tools/SessionWalk.h"
 #include "tools/TimeText.h"
 
 #include <algorithm>
@@ -31,7 +29,7 @@ QString Counted(long long count, char const* one, char const* several)
 
 // Whether the length in the file's head is told exactly, and not reckoned from its size; and whether it can only be
 // that of the pictures and the sound that are decoded.
-bool TellsItsLength(MediaSource const& source)
+bool TellsItsLength(Source const& source)
 {
     int const decoded = (source.HasPictures() ? 1 : 0) + (source.HasSound() ? 1 : 0);
     if (source.GetInfo()->GetDuration() <= 0 || source.GetStreams().size() != decoded)
@@ -46,7 +44,7 @@ bool TellsItsLength(MediaSource const& source)
 
 } // namespace
 
-SourceCheck::SourceCheck(MediaSource const& newSource, CountErrors newCountErrors, CheckWatch newWatch)
+SourceCheck::SourceCheck(Source const& newSource, CountErrors newCountErrors, CheckWatch newWatch)
     : source(newSource), countErrors(std::move(newCountErrors)), watch(std::move(newWatch)), sound(newSource)
 {}
 
@@ -56,8 +54,7 @@ bool SourceCheck::Run()
         return false;
     JudgeTimes();
     JudgeLength();
-    bool const isMoving = !source.GetInfo()->IsImage() && !source.HasCoverOnly();
-    if (isMoving && !pictures.empty())
+    if (!source.HasOnePicture() && !pictures.empty())
         ReadBackwards();
     sound.ReadBackwards(watch);
     faults += sound.GetFaults();
@@ -70,22 +67,22 @@ bool SourceCheck::ReadForwards()
 {
     int const errorsBefore = countErrors();
     FfmpegMessages const messages;
-    SourceReader reader(source);
-    if (!reader.StartOver())
+    SessionWalk walk(source);
+    if (!walk.Start())
         return false;
-    ReadAll(reader, messages);
+    ReadAll(walk, messages);
     DropWhatShowsBeforeZero();
     JudgeMessages(messages, countErrors() - errorsBefore);
     return true;
 }
 
-void SourceCheck::ReadAll(SourceReader& reader, FfmpegMessages const& messages)
+void SourceCheck::ReadAll(SessionWalk& walk, FfmpegMessages const& messages)
 {
-    SourceReader::Records records;
-    while (!watch.stop() && reader.Read(records)) {
+    SessionWalk::Records records;
+    while (!watch.stop() && walk.Read(records)) {
         sound.TakePacket(records.sounds);
         for (auto const& picture : records.pictures) {
-            if (SourceReader::IsPicture(*picture))
+            if (SessionWalk::IsPicture(*picture))
                 TakePicture(picture);
         }
         records = {};
@@ -179,22 +176,18 @@ long long SourceCheck::EndOfAll() const
     if (pictures.empty())
         return sound.GetEnd();
     long long const step = lastPicture->frameRate > 0.0 ? static_cast<long long>(1e6 / lastPicture->frameRate) : 0;
-    return std::max(sound.GetEnd(), pictures.back().time + step + source.GetInfo()->GetStartTime());
+    return std::max(sound.GetEnd(), pictures.back().time + step + source.GetOrigin());
 }
 
 void SourceCheck::ReadBackwards()
 {
-    PictureReader reader(source.GetInfo(), Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE, source.GetColours());
+    auto const stream = source.OpenPictures();
     long long until = pictures.back().time + 1;
-    bool const isOpen = reader.Open();
-    while (isOpen && until > pictures.front().time && !watch.stop()) {
+    while (stream && until > pictures.front().time && !watch.stop()) {
         std::vector<Picture> group;
-        std::shared_ptr<DecodedVideoFrame> picture;
-        auto result = reader.SeekTo(until - 1, /*earliest=*/0, watch.stop);
-        if (result == PictureSource::Result::Picture)
-            result = reader.Read(picture, watch.stop);
-        for (; result == PictureSource::Result::Picture && picture->startTime < until;
-             result = reader.Read(picture, watch.stop))
+        PictureStream::Picture picture;
+        auto result = stream->ReadNear(until - 1, /*earliest=*/0, picture, watch.stop);
+        for (; result == ReadResult::Got && picture->startTime < until; result = stream->Read(picture, watch.stop))
             group.push_back({picture->startTime, SumOf(*picture)});
         if (group.empty())
             break;

@@ -10,8 +10,8 @@
 #include <vector>
 
 class FfmpegMessages;
-class MediaSource;
-class SourceReader;
+class Source;
+class SessionWalk;
 struct DecodedVideoFrame;
 
 // Decodes a whole source from its beginning to its end and then from its end to its beginning, as playing backwards
@@ -21,7 +21,7 @@ class SourceCheck
 public:
     using CountErrors = std::function<int()>; // that the library has logged so far about this source
 
-    SourceCheck(MediaSource const& source, CountErrors countErrors, CheckWatch watch = {}); // source outlives it
+    SourceCheck(Source const& source, CountErrors countErrors, CheckWatch watch = {}); // `source` outlives it
 
     // False when the source cannot be opened for decoding. What has been found until it was stopped is no verdict.
     bool Run();
@@ -38,7 +38,7 @@ private:
     };
 
     bool ReadForwards();
-    void ReadAll(SourceReader& reader, FfmpegMessages const& messages);
+    void ReadAll(SessionWalk& walk, FfmpegMessages const& messages);
     void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
     void DropWhatShowsBeforeZero();
     void JudgeMessages(FfmpegMessages const& messages, int undecodable);
@@ -55,7 +55,7 @@ private:
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
-    MediaSource const& source;
+    Source const& source;
     CountErrors countErrors;
     CheckWatch watch;
     SoundCheck sound;

@@ -2,9 +2,9 @@
 
 #include "tools/CommandAnswers.h"
 #include "tools/Console.h"
-#include "tools/MediaSource.h"
 #include "tools/MessageLog.h"
 #include "tools/NumberOption.h"
+#include "tools/OpenSource.h"
 #include "tools/OutputOption.h"
 #include "tools/PictureFile.h"
 #include "tools/SoundLevels.h"

@@ -9,8 +9,8 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PictureReader.h"
-#include "playback/SequenceReader.h"
+#include "source/MoviePictures.h"
+#include "source/SequencePictures.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -47,25 +47,24 @@ QString InputOf(QString const& path)
     return names.isEmpty() ? path : path + "/%04d." + QFileInfo(names.first()).suffix();
 }
 
-std::unique_ptr<PictureSource> Open(QString const& path)
+std::unique_ptr<PictureStream> Open(QString const& path)
 {
-    PlaybackOptions const options;
+    SourceOptions const options;
     if (path.contains('%')) {
         QString error;
-        return std::make_unique<SequenceReader>(ImageSequence::Find(path, options.sequenceHoles, error), options);
+        return std::make_unique<SequencePictures>(ImageSequence::Find(path, options.sequenceHoles, error), options);
     }
     auto const info = std::make_shared<MediaInfo>(path);
-    auto reader = std::make_unique<PictureReader>(info, options.untimedRate, options.colours);
+    auto reader = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours);
     return MediaReader::ParseMedia(info) && reader->Open() ? std::move(reader) : nullptr;
 }
 
 int ReadAll(QString const& path)
 {
-    StopCheck const never = [] { return false; };
     auto const source = Open(path);
     int count = 0;
     std::shared_ptr<DecodedVideoFrame> picture;
-    while (source && source->Read(picture, never) == PictureSource::Result::Picture)
+    while (source && source->Read(picture) == ReadResult::Got)
         ++count;
     return count > 0 ? 0 : 1;
 }

@@ -982,3 +982,22 @@ TEST_F(MediaInstanceTest, EndsSanelyWhereverAFileIsCut)
         EXPECT_LE(decoded.SampleFrames(), 8000);
     }
 }
+
+TEST_F(MediaInstanceTest, LeavesOutPicturesForWhoReadsSoundAlone)
+{
+    OutputChannels const channels(8);
+    Session session(
+        MakeMedia("sounding.mp4", Picture("64x48", 25, 20) + Tone(8000, 1, 20) + h264 + QStringList{"-c:a", "aac"}));
+    session.instance.LeaveOutPictures(); // not open yet: nothing to leave out
+    ASSERT_TRUE(session.instance.HasPacket());
+    session.instance.LeaveOutPictures();
+    int sounds = 0;
+    long long lastPicture = -1; // what had been read when the file was opened still comes
+    for (; session.instance.HasPacket() && !session.instance.IsEndOfFile(); session.instance.PrepareNextPacket(false)) {
+        sounds += session.instance.IsAudioPacket() ? 1 : 0;
+        if (session.instance.IsVideoPacket())
+            lastPicture = session.instance.GetPacketTime();
+    }
+    EXPECT_GT(sounds, 100);
+    EXPECT_LT(lastPicture, 5000000);
+}

@@ -809,4 +809,25 @@ TEST_F(EngineTest, PicturesGoOnAfterTheSoundAndSoundAfterThePictures)
     EXPECT_EQ(Shown(), 4480000);
 }
 
+TEST_F(EngineTest, PlaysImagesOneBehindTheOther)
+{
+    QTemporaryDir const folder;
+    QByteArray bytes;
+    for (char grey : {'a', 'b', 'c'})
+        bytes += "P6\n64 32\n255\n" + QByteArray(64 * 32 * 3, grey);
+    QFile file(folder.filePath("row"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    file.close();
+    engine.Open(file.fileName());
+    Wait();
+    EXPECT_EQ(Status().kind, SourceKind::Movie);
+    for (char const grey : {'a', 'b', 'c'}) {
+        ASSERT_TRUE(engine.GetPicture());
+        EXPECT_EQ(engine.GetPicture()->data[0], grey);
+        engine.Step(1);
+        Wait();
+    }
+}
+
 } // namespace

@@ -4,8 +4,8 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
-#include "playback/PictureReader.h"
 #include "playback/PlaybackEngine.h"
+#include "source/MoviePictures.h"
 
 #include <gtest/gtest.h>
 
@@ -62,10 +62,10 @@ void ReadAll(QString const& path)
 {
     auto const info = std::make_shared<MediaInfo>(path);
     ASSERT_TRUE(MediaReader::ParseMedia(info));
-    PictureReader reader(info, 25.0);
+    MoviePictures reader(info, 25.0);
     ASSERT_TRUE(reader.Open());
     std::shared_ptr<DecodedVideoFrame> picture;
-    while (reader.Read(picture, [] { return false; }) == PictureSource::Result::Picture)
+    while (reader.Read(picture) == ReadResult::Got)
         picture.reset();
 }
 

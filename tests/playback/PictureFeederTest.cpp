@@ -16,7 +16,7 @@ constexpr long long step = 40000;
 constexpr long long count = 1000; // 40 s
 
 // Pictures of 40 ms in groups; decoding one lets `cost` microseconds pass.
-class SlowSource : public PictureSource
+class SlowSource : public PictureStream
 {
 public:
     using Size = std::function<int(long long)>; // bytes of the picture of a number, a multiple of 12
@@ -27,25 +27,25 @@ public:
         : pass(std::move(newPass)), cost(newCost), group(newGroup), size(std::move(newSize))
     {}
 
-    Result SeekTo(long long time, long long earliest, StopCheck const& stop) override
+    ReadResult ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop) override
     {
         long long const wanted = std::clamp(time / step, 0LL, count - 1);
         long long const key = wanted / group * group;
         next = next <= wanted ? std::max(next, key) : key;
         for (; next < std::min(earliest / step, wanted); ++next) {
             if (stop())
-                return Result::Stopped;
+                return ReadResult::Stopped;
             pass(cost);
         }
-        return Result::Picture;
+        return Read(picture, neverStop);
     }
 
-    Result Read(std::shared_ptr<DecodedVideoFrame>& picture, StopCheck const& stop) override
+    ReadResult Read(Picture& picture, StopCheck const& stop) override
     {
         if (stop())
-            return Result::Stopped;
+            return ReadResult::Stopped;
         if (next >= count)
-            return Result::End;
+            return ReadResult::End;
         pass(cost);
         std::vector<uint8_t> const bytes(static_cast<size_t>(size(next)));
         picture = std::make_shared<DecodedVideoFrame>(bytes.data(), size(next), size(next) / 12, 3, next * step, 25.0,
@@ -53,12 +53,10 @@ public:
         picture->endTime = (next + 1) * step - 1;
         ++next;
         ++decoded;
-        return Result::Picture;
+        return ReadResult::Got;
     }
 
     long long GetEnd() const override { return count * step; }
-    long long GetOrigin() const override { return 0; }
-    QString GetError() const override { return {}; }
     long long GetDecodedCount() const override { return decoded; }
 
 private:

@@ -93,12 +93,14 @@ TEST_P(PictureProofTest, BackwardsShowsEveryPictureOnce)
     EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
 }
 
-TEST_P(PictureProofTest, FiftyRandomSeeksShowThePictureOfTheirTime)
+// A few: SeekGridTest goes all over each clip.
+TEST_P(PictureProofTest, RandomSeeksShowThePictureOfTheirTime)
 {
+    constexpr int seeks = 15;
     Open();
     std::mt19937 random(7);
     std::uniform_int_distribution<long long> anyTime(0, pictures.back().time + 30000);
-    for (int i = 0; i < 50 && !HasFailure(); ++i) {
+    for (int i = 0; i < seeks && !HasFailure(); ++i) {
         long long const moment = anyTime(random);
         engine->Seek(moment);
         Wait();

@@ -87,8 +87,9 @@ QByteArray HashFrame(AVFrame const* frame, AVCodecContext const* codec, float as
     auto const format = static_cast<AVPixelFormat>(frame->format);
     scaler.reset(sws_getCachedContext(scaler.release(), codec->width, codec->height, format, width, codec->height,
                                       AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    QByteArray rows(stride * codec->height + 256, 0);
-    uint8_t* planes[4] = {reinterpret_cast<uint8_t*>(rows.data()), nullptr, nullptr, nullptr};
+    static std::vector<uint8_t> rows; // fresh pages for each picture would cost more than the picture
+    rows.resize(std::max(rows.size(), static_cast<size_t>(stride) * static_cast<size_t>(codec->height) + 256));
+    uint8_t* planes[4] = {rows.data(), nullptr, nullptr, nullptr};
     int strides[4] = {stride, 0, 0, 0};
     sws_scale(scaler.get(), frame->data, frame->linesize, 0, codec->height, planes, strides);
     return Reference::HashOf(planes[0], width, codec->height, stride);

@@ -20,7 +20,7 @@ protected:
         AvGlobals::maxAudioOutputChannels = 2;
         auto const info = std::make_shared<MediaInfo>(Clips::Made("tone.flac"));
         ASSERT_TRUE(MediaReader::ParseMedia(info));
-        auto reader = std::make_unique<SoundReader>(info);
+        auto reader = std::make_unique<SoundStream>(info);
         ASSERT_TRUE(reader->Open());
         feeder = std::make_unique<SoundFeeder>(std::move(reader), 0);
         keeper = info;

@@ -5,7 +5,9 @@
 #include "player/HelpOverlay.h"
 #include "player/StatisticsOverlay.h"
 #include "player/Timeline.h"
+#include "player/WaveformReader.h"
 #include "player/WelcomePanel.h"
+#include "tests/support/OpenedInputs.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -170,6 +172,20 @@ protected:
 };
 
 } // namespace
+
+// For what it is, for its pictures, for its sound, and for the waveform of that.
+TEST_P(PlayerWindowTest, OpensAMovieFourTimes)
+{
+    QString const movie = DemoMovie::Make(pictures);
+    int const before = OpenedInputs::Count();
+    Start({movie});
+    ASSERT_TRUE(Shows(0));
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - before >= 4; }));
+    ASSERT_TRUE(Eventually([&] { return !Child<WaveformReader>(); }));
+    window->GetEngine().Seek(1000000000); // to the true end, which is what the container says
+    ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
+    EXPECT_EQ(OpenedInputs::Count() - before, 4);
+}
 
 TEST_P(PlayerWindowTest, PaintsTheWayItWasTold)
 {

@@ -109,6 +109,13 @@ TEST(InfoCommandTest, AgreesWithFfprobeOnClips)
     }
 }
 
+TEST(InfoCommandTest, CallsImagesOneBehindTheOtherAMovie)
+{
+    QByteArray const image = "P6\n64 32\n255\n" + QByteArray(64 * 32 * 3, 'a');
+    EXPECT_EQ(DescriptionOf(WriteMedia("one", image))["tavolin"].toObject()["kind"], "still image");
+    EXPECT_EQ(DescriptionOf(WriteMedia("row", image + image))["tavolin"].toObject()["kind"], "movie without sound");
+}
+
 TEST(InfoCommandTest, GivesRatesAndRatiosAsFractions)
 {
     QString const path = MakeMedia("ntsc.mp4", {"-f", "lavfi", "-i", "testsrc=size=64x48:rate=30000/1001:duration=1",

@@ -1,10 +1,10 @@
 #include "tools/PictureSamples.h"
 
 #include "decode/DecodedVideoFrame.h"
+#include "source/Source.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/tools/ToolMedia.h"
-#include "tools/MediaSource.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +16,9 @@ struct Samples
 {
     Samples(QString const& path, TimeRange const& range, int count)
     {
-        MediaSource source(path);
-        EXPECT_TRUE(source.Open());
+        SourceOptions options;
+        options.untimedRate = 24.0;
+        Source const source = Source::OpenFile(path, options);
         result = PictureSamples(source).Take(range, count,
                                              [&](auto const& picture) { starts.push_back(picture->startTime); });
     }

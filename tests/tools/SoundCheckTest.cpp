@@ -1,11 +1,11 @@
 #include "tools/SoundCheck.h"
 
 #include "decode/DecodedAudioFrame.h"
+#include "source/Source.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/support/Sessions.h"
 #include "tests/tools/ToolMedia.h"
-#include "tools/MediaSource.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 struct Check
 {
-    explicit Check(QString const& path) : source(path), sound(source) { EXPECT_TRUE(source.Open()); }
+    explicit Check(QString const& path) : source(Source::OpenFile(path)), sound(source) {}
 
     // A packet of half a second.
     void Take(double second)
@@ -36,7 +36,7 @@ struct Check
 
     OutputChannels channels{8};
     LogCapture log;
-    MediaSource source;
+    Source source;
     SoundCheck sound;
 };
 

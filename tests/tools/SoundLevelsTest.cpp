@@ -1,10 +1,10 @@
 #include "tools/SoundLevels.h"
 
+#include "source/Source.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/support/Sessions.h"
 #include "tests/tools/ToolMedia.h"
-#include "tools/MediaSource.h"
 
 #include <QtEndian>
 
@@ -14,15 +14,15 @@ namespace {
 
 struct Levels
 {
-    Levels(QString const& path, int columns, TimeRange const& range = {}) : source(path), sound(source)
+    Levels(QString const& path, int columns, TimeRange const& range = {})
+        : source(Source::OpenFile(path)), sound(source)
     {
-        EXPECT_TRUE(source.Open());
         result = sound.Read(range, columns);
     }
 
     OutputChannels channels{8};
     LogCapture log;
-    MediaSource source;
+    Source source;
     SoundLevels sound;
     SoundLevels::Result result = SoundLevels::Result::CannotOpen;
 };

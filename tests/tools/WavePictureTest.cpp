@@ -1,9 +1,9 @@
 #include "tools/WavePicture.h"
 
+#include "source/Source.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/support/Sessions.h"
-#include "tools/MediaSource.h"
 #include "tools/SoundLevels.h"
 
 #include <QtEndian>
@@ -19,8 +19,7 @@ RgbPicture Draw(QString const& name, int channels, std::vector<short> const& sam
     qToLittleEndian<short>(samples.data(), static_cast<int>(samples.size()), data.data());
     OutputChannels const output(8);
     LogCapture const log;
-    MediaSource source(WriteMedia(name, WavBytes(1, channels, 1000, 16, data)));
-    EXPECT_TRUE(source.Open());
+    Source const source = Source::OpenFile(WriteMedia(name, WavBytes(1, channels, 1000, 16, data)));
     SoundLevels levels(source);
     EXPECT_EQ(levels.Read({}, static_cast<int>(samples.size()) / channels), SoundLevels::Result::Done);
     return WavePicture::Draw(levels, height);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+class Source;
+struct AVStream;
+
+// How the pictures of a stream are coded, in ffprobe's names and words. What the stream does not say is empty.
+struct StreamColours
+{
+    int index = -1; // of the container's stream
+    QString pixelFormat;
+    QString range;
+    QString matrix;
+    QString transfer;
+    QString primaries;
+    QString chromaLocation;
+    QString fieldOrder;
+    QMap<QString, QString> masteringDisplay; // values by ffprobe's keys
+    QMap<QString, int> lightLevels;
+
+    QString conversion; // what the library does to the light of an HDR stream; empty for others
+
+    bool IsHdr() const; // PQ or HLG
+
+    // Those of all streams of pictures. Of HDR streams the first picture is decoded, as it may bear the light levels.
+    // Empty when the file cannot be opened.
+    static QList<StreamColours> Probe(Source const& source);
+};

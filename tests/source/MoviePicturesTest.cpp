@@ -1,0 +1,133 @@
+#include "source/MoviePictures.h"
+#include "decode/DecodedVideoFrame.h"
+#include "media/MediaInfo.h"
+#include "media/MediaReader.h"
+#include "tests/playback/Clips.h"
+#include "tests/playback/Reference.h"
+
+#include <gtest/gtest.h>
+
+// How the next picture is reached. The check whether to stop is asked once a packet: that counts the packets read.
+
+namespace {
+
+class MoviePicturesTest : public testing::Test
+{
+protected:
+    void Open(char const* name)
+    {
+        info = std::make_shared<MediaInfo>(Clips::Made(name));
+        ASSERT_TRUE(MediaReader::ParseMedia(info));
+        reader = std::make_unique<MoviePictures>(info, 25.0);
+        ASSERT_TRUE(reader->Open());
+    }
+
+    // Goes to the picture at `time`; the packets that it took.
+    int PacketsTo(long long time)
+    {
+        int packets = 0;
+        StopCheck const count = [&packets] { return ++packets < 0; };
+        PictureStream::Picture picture;
+        EXPECT_EQ(reader->ReadAt(time, picture, count), ReadResult::Got);
+        EXPECT_EQ(picture->startTime, time);
+        return packets;
+    }
+
+    std::shared_ptr<MediaInfo> info;
+    std::unique_ptr<MoviePictures> reader;
+};
+
+// Key pictures are at 0, 10 and 20 s, 250 pictures apart.
+
+TEST_F(MoviePicturesTest, GoesToTheKeyPictureBefore)
+{
+    Open("gop250.mp4");
+    EXPECT_GE(PacketsTo(4000000), 100);
+    EXPECT_LE(PacketsTo(10400000), 20);
+}
+
+TEST_F(MoviePicturesTest, ReadsOnWhereNoKeyPictureIsOnTheWay)
+{
+    Open("gop250.mp4");
+    PacketsTo(4000000);
+    EXPECT_LE(PacketsTo(7000000), 90);
+    EXPECT_LE(PacketsTo(9000000), 70);
+}
+
+TEST_F(MoviePicturesTest, KnowsTheLengthOfGroupsThatItHasRead)
+{
+    Open("gop250.mp4");
+    PacketsTo(9800000);
+    PacketsTo(10200000); // reads across the border
+    PacketsTo(12000000);
+    EXPECT_LE(PacketsTo(19000000), 190);
+    EXPECT_LE(PacketsTo(21600000), 80);
+}
+
+TEST_F(MoviePicturesTest, TheNextPictureIsNotDecodedAnew)
+{
+    Open("gop250.mp4");
+    PacketsTo(8000000);
+    EXPECT_LE(PacketsTo(8040000), 12);
+    EXPECT_LE(PacketsTo(8120000), 12);
+}
+
+TEST_F(MoviePicturesTest, FindsTheLastPictureOfAShortOpenGroup)
+{
+    Open("open-gop-short-end.mp4");
+    for (long long time = 3960000; time >= 3000000; time -= 40000)
+        PacketsTo(time);
+}
+
+TEST_F(MoviePicturesTest, AStreamWithoutTimesIsReadOn)
+{
+    Open("raw.264");
+    PacketsTo(1000000);
+    EXPECT_LE(PacketsTo(2800000), 60);
+}
+
+TEST_F(MoviePicturesTest, PicturesOverBeforeZeroAreNotTheFirst)
+{
+    Open("negative-start.ts");
+    ASSERT_EQ(info->GetStartTime(), 0);
+    std::shared_ptr<DecodedVideoFrame> picture;
+    ASSERT_EQ(reader->Read(picture), ReadResult::Got);
+    auto const expected = Reference::DecodePictures(Clips::Made("negative-start.ts")).front();
+    EXPECT_EQ(picture->startTime, 0);
+    EXPECT_EQ(Reference::HashOf(picture->data, picture->width, picture->height, 576), expected.hash);
+}
+
+// Asked for a media time, the container would land at its start, 100 pictures too early.
+TEST_F(MoviePicturesTest, ASeekGoesToTheKeyPictureWhereverTheContainerBegins)
+{
+    Open("offset.mkv");
+    int packets = 0;
+    StopCheck const count = [&packets] { return ++packets < 0; };
+    PictureStream::Picture picture;
+    ASSERT_EQ(reader->ReadAt(4000000, picture, count), ReadResult::Got);
+    EXPECT_LT(packets, 70);
+}
+
+TEST_F(MoviePicturesTest, ASeekThatLandsLateIsRepeatedEarlier)
+{
+    for (char const* name : {"stream.ts", "program.mpg", "flash.flv"}) {
+        Open(name);
+        for (long long moment : {200000LL, 1960000LL, 2040000LL, 3999999LL, 5900000LL}) {
+            PictureStream::Picture picture;
+            ASSERT_EQ(reader->ReadAt(moment, picture), ReadResult::Got);
+            EXPECT_LE(picture->startTime, moment) << name;
+            EXPECT_GE(picture->endTime, moment) << name;
+        }
+    }
+}
+
+TEST_F(MoviePicturesTest, APictureThatStaysForLongIsFoundFromItsLastMoment)
+{
+    Open("long-stills.mp4");
+    PictureStream::Picture picture;
+    ASSERT_EQ(reader->ReadAt(7990000, picture), ReadResult::Got);
+    EXPECT_EQ(picture->startTime, 40000);
+    EXPECT_EQ(picture->endTime, 7999999);
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+#include "source/SoundStream.h"
+
+#include "decode/DecodedAudioFrame.h"
+#include "source/Source.h"
+#include "tests/playback/Clips.h"
+#include "tests/support/Media.h"
+#include "tests/support/Sessions.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+// The drain has lost its time.
+TEST(SoundStreamTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
+{
+    OutputChannels const channels(2);
+    for (char const* name : {"tone.wma", "tone.mp3", "tone.m4a", "tone.ogg", "gop12.mp4"}) {
+        auto const sound = Source::OpenFile(Clips::Made(name)).OpenSound();
+        ASSERT_TRUE(sound) << name;
+        std::shared_ptr<DecodedAudioFrame> frame;
+        long long last = -1000000;
+        long long end = 0;
+        while (sound->Read(frame) == ReadResult::Got) {
+            EXPECT_GT(frame->startTime, last) << name;
+            last = frame->startTime;
+            end = frame->endTime;
+        }
+        EXPECT_GT(end, 5900000) << name;
+        EXPECT_EQ(sound->GetEnd(), end + 1) << name;
+    }
+}
+
+TEST(SoundStreamTest, FindsTheSoundOfATime)
+{
+    OutputChannels const channels(8);
+    QString const path = MakeMedia("sound.ogg", Tone(44100, 2, 10.0) + QStringList{"-c:a", "libvorbis"});
+    auto const sound = Source::OpenFile(path).OpenSound();
+    ASSERT_TRUE(sound);
+    for (long long const time : {7000000LL, 1000000LL, 1100000LL, 9900000LL}) {
+        SoundStream::Frame frame;
+        ASSERT_EQ(sound->ReadAt(time, frame), ReadResult::Got);
+        EXPECT_LE(frame->startTime, time);
+        EXPECT_GE(frame->endTime, time);
+    }
+}
+
+// The packets of pictures are left out, and the sound is the same.
+TEST(SoundStreamTest, ReadsThroughWithoutThePictures)
+{
+    OutputChannels const channels(8);
+    Source const source = Source::OpenFile(MakeMedia(
+        "sounding.mp4", Picture("64x48", 25, 5) + Tone(8000, 1, 5) + QStringList{"-c:v", "libx264", "-c:a", "aac"}));
+    auto const whole = source.OpenSound();
+    auto const through = source.OpenSound();
+    through->ReadThrough();
+    SoundStream::Frame expected;
+    SoundStream::Frame frame;
+    int count = 0;
+    for (; whole->Read(expected) == ReadResult::Got; ++count) {
+        ASSERT_EQ(through->Read(frame), ReadResult::Got);
+        ASSERT_EQ(frame->startTime, expected->startTime);
+        ASSERT_TRUE(std::equal(frame->samples, frame->samples + frame->sampleCount, expected->samples));
+    }
+    EXPECT_EQ(through->Read(frame), ReadResult::End);
+    EXPECT_GT(count, 30);
+}
+
+TEST(SoundStreamTest, IsNullWithoutChannelsToPutOut)
+{
+    OutputChannels const channels(0);
+    EXPECT_FALSE(Source::OpenFile(MakeMedia("silent.wav", Tone(8000, 1, 0.5))).OpenSound());
+}

@@ -1,0 +1,85 @@
+#include "tools/OpenSource.h"
+
+#include "media/MediaInfo.h"
+#include "tools/Console.h"
+#include "tools/MessageLog.h"
+
+#include <QFileInfo>
+
+namespace {
+
+template <typename Record>
+QStringList UndecodableOf(Source const& source, QList<Record> const& records, Source::StreamType type,
+                          QString const& name)
+{
+    QStringList lines;
+    for (int i = 0; i < records.size(); ++i) {
+        auto const stream = source.GetStream(type, i);
+        if (!records[i].valid)
+            lines.append(QStringLiteral("%1 stream #%2 cannot be decoded: FFmpeg has no usable decoder for \"%3\" "
+                                        "(tag %4)")
+                             .arg(name, QString::number(stream.index), stream.codec, stream.tag));
+    }
+    return lines;
+}
+
+// `source` if it has the half of it that is asked for; says what is wrong when it has not.
+std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, char const* absence)
+{
+    if (!source || hasHalf)
+        return source;
+    if (source->LeavesOutAHalf() || source->GetKind() == SourceKind::None)
+        SayUndecodable(*source);
+    else
+        Console::Say(source->GetPath() + QLatin1String(absence));
+    return nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<Source> OpenSource(QString const& path, MessageLog& log, ColourSettings const& colours)
+{
+    log.BeginSource(path);
+    if (path.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path)) {
+        Console::Say(path + QStringLiteral(": the file's name is not UTF-8; give it, or a link to it, another name"));
+        return nullptr;
+    }
+    SourceOptions options;
+    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+    options.colours = colours;
+    auto source = std::make_unique<Source>(Source::OpenFile(path, options));
+    if (!source->IsDescribed())
+        return nullptr;
+    if (!source->HasStreams()) {
+        Console::Say(path + QStringLiteral(": there are no pictures and no sound in it"));
+        return nullptr;
+    }
+    return source;
+}
+
+std::unique_ptr<Source> OpenPictures(QString const& path, MessageLog& log, ColourSettings const& colours)
+{
+    auto source = OpenSource(path, log, colours);
+    bool const hasPictures = source && source->HasPictures();
+    return WithHalf(std::move(source), hasPictures, ": there are no pictures in it, only sound");
+}
+
+std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log)
+{
+    auto source = OpenSource(path, log);
+    bool const hasSound = source && source->HasSound();
+    return WithHalf(std::move(source), hasSound, ": there is no sound in it");
+}
+
+QStringList DescribeUndecodable(Source const& source)
+{
+    MediaInfo const& info = *source.GetWholeInfo();
+    return UndecodableOf(source, info.GetVideoStreams(), Source::StreamType::Video, QStringLiteral("video")) +
+           UndecodableOf(source, info.GetAudioStreams(), Source::StreamType::Audio, QStringLiteral("audio"));
+}
+
+void SayUndecodable(Source const& source)
+{
+    for (QString const& line : DescribeUndecodable(source))
+        Console::Say(source.GetPath() + QStringLiteral(": ") + line);
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "source/Source.h"
+
+#include <QStringList>
+
+class MessageLog;
+
+// Opening the file that a command is given. Says on standard error what is wrong when it cannot be used; empty then.
+std::unique_ptr<Source> OpenSource(QString const& path, MessageLog& log, ColourSettings const& colours = {});
+std::unique_ptr<Source> OpenPictures(QString const& path, MessageLog& log, ColourSettings const& colours); // or empty
+std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);                                   // without
+
+QStringList DescribeUndecodable(Source const& source); // a line for each stream without a decoder
+void SayUndecodable(Source const& source);             // the same on standard error
