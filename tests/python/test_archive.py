@@ -14,7 +14,7 @@ import pytest
 from conftest import make_media, moving_picture, steady
 
 pytest.importorskip("distributed")
-from tavolin_archive import files, worker  # noqa: E402
+from tavolin_archive import child, files, worker  # noqa: E402
 from tavolin_archive.command import exit_code  # noqa: E402
 from tavolin_archive.report import Report, change_of  # noqa: E402
 
@@ -166,6 +166,25 @@ def test_a_task_tells_why_a_file_was_lost(movie):
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
     worker._kept.checker.close()
     worker._kept.checker = None
+
+
+def test_checks_side_by_side_keep_to_processors_of_their_own():
+    before = os.sched_getaffinity(0)
+    held = []
+    try:
+        for _ in before:
+            os.sched_setaffinity(0, before)
+            held.append((child.take_processor(), os.sched_getaffinity(0)))
+        taken = [mine for lock, mine in held if lock is not None]
+        assert taken and all(len(mine) == 1 for mine in taken)
+        assert len(set.union(*taken)) == len(taken)
+        os.sched_setaffinity(0, before)
+        assert child.take_processor() is None and os.sched_getaffinity(0) == before  # all are taken
+    finally:
+        os.sched_setaffinity(0, before)
+        for lock, _ in held:
+            if lock is not None:
+                os.close(lock)
 
 
 def test_files_are_found_by_name_in_folders_and_lists(tmp_path):
