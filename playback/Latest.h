@@ -35,7 +35,7 @@ public:
 private:
     static constexpr unsigned isNew = 4;
 
-    Value places[3];
+    Value places[3] = {};
     unsigned back = 0;
     std::atomic<unsigned> middle = 1;
     unsigned front = 2;

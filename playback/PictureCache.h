@@ -1,7 +1,5 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include "cache/DecodedVideo.h"
 
 #include <deque>
@@ -15,7 +13,7 @@
 //
 // The budget counts the cached pictures and those that wait to be put in front of them. Whoever adds one asks for room
 // before: then there are never more bytes than the budget, or no more than four pictures.
-class TAVOLINPLAYBACK_EXPORT PictureCache
+class PictureCache
 {
 public:
     using Picture = std::shared_ptr<DecodedVideoFrame>; // shared with the cache and with whoever else holds it

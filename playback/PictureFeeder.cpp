@@ -12,14 +12,14 @@ namespace {
 
 constexpr long long second = 1000000;
 
-// So close ahead of what is cached, reading on keeps the cache in one piece.
+// Microseconds; a place so close ahead of the cached pictures is reached by reading on, which keeps the cache in one
+// piece.
 constexpr long long nearAhead = second;
 
-// Of playing at normal speed: what is behind by more than this goes on further ahead instead of decoding everything
-// that it missed; what is ahead by less than that waits for play to come; and so long nothing new is shown at most
-// while play is caught up with.
+// Microseconds of playing at normal speed. When decoding is further behind play than `lateness`, it skips ahead.
+// `longestFreeze`: for so long the display may show nothing new while decoding catches up.
 constexpr long long lateness = second / 10;
-constexpr long long stillness = second / 5;
+constexpr long long longestFreeze = second / 5;
 
 constexpr long long mostPictures = 100000;
 constexpr long long longestStep = 3600 * second;
@@ -35,12 +35,16 @@ long long Scaled(long long duration, PlayNeed const& need)
 
 } // namespace
 
-PictureFeeder::PictureFeeder(std::unique_ptr<PictureStream> newSource, long long newFrameStep, long long newBudget)
+PictureFeeder::PictureFeeder(std::unique_ptr<PictureStream> newSource, long long newFrameStep, long long newBudget,
+                             ColourSettings const& newColours)
     : source(std::move(newSource)),
       frameStep(std::clamp(newFrameStep, 1LL, longestStep)),
       budget(newBudget),
       aim(smallestSegment)
-{}
+{
+    own.colours = newColours;
+    Publish();
+}
 
 PictureFeeder::~PictureFeeder() = default;
 
@@ -52,9 +56,9 @@ bool PictureFeeder::Begin(StopCheck const& stop)
     NotePicture(picture);
     cache.SetBudget(budget, pictureBytes, 0);
     cache.Append(picture);
-    first = picture->startTime;
+    own.first = picture->startTime;
     followsCache = true;
-    NoteProgress();
+    Publish();
     return true;
 }
 
@@ -62,11 +66,12 @@ bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
 {
     long long const decodedBefore = source->GetDecodedCount();
     auto const begin = SteadyClock::now();
+    HeedColours(need);
     HeedBudget(need);
-    bool const worked = need.sought != failedFor && DoWork(need, ask);
+    bool const worked = need.seekSerial != own.failedSerial && DoWork(need, ask);
     released.clear();
-    NoteProgress();
     Measure(decodedBefore, std::chrono::duration<double>(SteadyClock::now() - begin).count());
+    Publish();
     return worked;
 }
 
@@ -122,7 +127,7 @@ bool PictureFeeder::CatchUpForwards(long long time, PlayNeed const& need, AskNee
         return SeekTo(time, time, need, ask);
     if (time - span.end < Scaled(lateness, need))
         return ReadForwards(need, ask);
-    return SeekTo(time, std::min(span.end + Scaled(stillness, need), time), need, ask);
+    return SeekTo(time, std::min(span.end + Scaled(longestFreeze, need), time), need, ask);
 }
 
 // Goes as far back as the budget reaches, and from there on meets play, so that much of what follows is there already.
@@ -142,11 +147,11 @@ bool PictureFeeder::CatchUpBackwards(long long time, PlayNeed const& need, AskNe
 // So that the picture showing at `time`, or one from `earliest` on that comes before it, is the one that is cached.
 bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& need, AskNeed const& ask)
 {
-    StopCheck const stop = [&, opened = need.opened, sought = need.sought] {
+    StopCheck const stop = [&, openSerial = need.openSerial, seekSerial = need.seekSerial] {
         PlayNeed const now = ask();
         HeedBudget(now); // what is cached is not needed any more
         bool const isTooLate = now.speed < 0.0 && earliest < time && now.position < earliest;
-        return now.opened != opened || isTooLate || (mayBeStopped && now.sought != sought);
+        return now.openSerial != openSerial || isTooLate || (mayBeStopped && now.seekSerial != seekSerial);
     };
     followsCache = false;
     Picture picture;
@@ -158,7 +163,7 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
     }
     mayBeStopped = true;
     if (!picture) {
-        failedFor = need.sought;
+        own.failedSerial = need.seekSerial;
         return true;
     }
     // A source that cannot find an earlier picture shows this one from there on.
@@ -174,22 +179,21 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
 // A slow piece of work is remembered for a while, as the quick ones after it are so because they go to key pictures.
 void PictureFeeder::NoteLead(PlayNeed const& before, PlayNeed const& now)
 {
-    long long const passed = before.sought == now.sought ? before.position - now.position : 0;
+    long long const passed = before.seekSerial == now.seekSerial ? before.position - now.position : 0;
     lead = now.speed < 0.0 ? std::max(passed, lead * 7 / 8) : 0;
 }
 
 bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
 {
-    if (GetPreview(need.sought))
+    if (own.preview && own.previewSerial == need.seekSerial)
         return false;
     followsCache = false;
-    StopCheck const stop = [&, opened = need.opened] { return ask().opened != opened; };
+    StopCheck const stop = [&, openSerial = need.openSerial] { return ask().openSerial != openSerial; };
     Picture picture;
     if (source->ReadNear(ShownTime(need.position), 0, picture, stop) != ReadResult::Got)
-        failedFor = need.sought;
-    std::lock_guard const lock(mutex);
-    preview = picture;
-    previewFor = need.sought;
+        own.failedSerial = need.seekSerial;
+    own.preview = picture;
+    own.previewSerial = need.seekSerial;
     return true;
 }
 
@@ -197,9 +201,10 @@ bool PictureFeeder::ShowPreview(PlayNeed const& need, AskNeed const& ask)
 // less room.
 StopCheck PictureFeeder::StopForOthers(PlayNeed const& need, AskNeed const& ask)
 {
-    return [this, &ask, opened = need.opened, sought = need.sought] {
+    return [this, &ask, openSerial = need.openSerial, seekSerial = need.seekSerial] {
         PlayNeed const now = ask();
-        return now.opened != opened || now.budget < budget || (now.sought != sought && !Find(now.position, 0).picture);
+        return now.openSerial != openSerial || now.budget < budget ||
+               (now.seekSerial != seekSerial && !Find(now.position, 0).picture);
     };
 }
 
@@ -214,7 +219,7 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
     if (result == ReadResult::Stopped)
         return true;
     if (result == ReadResult::End && !followsCache) {
-        failedFor = need.sought;
+        own.failedSerial = need.seekSerial;
         return true;
     }
     if (result == ReadResult::End) {
@@ -235,7 +240,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     PictureCache::Span const span = cache.GetSpan();
     bool const isUrgent = cache.GetBalance(ShownTime(need.position)).before == 0;
     long long const room = RoomBackwards(need);
-    if (span.start <= first || (!isUrgent && room < EffectiveBudget() / 2))
+    if (span.start <= own.first || (!isUrgent && room < EffectiveBudget() / 2))
         return false;
     long long const most = std::max(PicturesIn(std::min(room, EffectiveBudget() / 2)), 1LL);
     // The rate that a stream says can be far from what its pictures do: what is cached tells better.
@@ -253,7 +258,7 @@ bool PictureFeeder::FillBackwards(PlayNeed const& need, AskNeed const& ask)
     Picture picture;
     ReadResult const found = source->ReadNear(std::min(target, span.start - 1), earliest, picture, stop);
     if (found == ReadResult::End)
-        failedFor = need.sought; // what is cached was read from there once: the file is not what it was
+        own.failedSerial = need.seekSerial; // what is cached was read from there once: the file is not what it was
     if (found == ReadResult::Got && ReadSegment(std::move(picture), span.start, need, stop))
         AppendSegment(ask);
     cache.TakeAllWaiting();
@@ -288,7 +293,7 @@ bool PictureFeeder::ReadSegment(Picture picture, long long until, PlayNeed const
     }
     bool const isComplete = result != ReadResult::Stopped;
     if (isComplete && !isAnyBefore)
-        first = until;
+        own.first = until;
     return isComplete;
 }
 
@@ -345,21 +350,23 @@ bool PictureFeeder::MakeRoomBefore(long long bytes, PlayNeed const& need)
 
 PictureCache::Window PictureFeeder::WindowFor(PlayNeed const& need) const
 {
-    long long const mediaEnd = end >= 0 ? end - 1 : std::numeric_limits<long long>::max();
+    long long const mediaEnd = own.end >= 0 ? own.end - 1 : std::numeric_limits<long long>::max();
     return {ShownTime(need.position), mediaEnd, need.playing, need.forwards};
 }
 
-void PictureFeeder::SetColours(ColourSettings const& newColours)
+// Lets go of all pictures: those around the position are read anew.
+void PictureFeeder::HeedColours(PlayNeed const& need)
 {
-    source->SetColours(newColours);
+    if (need.colours == own.colours)
+        return;
+    source->SetColours(need.colours);
     released = cache.TakeAllWaiting();
     released = cache.TakeAll();
     released.clear();
     followsCache = false;
-    failedFor = -1;
-    std::lock_guard const lock(mutex);
-    preview.reset();
-    previewFor = -1;
+    own.failedSerial = -1;
+    own.preview.reset();
+    own.colours = need.colours;
 }
 
 // The sizes that the cache reckons with follow the pictures.
@@ -381,13 +388,15 @@ void PictureFeeder::HeedBudget(PlayNeed const& need)
     released.clear();
 }
 
-void PictureFeeder::NoteProgress()
+void PictureFeeder::Publish()
 {
-    decodedCount = source->GetDecodedCount();
-    end = source->GetEnd();
+    own.decodedCount = source->GetDecodedCount();
+    own.end = source->GetEnd();
+    own.error = source->GetError();
+    own.colourText = source->DescribeColours();
+    Snapshot former = own; // once exchanged; freed without the lock
     std::lock_guard const lock(mutex);
-    error = source->GetError();
-    colours = source->DescribeColours();
+    std::swap(published, former);
 }
 
 void PictureFeeder::Measure(long long decodedBefore, double seconds)
@@ -397,8 +406,8 @@ void PictureFeeder::Measure(long long decodedBefore, double seconds)
         return;
     measuredPictures += pictures;
     measuredSeconds += seconds;
-    if (decodeRate == 0.0 || measuredSeconds >= measureSpan)
-        decodeRate = static_cast<double>(measuredPictures) / std::max(measuredSeconds, 1e-6);
+    if (own.decodeRate == 0.0 || measuredSeconds >= measureSpan)
+        own.decodeRate = static_cast<double>(measuredPictures) / std::max(measuredSeconds, 1e-6);
     if (measuredSeconds < measureSpan)
         return;
     measuredPictures = 0;
@@ -417,9 +426,9 @@ long long PictureFeeder::EffectiveBudget() const
 
 long long PictureFeeder::ShownTime(long long position) const
 {
-    long long const known = end;
-    long long const time = std::max(position, first.load());
-    return known >= 0 ? std::min(time, known - 1) : time;
+    std::lock_guard const lock(mutex);
+    long long const time = std::max(position, published.first);
+    return published.end >= 0 ? std::min(time, published.end - 1) : time;
 }
 
 PictureCache::Place PictureFeeder::Find(long long position, int offset) const
@@ -440,69 +449,54 @@ PictureCache::Place PictureFeeder::FindNewest(long long position, bool forwards)
 
 bool PictureFeeder::IsFirst(PictureCache::Place const& place) const
 {
-    return place.start <= first;
+    std::lock_guard const lock(mutex);
+    return place.start <= published.first;
 }
 
 bool PictureFeeder::IsLast(PictureCache::Place const& place) const
 {
+    long long const end = GetEnd();
     return end >= 0 && place.end + 1 >= end;
 }
 
 // Going backwards, the picture before it too, so that a turn does not begin with a gap.
 bool PictureFeeder::IsReady(PlayNeed const& need) const
 {
-    if (failedFor == need.sought)
+    Snapshot const now = GetSnapshot();
+    if (now.colours != need.colours)
+        return false;
+    if (now.failedSerial == need.seekSerial)
         return true;
     PictureCache::Place const current = Find(need.position, 0);
     if (!current.picture)
-        return need.preview && GetPreview(need.sought);
+        return need.preview && now.preview && now.previewSerial == need.seekSerial;
     return need.forwards || !need.playing || IsFirst(current) || Find(current.start, -1).picture;
 }
 
-PictureFeeder::Picture PictureFeeder::GetPreview(long long sought) const
+PictureFeeder::Picture PictureFeeder::GetPreview(long long seekSerial) const
 {
     std::lock_guard const lock(mutex);
-    return previewFor == sought ? preview : nullptr;
+    return published.previewSerial == seekSerial ? published.preview : nullptr;
 }
 
-long long PictureFeeder::GetOrigin() const
+long long PictureFeeder::CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const
 {
-    return source->GetOrigin();
-}
-
-int PictureFeeder::CountBetween(long long time, long long otherTime) const
-{
-    return cache.CountBetween(time, otherTime);
-}
-
-PictureCache::Span PictureFeeder::GetSpan() const
-{
-    return cache.GetSpan();
+    PictureCache::Place const& earlier = one.start < other.start ? one : other;
+    PictureCache::Place const& later = one.start < other.start ? other : one;
+    if (earlier.end + 1 >= later.start)
+        return 0;
+    int const cached = cache.CountBetween(earlier.start, later.start);
+    return cached >= 0 ? cached : std::max((later.start - earlier.end) / frameStep, 1LL);
 }
 
 long long PictureFeeder::GetEnd() const
 {
-    return end;
+    std::lock_guard const lock(mutex);
+    return published.end;
 }
 
-long long PictureFeeder::GetDecodedCount() const
-{
-    return decodedCount;
-}
-
-double PictureFeeder::GetDecodeRate() const
-{
-    return decodeRate;
-}
-
-QString PictureFeeder::GetError() const
+PictureFeeder::Snapshot PictureFeeder::GetSnapshot() const
 {
     std::lock_guard const lock(mutex);
-    return error;
-}
-
-QString PictureFeeder::DescribeColours() const
-{
-    std::lock_guard const lock(mutex);
-    return colours;
+    return published;
 }

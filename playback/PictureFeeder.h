@@ -1,13 +1,12 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
 #include "playback/PictureCache.h"
 #include "playback/PlayNeed.h"
 #include "source/PictureStream.h"
 
 #include <QString>
 
-#include <atomic>
+#include <mutex>
 #include <vector>
 
 // Keeps the picture cache filled from a picture source: forwards picture by picture, backwards in segments, as the play
@@ -23,40 +22,53 @@
 // Where decoding cannot keep up, it goes on further ahead: what is late by then is not converted, and where a key
 // picture lies on the way, not even decoded. Every now and then one picture comes out all the same, late as it is, so
 // that something moves.
-class TAVOLINPLAYBACK_EXPORT PictureFeeder
+class PictureFeeder
 {
 public:
     using Picture = PictureCache::Picture;
 
-    PictureFeeder(std::unique_ptr<PictureStream> source, long long frameStep, long long budget);
+    // What the feeder has come to, as of the end of its last piece of work.
+    struct Snapshot
+    {
+        long long first = 0;          // start of the first picture of all
+        long long end = -1;           // one microsecond after the last picture; -1: not yet known
+        Picture preview;              // null when there is none
+        long long previewSerial = -1; // PlayNeed::seekSerial of the preview
+        long long failedSerial = -1;  // PlayNeed::seekSerial of a place where nothing could be read
+        ColourSettings colours;       // of the pictures
+        QString colourText;           // what the last picture was converted from
+        long long decodedCount = 0;   // pictures
+        double decodeRate = 0.0;      // pictures per second
+        QString error;                // what could not be read last, one sentence; empty when there was nothing
+    };
+
+    // `frameStep`: microseconds from picture to picture, an estimate. `colours`: those of the source.
+    PictureFeeder(std::unique_ptr<PictureStream> source, long long frameStep, long long budget,
+                  ColourSettings const& colours = {});
     ~PictureFeeder();
 
     // Decoding thread. Reads the first picture of all; false when there is none.
     bool Begin(StopCheck const& stop);
-    long long GetOrigin() const; // container time of media time 0; decoding thread, after Begin
+
+    // Decoding thread, after Begin: container time of media time 0.
+    long long GetOrigin() const { return source->GetOrigin(); }
 
     // Decoding thread. Does one piece of the most urgent work; false when there is none for `need`. Less budget than
-    // before is heeded at once, also in the midst of it.
+    // before is heeded at once, also in the midst of it; other colours before it.
     bool Work(PlayNeed const& need, AskNeed const& ask);
 
-    // Decoding thread. Lets go of all pictures: those around the position are read anew.
-    void SetColours(ColourSettings const& colours);
-
     // Any thread.
-    PictureCache::Place Find(long long position,
-                             int offset) const; // positions beyond the pictures mean the first, last
+    PictureCache::Place Find(long long position, int offset) const;          // beyond the pictures: the first, the last
     PictureCache::Place FindNewest(long long position, bool forwards) const; // or what comes before it in play
     bool IsFirst(PictureCache::Place const& place) const;
     bool IsLast(PictureCache::Place const& place) const;
-    bool IsReady(PlayNeed const& need) const;   // what is to show now is there, or known not to exist
-    Picture GetPreview(long long sought) const; // null when there is none for that seek
-    int CountBetween(long long time, long long otherTime) const;
-    PictureCache::Span GetSpan() const;
-    long long GetEnd() const; // one microsecond after the last picture; -1 when not yet known
-    long long GetDecodedCount() const;
-    double GetDecodeRate() const;
-    QString GetError() const;
-    QString DescribeColours() const; // what the last picture was converted from
+    bool IsReady(PlayNeed const& need) const;       // what is to show now is there, or known not to exist
+    Picture GetPreview(long long seekSerial) const; // null when there is none for that seek
+    // Pictures between two; an estimate when some of them have not been decoded or are gone.
+    long long CountBetween(PictureCache::Place const& one, PictureCache::Place const& other) const;
+    PictureCache::Span GetSpan() const { return cache.GetSpan(); }
+    long long GetEnd() const; // of the snapshot
+    Snapshot GetSnapshot() const;
 
 private:
     bool DoWork(PlayNeed const& need, AskNeed const& ask);
@@ -78,9 +90,10 @@ private:
     bool MakeRoomBefore(long long bytes, PlayNeed const& need);
     StopCheck StopForOthers(PlayNeed const& need, AskNeed const& ask);
     PictureCache::Window WindowFor(PlayNeed const& need) const;
+    void HeedColours(PlayNeed const& need);
     void HeedBudget(PlayNeed const& need);
     void NotePicture(Picture const& picture);
-    void NoteProgress();
+    void Publish();
     void Measure(long long decodedBefore, double seconds);
     long long PicturesIn(long long bytes) const;
     long long EffectiveBudget() const;
@@ -101,16 +114,8 @@ private:
     std::vector<Picture> released;
     long long measuredPictures = 0;
     double measuredSeconds = 0.0;
+    Snapshot own; // published when a piece of work is done
 
-    mutable std::mutex mutex; // of the following
-    Picture preview;
-    long long previewFor = -1; // PlayNeed::sought of it
-    QString error;
-    QString colours;
-
-    std::atomic<long long> failedFor = -1; // PlayNeed::sought of a place where nothing could be read
-    std::atomic<long long> end = -1;
-    std::atomic<long long> first = 0; // start of the first picture
-    std::atomic<long long> decodedCount = 0;
-    std::atomic<double> decodeRate = 0.0;
+    mutable std::mutex mutex;
+    Snapshot published;
 };

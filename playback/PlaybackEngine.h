@@ -8,8 +8,8 @@
 
 #include <memory>
 
-class EngineCore;
 class TimeSource;
+struct EngineParts;
 struct DecodedVideoFrame;
 
 // Plays one media source forwards and backwards at any speed, exact to the picture: movies, files of sound, still
@@ -36,7 +36,7 @@ class TAVOLINPLAYBACK_EXPORT PlaybackEngine
 public:
     explicit PlaybackEngine(PlaybackOptions const& options = {}); // with the computer's steady clock
 
-    // With the time source of the caller, who keeps it alive; null is the steady clock.
+    // With a time source of the caller's, which the engine keeps alive; null is the steady clock.
     PlaybackEngine(PlaybackOptions const& options, std::shared_ptr<TimeSource const> timeSource);
     ~PlaybackEngine();
     PlaybackEngine(PlaybackEngine const&) = delete;
@@ -50,11 +50,11 @@ public:
     // AvGlobals::maxAudioOutputChannels is set before the first of these; with 0 there is no sound.
     void Open(QString const& path);
     void OpenSequence(QString const& path); // the same, and one file of a numbered row stands for the whole row
-    void Close();                           // also cancels an Open
+    void Close() { Open({}); }              // also cancels an Open
 
     // The speed as a multiple of normal, held to -16 to 16; 0 pauses, below 0 plays backwards. Not a number is 0.
     void SetSpeed(double speed);
-    void Pause(); // as SetSpeed(0)
+    void Pause() { SetSpeed(0.0); }
 
     // Pauses and moves by `pictures` pictures, later ones when positive, stopping at the first and the last: the very
     // neighbours, however uneven their times. Steps asked for faster than decoding follow each other, none is lost.
@@ -70,7 +70,7 @@ public:
     // Plays from `start` up to, not including, `end` over and over, either way; a range below one microsecond clears
     // it.
     void SetLoop(long long start, long long end);
-    void ClearLoop();
+    void ClearLoop() { SetLoop(0, 0); }
 
     void SetVolume(double volume);        // factor of every sample, from 0; above 1 samples are clipped
     void SetMuted(bool muted);            // silence while play goes on
@@ -97,13 +97,15 @@ public:
     // start, a stop, a seek, a turn or a change of mute they are faded, so that nothing clicks.
     int FillAudio(short* buffer, int frames, long long delay = 0);
 
-    PlaybackStatus GetStatus() const; // as of now
+    // As of now. Not const, as WaitUntilReady is not: a look settles what play has brought about since the last one, so
+    // that what one caller is told holds for all.
+    PlaybackStatus GetStatus();
 
     // Waits until whatever is under way for the present position is there: the opening done or failed, steps made, the
     // exact picture cached or known not to exist, the sound of the next moments too, a change of the budget heeded.
     // False after `milliseconds` of real time. With a time source that stands still meanwhile, nothing is ever dropped.
-    bool WaitUntilReady(int milliseconds) const;
+    bool WaitUntilReady(int milliseconds);
 
 private:
-    std::unique_ptr<EngineCore> core;
+    std::unique_ptr<EngineParts> parts;
 };

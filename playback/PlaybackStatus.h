@@ -31,6 +31,8 @@ struct PlaybackStatus
     long long duration = 0;     // from `start` to the end
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
     double speed = 0.0;         // 0 while paused, below 0 backwards
+    double volume = 1.0;        // as set by SetVolume
+    bool muted = false;         // as set by SetMuted
     bool waiting = false;       // the clock stands still until the first picture (and sound) of a new place is decoded
 
     // Of the pictures, as coded and not yet turned; 0 without pictures.

@@ -51,30 +51,31 @@ bool SoundFeeder::Begin(StopCheck const& stop)
     SoundStream::Frame frame;
     if (reader->Read(frame, stop) != ReadResult::Got)
         return false;
-    begin = std::max(frame->startTime, 0LL); // what lies before the container's 0 is not played
+    own.begin = std::max(frame->startTime, 0LL); // what lies before the container's 0 is not played
     output->Append(frame, true);
-    Set(forwardCover, frame->startTime, frame->endTime);
+    Set(own.forwards, frame->startTime, frame->endTime);
     followsForwards = true;
     return true;
 }
 
 bool SoundFeeder::Work(PlayNeed const& need, AskNeed const& ask, long long ahead)
 {
-    if (need.hushed || Reaches(need, ahead))
+    if (!need.needsSound || Reaches(need, ahead))
         return false;
     StopCheck const stop = [&] {
         PlayNeed const now = ask();
-        return now.opened != need.opened || (now.sought != need.sought && !Reaches(now, 0));
+        return now.openSerial != need.openSerial || (now.seekSerial != need.seekSerial && !Reaches(now, 0));
     };
     bool const worked = need.forwards ? ReadForwards(need, stop) : ReadBackwards(need, stop);
-    NoteEnd();
+    own.end = reader->GetEnd() != unknown ? reader->GetEnd() : own.end;
+    Publish();
     return worked;
 }
 
 bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
 {
     long long const time = std::max(need.position + origin, 0LL);
-    Cover cover = forwardCover;
+    Cover cover = own.forwards;
     if (time < cover.from || time > cover.to + 1) {
         RestartForwards(time, stop);
         return true;
@@ -84,7 +85,7 @@ bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
         ReadResult const result =
             followsForwards ? reader->Read(frame, stop) : reader->ReadAt(cover.to + 1, frame, stop);
         if (result == ReadResult::End)
-            cover.to = forEver;
+            cover.to = noLimit;
         if (result != ReadResult::Got)
             break;
         followsForwards = true;
@@ -92,23 +93,23 @@ bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
         cover.to = std::max(cover.to, frame->endTime);
     }
     cover.from = std::max(cover.from, std::min(time - kept, cover.to));
-    output->Trim(cover.from, forEver, true);
-    Set(forwardCover, cover.from, cover.to);
+    output->Trim(cover.from, noLimit, true);
+    Set(own.forwards, cover.from, cover.to);
     return true;
 }
 
 void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
 {
-    Set(forwardCover, time, time - 1);
+    Set(own.forwards, time, time - 1);
     output->Clear(true);
     followsForwards = true;
     SoundStream::Frame frame;
     ReadResult const result = reader->ReadAt(time, frame, stop);
     if (result == ReadResult::Got) {
         output->Append(frame, true);
-        Set(forwardCover, time, frame->endTime);
+        Set(own.forwards, time, frame->endTime);
     } else if (result == ReadResult::End) {
-        Set(forwardCover, time, forEver);
+        Set(own.forwards, time, noLimit);
     } else {
         followsForwards = false;
     }
@@ -118,11 +119,11 @@ void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
 bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
 {
     long long const time = std::max(need.position + origin, 0LL);
-    Cover cover = backwardCover;
+    Cover cover = own.backwards;
     if (time > cover.to + 1 || time + 1 < cover.from) {
         output->Clear(false);
         cover = {time + 1, time};
-        Set(backwardCover, cover.from, cover.to);
+        Set(own.backwards, cover.from, cover.to);
     }
     long long const target = std::max(cover.from - Scaled(piece, need), 0LL);
     followsForwards = false;
@@ -139,60 +140,42 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
     for (auto next = frames.rbegin(); next != frames.rend(); ++next)
         output->Append(*next, false);
     bool const isFirst = target == 0 || frames.empty() || frames.front()->startTime > target;
-    bool const isAll = isFirst && target <= begin;
+    bool const isAll = isFirst && target <= own.begin;
     cover.from = isAll ? unknown : (frames.empty() ? target : frames.front()->startTime);
     cover.to = std::max(std::min(cover.to, time + kept), time);
     output->Trim(unknown / 2, cover.to, false);
-    Set(backwardCover, cover.from, cover.to);
+    Set(own.backwards, cover.from, cover.to);
     return true;
-}
-
-void SoundFeeder::NoteEnd()
-{
-    if (reader->GetEnd() != unknown)
-        end = reader->GetEnd();
 }
 
 void SoundFeeder::Set(Cover& cover, long long from, long long to)
 {
-    std::lock_guard const lock(mutex);
     cover = {from, to};
+    Publish();
+}
+
+void SoundFeeder::Publish()
+{
+    std::lock_guard const lock(mutex);
+    published = own;
+}
+
+SoundFeeder::Snapshot SoundFeeder::GetSnapshot() const
+{
+    std::lock_guard const lock(mutex);
+    return published;
 }
 
 bool SoundFeeder::HasSound(PlayNeed const& need, long long ahead) const
 {
-    return need.hushed || Reaches(need, ahead);
+    return !need.needsSound || Reaches(need, ahead);
 }
 
 bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const
 {
     long long const time = std::max(need.position + origin, 0LL);
-    std::lock_guard const lock(mutex);
+    Snapshot const now = GetSnapshot();
     if (need.forwards)
-        return forwardCover.from <= time && time <= forwardCover.to && forwardCover.to - time >= Scaled(ahead, need);
-    return time <= backwardCover.to + 1 && backwardCover.from <= std::max(time - Scaled(ahead, need), begin.load());
-}
-
-long long SoundFeeder::GetStart() const
-{
-    return begin - origin;
-}
-
-long long SoundFeeder::GetEnd() const
-{
-    return IsEndKnown() ? end - origin : unknown;
-}
-
-bool SoundFeeder::IsEndKnown() const
-{
-    return end != unknown;
-}
-
-void SoundFeeder::GetSpan(bool forwards, long long& start, long long& last) const
-{
-    std::lock_guard const lock(mutex);
-    Cover const& cover = forwards ? forwardCover : backwardCover;
-    long long const lastSound = end != unknown ? end - 1 : forEver;
-    start = std::max(cover.from, begin.load()) - origin;
-    last = std::min(cover.to, lastSound) - origin;
+        return now.forwards.from <= time && time <= now.forwards.to && now.forwards.to - time >= Scaled(ahead, need);
+    return time <= now.backwards.to + 1 && now.backwards.from <= std::max(time - Scaled(ahead, need), now.begin);
 }

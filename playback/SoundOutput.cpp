@@ -91,7 +91,7 @@ void SoundOutput::Fill(short* buffer, int frames, SoundRun const& run)
 
 bool SoundOutput::Follows(SoundRun const& run) const
 {
-    return run.sought == current.sought && run.sounding == current.sounding &&
+    return run.seekSerial == current.seekSerial && run.sounding == current.sounding &&
            std::signbit(run.speed) == std::signbit(current.speed);
 }
 

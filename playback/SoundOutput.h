@@ -1,21 +1,10 @@
 #pragma once
 
-#include "TavolinPlaybackExport.h"
-
 #include "cache/DecodedAudio.h"
+#include "playback/PlayNeed.h"
 
 #include <memory>
 #include <vector>
-
-// What the sound output is to play, as of the first frame of a block. Times are microseconds of the container's time.
-struct SoundRun
-{
-    long long sought = 0;   // changes with every jump of the position
-    bool sounding = false;  // false: silence
-    long long position = 0; // of the first frame
-    double speed = 0.0;     // multiple of normal, below 0 backwards
-    double volume = 1.0;    // factor of every sample
-};
 
 // The sound output's end of the engine: the decoded sound in two caches, one for each direction, and the blocks made of
 // it by the fill.
@@ -29,7 +18,7 @@ struct SoundRun
 //
 // Two threads, as the caches have it: the decoding thread appends and clears, the output thread calls Fill and
 // GetPosition.
-class TAVOLINPLAYBACK_EXPORT SoundOutput
+class SoundOutput
 {
 public:
     SoundOutput(int channels, int sampleRate); // of the sound that will be appended, at output

@@ -136,13 +136,13 @@ bool Transport::PerformSound(PlayerAction action)
 {
     switch (action) {
     case PlayerAction::Mute:
-        SetMuted(!muted);
+        SetMuted(!IsMuted());
         return true;
     case PlayerAction::VolumeDown:
-        SetVolume(volume - volumeStep);
+        SetVolume(GetVolume() - volumeStep);
         return true;
     case PlayerAction::VolumeUp:
-        SetVolume(volume + volumeStep);
+        SetVolume(GetVolume() + volumeStep);
         return true;
     default:
         return false;
@@ -235,24 +235,22 @@ void Transport::MarkOut()
 
 void Transport::SetVolume(double newVolume)
 {
-    volume = std::clamp(std::round(newVolume * 1000.0) / 1000.0, 0.0, 1.0);
-    engine.SetVolume(volume);
+    engine.SetVolume(std::clamp(std::round(newVolume * 1000.0) / 1000.0, 0.0, 1.0));
 }
 
 double Transport::GetVolume() const
 {
-    return volume;
+    return engine.GetStatus().volume;
 }
 
-void Transport::SetMuted(bool newMuted)
+void Transport::SetMuted(bool muted)
 {
-    muted = newMuted;
     engine.SetMuted(muted);
 }
 
 bool Transport::IsMuted() const
 {
-    return muted;
+    return engine.GetStatus().muted;
 }
 
 void Transport::SetLooping(bool newLooping)

@@ -49,8 +49,6 @@ private:
 
     PlaybackEngine& engine;
     double chosenSpeed = 1.0;
-    double volume = 1.0;
-    bool muted = false;
     bool looping = false;
     std::optional<long long> in;
     std::optional<long long> out;

@@ -51,7 +51,7 @@ double SecondsSince(SteadyClock::time_point begin)
     return std::chrono::duration<double>(SteadyClock::now() - begin).count();
 }
 
-void Wait(PlaybackEngine const& engine)
+void Wait(PlaybackEngine& engine)
 {
     if (engine.WaitUntilReady(patience))
         return;
@@ -212,7 +212,7 @@ void MeasureSound(QString const& path, QString const& silentPath)
     PlaybackEngine engines[2] = {PlaybackEngine(options), PlaybackEngine(options)};
     engines[0].Open(path);
     engines[1].Open(silentPath);
-    for (PlaybackEngine const& engine : engines)
+    for (PlaybackEngine& engine : engines)
         Wait(engine);
     std::printf("with sound: %d channels; without: %d\n", engines[0].GetStatus().channels,
                 engines[1].GetStatus().channels);

@@ -81,7 +81,7 @@ bool PlayTick(PlaybackEngine& engine, VirtualTime& time, std::vector<short>& blo
     return isReady;
 }
 
-std::string Describe(PlaybackEngine const& engine)
+std::string Describe(PlaybackEngine& engine)
 {
     PlaybackStatus const status = engine.GetStatus();
     return "at " + std::to_string(status.position) + (status.waiting ? ", waiting" : "") + ", pictures " +

@@ -29,6 +29,10 @@ public:
 
     ReadResult ReadNear(long long time, long long earliest, Picture& picture, StopCheck const& stop) override
     {
+        if (isLost)
+            return ReadResult::End;
+        if (stop())
+            return ReadResult::Stopped;
         long long const wanted = std::clamp(time / step, 0LL, count - 1);
         long long const key = wanted / group * group;
         next = next <= wanted ? std::max(next, key) : key;
@@ -44,7 +48,8 @@ public:
     {
         if (stop())
             return ReadResult::Stopped;
-        if (next >= count)
+        next = std::max(next, firstNumber);
+        if (next >= count || isLost)
             return ReadResult::End;
         pass(cost);
         std::vector<uint8_t> const bytes(static_cast<size_t>(size(next)));
@@ -56,8 +61,17 @@ public:
         return ReadResult::Got;
     }
 
-    long long GetEnd() const override { return count * step; }
+    void SetColours(ColourSettings const& newColours) override { colours = newColours; }
+    QString DescribeColours() const override { return colours.followStream ? "bt709" : "bt601"; }
+    long long GetEnd() const override { return isLost ? next * step : isEndKnown || next >= count ? count * step : -1; }
+    long long GetOrigin() const override { return 1400000; }
+    QString GetError() const override { return isLost ? "The file is gone." : ""; }
     long long GetDecodedCount() const override { return decoded; }
+
+    bool isEndKnown = true;
+    bool isLost = false;       // nothing can be read any more
+    long long firstNumber = 0; // of the first picture that can be read
+    ColourSettings colours;
 
 private:
     std::function<void(long long)> const pass;
@@ -80,7 +94,7 @@ protected:
         need.budget = 100 * 12;
         need.position = from;
         need.forwards = speed > 0.0;
-        need.sought = 1;
+        need.seekSerial = 1;
         shown.clear();
         AskNeed const ask = [this] { return need; };
         EXPECT_TRUE(feeder->Begin([] { return false; }));
@@ -193,7 +207,7 @@ private:
             need.budget = Pick(0, 20000);
             break;
         case 1:
-            ++need.sought;
+            ++need.seekSerial;
             need.position = Pick(0, count * step - 1);
             break;
         case 2:
@@ -260,6 +274,323 @@ TEST_F(PictureFeederTest, SomethingMovesBackwardsWhereDecodingIsTooSlow)
     EXPECT_GE(PicturesPlayed(-4.0, 10000, 12), 250U);
     EXPECT_GE(PicturesPlayed(-16.0, 30000, 12), 12U);
     EXPECT_GE(PicturesPlayed(-16.0, 30000, 250), 10U);
+}
+
+// One piece of work after the other, by a source that takes no time: groups of 25 pictures, a second each.
+class PictureFeederWorkTest : public testing::Test
+{
+protected:
+    void Begin(int budgetInPictures)
+    {
+        auto owned = std::make_unique<SlowSource>([](long long) {}, 1, 25);
+        source = owned.get();
+        source->isEndKnown = false;
+        need.budget = budgetInPictures * 12LL;
+        feeder = std::make_unique<PictureFeeder>(std::move(owned), step, need.budget);
+        ASSERT_TRUE(feeder->Begin([] { return false; }));
+    }
+
+    bool Work()
+    {
+        return feeder->Work(PlayNeed(need), [this] { return need; });
+    }
+
+    void WorkUntilDone()
+    {
+        int pieces = 0;
+        while (Work())
+            ASSERT_LT(++pieces, 3000);
+    }
+
+    void SeekTo(long long position)
+    {
+        need.position = position;
+        ++need.seekSerial;
+    }
+
+    long long StartAt(long long position, int offset = 0) const
+    {
+        PictureCache::Place const place = feeder->Find(position, offset);
+        return place.picture ? place.start : -1;
+    }
+
+    PlayNeed need;
+    SlowSource* source = nullptr;
+    std::unique_ptr<PictureFeeder> feeder;
+};
+
+TEST_F(PictureFeederWorkTest, BeginsWithTheFirstPicture)
+{
+    Begin(100);
+    PictureFeeder::Snapshot const now = feeder->GetSnapshot();
+    EXPECT_EQ(now.first, 0);
+    EXPECT_EQ(now.end, -1);
+    EXPECT_EQ(now.decodedCount, 1);
+    EXPECT_EQ(now.error, QString());
+    EXPECT_EQ(now.colourText, QString("bt601"));
+    EXPECT_EQ(feeder->GetOrigin(), 1400000);
+    EXPECT_EQ(StartAt(0), 0);
+    EXPECT_EQ(StartAt(-5000000), 0);
+    EXPECT_EQ(StartAt(40000), -1);
+    EXPECT_TRUE(feeder->IsFirst(feeder->Find(0, 0)));
+    EXPECT_FALSE(feeder->IsLast(feeder->Find(0, 0)));
+}
+
+TEST_F(PictureFeederWorkTest, DoesNotBeginWithoutAPicture)
+{
+    auto owned = std::make_unique<SlowSource>([](long long) {}, 1, 25);
+    owned->isLost = true;
+    PictureFeeder empty(std::move(owned), step, 1000);
+    EXPECT_FALSE(empty.Begin([] { return false; }));
+}
+
+TEST_F(PictureFeederWorkTest, WhilePausedFillsItsBudgetAroundThePositionAndStops)
+{
+    Begin(50);
+    SeekTo(10000000);
+    EXPECT_FALSE(feeder->IsReady(need));
+    WorkUntilDone();
+    EXPECT_TRUE(feeder->IsReady(need));
+    EXPECT_EQ(StartAt(10000000), 10000000);
+    EXPECT_EQ(feeder->GetSpan().count, 50);
+    EXPECT_EQ(feeder->GetSpan().bytes, 600);
+}
+
+TEST_F(PictureFeederWorkTest, BeyondTheLastPictureIsTheLastPicture)
+{
+    Begin(50);
+    SeekTo(39990000);
+    WorkUntilDone();
+    EXPECT_EQ(feeder->GetEnd(), 40000000);
+    SeekTo(1000000000);
+    EXPECT_TRUE(feeder->IsReady(need));
+    EXPECT_EQ(StartAt(1000000000), 39960000);
+    EXPECT_TRUE(feeder->IsLast(feeder->Find(39960000, 0)));
+    EXPECT_FALSE(feeder->IsLast(feeder->Find(39920000, 0)));
+}
+
+TEST_F(PictureFeederWorkTest, AStepBringsTheNeighbourEvenWithoutRoom)
+{
+    for (int const direction : {1, -1}) {
+        Begin(0);
+        SeekTo(10000000);
+        WorkUntilDone();
+        for (int i = 1; i < 60; ++i) {
+            need.steps = direction;
+            for (int pieces = 0; pieces < 100 && StartAt(need.position, direction) < 0; ++pieces)
+                Work();
+            ASSERT_EQ(StartAt(need.position, direction), need.position + direction * step) << i;
+            need.position += direction * step;
+            EXPECT_LE(feeder->GetSpan().count, 4);
+        }
+        need = PlayNeed();
+    }
+}
+
+TEST_F(PictureFeederWorkTest, APreviewIsTheKeyPictureAndOfOneSeekOnly)
+{
+    Begin(50);
+    SeekTo(10130000);
+    need.preview = true;
+    EXPECT_TRUE(Work());
+    EXPECT_FALSE(Work());
+    ASSERT_TRUE(feeder->GetPreview(need.seekSerial));
+    EXPECT_EQ(feeder->GetPreview(need.seekSerial)->startTime, 10000000);
+    EXPECT_FALSE(feeder->GetPreview(need.seekSerial + 1));
+    EXPECT_TRUE(feeder->IsReady(need));
+    EXPECT_EQ(StartAt(10130000), -1);
+    need.preview = false;
+    EXPECT_FALSE(feeder->IsReady(need));
+    WorkUntilDone();
+    EXPECT_EQ(StartAt(10130000), 10120000);
+}
+
+TEST_F(PictureFeederWorkTest, WhereNothingCanBeReadItIsReadyAndTriesAgainAfterTheNextSeek)
+{
+    for (bool const preview : {false, true}) {
+        Begin(50);
+        source->isLost = true;
+        SeekTo(10000000);
+        need.preview = preview;
+        EXPECT_TRUE(Work());
+        EXPECT_FALSE(Work());
+        EXPECT_TRUE(feeder->IsReady(need));
+        EXPECT_EQ(feeder->GetSnapshot().error, QString("The file is gone."));
+        source->isLost = false;
+        EXPECT_FALSE(Work());
+        SeekTo(10000000);
+        EXPECT_FALSE(feeder->IsReady(need));
+        EXPECT_TRUE(Work());
+        EXPECT_TRUE(feeder->IsReady(need));
+        EXPECT_EQ(feeder->GetSnapshot().error, QString());
+    }
+}
+
+TEST_F(PictureFeederWorkTest, AFileThatIsLostWhileItPlaysEndsTheWork)
+{
+    for (bool const forwards : {true, false}) {
+        Begin(10);
+        SeekTo(10000000);
+        WorkUntilDone();
+        need.playing = true;
+        need.forwards = forwards;
+        need.speed = forwards ? 1.0 : -1.0;
+        source->isLost = true;
+        need.position += forwards ? 300000 : -300000;
+        WorkUntilDone();
+        EXPECT_FALSE(Work());
+        need = PlayNeed();
+    }
+}
+
+// Seeks come faster than pictures can be decoded. The first stops what is under way, the second waits for a picture.
+TEST_F(PictureFeederWorkTest, ASeekElsewhereStopsTheWorkButEverySecondOneComesToItsPicture)
+{
+    Begin(50);
+    SeekTo(10130000);
+    AskNeed const another = [this] {
+        PlayNeed later = need;
+        later.seekSerial = need.seekSerial + 1;
+        later.position = 20000000;
+        return later;
+    };
+    EXPECT_TRUE(feeder->Work(PlayNeed(need), another));
+    EXPECT_EQ(StartAt(10130000), -1);
+    EXPECT_TRUE(feeder->Work(PlayNeed(need), another));
+    EXPECT_EQ(StartAt(10130000), 10120000);
+    SeekTo(30130000);
+    EXPECT_TRUE(feeder->Work(PlayNeed(need), another));
+    EXPECT_EQ(StartAt(30130000), -1);
+}
+
+TEST_F(PictureFeederWorkTest, AnotherSourceStopsAnyWork)
+{
+    Begin(50);
+    AskNeed const closed = [this] {
+        PlayNeed later = need;
+        ++later.openSerial;
+        return later;
+    };
+    feeder->Work(PlayNeed(need), closed);
+    EXPECT_EQ(feeder->GetSpan().count, 1);
+    SeekTo(10130000);
+    for (int i = 0; i < 3; ++i)
+        feeder->Work(PlayNeed(need), closed);
+    EXPECT_EQ(StartAt(10130000), -1);
+    SeekTo(20130000);
+    need.preview = true;
+    feeder->Work(PlayNeed(need), closed);
+    EXPECT_FALSE(feeder->GetPreview(need.seekSerial));
+}
+
+TEST_F(PictureFeederWorkTest, ReadsEverythingAnewInOtherColours)
+{
+    Begin(50);
+    SeekTo(10000000);
+    WorkUntilDone();
+    PictureCache::Picture const former = feeder->Find(10000000, 0).picture;
+    need.colours.followStream = true;
+    EXPECT_FALSE(feeder->IsReady(need));
+    EXPECT_TRUE(Work());
+    EXPECT_TRUE(source->colours.followStream);
+    EXPECT_TRUE(feeder->GetSnapshot().colours.followStream);
+    EXPECT_EQ(feeder->GetSnapshot().colourText, QString("bt709"));
+    EXPECT_TRUE(feeder->IsReady(need));
+    EXPECT_NE(feeder->Find(10000000, 0).picture, former);
+    EXPECT_EQ(feeder->GetSpan().count, 1);
+}
+
+TEST_F(PictureFeederWorkTest, OtherColoursMakeAPreviewAnewToo)
+{
+    Begin(50);
+    SeekTo(10130000);
+    need.preview = true;
+    Work();
+    PictureCache::Picture const former = feeder->GetPreview(need.seekSerial);
+    need.colours.followStream = true;
+    EXPECT_TRUE(Work());
+    EXPECT_NE(feeder->GetPreview(need.seekSerial), former);
+    EXPECT_TRUE(feeder->GetPreview(need.seekSerial));
+}
+
+TEST_F(PictureFeederWorkTest, LessBudgetKeepsThePicturesNextToThePosition)
+{
+    Begin(100);
+    SeekTo(10000000);
+    WorkUntilDone();
+    ASSERT_EQ(feeder->GetSpan().count, 100);
+    need.budget = 60;
+    Work();
+    EXPECT_EQ(feeder->GetSpan().budget, 60);
+    EXPECT_LE(feeder->GetSpan().bytes, 60);
+    EXPECT_EQ(StartAt(10000000), 10000000);
+}
+
+TEST_F(PictureFeederWorkTest, CountsThePicturesBetweenTwoAndEstimatesThoseThatAreNotThere)
+{
+    Begin(100);
+    WorkUntilDone();
+    PictureCache::Place const first = feeder->Find(0, 0);
+    EXPECT_EQ(feeder->CountBetween(first, feeder->Find(40000, 0)), 0);
+    EXPECT_EQ(feeder->CountBetween(first, feeder->Find(400000, 0)), 9);
+    EXPECT_EQ(feeder->CountBetween(feeder->Find(400000, 0), first), 9);
+    PictureCache::Place gone;
+    gone.start = 30000000;
+    gone.end = 30039999;
+    EXPECT_EQ(feeder->CountBetween(first, gone), 749);
+}
+
+TEST_F(PictureFeederWorkTest, TheNewestPictureIsTheOneThatPlayHasPassedLast)
+{
+    Begin(25);
+    SeekTo(10000000);
+    WorkUntilDone();
+    PictureCache::Span const span = feeder->GetSpan();
+    EXPECT_EQ(feeder->FindNewest(span.end + 1000000, true).end, span.end);
+    EXPECT_EQ(feeder->FindNewest(span.start - 1000000, false).start, span.start);
+    EXPECT_FALSE(feeder->FindNewest(span.start - 1000000, true).picture); // not yet
+    EXPECT_FALSE(feeder->FindNewest(span.end + 1000000, false).picture);
+    EXPECT_EQ(feeder->FindNewest(10010000, true).start, 10000000);
+}
+
+TEST_F(PictureFeederWorkTest, PlayingBackwardsItIsReadyWithThePictureBeforeToo)
+{
+    Begin(0);
+    SeekTo(10000000);
+    Work();
+    need.playing = true;
+    need.forwards = false;
+    EXPECT_FALSE(feeder->IsReady(need));
+    WorkUntilDone();
+    EXPECT_TRUE(feeder->IsReady(need));
+    EXPECT_EQ(StartAt(10000000, -1), 9960000);
+    SeekTo(0);
+    WorkUntilDone();
+    EXPECT_TRUE(feeder->IsReady(need)); // before the first there is none
+}
+
+// The file has changed: what was there once is not any more.
+TEST_F(PictureFeederWorkTest, WhereNothingLiesBeforeTheCachedPicturesTheyBeginWithTheFirst)
+{
+    Begin(50);
+    SeekTo(10000000);
+    Work();
+    source->firstNumber = 250;
+    need.playing = true;
+    need.forwards = false;
+    need.speed = -1.0;
+    WorkUntilDone();
+    EXPECT_EQ(feeder->GetSnapshot().first, 10000000);
+    EXPECT_TRUE(feeder->IsFirst(feeder->Find(10000000, 0)));
+}
+
+TEST_F(PictureFeederWorkTest, MeasuresHowFastItDecodes)
+{
+    Begin(100);
+    EXPECT_EQ(feeder->GetSnapshot().decodeRate, 0.0);
+    Work();
+    EXPECT_GT(feeder->GetSnapshot().decodeRate, 0.0);
+    EXPECT_EQ(feeder->GetSnapshot().decodedCount, 2);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ protected:
     {
         PlayNeed need;
         need.position = position;
-        need.sought = sought;
+        need.seekSerial = sought;
         need.playing = !forwards;
         need.forwards = forwards;
         return need;
@@ -89,6 +89,118 @@ TEST_F(SoundFeederTest, WhatWasLeftBackwardsIsDecodedWhenItIsNeededAfterAll)
     EXPECT_FALSE(HasSound(first));
     EXPECT_TRUE(Work(first, first));
     EXPECT_TRUE(HasSound(first));
+}
+
+TEST_F(SoundFeederTest, BeginsWithTheFirstSound)
+{
+    SoundFeeder::Snapshot const now = feeder->GetSnapshot();
+    EXPECT_EQ(now.begin, 0);
+    EXPECT_EQ(now.forwards.from, 0);
+    EXPECT_GT(now.forwards.to, 0);
+    EXPECT_LT(now.forwards.to, 500000);
+    EXPECT_LT(now.backwards.to, now.backwards.from);
+    EXPECT_EQ(now.end, SoundFeeder::noLimit);
+    EXPECT_EQ(feeder->GetOrigin(), 0);
+    EXPECT_EQ(feeder->GetOutput()->GetSampleRate(), 44100);
+}
+
+TEST_F(SoundFeederTest, DoesNotBeginWhenItIsStopped)
+{
+    auto reader = std::make_unique<SoundStream>(keeper);
+    ASSERT_TRUE(reader->Open());
+    SoundFeeder stopped(std::move(reader), 0);
+    EXPECT_FALSE(stopped.Begin([] { return true; }));
+}
+
+TEST_F(SoundFeederTest, DecodesAsFarAheadAsItIsToldAndAsTheSpeedNeeds)
+{
+    PlayNeed need = NeedAt(1000000, 1);
+    while (Work(need, need)) {
+    }
+    EXPECT_GE(feeder->GetSnapshot().forwards.to, 1500000);
+    EXPECT_LT(feeder->GetSnapshot().forwards.to, 2000000);
+    EXPECT_TRUE(feeder->HasSound(need, 500000));
+    EXPECT_FALSE(feeder->HasSound(need, 1500000));
+    need.speed = 4.0;
+    EXPECT_FALSE(feeder->HasSound(need, 500000));
+    while (Work(need, need)) {
+    }
+    EXPECT_GE(feeder->GetSnapshot().forwards.to, 3000000);
+    EXPECT_TRUE(feeder->HasSound(need, 500000));
+}
+
+TEST_F(SoundFeederTest, NeedsNothingWhereNoSoundIsPlayed)
+{
+    PlayNeed need = NeedAt(3000000, 1);
+    need.needsSound = false;
+    EXPECT_TRUE(HasSound(need));
+    EXPECT_FALSE(Work(need, need));
+    EXPECT_LT(feeder->GetSnapshot().forwards.to, 500000);
+}
+
+TEST_F(SoundFeederTest, KeepsASecondOfThePast)
+{
+    for (long long position = 0; position <= 4000000; position += 100000) {
+        PlayNeed const need = NeedAt(position, 1);
+        while (Work(need, need)) {
+        }
+    }
+    EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000);
+    EXPECT_GE(feeder->GetSnapshot().forwards.from, 2500000);
+}
+
+TEST_F(SoundFeederTest, KnowsTheEndOnceItHasBeenReached)
+{
+    PlayNeed const need = NeedAt(5800000, 1);
+    while (Work(need, need)) {
+    }
+    EXPECT_NEAR(static_cast<double>(feeder->GetSnapshot().end), 6000000.0, 1.0);
+    EXPECT_EQ(feeder->GetSnapshot().forwards.to, SoundFeeder::noLimit);
+    EXPECT_TRUE(feeder->HasSound(need, 100000000));
+    PlayNeed const beyond = NeedAt(9000000, 2);
+    while (Work(beyond, beyond)) {
+    }
+    EXPECT_TRUE(HasSound(beyond));
+}
+
+TEST_F(SoundFeederTest, BackwardsFromNearTheBeginningThatIsAllThereIs)
+{
+    PlayNeed const need = NeedAt(1500000, 1, false);
+    while (Work(need, need)) {
+    }
+    EXPECT_TRUE(feeder->HasSound(need, 100000000));
+    EXPECT_LE(feeder->GetSnapshot().backwards.from, 0);
+    EXPECT_GE(feeder->GetSnapshot().backwards.to, 1500000);
+}
+
+TEST_F(SoundFeederTest, AfterATurnItReadsOnWhereItWas)
+{
+    PlayNeed const forwards = NeedAt(3000000, 1);
+    while (Work(forwards, forwards)) {
+    }
+    long long const reached = feeder->GetSnapshot().forwards.to;
+    PlayNeed const backwards = NeedAt(3400000, 1, false);
+    while (Work(backwards, backwards)) {
+    }
+    PlayNeed const again = NeedAt(3400000, 1);
+    while (Work(again, again)) {
+    }
+    EXPECT_GT(feeder->GetSnapshot().forwards.to, reached);
+    EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000); // nothing was read anew
+}
+
+// A movie's sound has the container's time, in which media time 0 is the first picture.
+TEST_F(SoundFeederTest, CountsFromItsOrigin)
+{
+    auto reader = std::make_unique<SoundStream>(keeper);
+    ASSERT_TRUE(reader->Open());
+    feeder = std::make_unique<SoundFeeder>(std::move(reader), 2000000);
+    ASSERT_TRUE(feeder->Begin([] { return false; }));
+    PlayNeed const need = NeedAt(1000000, 1);
+    while (Work(need, need)) {
+    }
+    EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000);
+    EXPECT_GE(feeder->GetSnapshot().forwards.to, 3500000);
 }
 
 } // namespace

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "playback/PictureFeeder.h"
+#include "playback/PlayState.h"
+#include "playback/PlaybackOptions.h"
+#include "playback/PlaybackStatus.h"
+#include "playback/SoundFeeder.h"
+#include "source/Source.h"
+
+// What is open: its description, and what keeps pictures and sound of it decoded. The decoding thread makes, feeds and
+// destroys it; other threads look into it under the lock of the state of play.
+struct MediaFeed
+{
+    // Opens pictures, or the sound of a source without pictures; takes as long as probing and decoding the first
+    // picture takes. Null when nothing can be played. `error`: why, or what is missing from what can be played; empty
+    // when nothing is.
+    static std::unique_ptr<MediaFeed> Open(QString const& path, bool isSequence, PlaybackOptions const& options,
+                                           long long budget, StopCheck const& stop, QString& error);
+
+    // Frees no sound on the output thread, which may still be filling a block from it.
+    ~MediaFeed();
+
+    // The sound of it; null when it cannot be decoded.
+    std::unique_ptr<SoundFeeder> OpenSound(StopCheck const& stop) const;
+
+    // Does the most urgent piece of work; false when there is nothing to do for `need`.
+    bool Work(PlayNeed const& need, AskNeed const& ask);
+
+    // Whether the picture of `need` is there, and so many microseconds of sound, or known not to exist.
+    bool IsReady(PlayNeed const& need, long long soundAhead) const;
+
+    PlayRange GetRange() const;
+    void FillStatus(PlaybackStatus& status, bool forwards) const;
+
+    Source source;
+    SourceKind kind = SourceKind::None;      // Sound, too, where the pictures are left out or cannot be decoded
+    std::unique_ptr<PictureFeeder> pictures; // null without pictures
+    std::unique_ptr<SoundFeeder> sound;      // null without sound
+    bool soundPending = false;               // the sound of a movie is opened after its first picture
+
+    int width = 0;  // pixels, of the pictures as coded
+    int height = 0; // pixels
+
+private:
+    bool OpenPictures(long long budget, StopCheck const& stop);
+};

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "playback/Latest.h"
+#include "playback/PlayState.h"
+
+#include <memory>
+
+class SoundOutput;
+class TimeSource;
+
+// Joins the state of play and the sound output, of which neither waits for the other. Whoever has looked at the state
+// leaves an order: what to play, by which clock. The output plays by the newest order and leaves a report of where it
+// is, and whoever looks next takes that into the clock.
+class SoundLink
+{
+public:
+    // Under the lock of the state of play. Without an output nothing that has sound is open. `origin`: the container's
+    // time of media time 0.
+    void Leave(PlayState const& state, std::shared_ptr<SoundOutput> output, long long origin);
+    void TakeReport(PlayState& state);
+
+    // Output thread; see PlaybackEngine::FillAudio. Neither locks nor allocates.
+    int Fill(short* buffer, int frames, long long delay, TimeSource const& timeSource);
+
+private:
+    struct Order
+    {
+        PlayState state;
+        std::shared_ptr<SoundOutput> output;
+        long long origin = 0;
+    };
+
+    void Report(Order const& order, long long now, long long delay);
+
+    Latest<Order> orders;
+    Latest<SoundReport> reports;
+
+    // The output thread's.
+    PlayClock freeClock; // has run by the time source alone since the output took up the run
+    long long freeClockSerial = -1;
+};
