@@ -5,6 +5,8 @@ set(libraries_package "libtavolinav${PROJECT_VERSION_MAJOR}")
 set(development_package "libtavolinav-dev")
 set(tools_package "tavolin-tools")
 set(player_package "tavolin-player")
+set(python_package "python3-tavolin")
+set(archive_package "tavolin-archive")
 
 set(components libraries development)
 if(TARGET tavolin)
@@ -12,6 +14,9 @@ if(TARGET tavolin)
 endif()
 if(TARGET tavolin-player)
     list(APPEND components player)
+endif()
+if(TARGET tavolin-python)
+    list(APPEND components python archive)
 endif()
 
 # What Debian wants of every package.
@@ -87,5 +92,40 @@ set(CPACK_DEBIAN_PLAYER_PACKAGE_DEPENDS "${ours}")
 set(CPACK_DEBIAN_PLAYER_DESCRIPTION "media player exact to the picture
 Plays movies, sound, still images and image sequences forwards and backwards
 at variable speed, for people who review pictures.")
+
+if(TARGET tavolin-python)
+    # Its byte code is made and removed with the package.
+    foreach(component python archive)
+        set(package "${${component}_package}")
+        string(TOUPPER ${component} upper)
+        foreach(script postinst prerm)
+            configure_file("${PROJECT_SOURCE_DIR}/packaging/python/${script}.in"
+                "${files_dir}/${component}/${script}" @ONLY)
+        endforeach()
+        set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA
+            "${files_dir}/${component}/postinst;${files_dir}/${component}/prerm")
+    endforeach()
+
+    set(minor ${Python3_VERSION_MINOR})
+    math(EXPR next_minor "${minor} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+    string(JOIN ", " CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+        "${ours}" "python3 (>= 3.${minor}~)" "python3 (<< 3.${next_minor})" python3-numpy)
+    set(CPACK_DEBIAN_PYTHON_DESCRIPTION "media decoding library (Python module)
+Takes exact pictures and sound out of movies, still images and image
+sequences, forwards and backwards, as NumPy arrays without a copy, and checks
+files for damage.")
+
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_ARCHITECTURE all)
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_SHLIBDEPS OFF)
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_SECTION video)
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_DEPENDS
+        "python3:any, python3-distributed, python3-tavolin (>= ${TAVOLIN_PACKAGE_VERSION})")
+    set(CPACK_DEBIAN_ARCHIVE_PACKAGE_RECOMMENDS "tavolin-tools")
+    set(CPACK_DEBIAN_ARCHIVE_DESCRIPTION "check archives of media files for damage
+Decodes each file of an archive forwards and backwards, on the cores of one
+machine or on the workers of a Dask cluster, and writes a report that it can
+go on with.")
+endif()
 
 include(CPack)

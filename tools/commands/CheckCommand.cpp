@@ -21,8 +21,8 @@ QString Decoded(SourceCheck const& check)
 
 void Report(QString const& path, SourceCheck const& check)
 {
-    for (QString const& fault : check.GetFaults())
-        Console::WriteData(QStringLiteral("%1: damaged: %2\n").arg(path, fault));
+    for (CheckFault const& fault : check.GetFaults())
+        Console::WriteData(QStringLiteral("%1: damaged: %2\n").arg(path, fault.text));
     QString const verdict = check.GetFaults().isEmpty() ? QStringLiteral("ok") : QStringLiteral("damaged: decoded");
     Console::WriteData(QStringLiteral("%1: %2: %3\n").arg(path, verdict, Decoded(check)));
 }
@@ -33,7 +33,10 @@ ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& l
     if (!source)
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
-    SourceCheck check(*source, log);
+    CheckWatch watch;
+    watch.showProgress = Console::ShowProgress;
+    SourceCheck check(
+        *source, [&log] { return log.GetErrorCount(); }, watch);
     if (!check.Run()) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;

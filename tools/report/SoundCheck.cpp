@@ -5,7 +5,6 @@
 #include "media/MediaInfo.h"
 #include "source/SoundStream.h"
 #include "source/Source.h"
-#include "tools/report/Console.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,45 +53,47 @@ void SoundCheck::TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& fra
     end = std::max(end, start + duration);
 }
 
-void SoundCheck::ReadBackwards()
+void SoundCheck::ReadBackwards(CheckWatch const& watch)
 {
     if (!HasAny())
         return;
     auto const stream = source.OpenSound();
     long long const stretch = std::max(shortestStretch, (end - firstStart) / mostStretches);
-    for (long long to = end; to > firstStart; to -= stretch) {
+    for (long long to = end; to > firstStart && !watch.stop(); to -= stretch) {
         long long const from = std::max(to - stretch, firstStart);
-        if (!stream || !IsFoundBackwards(*stream, from, to))
+        if (!stream || !IsFoundBackwards(*stream, from, to, watch.stop))
             missingBackwards = from;
-        Console::ShowProgress(QStringLiteral("sound backwards: %1").arg(TimeText::Clock(source.ToMediaTime(from))));
+        watch.showProgress(QStringLiteral("sound backwards: %1").arg(TimeText::Clock(source.ToMediaTime(from))));
     }
 }
 
 // The reader puts silence into holes, so that all of the stretch is there.
-bool SoundCheck::IsFoundBackwards(SoundStream& stream, long long from, long long to) const
+bool SoundCheck::IsFoundBackwards(SoundStream& stream, long long from, long long to, StopCheck const& stop) const
 {
     SoundStream::Frame frame;
-    if (stream.ReadAt(from, frame) != ReadResult::Got || frame->startTime > from + smallestHole)
+    if (stream.ReadAt(from, frame, stop) != ReadResult::Got || frame->startTime > from + smallestHole)
         return false;
-    while (frame->endTime + 1 < to && stream.Read(frame) == ReadResult::Got) {
+    while (frame->endTime + 1 < to && stream.Read(frame, stop) == ReadResult::Got) {
     }
     return frame->endTime + 1 + smallestHole >= to;
 }
 
-QStringList SoundCheck::GetFaults() const
+QList<CheckFault> SoundCheck::GetFaults() const
 {
-    QStringList faults;
+    QList<CheckFault> faults;
     if (unordered > 0)
-        faults << QStringLiteral("%1 at or before the time of the one before")
-                      .arg(unordered == 1 ? QStringLiteral("1 packet of sound comes")
-                                          : QStringLiteral("%1 packets of sound come").arg(unordered));
+        faults << CheckFault{QStringLiteral("%1 at or before the time of the one before")
+                                 .arg(unordered == 1 ? QStringLiteral("1 packet of sound comes")
+                                                     : QStringLiteral("%1 packets of sound come").arg(unordered))};
     if (HasLostSound())
-        faults << QStringLiteral("%1 in the sound, the first at %2")
-                      .arg(holes == 1 ? QStringLiteral("1 hole") : QStringLiteral("%1 holes").arg(holes),
-                           TimeText::Clock(source.ToMediaTime(firstHole)));
+        faults << CheckFault{QStringLiteral("%1 in the sound, the first at %2")
+                                 .arg(holes == 1 ? QStringLiteral("1 hole") : QStringLiteral("%1 holes").arg(holes),
+                                      TimeText::Clock(source.ToMediaTime(firstHole))),
+                             source.ToMediaTime(firstHole)};
     if (missingBackwards != unknown)
-        faults << QStringLiteral("sound that is there forwards is not found backwards, from %1 on")
-                      .arg(TimeText::Clock(source.ToMediaTime(missingBackwards)));
+        faults << CheckFault{QStringLiteral("sound that is there forwards is not found backwards, from %1 on")
+                                 .arg(TimeText::Clock(source.ToMediaTime(missingBackwards))),
+                             source.ToMediaTime(missingBackwards)};
     return faults;
 }
 

@@ -1,14 +1,33 @@
 #pragma once
 
-#include <QList>
-#include <QStringList>
+#include "source/ReadResult.h"
 
+#include <QList>
+#include <QString>
+
+#include <functional>
 #include <limits>
 #include <memory>
 
 class Source;
 class SoundStream;
 struct DecodedAudioFrame;
+
+// Something that is wrong with a source.
+struct CheckFault
+{
+    QString text;                 // part of a sentence
+    long long time = unknownTime; // of the first place, microseconds of media time
+
+    static constexpr long long unknownTime = -1;
+};
+
+// Who looks on while a source is checked; called on the thread that checks.
+struct CheckWatch
+{
+    StopCheck stop = neverStop;                                                 // true ends the check early
+    std::function<void(QString const& text)> showProgress = [](auto const&) {}; // how far it has come
+};
 
 // What is wrong with the sound of a source: takes it as it comes forwards, and then finds it again from the end to the
 // beginning, stretch by stretch, as playing backwards does. Times are the container's, microseconds. One thread.
@@ -19,16 +38,16 @@ public:
 
     // The frames of one packet. Some containers give times to packets that overlap what the packet before has brought.
     void TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& frames);
-    void ReadBackwards();
+    void ReadBackwards(CheckWatch const& watch = {});
 
-    QStringList GetFaults() const; // parts of sentences
+    QList<CheckFault> GetFaults() const;
     long long GetDuration() const; // of all that was taken
     bool HasAny() const { return end != unknown; }
     long long GetEnd() const { return end; } // when HasAny
 
 private:
     bool HasLostSound() const;
-    bool IsFoundBackwards(SoundStream& stream, long long from, long long to) const;
+    bool IsFoundBackwards(SoundStream& stream, long long from, long long to, StopCheck const& stop) const;
 
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 

@@ -4,13 +4,13 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "source/Source.h"
-#include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureGaps.h"
 #include "tools/report/RecordSum.h"
 #include "tools/report/SessionWalk.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -44,8 +44,8 @@ bool TellsItsLength(Source const& source)
 
 } // namespace
 
-SourceCheck::SourceCheck(Source const& newSource, MessageLog const& newLog)
-    : source(newSource), log(newLog), sound(newSource)
+SourceCheck::SourceCheck(Source const& newSource, CountErrors newCountErrors, CheckWatch newWatch)
+    : source(newSource), countErrors(std::move(newCountErrors)), watch(std::move(newWatch)), sound(newSource)
 {}
 
 bool SourceCheck::Run()
@@ -56,7 +56,7 @@ bool SourceCheck::Run()
     JudgeLength();
     if (!source.HasOnePicture() && !pictures.empty())
         ReadBackwards();
-    sound.ReadBackwards();
+    sound.ReadBackwards(watch);
     faults += sound.GetFaults();
     return true;
 }
@@ -65,21 +65,21 @@ bool SourceCheck::Run()
 // forwards counts.
 bool SourceCheck::ReadForwards()
 {
-    int const errorsBefore = log.GetErrorCount();
+    int const errorsBefore = countErrors();
     FfmpegMessages const messages;
     SessionWalk walk(source);
     if (!walk.Start())
         return false;
     ReadAll(walk, messages);
     DropWhatShowsBeforeZero();
-    JudgeMessages(messages, log.GetErrorCount() - errorsBefore);
+    JudgeMessages(messages, countErrors() - errorsBefore);
     return true;
 }
 
 void SourceCheck::ReadAll(SessionWalk& walk, FfmpegMessages const& messages)
 {
     SessionWalk::Records records;
-    while (walk.Read(records)) {
+    while (!watch.stop() && walk.Read(records)) {
         sound.TakePacket(records.sounds);
         for (auto const& picture : records.pictures) {
             if (SessionWalk::IsPicture(*picture))
@@ -120,21 +120,23 @@ void SourceCheck::DropWhatShowsBeforeZero()
 void SourceCheck::JudgeMessages(FfmpegMessages const& messages, int undecodable)
 {
     if (pictures.empty() && !sound.HasAny())
-        faults << QStringLiteral("nothing in it can be decoded");
+        AddFault(QStringLiteral("nothing in it can be decoded"));
     if (undecodable > 0)
-        faults << Counted(undecodable, "error", "errors") + QStringLiteral(" while decoding");
-    if (messages.GetErrorCount() > 0)
-        faults << QStringLiteral("%1 of FFmpeg, the first near %2: %3")
-                      .arg(Counted(messages.GetErrorCount(), "message", "messages"),
-                           TimeText::Clock(firstErrorTime == unknown ? ReachedTime() : firstErrorTime),
-                           messages.GetFirstError());
+        AddFault(Counted(undecodable, "error", "errors") + QStringLiteral(" while decoding"));
+    if (messages.GetErrorCount() > 0) {
+        long long const time = firstErrorTime == unknown ? ReachedTime() : firstErrorTime;
+        AddFault(QStringLiteral("%1 of FFmpeg, the first near %2: %3")
+                     .arg(Counted(messages.GetErrorCount(), "message", "messages"), TimeText::Clock(time),
+                          messages.GetFirstError()),
+                 time);
+    }
 }
 
 void SourceCheck::JudgeTimes()
 {
     if (unorderedPictures > 0)
-        faults << Counted(unorderedPictures, "picture comes", "pictures come") +
-                      QStringLiteral(" at or before the time of the one before");
+        AddFault(Counted(unorderedPictures, "picture comes", "pictures come") +
+                 QStringLiteral(" at or before the time of the one before"));
     std::vector<long long> times;
     for (Picture const& picture : pictures)
         times.push_back(picture.time);
@@ -143,9 +145,10 @@ void SourceCheck::JudgeTimes()
     for (PictureGaps::Gap const& gap : gaps)
         missing += gap.length;
     if (!gaps.empty())
-        faults << QStringLiteral("pictures are missing in %1, %2 in all, the first at %3")
-                      .arg(Counted(static_cast<long long>(gaps.size()), "place", "places"), TimeText::Clock(missing),
-                           TimeText::Clock(gaps.front().start));
+        AddFault(QStringLiteral("pictures are missing in %1, %2 in all, the first at %3")
+                     .arg(Counted(static_cast<long long>(gaps.size()), "place", "places"), TimeText::Clock(missing),
+                          TimeText::Clock(gaps.front().start)),
+                 gaps.front().start);
 }
 
 void SourceCheck::JudgeLength()
@@ -155,8 +158,9 @@ void SourceCheck::JudgeLength()
     long long const reached = source.ToMediaTime(EndOfAll());
     long long const told = source.ToMediaTime(source.GetInfo()->GetDuration());
     if (reached + cutTolerance < told)
-        faults << QStringLiteral("ends at %1 although it tells a length of %2")
-                      .arg(TimeText::Clock(reached), TimeText::Clock(told));
+        AddFault(QStringLiteral("ends at %1 although it tells a length of %2")
+                     .arg(TimeText::Clock(reached), TimeText::Clock(told)),
+                 reached);
 }
 
 long long SourceCheck::ReachedTime() const
@@ -179,11 +183,11 @@ void SourceCheck::ReadBackwards()
 {
     auto const stream = source.OpenPictures();
     long long until = pictures.back().time + 1;
-    while (stream && until > pictures.front().time) {
+    while (stream && until > pictures.front().time && !watch.stop()) {
         std::vector<Picture> group;
         PictureStream::Picture picture;
-        auto result = stream->ReadNear(until - 1, /*earliest=*/0, picture, neverStop);
-        for (; result == ReadResult::Got && picture->startTime < until; result = stream->Read(picture))
+        auto result = stream->ReadNear(until - 1, /*earliest=*/0, picture, watch.stop);
+        for (; result == ReadResult::Got && picture->startTime < until; result = stream->Read(picture, watch.stop))
             group.push_back({picture->startTime, SumOf(*picture)});
         if (group.empty())
             break;
@@ -217,6 +221,11 @@ void SourceCheck::Compare(std::vector<Picture> const& group, long long until)
         Differ(forwards->time);
 }
 
+void SourceCheck::AddFault(QString const& text, long long time)
+{
+    faults << CheckFault{text, time};
+}
+
 void SourceCheck::Differ(long long time)
 {
     firstDifference = differences == 0 ? time : std::min(firstDifference, time);
@@ -226,13 +235,14 @@ void SourceCheck::Differ(long long time)
 void SourceCheck::JudgeDifferences()
 {
     if (differences > 0)
-        faults << QStringLiteral("%1 not the same backwards as forwards, the first one at %2")
-                      .arg(Counted(differences, "picture is", "pictures are"), TimeText::Clock(firstDifference));
+        AddFault(QStringLiteral("%1 not the same backwards as forwards, the first one at %2")
+                     .arg(Counted(differences, "picture is", "pictures are"), TimeText::Clock(firstDifference)),
+                 firstDifference);
 }
 
 void SourceCheck::ShowProgress(char const* direction, long long time) const
 {
-    Console::ShowProgress(QStringLiteral("%1: %2 of %3")
-                              .arg(QLatin1String(direction), TimeText::Clock(std::max(time, 0LL)),
-                                   TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+    watch.showProgress(QStringLiteral("%1: %2 of %3")
+                           .arg(QLatin1String(direction), TimeText::Clock(std::max(time, 0LL)),
+                                TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
 }

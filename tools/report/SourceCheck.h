@@ -3,7 +3,7 @@
 #include "tools/report/SoundCheck.h"
 
 #include <QByteArray>
-#include <QStringList>
+#include <QList>
 
 #include <limits>
 #include <memory>
@@ -11,7 +11,6 @@
 
 class FfmpegMessages;
 class Source;
-class MessageLog;
 class SessionWalk;
 struct DecodedVideoFrame;
 
@@ -20,11 +19,14 @@ struct DecodedVideoFrame;
 class SourceCheck
 {
 public:
-    SourceCheck(Source const& source, MessageLog const& log); // which must outlive it
+    using CountErrors = std::function<int()>; // that the library has logged so far about this source
 
-    bool Run(); // false when the source cannot be opened for decoding
+    SourceCheck(Source const& source, CountErrors countErrors, CheckWatch watch = {}); // `source` outlives it
 
-    QStringList const& GetFaults() const { return faults; } // parts of sentences; empty when all is well
+    // False when the source cannot be opened for decoding. What has been found until it was stopped is no verdict.
+    bool Run();
+
+    QList<CheckFault> const& GetFaults() const { return faults; } // empty when all is well
     long long GetPictureCount() const { return static_cast<long long>(pictures.size()); }
     long long GetSoundDuration() const { return sound.GetDuration(); } // microseconds
 
@@ -46,6 +48,7 @@ private:
     long long EndOfAll() const;
     void ReadBackwards();
     void Compare(std::vector<Picture> const& group, long long until);
+    void AddFault(QString const& text, long long time = CheckFault::unknownTime);
     void Differ(long long time);
     void JudgeDifferences();
     void ShowProgress(char const* direction, long long time) const;
@@ -53,9 +56,10 @@ private:
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
     Source const& source;
-    MessageLog const& log;
+    CountErrors countErrors;
+    CheckWatch watch;
     SoundCheck sound;
-    QStringList faults;
+    QList<CheckFault> faults;
     std::vector<Picture> pictures;
     std::shared_ptr<DecodedVideoFrame> lastPicture;
     long long firstTime = unknown; // of the first picture, as it came

@@ -26,7 +26,13 @@ struct Check
         sound.TakePacket({frame});
     }
 
-    QString Faults() const { return sound.GetFaults().join(QLatin1Char('\n')); }
+    QString Faults() const
+    {
+        QStringList texts;
+        for (CheckFault const& fault : sound.GetFaults())
+            texts << fault.text;
+        return texts.join(QLatin1Char('\n'));
+    }
 
     OutputChannels channels{8};
     LogCapture log;

@@ -1,0 +1,30 @@
+#!/usr/bin/python3
+"""annotations MOVIE NOTES.csv OUT.csv: brings notes that were taken at any moment to the pictures that showed then.
+
+NOTES.csv has a line for each note: seconds, and text. OUT.csv has the exact times of the picture in microseconds, its
+number, and an MD5 sum of its pixels, by which anybody finds that very picture again."""
+
+import csv
+import hashlib
+import sys
+
+import numpy as np
+import tavolin
+
+
+def export(movie, notes):
+    with tavolin.open(movie) as video:
+        numbers = {frame.time_us: number for number, frame in enumerate(video)}
+        for seconds, text in notes:
+            frame = video.at(float(seconds))
+            digest = hashlib.md5(np.ascontiguousarray(frame.pixels)).hexdigest()
+            yield frame.time_us, frame.end_us, numbers[frame.time_us], digest, text
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 4:
+        sys.exit(__doc__)
+    with open(sys.argv[2], newline="") as notes, open(sys.argv[3], "w", newline="") as out:
+        writer = csv.writer(out)
+        writer.writerow(["time_us", "end_us", "number", "md5", "text"])
+        writer.writerows(export(sys.argv[1], csv.reader(notes)))

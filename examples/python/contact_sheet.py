@@ -1,0 +1,34 @@
+#!/usr/bin/python3
+"""contact_sheet MOVIE SHEET.ppm [COLUMNS [ROWS]]: pictures from all over a movie, in one picture. Needs NumPy alone."""
+
+import sys
+
+import numpy as np
+import tavolin
+
+THUMBNAIL = 240  # pixels wide, about
+
+
+def upright(frame):
+    return np.rot90(frame.pixels, -frame.rotation // 90)
+
+
+def contact_sheet(path, columns=4, rows=4):
+    with tavolin.open(path) as video:
+        times = [video.duration * (i + 0.5) / (columns * rows) for i in range(columns * rows)]
+        pictures = [upright(video.at(time)) for time in times]
+    every = max(pictures[0].shape[1] // THUMBNAIL, 1)
+    small = [picture[::every, ::every] for picture in pictures]
+    return np.vstack([np.hstack(small[row * columns:(row + 1) * columns]) for row in range(rows)])
+
+
+def write_ppm(path, pixels):
+    with open(path, "wb") as file:
+        file.write(b"P6\n%d %d\n255\n" % (pixels.shape[1], pixels.shape[0]))
+        file.write(np.ascontiguousarray(pixels))
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 3:
+        sys.exit(__doc__)
+    write_ppm(sys.argv[2], contact_sheet(sys.argv[1], *map(int, sys.argv[3:5])))

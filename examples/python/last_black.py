@@ -1,0 +1,19 @@
+#!/usr/bin/python3
+"""last_black MOVIE [MOST]: the last black picture, looked for from the end. A picture is black when none of its
+components is above MOST, 24 if not given."""
+
+import sys
+
+import tavolin
+
+
+def last_black(path, most=24):
+    with tavolin.open(path) as video:
+        return next((frame for frame in reversed(video) if frame.pixels.max() <= most), None)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    found = last_black(sys.argv[1], *map(int, sys.argv[2:3]))
+    print("there is no black picture" if found is None else f"{found.time:.6f} s to {found.end:.6f} s")

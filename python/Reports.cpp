@@ -1,0 +1,92 @@
+#include "python/Reports.h"
+
+#include "common/Logger.h"
+#include "python/Video.h"
+#include "source/Source.h"
+#include "tools/report/Info.h"
+#include "tools/report/SourceCheck.h"
+
+#include <QJsonDocument>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <chrono>
+#include <mutex>
+
+namespace {
+
+constexpr auto patience = std::chrono::milliseconds(50);
+
+// Errors of the library on this thread so far, and the last one's text.
+struct Logged
+{
+    int count = 0;
+    QString last;
+};
+
+thread_local Logged logged;
+std::timed_mutex checks;
+
+// With the sentence that the command prints when it cannot be used.
+[[noreturn]] void Refuse(QString const& path, QString const& why)
+{
+    throw Video::OpenError((why.contains(path) ? why : path + QStringLiteral(": ") + why).toStdString());
+}
+
+// As the commands open it.
+Source Open(QString const& path)
+{
+    int const before = logged.count;
+    SourceOptions options;
+    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
+    Source source = Source::OpenFile(path, options);
+    if (!source.IsDescribed())
+        Refuse(path, logged.count > before ? logged.last : source.GetError());
+    if (!source.HasStreams())
+        Refuse(path, QStringLiteral("there are no pictures and no sound in it"));
+    return source;
+}
+
+} // namespace
+
+void Reports::CollectMessages()
+{
+    av_log_set_level(AV_LOG_QUIET);
+    Logger::GetInstance().SetSink([](Logger::Level level, QString const& message, int) {
+        if (level != Logger::Level::Error)
+            return;
+        ++logged.count;
+        logged.last = message;
+    });
+}
+
+QByteArray Reports::Describe(QString const& path)
+{
+    return QJsonDocument(Info::AsJson(Open(path))).toJson(QJsonDocument::Compact);
+}
+
+Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)
+{
+    std::unique_lock lock(checks, std::defer_lock);
+    while (!lock.try_lock_for(patience)) {
+        if (stop())
+            throw PictureSpan::Interrupted();
+    }
+    Source const source = Open(path);
+    bool isStopped = false;
+    CheckWatch watch;
+    watch.stop = [&] { return isStopped = isStopped || stop(); };
+    SourceCheck check(
+        source, [] { return logged.count; }, watch);
+    bool const isOpen = check.Run();
+    if (isStopped)
+        throw PictureSpan::Interrupted();
+    if (!isOpen)
+        Refuse(path, QStringLiteral("cannot be opened for decoding"));
+    CheckReport report{{}, check.GetPictureCount(), check.GetSoundDuration()};
+    for (CheckFault const& fault : check.GetFaults())
+        report.faults.push_back({fault.text.toStdString(), fault.time});
+    return report;
+}

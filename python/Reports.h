@@ -1,0 +1,38 @@
+#pragma once
+
+#include "source/ReadResult.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <string>
+#include <vector>
+
+// What the commands `info --json` and `check` find out, for Python. Any thread.
+namespace Reports {
+
+// Has the library's errors counted for the thread that they come on, instead of printed, and FFmpeg print nothing.
+// Once.
+void CollectMessages();
+
+// A JSON object. Throws Video::OpenError.
+QByteArray Describe(QString const& path);
+
+struct Fault
+{
+    std::string text;
+    long long time = -1; // microseconds of media time; -1 when it has none
+};
+
+struct CheckReport
+{
+    std::vector<Fault> faults;
+    long long pictures = 0;
+    long long soundDuration = 0; // microseconds
+};
+
+// Decodes all of it both ways. One check at a time: others wait, because FFmpeg's messages are the process's. Throws
+// Video::OpenError, and PictureSpan::Interrupted when it is stopped.
+CheckReport Check(QString const& path, StopCheck const& stop);
+
+} // namespace Reports

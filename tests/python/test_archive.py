@@ -1,0 +1,211 @@
+"""tavolin-archive on a cluster of processes on this machine, and its parts."""
+
+import contextlib
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import pytest
+from conftest import make_media, moving_picture, steady
+
+pytest.importorskip("distributed")
+from tavolin_archive import child, files, worker  # noqa: E402
+from tavolin_archive.command import exit_code  # noqa: E402
+from tavolin_archive.report import Report, change_of  # noqa: E402
+
+COMMAND = os.environ["TAVOLIN_COMMAND"]
+ENVIRONMENT = {**os.environ, "PATH": f"{pathlib.Path(COMMAND).parent}:{os.environ['PATH']}"}
+
+
+def start(*arguments):
+    return subprocess.Popen([sys.executable, "-m", *map(str, arguments)], env=ENVIRONMENT, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL)
+
+
+def wait_for(what, seconds=40):
+    end = time.monotonic() + seconds
+    while not what():
+        assert time.monotonic() < end, "waited in vain"
+        time.sleep(0.02)
+
+
+@pytest.fixture
+def cluster(tmp_path):
+    """The address of a scheduler, and the processes of its three workers."""
+    file = tmp_path / "scheduler.json"
+    with contextlib.ExitStack() as stack:
+        def run(*arguments):
+            process = start(*arguments)
+            stack.callback(process.wait)
+            stack.callback(process.kill)
+            return process
+
+        run("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard", "--scheduler-file",
+            file)
+        wait_for(file.exists)
+        address = json.loads(file.read_text())["address"]
+        workers = [run("distributed.cli.dask_worker", address, "--nthreads", "1", "--no-nanny", "--no-dashboard",
+                       "--memory-limit", "0", "--local-directory", tmp_path) for _ in range(3)]
+        from distributed import Client
+        with Client(address) as client:
+            client.wait_for_workers(3, timeout=40)
+        yield address, workers
+
+
+def archive_process(*arguments):
+    return subprocess.Popen([sys.executable, "-m", "tavolin_archive", "check", *map(str, arguments)], env=ENVIRONMENT,
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+
+def lines_of(report):
+    return [json.loads(line) for line in report.read_text().splitlines()]
+
+
+def results_of_the_command(paths):
+    """By path: "ok", "damaged" or "unreadable", and the findings, as `tavolin check` gives them."""
+    printed = subprocess.run([COMMAND, "check", *paths], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                             text=True).stdout.splitlines()
+    results = {str(path): ("unreadable", []) for path in paths}
+    findings = []
+    for line in printed:
+        path, verdict, text = line.split(": ", 2)
+        if verdict == "damaged" and not text.startswith("decoded: "):
+            findings.append(steady(text))
+        else:
+            results[path] = (verdict, findings)
+            findings = []
+    return results
+
+
+@pytest.fixture
+def archive(tmp_path, damaged):
+    """Two hundred files in three folders: movies and sound, of which some are damaged or no media at all."""
+    movie = make_media("short.mov", *moving_picture(1), "-c:v", "libx264", "-bf", 2, "-pix_fmt", "yuv420p")
+    sound = make_media("short.wav", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=2")
+    cut = tmp_path / "cut.mov"
+    longer = make_media("longer.mov", *moving_picture(), "-c:v", "mpeg4", "-movflags", "faststart")
+    cut.write_bytes(longer.read_bytes()[:-90000])
+    text = tmp_path / "text.mov"
+    text.write_text("no movie\n" * 100)
+    folder = tmp_path / "archive"
+    kinds = [movie, sound, movie, movie, damaged, movie, sound, cut, movie, text]
+    for number in range(200):
+        source = kinds[number % len(kinds)]
+        place = folder / f"reel {number % 3}" / f"{number:03}{source.suffix}"
+        place.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(source, place)
+    (folder / "notes.txt").write_text("no media\n")
+    return folder
+
+
+def test_every_file_is_reported_once_although_a_worker_is_killed(archive, cluster, tmp_path):
+    address, workers = cluster
+    report, sheets = tmp_path / "report.jsonl", tmp_path / "sheets"
+    process = archive_process(archive, "--scheduler", address, "-o", report, "--sheets", sheets)
+    wait_for(lambda: report.exists() and report.read_text().count("\n") >= 30)
+    workers[0].kill()
+    errors = process.communicate(timeout=60)[1]
+    lines = lines_of(report)
+    paths = sorted(path for path in archive.rglob("*") if path.suffix in (".mov", ".avi", ".wav"))
+    assert sorted(line["path"] for line in lines) == list(map(str, paths)) and len(lines) == 200
+    expected = results_of_the_command(paths)
+    assert {line["path"]: (line["result"], [steady(finding["text"]) for finding in line["findings"]]) for line in lines
+            if line["result"] != "unreadable"} == {path: result for path, result in expected.items()
+                                                   if result[0] != "unreadable"}
+    assert sum(line["result"] == "unreadable" for line in lines) == 20
+    assert all((line["size"], line["changed_us"]) == change_of(line["path"]) and line["seconds"] >= 0 for line in lines)
+    assert process.returncode == 1
+    assert "200 files: 140 ok, 40 damaged, 20 unreadable; 200 checked now" in errors
+    assert all(os.path.exists(line["sheet"]) for line in lines if line["result"] == "damaged")
+
+
+def test_it_goes_on_where_it_stopped(archive, cluster, tmp_path):
+    report = tmp_path / "report.jsonl"
+    some = archive / "reel 0"
+    paths = [str(path) for path in sorted(some.iterdir())][:12]
+    (tmp_path / "list.txt").write_text("\n".join(paths))
+    arguments = (tmp_path / "list.txt", "--scheduler", cluster[0], "-o", report)
+    assert "12 checked now" in archive_process(*arguments).communicate(timeout=60)[1]
+    lines = report.read_text().splitlines(keepends=True)
+    report.write_text("".join(lines[:8]) + lines[8][:-10])  # the ninth is cut, the last three are missing
+    os.utime(json.loads(lines[0])["path"], (1, 1))  # and one file has changed
+    assert "12 files: " in archive_process(*arguments).communicate(timeout=60)[1]
+    again = report.read_text().splitlines(keepends=True)
+    assert again[:7] == lines[1:8] and sorted(line["path"] for line in lines_of(report)) == paths
+    assert "; 0 checked now" in archive_process(*arguments).communicate(timeout=60)[1]
+
+
+def test_a_file_that_takes_too_long_gets_three_tries_and_a_line(cluster, tmp_path):
+    path = make_media("long.mov", *moving_picture(120), "-c:v", "libx264", "-g", "250", "-pix_fmt", "yuv420p")
+    report = tmp_path / "report.jsonl"
+    process = archive_process(path, "--scheduler", cluster[0], "-o", report, "--timeout", "0.3")
+    process.communicate(timeout=60)
+    (line,) = lines_of(report)
+    assert (line["result"], process.returncode) == ("failed", 4)
+    assert [finding["text"] for finding in line["findings"]] == [f"was not checked within 0.3 s (try {number})"
+                                                                  for number in (1, 2, 3)]
+
+
+def test_a_task_tells_why_a_file_was_lost(movie):
+    assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
+    first = worker._kept.checker
+    assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
+    assert worker._kept.checker is first  # kept from file to file
+    assert worker.check_file("/nowhere.mov", 60, 1 << 30, None)["lost"].startswith("is not seen by this worker")
+    assert worker.check_file(str(movie), 60, 1 << 20, None)["lost"] == "took more than 1 MiB of memory"
+    assert worker._kept.checker is None
+    with contextlib.closing(worker.Checker()) as checker:
+        os.kill(checker.process.pid, signal.SIGSEGV)
+        with pytest.raises(worker.Lost, match="by signal 11"):
+            checker.ask(str(movie), 60, 1 << 30)
+    assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
+    worker._kept.checker.close()
+    worker._kept.checker = None
+
+
+def test_checks_side_by_side_keep_to_processors_of_their_own():
+    before = os.sched_getaffinity(0)
+    held = []
+    try:
+        for _ in before:
+            os.sched_setaffinity(0, before)
+            held.append((child.take_processor(), os.sched_getaffinity(0)))
+        taken = [mine for lock, mine in held if lock is not None]
+        assert taken and all(len(mine) == 1 for mine in taken)
+        assert len(set.union(*taken)) == len(taken)
+        os.sched_setaffinity(0, before)
+        assert child.take_processor() is None and os.sched_getaffinity(0) == before  # all are taken
+    finally:
+        os.sched_setaffinity(0, before)
+        for lock, _ in held:
+            if lock is not None:
+                os.close(lock)
+
+
+def test_files_are_found_by_name_in_folders_and_lists(tmp_path):
+    for name in ("b/2.MOV", "b/1.mxf", "a.wav", "notes.txt", "b/.hidden"):
+        (tmp_path / name).parent.mkdir(exist_ok=True)
+        (tmp_path / name).touch()
+    (tmp_path / "list").write_text(f"{tmp_path}/a.wav\n\n{tmp_path}/any name\n")
+    found = list(files.find([str(tmp_path), str(tmp_path / "list"), str(tmp_path / "a.wav")]))
+    assert [os.path.relpath(path, tmp_path) for path in found] == ["a.wav", "b/1.mxf", "b/2.MOV", "any name"]
+    with pytest.raises(OSError):
+        list(files.find([str(tmp_path / "none")]))
+
+
+def test_a_report_that_is_none_is_left_alone(tmp_path):
+    report = tmp_path / "report.jsonl"
+    report.write_text("something else\n")
+    with pytest.raises(ValueError, match="line 1 is not a line of a report"):
+        Report(report)
+    assert report.read_text() == "something else\n"
+
+
+def test_the_exit_code_is_that_of_tavolin_check():
+    assert [exit_code(results) for results in ([], ["ok"], ["damaged"], ["unreadable"], ["failed"], ["ok", "ok"],
+                                               ["ok", "damaged"])] == [0, 0, 4, 3, 4, 0, 1]
