@@ -1,5 +1,5 @@
 #include "media/AvGlobals.h"
-#include "tools/commands/CommandLine.h"
+#include "tools/commands/Commands.h"
 #include "tools/report/Console.h"
 
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "tools/commands/CommandLine.h"
+#include "tools/commands/Commands.h"
 
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"

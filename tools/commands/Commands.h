@@ -45,3 +45,10 @@ Command PlayCommand();
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
 
 ExitCode CannotWrite(QString const& path, QString const& error); // prints the error
+
+// Parses the whole command line: finds the command and runs it, or prints help or version.
+namespace CommandLine {
+
+ExitCode Run(QStringList const& arguments); // without the program's name
+
+} // namespace CommandLine

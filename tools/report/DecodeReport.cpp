@@ -6,9 +6,13 @@
 #include "media/MediaInfo.h"
 #include "source/Source.h"
 #include "tools/report/Console.h"
-#include "tools/report/RecordSum.h"
+
+#include <QByteArray>
+#include <QCryptographicHash>
+#include <QtEndian>
 
 #include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -134,4 +138,37 @@ QString DecodeReport::SpeedLine(double elapsedSeconds) const
     if (!source.GetInfo()->IsImage() && played > 0.0)
         text += QStringLiteral("%1 times as fast as it plays, ").arg(played / seconds, 0, 'f', 1);
     return text + QStringLiteral("%1 s in all\n").arg(elapsedSeconds, 0, 'f', 3);
+}
+
+namespace {
+
+QString Hexadecimal(QCryptographicHash const& hash)
+{
+    return QString::fromLatin1(hash.result().toHex());
+}
+
+QByteArray View(void const* bytes, int size)
+{
+    return QByteArray::fromRawData(static_cast<char const*>(bytes), size);
+}
+
+} // namespace
+
+QString RecordSum::Of(DecodedVideoFrame const& record)
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    int const rowBytes = 3 * record.width;
+    int const stride = (rowBytes + 3) / 4 * 4;
+    for (int row = 0; row < record.height; ++row)
+        hash.addData(View(record.data + static_cast<size_t>(row) * static_cast<size_t>(stride), rowBytes));
+    return Hexadecimal(hash);
+}
+
+QString RecordSum::Of(DecodedAudioFrame const& record)
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    std::vector<short> samples(static_cast<size_t>(record.sampleCount));
+    qToLittleEndian<short>(record.samples, record.sampleCount, samples.data());
+    hash.addData(View(samples.data(), record.sampleCount * static_cast<int>(sizeof(short))));
+    return Hexadecimal(hash);
 }

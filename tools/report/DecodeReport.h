@@ -9,6 +9,8 @@
 #include <memory>
 
 class Source;
+struct DecodedAudioFrame;
+struct DecodedVideoFrame;
 
 // Counts decoded pictures and frames of sound. If sums are requested, writes one line per picture immediately and one
 // per frame of sound at the end, so that the order does not depend on how far a decoder runs ahead.
@@ -64,3 +66,11 @@ private:
     long long soundReached = std::numeric_limits<long long>::min();
     QStringList soundSums;
 };
+
+// MD5 sums of records, as 32 hexadecimal digits.
+namespace RecordSum {
+
+QString Of(DecodedVideoFrame const& record); // the pixels' bytes row by row, without the padding of the rows
+QString Of(DecodedAudioFrame const& record); // the samples, 16 bits each, the low byte first
+
+} // namespace RecordSum

@@ -1,4 +1,4 @@
-#include "tools/report/PictureGaps.h"
+#include "tools/report/SourceCheck.h"
 
 #include <gtest/gtest.h>
 

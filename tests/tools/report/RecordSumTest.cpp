@@ -1,4 +1,4 @@
-#include "tools/report/RecordSum.h"
+#include "tools/report/DecodeReport.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
