@@ -314,8 +314,9 @@ bool StreamConverter::ConvertLinearRgb(AVFrame const& source, PictureScaler::Lay
 {
     FrameRows const rows(source, layout.width, layout.height);
     auto const rowOf = [&rows](int component, int row) {
-        return reinterpret_cast<float const*>(rows.DirectPlane(component, sizeof(float)) +
-                                              static_cast<ptrdiff_t>(row) * rows.StrideOf(component));
+        void const* place =
+            rows.DirectPlane(component, sizeof(float)) + static_cast<ptrdiff_t>(row) * rows.StrideOf(component);
+        return static_cast<float const*>(place);
     };
     int const slices = SlicesOf(layout);
     return DoAll(slices, [&](int slice) {
