@@ -1,5 +1,7 @@
 #include "tools/commands/Commands.h"
 
+#include "tools/output/PictureFile.h"
+#include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
@@ -152,4 +154,14 @@ ExitCode CannotWrite(QString const& path, QString const& error)
 {
     Console::Say(QStringLiteral("%1: cannot be written: %2").arg(path, error));
     return ExitCode::WritingFailed;
+}
+
+ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString const& what)
+{
+    QString error;
+    if (!PictureFile::Write(picture, path, error))
+        return CannotWrite(path, error);
+    Console::WriteData(QStringLiteral("%1: %2, %3x%4\n")
+                           .arg(path, what, QString::number(picture.width), QString::number(picture.height)));
+    return ExitCode::Ok;
 }

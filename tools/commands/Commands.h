@@ -6,6 +6,7 @@
 #include <vector>
 
 class MessageLog;
+struct RgbPicture;
 
 // The exit codes of all commands. Scripts rely on the numbers.
 enum class ExitCode {
@@ -45,6 +46,9 @@ Command PlayCommand();
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
 
 ExitCode CannotWrite(QString const& path, QString const& error); // prints the error
+
+// Writes the picture and prints what it is, with its size.
+ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString const& what);
 
 // Parses the whole command line: finds the command and runs it, or prints help or version.
 namespace CommandLine {

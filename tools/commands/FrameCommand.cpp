@@ -66,15 +66,9 @@ ExitCode Write(DecodedVideoFrame const& record, Request const& request)
     if (degrees % 90 != 0)
         Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
     RgbPicture const picture = RgbPicture::FromRecord(record).TurnedClockwise(degrees);
-    QString error;
-    if (!PictureFile::Write(picture, request.picturePath, error))
-        return CannotWrite(request.picturePath, error);
-    Console::WriteData(QStringLiteral("%1: the picture at %2 (%3us), %4x%5\n")
-                           .arg(request.picturePath, TimeText::Clock(record.startTime))
-                           .arg(record.startTime)
-                           .arg(picture.width)
-                           .arg(picture.height));
-    return ExitCode::Ok;
+    return WritePicture(picture, request.picturePath,
+                        QStringLiteral("the picture at %1 (%2us)")
+                            .arg(TimeText::Clock(record.startTime), QString::number(record.startTime)));
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)

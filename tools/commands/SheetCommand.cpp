@@ -93,19 +93,12 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
 ExitCode Write(ContactSheet const& sheet, Request const& request)
 {
     int const columns = std::min(request.columns, sheet.GetCount());
-    RgbPicture const picture = sheet.Draw(columns);
-    QString error;
-    if (!PictureFile::Write(picture, request.picturePath, error))
-        return CannotWrite(request.picturePath, error);
-    Console::WriteData(QStringLiteral("%1: %2 picture%3 in %4 column%5, %6x%7\n")
-                           .arg(request.picturePath)
-                           .arg(sheet.GetCount())
-                           .arg(sheet.GetCount() == 1 ? QString() : QStringLiteral("s"))
-                           .arg(columns)
-                           .arg(columns == 1 ? QString() : QStringLiteral("s"))
-                           .arg(picture.width)
-                           .arg(picture.height));
-    return ExitCode::Ok;
+    return WritePicture(sheet.Draw(columns), request.picturePath,
+                        QStringLiteral("%1 picture%2 in %3 column%4")
+                            .arg(sheet.GetCount())
+                            .arg(sheet.GetCount() == 1 ? QString() : QStringLiteral("s"))
+                            .arg(columns)
+                            .arg(columns == 1 ? QString() : QStringLiteral("s")));
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)

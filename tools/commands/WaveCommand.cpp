@@ -71,17 +71,12 @@ QString PeakText(SoundLevels const& levels)
 
 ExitCode Write(SoundLevels const& levels, int height, Request const& request)
 {
-    QString error;
-    if (!PictureFile::Write(WavePicture::Draw(levels, height), request.picturePath, error))
-        return CannotWrite(request.picturePath, error);
-    Console::WriteData(QStringLiteral("%1: %2 to %3, %4 channel%5, %6, %7x%8\n")
-                           .arg(request.picturePath, TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
-                           .arg(levels.GetChannelCount())
-                           .arg(levels.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
-                           .arg(PeakText(levels))
-                           .arg(request.width)
-                           .arg(height));
-    return ExitCode::Ok;
+    return WritePicture(WavePicture::Draw(levels, height), request.picturePath,
+                        QStringLiteral("%1 to %2, %3 channel%4, %5")
+                            .arg(TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
+                            .arg(levels.GetChannelCount())
+                            .arg(levels.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
+                            .arg(PeakText(levels)));
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
