@@ -1,5 +1,6 @@
 #include "playback/MediaFeed.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
 
@@ -8,13 +9,11 @@
 
 namespace {
 
-constexpr long long second = 1000000;
-
 // Sound decoded ahead, in microseconds of playing: below the first it comes before pictures while play runs, up to the
 // second after them. While paused, when nobody hears it, the third is enough to begin with.
-constexpr long long soundUrgent = second / 2;
-constexpr long long soundAhead = 2 * second;
-constexpr long long soundPaused = second;
+constexpr long long soundUrgent = secondUs / 2;
+constexpr long long soundAhead = 2 * secondUs;
+constexpr long long soundPaused = secondUs;
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "playback/PictureFeeder.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
 
 #include <algorithm>
@@ -10,19 +11,17 @@
 
 namespace {
 
-constexpr long long second = 1000000;
-
 // Microseconds; a place so close ahead of the cached pictures is reached by reading on, which keeps the cache in one
 // piece.
-constexpr long long nearAhead = second;
+constexpr long long nearAhead = secondUs;
 
 // Microseconds of playing at normal speed. When decoding is further behind play than `lateness`, it skips ahead.
 // `longestFreeze`: for so long the display may show nothing new while decoding catches up.
-constexpr long long lateness = second / 10;
-constexpr long long longestFreeze = second / 5;
+constexpr long long lateness = secondUs / 10;
+constexpr long long longestFreeze = secondUs / 5;
 
 constexpr long long mostPictures = 100000;
-constexpr long long longestStep = 3600 * second;
+constexpr long long longestStep = 3600 * secondUs;
 constexpr int smallestSegment = 8;  // pictures; segments grow while play goes on backwards
 constexpr double measureSpan = 0.5; // seconds of decoding for one measurement
 

@@ -1,5 +1,6 @@
 #include "playback/PlaybackEngine.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
 #include "playback/DecodingThread.h"
 #include "playback/SoundLink.h"
@@ -11,14 +12,12 @@
 
 namespace {
 
-constexpr long long second = 1000000;
-
 // Microseconds of decoded sound with which play begins, and with which a caller who waits is told so.
-constexpr long long soundToBegin = second / 5;
-constexpr long long soundToWaitFor = second;
+constexpr long long soundToBegin = secondUs / 5;
+constexpr long long soundToWaitFor = secondUs;
 
 constexpr long long mostBytes = 1LL << 40;
-constexpr long long longestRest = 3600 * second;
+constexpr long long longestRest = 3600 * secondUs;
 
 long long SensibleBudget(long long bytes)
 {

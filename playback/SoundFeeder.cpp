@@ -1,5 +1,6 @@
 #include "playback/SoundFeeder.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedAudioFrame.h"
 
 #include <algorithm>
@@ -9,10 +10,9 @@
 
 namespace {
 
-constexpr long long second = 1000000;
-constexpr long long kept = second;      // of the past
-constexpr long long batch = second / 5; // read at a time
-constexpr long long piece = 2 * second; // of sound played backwards
+constexpr long long kept = secondUs;      // of the past
+constexpr long long batch = secondUs / 5; // read at a time
+constexpr long long piece = 2 * secondUs; // of sound played backwards
 
 double Haste(PlayNeed const& need)
 {
@@ -30,7 +30,7 @@ void CutAt(DecodedAudioFrame& frame, long long time)
     if (frame.endTime < time || frame.frameCount <= 0)
         return;
     int const channels = frame.sampleCount / frame.frameCount;
-    double const seconds = static_cast<double>(time - frame.startTime) / static_cast<double>(second);
+    double const seconds = static_cast<double>(time - frame.startTime) / static_cast<double>(secondUs);
     frame.frameCount = std::min(static_cast<int>(std::lround(seconds * frame.sampleRate)), frame.frameCount);
     frame.sampleCount = frame.frameCount * channels;
     frame.endTime = time - 1;

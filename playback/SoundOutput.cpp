@@ -1,12 +1,13 @@
 #include "playback/SoundOutput.h"
 
+#include "common/Microseconds.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 namespace {
 
-constexpr double second = 1000000.0;
 constexpr int fadesPerSecond = 200; // 5 ms each
 constexpr int firstSlots = 1024;
 
@@ -161,7 +162,7 @@ void SoundOutput::Render(short* buffer, int frames)
 
 double SoundOutput::Duration(int frames) const
 {
-    return static_cast<double>(frames) * second / sampleRate;
+    return static_cast<double>(frames) * secondUs / sampleRate;
 }
 
 short* SoundOutput::PreparedAt(int frame)

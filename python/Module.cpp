@@ -7,6 +7,7 @@
 #include <pybind11/stl.h>
 
 #include "decode/DecodedVideoFrame.h"
+#include "decode/RowBytes.h"
 #include "media/AvGlobals.h"
 #include "python/Reports.h"
 #include "python/Video.h"
@@ -86,13 +87,11 @@ struct Frame
     long long End() const { return record->endTime + 1; }
 };
 
-// Rows are 3 x width bytes rounded up to a multiple of 4.
 py::array PixelsOf(py::object const& self)
 {
     DecodedVideoFrame const& record = *self.cast<Frame const&>().record;
-    py::ssize_t const stride = (3 * static_cast<py::ssize_t>(record.width) + 3) / 4 * 4;
     py::array pixels(py::dtype::of<uint8_t>(), {py::ssize_t(record.height), py::ssize_t(record.width), py::ssize_t(3)},
-                     {stride, py::ssize_t(3), py::ssize_t(1)}, record.data, self);
+                     {py::ssize_t(PaddedRowBytes(record.width)), py::ssize_t(3), py::ssize_t(1)}, record.data, self);
     pixels.attr("setflags")(py::arg("write") = false);
     return pixels;
 }

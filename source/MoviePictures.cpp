@@ -14,7 +14,6 @@ namespace {
 
 using Search::farAway;
 using Search::longestGuess;
-using Search::secondUs;
 
 // A packet that drains gives a picture, or drops one, or ends the drain. No decoder holds more pictures than this.
 constexpr int mostFruitlessDrains = 1000;

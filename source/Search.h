@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/Microseconds.h"
+
 #include <algorithm>
 
 // What the searches for a time have in common, in pictures and in sound. Microseconds.
 namespace Search {
-
-constexpr long long secondUs = 1000000;
 
 constexpr long long longestGuess = 100 * 3600 * secondUs; // of a duration that the container does not say
 constexpr long long farAway = 1000000000 * secondUs;      // beyond it are only times of damaged packets

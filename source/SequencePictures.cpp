@@ -3,6 +3,7 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
+#include "decode/RowBytes.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "source/ImageFormat.h"
@@ -245,8 +246,8 @@ PictureStream::Picture SequencePictures::TakeNext()
 
 PictureStream::Picture SequencePictures::Black(long long index) const
 {
-    int const stride = (3 * std::max(width, 1) + 3) / 4 * 4;
-    std::vector<uint8_t> const bytes(static_cast<size_t>(stride) * static_cast<size_t>(std::max(height, 1)));
+    std::vector<uint8_t> const bytes(static_cast<size_t>(PaddedRowBytes(std::max(width, 1))) *
+                                     static_cast<size_t>(std::max(height, 1)));
     return std::make_shared<DecodedVideoFrame>(bytes.data(), static_cast<int>(bytes.size()), std::max(width, 1),
                                                std::max(height, 1), TimeOf(index), rate, 0, false);
 }

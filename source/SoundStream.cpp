@@ -14,7 +14,6 @@ namespace {
 
 using Search::farAway;
 using Search::longestGuess;
-using Search::secondUs;
 
 // From here before a target on packets are decoded: overlapping windows, bit reservoirs and filters have settled then.
 constexpr long long settling = secondUs / 2;

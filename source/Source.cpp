@@ -1,6 +1,7 @@
 #include "source/Source.h"
 
 #include "common/Logger.h"
+#include "common/Microseconds.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
@@ -25,8 +26,6 @@ extern "C" {
 #include <utility>
 
 namespace {
-
-constexpr double secondUs = 1000000.0;
 
 // One picture that is decoded already: the cover of a file of sound.
 class SinglePicture : public PictureStream

@@ -1,6 +1,7 @@
 #include "player/picture/PictureSurface.h"
 
 #include "decode/DecodedVideoFrame.h"
+#include "decode/RowBytes.h"
 #include "player/controls/Theme.h"
 
 #include <QImage>
@@ -18,8 +19,7 @@ PictureSurface::~PictureSurface() = default;
 
 QImage PictureSurface::ImageOver(DecodedVideoFrame const& picture)
 {
-    int const stride = (3 * picture.width + 3) & ~3;
-    return QImage(picture.data, picture.width, picture.height, stride, QImage::Format_RGB888);
+    return QImage(picture.data, picture.width, picture.height, PaddedRowBytes(picture.width), QImage::Format_RGB888);
 }
 
 bool PictureSurface::HasHardEdges(QTransform const& pictureToView)

@@ -63,11 +63,13 @@ protected:
     }
 
     // Of a damaged stream a picture may have no hash that could be expected: none does with FFmpeg 4 and 7, which were
-    // seen to patch one up differently after several runs that agreed.
+    // seen to patch one up differently after several runs that agreed, and none of MPEG-2, which FFmpeg patches up from
+    // what other slice threads are still decoding (47 of 150 plain decodes by three threads differed, none by one).
     bool IsRight(DecodedVideoFrame const& picture, size_t index) const
     {
         QByteArray const& expected = pictures[index].hash;
-        bool const isRepeatable = AV_VERSION_MAJOR(avcodec_version()) == 59;
+        bool const isMpeg2 = GetParam().find("mpeg2") != std::string::npos;
+        bool const isRepeatable = AV_VERSION_MAJOR(avcodec_version()) == 59 && !isMpeg2;
         if (Clips::IsDamaged(GetParam()) && (expected.isEmpty() || !isRepeatable))
             return true;
         return expected ==

@@ -1,6 +1,7 @@
 #include "tools/output/RgbPicture.h"
 
 #include "decode/DecodedVideoFrame.h"
+#include "decode/RowBytes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -69,7 +70,7 @@ RgbPicture RgbPicture::FromRecord(DecodedVideoFrame const& record)
     picture.width = record.width;
     picture.height = record.height;
     size_t const rowBytes = picture.RowBytes();
-    size_t const stride = (rowBytes + 3) / 4 * 4;
+    auto const stride = static_cast<size_t>(PaddedRowBytes(record.width));
     picture.bytes.resize(rowBytes * static_cast<size_t>(record.height));
     for (size_t row = 0; row < static_cast<size_t>(record.height); ++row)
         std::copy_n(record.data + row * stride, rowBytes, picture.bytes.data() + row * rowBytes);

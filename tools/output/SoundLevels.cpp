@@ -1,5 +1,6 @@
 #include "tools/output/SoundLevels.h"
 
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
@@ -12,8 +13,6 @@
 #include <cstdlib>
 
 namespace {
-
-constexpr double secondUs = 1e6;
 
 // What containers say of their length is not always true to the second.
 constexpr long long beyondTheEnd = 1000000;
@@ -79,10 +78,11 @@ void SoundLevels::Take(DecodedAudioFrame const& frame)
         return;
     auto const start = static_cast<double>(source.ToMediaTime(frame.startTime) - from);
     double const columnsPerUs = columns / static_cast<double>(to - from);
+    constexpr auto second = static_cast<double>(secondUs);
     // Where columns are narrower than samples, a sample fills all up to the next one.
-    int const width = std::max(1, static_cast<int>(std::ceil(secondUs / frame.sampleRate * columnsPerUs)));
+    int const width = std::max(1, static_cast<int>(std::ceil(second / frame.sampleRate * columnsPerUs)));
     for (int i = 0; i < frame.frameCount; ++i) {
-        double const place = std::floor((start + i * secondUs / frame.sampleRate) * columnsPerUs);
+        double const place = std::floor((start + i * second / frame.sampleRate) * columnsPerUs);
         if (place < -width || place >= columns)
             continue;
         short const* samples = frame.samples + static_cast<size_t>(i) * static_cast<size_t>(channels);

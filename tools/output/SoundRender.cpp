@@ -1,5 +1,6 @@
 #include "tools/output/SoundRender.h"
 
+#include "common/Microseconds.h"
 #include "media/MediaInfo.h"
 #include "playback/TimeSource.h"
 #include "source/Source.h"
@@ -10,7 +11,6 @@
 
 namespace {
 
-constexpr long long secondUs = 1000000;
 constexpr int blockFrames = 4096;
 
 // A block, or a place, of even the largest file is found by then.

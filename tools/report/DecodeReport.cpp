@@ -3,6 +3,7 @@
 #include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
+#include "decode/RowBytes.h"
 #include "media/MediaInfo.h"
 #include "source/Source.h"
 #include "tools/report/Console.h"
@@ -157,10 +158,9 @@ QByteArray View(void const* bytes, int size)
 QString RecordSum::Of(DecodedVideoFrame const& record)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
-    int const rowBytes = 3 * record.width;
-    int const stride = (rowBytes + 3) / 4 * 4;
+    int const stride = PaddedRowBytes(record.width);
     for (int row = 0; row < record.height; ++row)
-        hash.addData(View(record.data + static_cast<size_t>(row) * static_cast<size_t>(stride), rowBytes));
+        hash.addData(View(record.data + static_cast<size_t>(row) * static_cast<size_t>(stride), 3 * record.width));
     return Hexadecimal(hash);
 }
 

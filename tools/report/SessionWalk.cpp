@@ -1,5 +1,6 @@
 #include "tools/report/SessionWalk.h"
 
+#include "common/Microseconds.h"
 #include "common/Settings.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -9,8 +10,6 @@
 #include <algorithm>
 
 namespace {
-
-constexpr long long secondUs = 1000000;
 
 // Each one takes at least a picture out of the decoder, and no decoder holds nearly as many.
 constexpr int mostDrains = 1000;

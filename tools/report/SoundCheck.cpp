@@ -1,5 +1,6 @@
 #include "tools/report/SoundCheck.h"
 
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "media/MediaInfo.h"
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr long long secondUs = 1000000;
 // Times of packets are rounded, and some containers shift them a little; what is missing beyond that is a hole.
 constexpr long long smallestHole = 100000;
 
