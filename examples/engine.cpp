@@ -1,5 +1,5 @@
-// A host in the fewest lines: the engine opens, plays and turns; a display and a sound output only take from it. Here
-// showing a picture prints its time, and the sound goes nowhere.
+// The shortest host: the engine opens, plays and reverses; the display and the sound output only fetch from it. Here
+// showing a picture prints its time, and the sound is discarded.
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
@@ -18,7 +18,7 @@ void Show(DecodedVideoFrame const& picture)
     std::printf("%lld us: %d x %d\n", picture.startTime, picture.width, picture.height);
 }
 
-// A device asks for a block whenever it has room for one; this one always takes as long as the block lasts.
+// A sound device asks for a block whenever it has room for one. This substitute waits as long as each block plays.
 void OutputSound(PlaybackEngine& engine, std::atomic<bool> const& done)
 {
     // [sound]
@@ -42,9 +42,9 @@ bool Play(QString const& path)
     std::atomic<bool> done = false;
     std::thread output([&] { OutputSound(engine, done); });
     engine.SetSpeed(1.0);
-    for (int tick = 0; tick < 120; ++tick) { // the display's beat
+    for (int tick = 0; tick < 120; ++tick) { // one per display refresh
         if (tick == 60)
-            engine.SetSpeed(-1.0); // and back again, from this very picture
+            engine.SetSpeed(-1.0); // play backwards from the current picture
         if (auto const picture = engine.GetPicture())
             Show(*picture);
         std::this_thread::sleep_for(std::chrono::milliseconds(16));

@@ -1,5 +1,6 @@
-// The exact picture at a time, as PNG: the last one that starts at or before it, which is the one that decoding the
-// whole file would show then. The engine knows what containers do to seeks; a QImage takes the bytes as they are.
+// Saves the exact picture at a time as PNG: the last picture that starts at or before that time, which is also the one
+// that decoding the whole file would show. The engine corrects containers that seek inexactly. A QImage uses the
+// picture's bytes without a copy.
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/AvGlobals.h"
@@ -18,14 +19,14 @@ namespace {
 
 using Picture = std::shared_ptr<DecodedVideoFrame const>;
 
-constexpr int patience = 60000; // milliseconds
+constexpr int patience = 60000; // milliseconds to wait for a picture
 
-// Empty when there is none.
+// Null if there is none.
 Picture FindPicture(QString const& path, long long time)
 {
     PlaybackOptions options;
     options.withSound = false;
-    options.colours = {}; // converted by libswscale's defaults, without a look at what the stream says
+    options.colours = {}; // libswscale's default conversion, whatever the stream says
     PlaybackEngine engine(options);
     engine.Open(path);
     engine.Seek(time);
@@ -35,7 +36,7 @@ Picture FindPicture(QString const& path, long long time)
 bool Save(DecodedVideoFrame const& picture, QString const& path)
 {
     int const rowBytes = (3 * picture.width + 3) / 4 * 4;
-    QImage const image(picture.data, picture.width, picture.height, rowBytes, QImage::Format_RGB888); // not a copy
+    QImage const image(picture.data, picture.width, picture.height, rowBytes, QImage::Format_RGB888); // no copy
     return image.transformed(QTransform().rotate(picture.rotation)).save(path, "PNG");
 }
 

@@ -1,5 +1,5 @@
-// The rules that a host of the library keeps, as the shortest code that keeps them. `hosting MOVIE` shows a second of
-// the movie backwards.
+// The rules that a host must follow when it uses the decoder and the caches without the engine, in the shortest code.
+// `hosting MOVIE` shows a second of the movie backwards.
 
 #include "cache/DecodedVideo.h"
 #include "decode/DecodedAudioFrame.h"
@@ -16,7 +16,7 @@ namespace {
 using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
 
 // [end]
-// Every picture gets an end before it is cached. The mark of the end of the stream gets that of the media.
+// Every picture needs an end time before it is cached. For the end-of-stream mark, that is the end of the media.
 void SetEnd(DecodedVideoFrame& picture, long long frameStep, long long mediaEnd)
 {
     picture.endTime = picture.data ? picture.startTime + frameStep - 1 : mediaEnd;
@@ -24,8 +24,8 @@ void SetEnd(DecodedVideoFrame& picture, long long frameStep, long long mediaEnd)
 // [end]
 
 // [seek]
-// Decodes from the picture showing at `time` on, up to `until`. Some containers land late: they are asked again for 1,
-// 2, 4... seconds earlier, and at last for their start.
+// Decodes from the picture shown at `time` up to `until`. Some containers land too late: then seek again, 1, 2, 4...
+// seconds earlier, and finally to the start.
 Pictures DecodeSpan(MediaInstance& instance, MediaInfo const& info, long long time, long long until)
 {
     Pictures pictures;
@@ -47,7 +47,7 @@ Pictures DecodeSpan(MediaInstance& instance, MediaInfo const& info, long long ti
 // [seek]
 
 // [backwards]
-// Puts what lies before the cached pictures in front of them: decoded forwards, appended from the last to the first.
+// Extends the cache backwards: decodes the pictures before the cached ones and appends them from last to first.
 void CacheBackwards(MediaInstance& instance, MediaInfo const& info, DecodedVideo& cache, long long length)
 {
     long long const from = std::max(cache.GetStartTime() - length, 0LL);
@@ -57,7 +57,7 @@ void CacheBackwards(MediaInstance& instance, MediaInfo const& info, DecodedVideo
             continue; // cached already
         SetEnd(**picture, info.GetFrameStep(), info.GetDuration());
         cache.AppendFrame(*picture);
-        // Without an end ahead the advice cannot be to go forwards; each call lets go of one picture at most.
+        // With no media left ahead, the cache cannot advise to decode forwards. Each call releases one picture at most.
         cache.UpdateCache(cache.GetEndTime(), std::min(info.GetDuration(), cache.GetEndTime()), /*playing=*/true,
                           /*playingForwards=*/false);
     }
@@ -66,7 +66,7 @@ void CacheBackwards(MediaInstance& instance, MediaInfo const& info, DecodedVideo
 
 bool ShowBackwards(QString const& path)
 {
-    AvGlobals::maxAudioOutputChannels = 2; // before anything is decoded
+    AvGlobals::maxAudioOutputChannels = 2; // once, before any file is opened
     auto const info = std::make_shared<MediaInfo>(path);
     MediaInstance instance;
     if (!MediaReader::ParseMedia(info) || !instance.Initialize(info, 0) || info->GetFrameStep() <= 0)

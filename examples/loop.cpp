@@ -1,5 +1,5 @@
-// The loop that every host has: probe, open, decode, cache, show. Here the clock runs as fast as the decoder, and
-// showing a picture prints its times.
+// The loop of every host: probe, open, decode, cache, show. Here the clock runs as fast as the decoder, and showing a
+// picture prints its times.
 
 #include "cache/DecodedVideo.h"
 #include "decode/DecodedAudioFrame.h"
@@ -14,8 +14,8 @@
 
 namespace {
 
-// A record holds packed RGB in rows of 3 x width bytes rounded up to a multiple of 4: a QImage or a texture takes them
-// as they are.
+// A record holds packed RGB. Each row is 3 x width bytes, rounded up to a multiple of 4, so a QImage or a texture can
+// use the bytes directly.
 void Show(DecodedVideoFrame const& picture)
 {
     std::printf("%lld to %lld us: %d x %d\n", picture.startTime, picture.endTime, picture.width, picture.height);

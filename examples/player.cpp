@@ -1,7 +1,7 @@
-// A player in about a hundred lines: a window, a timer as its clock, and the library's cache of pictures. It decodes
-// between two pictures on the one thread that it has, and makes no sound; engine.cpp shows how to have more.
+// A player in about a hundred lines: a window, a timer as its clock, and the library's cache of pictures. It has one
+// thread, on which it decodes between pictures, and it plays no sound. See engine.cpp for both.
 //
-//     player MOVIE [PICTURES]     Space: play, pause     Left, Right: step     with PICTURES it closes after so many
+//     player MOVIE [PICTURES]     Space: play, pause     Left, Right: step     closes after PICTURES pictures
 
 #include "cache/DecodedVideo.h"
 #include "decode/DecodedAudioFrame.h"
@@ -54,13 +54,13 @@ private:
     {
         Decode();
         auto const picture = cache.GetFrame(Position(), 0);
-        if (picture && picture != shown && picture->status == 0) // 1: a mark that the size changes
+        if (picture && picture != shown && picture->status == 0) // 1 marks a change of size
             Show(picture);
         if (playing && Position() >= info->GetDuration())
             Play(false, info->GetDuration());
     }
 
-    // As long as the cache advises to, but not so long that the next picture would be late.
+    // Decodes while the cache advises it, but for a limited time, so that the next picture is not late.
     void Decode()
     {
         QElapsedTimer busy;
@@ -71,7 +71,7 @@ private:
             QList<std::shared_ptr<DecodedAudioFrame>> sounds;
             QList<std::shared_ptr<DecodedVideoFrame>> pictures;
             instance.DecodePacket(sounds, pictures, /*seekTime=*/-1);
-            for (auto const& picture : pictures) { // the last one is the mark of the end, without data
+            for (auto const& picture : pictures) { // at the end of the stream, the last one is a mark without data
                 picture->endTime = picture->data ? picture->startTime + info->GetFrameStep() - 1 : info->GetDuration();
                 cache.AppendFrame(picture);
             }
@@ -80,7 +80,7 @@ private:
 
     void Show(std::shared_ptr<DecodedVideoFrame> const& picture)
     {
-        shown = picture; // shared with the cache, which may let go of it while it is being painted
+        shown = picture; // keeps the picture alive if the cache releases it
         update();
         std::printf("%lld us\n", shown->startTime);
         if (--mostPictures == 0)
@@ -94,7 +94,7 @@ private:
         if (!shown)
             return;
         int const rowBytes = (3 * shown->width + 3) / 4 * 4;
-        QImage const image(shown->data, shown->width, shown->height, rowBytes, QImage::Format_RGB888); // not a copy
+        QImage const image(shown->data, shown->width, shown->height, rowBytes, QImage::Format_RGB888); // no copy
         QImage const upright = image.transformed(QTransform().rotate(shown->rotation));
         QRect place(QPoint(0, 0), upright.size().scaled(size(), Qt::KeepAspectRatio));
         place.moveCenter(rect().center());
@@ -111,8 +111,8 @@ private:
             Play(false, neighbour->startTime);
     }
 
-    std::shared_ptr<MediaInfo> info; // kept alive here: the instance does not
-    int mostPictures;                // to show
+    std::shared_ptr<MediaInfo> info; // kept alive here, because the instance does not own it
+    int mostPictures;                // pictures left to show; 0: no limit
     MediaInstance instance;
     DecodedVideo cache;
     std::shared_ptr<DecodedVideoFrame> shown;

@@ -1,4 +1,4 @@
-// What a file is: its container's duration and tags, then a line for each stream. Only the head of the file is read.
+// Describes a file: the container's duration, then each stream with its tags. Only the head of the file is read.
 
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
@@ -39,12 +39,12 @@ void PrintAudio(AudioStream const& stream)
 
 bool Probe(QString const& path)
 {
-    auto const info = std::make_shared<MediaInfo>(path); // shared, as a session of decoding would refer to it
+    auto const info = std::make_shared<MediaInfo>(path); // shared, because a decoding session refers to it
     if (!MediaReader::ParseMedia(info))
-        return false; // the log has said why, on standard error unless the program gave it a sink
+        return false; // the log says why: on standard error, unless the program has set a sink
     PrintContainer(*info);
     for (auto const& stream : info->GetVideoStreams()) {
-        if (stream.valid) // without a decoder for it there is nothing to tell
+        if (stream.valid) // a stream without a decoder has no description
             PrintVideo(stream);
     }
     for (auto const& stream : info->GetAudioStreams()) {

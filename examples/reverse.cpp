@@ -1,5 +1,5 @@
-// The pictures of a range from the last to the first, as raw RGB in one file. Codecs only go forwards; the engine
-// decodes a stretch at a time and keeps it, so that each step back finds its picture cached.
+// Writes the pictures of a range from the last to the first, as raw RGB in one file. Codecs only decode forwards, so
+// the engine decodes a segment at a time and caches it, and a step back finds its picture there.
 //
 //     reverse MOVIE FROM TO RAW
 //     ffplay -f rawvideo -pixel_format rgb24 -video_size WIDTHxHEIGHT RAW
@@ -19,7 +19,7 @@ namespace {
 
 constexpr int patience = 60000; // milliseconds for one picture
 
-// Without the bytes that fill up each row to a multiple of 4.
+// Leaves out the padding that extends each row to a multiple of 4 bytes.
 bool Write(QFile& file, DecodedVideoFrame const& picture)
 {
     int const rowBytes = 3 * picture.width;
@@ -32,14 +32,14 @@ bool Write(QFile& file, DecodedVideoFrame const& picture)
     return true;
 }
 
-// False when nothing shows in the range, or when it cannot be written.
+// False if no picture is shown in the range, or if the file cannot be written.
 bool WriteBackwards(PlaybackEngine& engine, long long from, long long to, QFile& file)
 {
     std::shared_ptr<DecodedVideoFrame const> last;
     for (engine.Seek(to - 1); engine.WaitUntilReady(patience); engine.Step(-1)) {
         auto const picture = engine.GetPicture();
         if (!picture || picture == last || picture->startTime < from)
-            break; // the step before was from the first picture of all, or the range is done
+            break; // no step leads before the first picture, or the range is done
         if (!Write(file, *picture))
             return false;
         std::printf("%lld us\n", picture->startTime);
@@ -59,7 +59,7 @@ int main(int argc, char** argv)
     AvGlobals::maxAudioOutputChannels = 2; // once, before any file is opened
     PlaybackOptions options;
     options.withSound = false;
-    options.colours = {}; // converted by libswscale's defaults, without a look at what the stream says
+    options.colours = {}; // libswscale's default conversion, whatever the stream says
     PlaybackEngine engine(options);
     engine.Open(QFile::decodeName(argv[1]));
     QFile file(QFile::decodeName(argv[4]));

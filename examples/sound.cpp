@@ -1,5 +1,6 @@
-// The sound at a speed, as WAV, as fast as it can be decoded: what a sound device's callback would be given. One thread
-// takes turns at what two threads do in a player: decoding into the cache, and filling blocks from it.
+// Writes the sound at a given speed to a WAV file, as fast as it can be decoded: the samples that a sound device's
+// callback would get. One thread alternates between the work of two threads in a player: decoding into the cache, and
+// filling blocks from it.
 
 #include "cache/DecodedAudio.h"
 #include "decode/DecodedVideoFrame.h"
@@ -22,7 +23,7 @@ namespace {
 constexpr int blockFrames = 1024;
 constexpr long long second = 1000000; // microseconds, as all times
 
-// Decodes until the cache reaches `until` or the file ends. Packets of pictures are passed over.
+// Decodes until the cache reaches `until` or the file ends. Skips video packets.
 void DecodeUpTo(MediaInstance& instance, DecodedAudio& cache, long long until)
 {
     while (cache.GetEndTime() < until && instance.HasPacket()) {
@@ -35,7 +36,7 @@ void DecodeUpTo(MediaInstance& instance, DecodedAudio& cache, long long until)
         QList<std::shared_ptr<DecodedVideoFrame>> pictures;
         instance.DecodeOnePacket(sounds, pictures, /*seekTime=*/-1);
         for (auto const& sound : sounds) {
-            if (drains || sound != sounds.first()) { // without a time of its own: it goes on where the last one ended
+            if (drains || sound != sounds.first()) { // it has no time of its own: continue where the last one ended
                 sound->endTime += cache.GetEndTime() + 1 - sound->startTime;
                 sound->startTime = cache.GetEndTime() + 1;
             }
@@ -44,7 +45,7 @@ void DecodeUpTo(MediaInstance& instance, DecodedAudio& cache, long long until)
     }
 }
 
-// All sizes are little-endian, as a WAV file wants them.
+// `out` must be set to little-endian, as the WAV format requires.
 void WriteHeader(QDataStream& out, int channels, int sampleRate, unsigned dataBytes)
 {
     auto const frameBytes = static_cast<quint16>(2 * channels);
@@ -59,14 +60,14 @@ void WriteHeader(QDataStream& out, int channels, int sampleRate, unsigned dataBy
     out << static_cast<quint32>(dataBytes);
 }
 
-// The frames written: the duration divided by the speed.
+// Returns the number of frames written: the duration divided by the speed.
 long long Render(MediaInstance& instance, double speed, QDataStream& out)
 {
     int const channels = instance.GetOutputChannelCount();
-    int const sampleRate = instance.GetSampleRate(); // that of the source: the fill never resamples
-    double const frameUs = speed * static_cast<double>(second) / sampleRate; // of the source, for each frame of ours
+    int const sampleRate = instance.GetSampleRate(); // of the source: PaFillBuffer never resamples
+    double const frameUs = speed * static_cast<double>(second) / sampleRate; // source time per output frame
     DecodedAudio cache;
-    cache.SetMaxFrameCount(100); // it grows
+    cache.SetMaxFrameCount(100); // grows if needed
     DecodeUpTo(instance, cache, 1);
     long long const start = cache.GetStartTime();
     std::vector<short> block(static_cast<size_t>(blockFrames * channels));
@@ -110,7 +111,7 @@ int main(int argc, char** argv)
     WriteHeader(out, instance.GetOutputChannelCount(), instance.GetSampleRate(), 0);
     long long const frames = Render(instance, speed, out);
     auto const bytes = static_cast<unsigned>(frames * instance.GetOutputChannelCount() * 2);
-    WriteHeader(out, instance.GetOutputChannelCount(), instance.GetSampleRate(), bytes); // now that they are known
+    WriteHeader(out, instance.GetOutputChannelCount(), instance.GetSampleRate(), bytes); // the final sizes
     std::printf("%lld frames, %d channels at %d Hz\n", frames, instance.GetOutputChannelCount(),
                 instance.GetSampleRate());
     return out.status() == QDataStream::Ok ? 0 : 1;

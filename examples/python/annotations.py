@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""annotations MOVIE NOTES.csv OUT.csv: brings notes that were taken at any moment to the pictures that showed then.
+"""annotations MOVIE NOTES.csv OUT.csv: assigns notes, taken at any time, to the pictures that were shown then.
 
-NOTES.csv has a line for each note: seconds, and text. OUT.csv has the exact times of the picture in microseconds, its
-number, and an MD5 sum of its pixels, by which anybody finds that very picture again."""
+NOTES.csv has one line per note: seconds, text. OUT.csv has the picture's exact times in microseconds, its number, and
+the MD5 sum of its pixels, which identifies the picture."""
 
 import csv
 import hashlib

@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""contact_sheet MOVIE SHEET.ppm [COLUMNS [ROWS]]: pictures from all over a movie, in one picture. Needs NumPy alone."""
+"""contact_sheet MOVIE SHEET.ppm [COLUMNS [ROWS]]: draws pictures from all of a movie side by side. Needs only NumPy."""
 
 import sys
 
 import numpy as np
 import tavolin
 
-THUMBNAIL = 240  # pixels wide, about
+THUMBNAIL = 240  # approximate width in pixels
 
 
 def upright(frame):

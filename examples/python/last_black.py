@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""last_black MOVIE [MOST]: the last black picture, looked for from the end. A picture is black when none of its
-components is above MOST, 24 if not given."""
+"""last_black MOVIE [MOST]: finds the last black picture, searching from the end. A picture is black if none of its
+components is above MOST (default 24)."""
 
 import sys
 

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""tour MOVIE: what the module tavolin can do, on one movie with sound."""
+"""tour MOVIE: shows what the module tavolin can do, with one movie that has sound."""
 
 import sys
 
@@ -12,7 +12,7 @@ def tour(path):
         size = f"{video.width} x {video.height}"
         print(f"{video.kind}: {size}, {video.frame_rate:g} pictures a second, {video.duration} s")
 
-        frame = video.at(video.duration / 2)  # the picture that shows then, exact
+        frame = video.at(video.duration / 2)  # the exact picture that is shown at this time
         pixels = frame.pixels  # numpy uint8 (height, width, 3): a view, no copy, read only
         print(f"the picture at {frame.time} s shows until {frame.end} s; its mean is {pixels.mean():.1f}")
 
@@ -20,7 +20,7 @@ def tour(path):
         earlier = [frame.time_us for frame in video.frames(2, 1)]  # backwards
         print(f"{len(later)} pictures from 1 s to 2 s, the same backwards: {earlier == later[::-1]}")
 
-        before = video.step(frame, -1)  # its neighbour
+        before = video.step(frame, -1)  # the picture before
         change = np.abs(pixels.astype(int) - before.pixels).mean()
         print(f"the picture before began at {before.time} s and differs by {change:.1f} on average")
 
@@ -35,7 +35,7 @@ def tour(path):
     streams = tavolin.probe(path)["streams"]  # a dict in the shape of `tavolin info --json`
     print("streams:", ", ".join(f"{stream['codec_type']} {stream['codec_name']}" for stream in streams))
 
-    report = tavolin.check(path)  # decodes all of it, both ways
+    report = tavolin.check(path)  # decodes the whole file, forwards and backwards
     print("all is well" if report.ok else "\n".join(f"{finding.time} s: {finding.text}" for finding in report.findings))
 
 
