@@ -93,16 +93,16 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
         Console::Say(request.path + QStringLiteral(": ") + render.GetError());
         return ExitCode::CannotOpen;
     }
-    int const errorsBefore = log.GetErrorCount();
-    if (!render.Start(request.range, request.speed, request.volume)) {
-        Console::Say(request.path + QStringLiteral(": ") + render.GetError());
-        return ExitCode::DecodingFailed;
-    }
-    ExitCode const written = Write(render, request);
-    if (written != ExitCode::Ok)
+    return WithoutErrors(log, [&] {
+        if (!render.Start(request.range, request.speed, request.volume)) {
+            Console::Say(request.path + QStringLiteral(": ") + render.GetError());
+            return ExitCode::DecodingFailed;
+        }
+        ExitCode const written = Write(render, request);
+        if (written == ExitCode::Ok)
+            ReportWritten(render, request);
         return written;
-    ReportWritten(render, request);
-    return log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : ExitCode::Ok;
+    });
 }
 
 } // namespace

@@ -150,6 +150,13 @@ ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const&
     return result;
 }
 
+ExitCode WithoutErrors(MessageLog const& log, std::function<ExitCode()> const& work)
+{
+    int const errorsBefore = log.GetErrorCount();
+    ExitCode const code = work();
+    return code == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : code;
+}
+
 ExitCode CannotWrite(QString const& path, QString const& error)
 {
     Console::Say(QStringLiteral("%1: cannot be written: %2").arg(path, error));

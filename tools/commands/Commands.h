@@ -45,6 +45,9 @@ Command PlayCommand();
 // file is wrong usage.
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
 
+// Of commands that write what they can: runs `work`, and makes its Ok DecodingFailed if errors were logged meanwhile.
+ExitCode WithoutErrors(MessageLog const& log, std::function<ExitCode()> const& work);
+
 ExitCode CannotWrite(QString const& path, QString const& error); // prints the error
 
 // Writes the picture and prints what it is, with its size.

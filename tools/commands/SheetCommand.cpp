@@ -109,11 +109,11 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
-    int const errorsBefore = log.GetErrorCount();
-    ContactSheet sheet(request.width);
-    ExitCode const collected = Collect(*source, request, arguments, sheet);
-    ExitCode const written = collected == ExitCode::Ok ? Write(sheet, request) : collected;
-    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+    return WithoutErrors(log, [&] {
+        ContactSheet sheet(request.width);
+        ExitCode const collected = Collect(*source, request, arguments, sheet);
+        return collected == ExitCode::Ok ? Write(sheet, request) : collected;
+    });
 }
 
 } // namespace

@@ -87,14 +87,14 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     auto const source = OpenSound(request.path, log);
     if (!source)
         return ExitCode::CannotOpen;
-    int const errorsBefore = log.GetErrorCount();
-    SoundLevels levels(*source);
-    ExitCode const read = Report(request, levels.Read(request.range, request.width - 2 * WavePicture::SideSpace()));
-    if (read != ExitCode::Ok)
-        return read;
-    int const height = HeightOf(levels, request, arguments);
-    ExitCode const written = arguments.AreWrong() ? ExitCode::Usage : Write(levels, height, request);
-    return written == ExitCode::Ok && log.GetErrorCount() > errorsBefore ? ExitCode::DecodingFailed : written;
+    return WithoutErrors(log, [&] {
+        SoundLevels levels(*source);
+        ExitCode const read = Report(request, levels.Read(request.range, request.width - 2 * WavePicture::SideSpace()));
+        if (read != ExitCode::Ok)
+            return read;
+        int const height = HeightOf(levels, request, arguments);
+        return arguments.AreWrong() ? ExitCode::Usage : Write(levels, height, request);
+    });
 }
 
 } // namespace
