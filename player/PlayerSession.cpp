@@ -78,7 +78,7 @@ void PlayerSession::OpenCurrent()
 
 PlaybackStatus PlayerSession::Follow()
 {
-    PlaybackStatus const status = engine.GetStatus();
+    PlaybackStatus status = engine.GetStatus();
     FollowOpening(status);
     FollowSound(status);
     FollowEnd(status);

@@ -28,7 +28,7 @@ PictureSpan::~PictureSpan() = default;
 
 PictureSpan::Picture PictureSpan::At(long long time, StopCheck const& stop)
 {
-    if (Picture const found = Find(time))
+    if (Picture found = Find(time))
         return found;
     bool const followed = std::exchange(follows, false);
     Picture picture;
@@ -47,7 +47,7 @@ PictureSpan::Picture PictureSpan::At(long long time, StopCheck const& stop)
 PictureSpan::Picture PictureSpan::After(DecodedVideoFrame const& picture, StopCheck const& stop)
 {
     long long const time = picture.endTime + 1;
-    if (Picture const found = Find(time))
+    if (Picture found = Find(time))
         return found;
     bool const isNext = follows && !pictures.empty() && pictures.back()->endTime == picture.endTime;
     if (!isNext) {
@@ -68,7 +68,7 @@ PictureSpan::Picture PictureSpan::Before(DecodedVideoFrame const& picture, StopC
     long long const until = picture.startTime;
     if (until <= first)
         return nullptr;
-    if (Picture const found = Find(until - 1))
+    if (Picture found = Find(until - 1))
         return found;
     bool const isContinued = !pictures.empty() && pictures.front()->startTime == until;
     if (!isContinued) {

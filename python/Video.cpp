@@ -167,7 +167,7 @@ long long Video::GetDuration() const
 
 Video::Picture Video::At(long long time, StopCheck const& stop)
 {
-    Picture const picture = FindAt(time, stop);
+    Picture picture = FindAt(time, stop);
     if (!picture)
         throw OutOfRange(Sentence(QStringLiteral("%1 s is outside of %2").arg(Seconds(time), RangeText())));
     return picture;
@@ -191,7 +191,7 @@ Video::Picture Video::FindLast(StopCheck const& stop)
 
 Video::Picture Video::Find(long long time, StopCheck const& stop)
 {
-    Picture const picture = OpenedPictures().At(time, stop);
+    Picture picture = OpenedPictures().At(time, stop);
     if (picture)
         return picture;
     QString const error = OpenedPictures().GetError();

@@ -94,7 +94,7 @@ QString Arguments::OnlyFile()
 
 QString Arguments::Output(QStringList const& endings)
 {
-    QString const path = Text("output");
+    QString path = Text("output");
     if (!endings.contains(QFileInfo(path).suffix().toLower()))
         Reject(QStringLiteral("%1 needs -o with a name that ends in %2").arg(command, Listed(endings)));
     return path;
