@@ -1,172 +1,29 @@
 #include "player/PlayerWindow.h"
-#include "DemoMovie.h"
-#include "decode/DecodedVideoFrame.h"
+#include "WindowTest.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
-#include "player/controls/Timeline.h"
 #include "player/sound/WaveformReader.h"
 #include "tests/support/OpenedInputs.h"
 
-#include <QApplication>
 #include <QClipboard>
 #include <QDir>
-#include <QDropEvent>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLabel>
-#include <QMimeData>
-#include <QScreen>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QToolButton>
-#include <QUrl>
 #include <QWheelEvent>
-#include <QtTest>
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
 
 namespace {
 
-constexpr int pictures = 250; // ten seconds
-constexpr long long step = 40000;
-constexpr int patience = 60000; // milliseconds; on a computer that has nothing else to do, milliseconds are enough
-
-// The view of the picture is 640 x 480, so that each pixel of the movie is 2 x 2 on the screen.
-constexpr int viewWidth = 640;
-constexpr int viewHeight = 480;
-
-bool Eventually(std::function<bool()> const& condition)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < patience) {
-        if (condition())
-            return true;
-        QTest::qWait(5);
-    }
-    return condition();
-}
-
-bool IsWhite(QImage const& image, int x, int y)
-{
-    return qGray(image.pixel(x, y)) > 128;
-}
-
-// Reads ten squares whose middles lie `stepX`, `stepY` apart.
-int ReadSquares(QImage const& image, QPoint first, int stepX, int stepY)
-{
-    int number = 0;
-    for (int i = 0; i < DemoMovie::squares; ++i)
-        number = 2 * number + (IsWhite(image, first.x() + i * stepX, first.y() + i * stepY) ? 1 : 0);
-    return number;
-}
-
-// With the left button held.
-void Drag(QWidget& widget, QPointF const& to)
-{
-    QMouseEvent move(QEvent::MouseMove, to, widget.mapToGlobal(to.toPoint()), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(&widget, &move);
-}
-
-class PlayerWindowTest : public ::testing::TestWithParam<PictureView::Painting>
+// Painted both ways.
+class PlayerWindowTest : public WindowTest, public ::testing::WithParamInterface<PictureView::Painting>
 {
 protected:
     void SetUp() override
     {
-        qputenv("XDG_CONFIG_HOME", home.filePath("config").toUtf8());
-        qputenv("XDG_DATA_HOME", home.filePath("data").toUtf8());
-        options.audio = "null";
-        options.paused = true;
+        WindowTest::SetUp();
         options.painting = GetParam();
     }
-
-    void Start(QStringList const& files, QSize view = QSize(viewWidth, viewHeight))
-    {
-        options.files = files;
-        settings.pictureFolder = home.filePath("pictures");
-        window = std::make_unique<PlayerWindow>(options, settings);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-        window->resize(window->size() + view - window->GetView().size());
-        ASSERT_TRUE(Eventually([&] { return window->GetView().size() == view; }));
-    }
-
-    void StartDemo()
-    {
-        QString const movie = DemoMovie::Make(pictures);
-        ASSERT_FALSE(movie.isEmpty());
-        Start({movie});
-        ASSERT_TRUE(Eventually([&] { return Child<Timeline>()->TimeAt(viewWidth) > 0; }));
-        ASSERT_TRUE(Shows(0));
-    }
-
-    QImage Grab()
-    {
-        QPoint const corner = window->GetView().mapTo(window.get(), QPoint(0, 0));
-        QSize const size = window->GetView().size();
-        return window->screen()
-            ->grabWindow(window->winId(), corner.x(), corner.y(), size.width(), size.height())
-            .toImage();
-    }
-
-    // What the screen says; the record and the label must say the same.
-    int ShownNumber() { return ReadSquares(Grab(), QPoint(32, 32), 64, 0); }
-
-    int RecordNumber()
-    {
-        auto const shown = window->GetView().GetShown();
-        return shown ? static_cast<int>(shown->startTime / step) : -1;
-    }
-
-    ::testing::AssertionResult Shows(int number)
-    {
-        if (Eventually([&] { return ShownNumber() == number && RecordNumber() == number; }))
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure()
-               << "screen " << ShownNumber() << ", record " << RecordNumber() << ", expected " << number;
-    }
-
-    void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        QTest::keyClick(window.get(), key, modifiers);
-    }
-
-    PlaybackStatus Status() { return window->GetEngine().GetStatus(); }
-
-    void SeekTo(int number)
-    {
-        window->GetEngine().Seek(number * step);
-        ASSERT_TRUE(Shows(number));
-    }
-
-    template <typename T>
-    T* Child()
-    {
-        return window->findChild<T*>();
-    }
-
-    void Drop(QStringList const& paths)
-    {
-        QMimeData data;
-        QList<QUrl> urls;
-        for (QString const& path : paths)
-            urls << QUrl::fromLocalFile(path);
-        data.setUrls(urls);
-        QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        ASSERT_TRUE(enter.isAccepted());
-        QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &drop);
-    }
-
-    QTemporaryDir home;
-    PlayerOptions options;
-    PlayerSettings settings;
-    std::unique_ptr<PlayerWindow> window;
 };
 
 } // namespace
