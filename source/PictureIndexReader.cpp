@@ -110,6 +110,12 @@ public:
         return isUnique;
     }
 
+    // Of the one with this time, or else of the next later one, among stamps in order.
+    size_t PositionOf(long long ticks) const
+    {
+        return static_cast<size_t>(std::lower_bound(stamps.begin(), stamps.end(), 2 * ticks) - stamps.begin());
+    }
+
     // After Finish. Those without a time follow those with one.
     bool HasTime(size_t position) const { return position < timed; }
     long long TicksAt(size_t position) const { return stamps[position] >> 1; }
@@ -206,17 +212,17 @@ public:
     {
         if (!Open())
             return nullptr;
-        if (!HasOwnIndex() || !ReadOwnIndex()) {
-            if (!Open() || !ReadPackets())
-                return nullptr;
-        }
-        return MakeIndex();
+        bool const hasOwnIndex = HasOwnIndex() && ReadOwnIndex();
+        if (!hasOwnIndex && ((hasReadOn && !Open()) || !ReadPackets()))
+            return nullptr;
+        return stop() ? nullptr : MakeIndex();
     }
 
 private:
     bool Open()
     {
         input = nullptr; // before the file is opened once more
+        hasReadOn = false;
         packet.reset(av_packet_alloc());
         input = OpenInput(source.GetInfo()->GetFilePath(), stop);
         if (!packet || !input)
@@ -231,7 +237,6 @@ private:
                 input->streams[i]->discard = AVDISCARD_ALL;
         }
         stream = input->streams[index];
-        stamps = Stamps(ShowsAtNextReference(stream->codecpar->codec_id), stream->codecpar->video_delay);
         return true;
     }
 
@@ -240,6 +245,7 @@ private:
     {
         do {
             av_packet_unref(packet.get());
+            hasReadOn = true;
             if (stop() || av_read_frame(input.get(), packet.get()) < 0)
                 return false;
         } while (packet->stream_index != stream->index);
@@ -264,32 +270,32 @@ private:
         int const count = FfmpegBridge::IndexEntryCount(stream);
         if (count < 1 || count != stream->nb_frames || static_cast<size_t>(count) > mostPictures)
             return false;
-        std::vector<long long> ticks;
+        stamps = Stamps(false, 0);
         for (int i = 0; i < count; ++i) {
             AVIndexEntry const& entry = *FfmpegBridge::IndexEntryAt(stream, i);
-            bool const isRising = ticks.empty() || entry.timestamp > ticks.back();
+            bool const isRising = i == 0 || entry.timestamp > stamps.TicksAt(stamps.GetCount() - 1);
             if (!isRising || entry.size <= 0 || (entry.flags & AVINDEX_DISCARD_FRAME) != 0)
                 return false;
-            ticks.push_back(entry.timestamp);
             stamps.Add(entry.timestamp, (entry.flags & AVINDEX_KEYFRAME) != 0);
         }
-        return AgreesFrom(ticks, 0, std::min<size_t>(ticks.size(), comparedPackets)) && AgreesAtEnd(ticks);
+        return ArePacketsOfStamps(0, std::min<size_t>(stamps.GetCount(), comparedPackets)) && IsEndOfStamps();
     }
 
-    bool AgreesAtEnd(std::vector<long long> const& ticks)
+    bool IsEndOfStamps()
     {
-        if (av_seek_frame(input.get(), stream->index, ticks.back(), AVSEEK_FLAG_BACKWARD) < 0 || !NextPacket())
+        long long const last = stamps.TicksAt(stamps.GetCount() - 1);
+        if (av_seek_frame(input.get(), stream->index, last, AVSEEK_FLAG_BACKWARD) < 0 || !NextPacket())
             return false;
-        auto const first = std::lower_bound(ticks.begin(), ticks.end(), packet->dts);
-        if (first == ticks.end() || !IsAt(*first))
-            return false;
-        return AgreesFrom(ticks, static_cast<size_t>(first - ticks.begin()) + 1, ticks.size()) && !NextPacket();
+        size_t const first = stamps.PositionOf(packet->dts);
+        return first < stamps.GetCount() && IsAt(stamps.TicksAt(first)) &&
+               ArePacketsOfStamps(first + 1, stamps.GetCount()) && !NextPacket();
     }
 
-    bool AgreesFrom(std::vector<long long> const& ticks, size_t first, size_t end)
+    // The next packets of the file are those at these positions.
+    bool ArePacketsOfStamps(size_t first, size_t end)
     {
         for (size_t i = first; i < end; ++i) {
-            if (!NextPacket() || !IsAt(ticks[i]))
+            if (!NextPacket() || !IsAt(stamps.TicksAt(i)))
                 return false;
         }
         return true;
@@ -301,7 +307,9 @@ private:
 
     bool ReadPackets()
     {
-        PacketPictures pictures(*stream->codecpar);
+        AVCodecParameters const& parameters = *stream->codecpar;
+        PacketPictures pictures(parameters);
+        stamps = Stamps(ShowsAtNextReference(parameters.codec_id), parameters.video_delay);
         while (NextPacket()) {
             if (!IsUsable() || stamps.GetCount() == mostPictures)
                 return false;
@@ -366,6 +374,7 @@ private:
     FfmpegPtr<AVPacket> packet;
     AVStream* stream = nullptr; // the input's
     VideoStream record;
+    bool hasReadOn = false; // beyond the beginning
     Stamps stamps{false, 0};
 };
 
