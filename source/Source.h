@@ -65,6 +65,9 @@ public:
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
 
+    // The container's index of the stream that pictures are decoded from; -1 without one.
+    int GetPictureStream() const { return pictureStream; }
+
     // The container's stream behind the record at `position` in the description's list of that type, which may hold
     // records that are not valid.
     Stream GetStream(StreamType type, int position) const;
@@ -121,4 +124,5 @@ private:
     QMap<QString, QString> tags;
     QList<Stream> streams;
     bool packetsBearTimes = true;
+    int pictureStream = -1;
 };
