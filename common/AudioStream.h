@@ -19,6 +19,6 @@ struct TAVOLINCOMMON_EXPORT AudioStream
     int bytesPerSample = 0;               // of one channel, as decoded; output is always 16-bit
     int sampleRate = 0;                   // Hz
     int sampleFormat = 0;                 // AVSampleFormat of the decoder
-    long long hostData = 0; // set by the host and copied with the record; the libraries neither set nor read it
-    QMap<QString, QString> metadata; // tags of the stream, keys unchanged
+    long long hostData = 0;               // set by the host, copied with the record, unused by the libraries
+    QMap<QString, QString> metadata;      // tags of the stream, keys unchanged
 };
