@@ -1,5 +1,6 @@
 #include "player/PlayerWindow.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
@@ -346,11 +347,21 @@ void PlayerWindow::ShowOpenDialog()
     dialog->open();
 }
 
-QString PlayerWindow::FreePictureName() const
+// The number of the picture shown, or its time where the number is not known.
+QString PlayerWindow::PictureMark()
+{
+    long long const start = view->GetShown()->startTime;
+    auto const index = session.GetEngine().GetStatus().index;
+    long long const number = index ? index->NumberFrom(start) : -1;
+    if (number >= 0)
+        return QString("%1").arg(number, 6, 10, QChar('0'));
+    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+QString PlayerWindow::FreePictureName()
 {
     QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
+    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
     QString name = stem + ".png";
     for (int i = 2; QFileInfo::exists(name); ++i)
         name = QString("%1-%2.png").arg(stem).arg(i);

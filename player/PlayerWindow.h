@@ -67,7 +67,8 @@ private:
     void FollowPointer(QPoint position);
     void ToggleColours();
     QString PaintingText() const;
-    QString FreePictureName() const;
+    QString PictureMark();
+    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;
