@@ -75,6 +75,12 @@ public:
     void SetVolume(double volume);        // factor of every sample, from 0; above 1 samples are clipped
     void SetMuted(bool muted);            // silence while play goes on
     void SetMuteAboveSpeed(double speed); // see PlaybackOptions
+
+    // Whether, while paused, each step and each SeekPreview gives a short piece of the sound at its place: 60 ms, faded
+    // at both ends, backwards for a step or a move back. FillAudio hands it out as soon as it is decoded. A new piece
+    // fades out the one before it; muted there is none. At first as PlaybackOptions::scrubSound says.
+    void SetScrubSound(bool on);
+
     void SetCacheBudget(long long bytes); // see PlaybackOptions; less than before lets go of pictures at once
 
     // How pictures become RGB from now on, also those of what is opened later. The picture on show stays until its

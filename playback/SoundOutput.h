@@ -16,6 +16,8 @@
 // A few milliseconds are always made ahead. When the run changes (start, stop, jump, turn), these go out fading, and
 // the new run comes in fading at the place where it would be by then, so nothing clicks and nothing shifts.
 //
+// A run may also be one short piece, for a step or a drag: made whole when it begins, faded at both ends, then silence.
+//
 // Two threads, as the caches have it: the decoding thread appends and clears, the output thread calls Fill and
 // GetPosition.
 class SoundOutput
@@ -46,6 +48,8 @@ private:
     void Render(short* buffer, int frames);
     double Duration(int frames) const;
     short* PreparedAt(int frame);
+    void MakePiece();
+    void TakePiece(short* buffer, int frames);
 
     int const channels;
     int const sampleRate;
@@ -63,4 +67,6 @@ private:
     int tailFrames = 0; // of the former run, at the front of `prepared`, still to go out
     int tailLength = 0;
     int fadedIn = 0; // frames of the run that have been faded in
+    std::vector<short> piece;
+    int pieceTaken = 0; // frames of it
 };

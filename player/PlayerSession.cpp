@@ -5,6 +5,8 @@
 #include "player/sound/SoundPlayer.h"
 #include "player/sound/WaveformReader.h"
 
+#include <utility>
+
 namespace {
 
 PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const& settings)
@@ -114,6 +116,9 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
 {
     if (opening)
         return;
+    bool const wasPlaying = std::exchange(playing, status.state == PlaybackState::Playing);
+    if (playing && !wasPlaying)
+        sound->Reopen();
     if (!sounding && status.channels > 0 && status.sampleRate > 0) {
         sounding = true;
         sound->Start(status.sampleRate, status.channels);

@@ -68,6 +68,7 @@ private:
     bool startsPaused;
     bool opening = false;
     bool sounding = false; // the current entry's sound has been started
+    bool playing = false;  // as of the last Follow
     bool ended = false;    // the current entry has come to its end
     long long waveEnd = 0; // of the media when the waveform was read
     QString soundNote;
