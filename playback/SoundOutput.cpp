@@ -106,7 +106,7 @@ double SoundOutput::GetPosition() const
 // What has been made ahead of the former run becomes the tail that goes out fading.
 void SoundOutput::Begin(SoundRun const& run)
 {
-    if (current.sounding && tailFrames == 0) {
+    if (current.sounding && tailFrames == 0 && !IsPieceOver()) {
         tailFrames = preparedFrames;
         tailLength = preparedFrames;
     }
@@ -137,11 +137,18 @@ void SoundOutput::MakePiece()
 // Behind the piece it is silent.
 void SoundOutput::TakePiece(short* buffer, int frames)
 {
-    int const left = static_cast<int>(piece.size()) / channels - pieceTaken;
-    int const count = std::min(frames, left);
+    int const length = static_cast<int>(piece.size()) / channels;
+    int const count = std::clamp(length - pieceTaken, 0, frames);
     std::copy_n(piece.data() + pieceTaken * channels, count * channels, buffer);
     std::fill_n(buffer + count * channels, (frames - count) * channels, short{0});
-    pieceTaken += count;
+    pieceTaken = std::min(pieceTaken + frames, length + fadeFrames);
+}
+
+// All of it has gone out, and what is made ahead is silence.
+bool SoundOutput::IsPieceOver() const
+{
+    int const length = static_cast<int>(piece.size()) / channels;
+    return current.piece.serial != 0 && pieceTaken - preparedFrames >= length;
 }
 
 // The time goes on for the new run meanwhile.

@@ -50,6 +50,7 @@ private:
     short* PreparedAt(int frame);
     void MakePiece();
     void TakePiece(short* buffer, int frames);
+    bool IsPieceOver() const;
 
     int const channels;
     int const sampleRate;
@@ -68,5 +69,5 @@ private:
     int tailLength = 0;
     int fadedIn = 0; // frames of the run that have been faded in
     std::vector<short> piece;
-    int pieceTaken = 0; // frames of it
+    int pieceTaken = 0; // frames of it, and of the silence behind it up to the length of a fade
 };

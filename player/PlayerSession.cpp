@@ -16,6 +16,7 @@ PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const
     if (options.sequenceRate)
         engineOptions.sequenceRate = *options.sequenceRate;
     engineOptions.colours.followStream = options.streamColours.value_or(settings.streamColours);
+    engineOptions.scrubSound = settings.scrubSound;
     engineOptions.colours.toneMapping = options.toneMapping;
     return engineOptions;
 }
@@ -166,4 +167,10 @@ void PlayerSession::SetStreamColours(bool follow)
 {
     engineOptions.colours.followStream = follow;
     engine.SetColours(engineOptions.colours);
+}
+
+void PlayerSession::SetScrubSound(bool on)
+{
+    engineOptions.scrubSound = on;
+    engine.SetScrubSound(on);
 }

@@ -42,6 +42,9 @@ public:
     bool FollowsStreamColours() const { return engineOptions.colours.followStream; }
     void SetStreamColours(bool follow); // also for what is open
 
+    bool HasScrubSound() const { return engineOptions.scrubSound; } // see PlaybackEngine::SetScrubSound
+    void SetScrubSound(bool on);
+
 signals:
     void Began(); // the current entry is being opened
     void Opened(PlaybackStatus const& status);

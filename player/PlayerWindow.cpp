@@ -76,6 +76,7 @@ PlayerWindow::~PlayerWindow()
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
+    settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
     if (!isFullScreen())
@@ -301,6 +302,9 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ToggleColours:
         ToggleColours();
         break;
+    case PlayerAction::ScrubSound:
+        ToggleScrubSound();
+        break;
     case PlayerAction::SavePicture:
         SavePicture();
         break;
@@ -335,6 +339,13 @@ void PlayerWindow::ToggleColours()
 {
     session.SetStreamColours(!session.FollowsStreamColours());
     bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
+}
+
+void PlayerWindow::ToggleScrubSound()
+{
+    session.SetScrubSound(!session.HasScrubSound());
+    bar->ShowPassingNote(session.HasScrubSound() ? "Sound while stepping and dragging"
+                                                 : "No sound while stepping and dragging");
 }
 
 void PlayerWindow::ShowOpenDialog()

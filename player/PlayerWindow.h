@@ -66,6 +66,7 @@ private:
     void LeaveFullScreen();
     void FollowPointer(QPoint position);
     void ToggleColours();
+    void ToggleScrubSound();
     QString PaintingText() const;
     QString FreePictureName() const;
 
