@@ -282,6 +282,11 @@ void PlaybackEngine::SetLoop(long long start, long long end)
     parts->Command([&](long long) { parts->state.SetLoop(start, end); });
 }
 
+void PlaybackEngine::SetSoundStream(int number)
+{
+    parts->Command([&](long long) { parts->thread.ChangeSound(number); });
+}
+
 void PlaybackEngine::SetVolume(double volume)
 {
     parts->Command([&](long long) { parts->state.SetVolume(volume); });
@@ -346,6 +351,7 @@ PlaybackStatus PlaybackEngine::GetStatus()
     status.volume = state.volume;
     status.muted = state.muted;
     status.cacheBudget = parts->budget;
+    status.isSoundChanging = parts->thread.IsSoundChanging();
     status.picturesShown = parts->display.shownCount;
     status.picturesDropped = parts->display.droppedCount;
     status.drift = state.drift;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 
+#include <QList>
 #include <QString>
 
 #include <memory>
@@ -50,6 +52,11 @@ struct PlaybackStatus
     // still be 0 when the state is no longer Opening.
     int channels = 0;
     int sampleRate = 0; // Hz
+
+    // All streams of sound in the file, and which of them plays, counted from 0; empty and -1 without sound.
+    QList<SoundStreamInfo> soundStreams;
+    int soundStream = -1;
+    bool isSoundChanging = false; // another one has been asked for and does not play yet
 
     // For whoever decodes the sound, too: the description of the open file, which is only read, and the container's
     // time of media time 0. Null and 0 without sound.

@@ -41,6 +41,7 @@ void CutAt(DecodedAudioFrame& frame, long long time)
 SoundFeeder::SoundFeeder(std::unique_ptr<SoundStream> newReader, long long newOrigin)
     : reader(std::move(newReader)),
       origin(newOrigin),
+      streamIndex(reader->GetIndex()),
       output(std::make_shared<SoundOutput>(reader->GetChannelCount(), reader->GetSampleRate()))
 {}
 

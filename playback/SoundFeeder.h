@@ -46,6 +46,7 @@ public:
     bool HasPiece(SoundPiece const& piece) const;               // the same
     Snapshot GetSnapshot() const;
     long long GetOrigin() const { return origin; }
+    int GetStreamIndex() const { return streamIndex; } // in the container
     std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
@@ -62,6 +63,7 @@ private:
 
     std::unique_ptr<SoundStream> const reader;
     long long const origin;
+    int const streamIndex;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
     Snapshot own;                 // the decoding thread's; published at every change

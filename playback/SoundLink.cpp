@@ -33,7 +33,12 @@ long long PositionToBegin(PlayState const& state, long long now, long long delay
 
 void SoundLink::Leave(PlayState const& state, std::shared_ptr<SoundOutput> output, long long origin)
 {
-    orders.Write({state, std::move(output), origin});
+    if (output != newest.output) {
+        newest.former = output ? std::move(newest.output) : nullptr;
+        newest.output = std::move(output);
+        ++newest.outputSerial;
+    }
+    orders.Write({state, newest.output, newest.former, newest.outputSerial, origin});
 }
 
 void SoundLink::TakeReport(PlayState& state)
@@ -49,6 +54,8 @@ int SoundLink::Fill(short* buffer, int frames, long long delay, TimeSource const
     if (!order.output || !buffer || frames <= 0)
         return 0;
     long long const now = timeSource.GetTime();
+    if (std::exchange(outputSerial, order.outputSerial) != order.outputSerial && order.former)
+        order.output->TakeTail(*order.former);
     delay = std::clamp(delay, 0LL, longestDelay);
     SoundRun run = order.state.GetSoundRun();
     run.piece.position += order.origin;

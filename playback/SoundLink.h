@@ -27,6 +27,8 @@ private:
     {
         PlayState state;
         std::shared_ptr<SoundOutput> output;
+        std::shared_ptr<SoundOutput> former; // in whose place `output` is; may be null
+        long long outputSerial = 0;          // of `output`
         long long origin = 0;
     };
 
@@ -40,6 +42,7 @@ private:
     bool HasFallenBehind(Place const& next, double speed) const;
     void Report(Order const& order, Place const& next);
 
+    Order newest; // its outputs; the rest is not kept
     Latest<Order> orders;
     Latest<SoundReport> reports;
 
@@ -48,5 +51,6 @@ private:
     long long freeClockSerial = -1;
     PlayClock heardClock;   // what is heard, as of the last block
     long long lastFill = 0; // instant of that block
+    long long outputSerial = 0;
     long long restarts = 0; // see SoundRun
 };

@@ -91,6 +91,18 @@ void SoundOutput::Fill(short* buffer, int frames, SoundRun const& run)
     }
 }
 
+void SoundOutput::TakeTail(SoundOutput const& former)
+{
+    if (former.channels != channels || former.sampleRate != sampleRate || !former.current.sounding)
+        return;
+    std::copy(former.prepared.begin(), former.prepared.end(), prepared.begin());
+    preparedFrames = former.preparedFrames;
+    tailFrames = former.tailFrames;
+    tailLength = former.tailLength;
+    current.sounding = true;
+    current.seekSerial = -1; // of no run that can go on
+}
+
 bool SoundOutput::Follows(SoundRun const& run) const
 {
     return run.piece.serial == current.piece.serial && run.seekSerial == current.seekSerial &&

@@ -37,6 +37,10 @@ public:
     // Output thread. Fills the block; does not allocate, and waits for nothing longer than an exchange of pointers.
     void Fill(short* buffer, int frames, SoundRun const& run);
 
+    // Output thread. Before the first block: begins in place of `former`, which goes out fading where it has the same
+    // format.
+    void TakeTail(SoundOutput const& former);
+
     // Output thread. Whether the last block was of this run, and the time of the frame that comes next.
     bool Follows(SoundRun const& run) const;
     double GetPosition() const;

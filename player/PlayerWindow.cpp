@@ -52,7 +52,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this)
+    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -302,6 +302,9 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ToggleColours:
         ToggleColours();
         break;
+    case PlayerAction::NextSoundStream:
+        bar->ShowPassingNote(soundStreams.ChooseNext());
+        break;
     case PlayerAction::ScrubSound:
         ToggleScrubSound();
         break;
@@ -479,6 +482,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    soundStreams.AddTo(*menu);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

@@ -4,6 +4,7 @@
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
 #include "player/controls/KeyMap.h"
+#include "player/sound/SoundStreamMenu.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -75,6 +76,7 @@ private:
     RecentFiles recentFiles;
     KeyMap keys;
     PlayerSession session;
+    SoundStreamMenu soundStreams;
 
     PictureView* view;
     Timeline* timeline;
