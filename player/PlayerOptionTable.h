@@ -16,6 +16,7 @@ inline constexpr Option playerOptions[] = {
     {"fullscreen", nullptr, "Start in full screen."},
     {"mute", "yes|no", "Start without sound; --mute=no with sound.", "yes"},
     {"volume", "PERCENT", "Volume in percent, 0 to 100."},
+    {"sound-stream", "NUMBER", "Play this stream of sound, from 1, where the file has it."},
     {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
     {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
     {"opengl", "yes|no", "Paint with OpenGL; --opengl=no does not, nor does a computer without it."},

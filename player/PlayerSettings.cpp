@@ -37,6 +37,7 @@ PlayerSettings PlayerSettings::Load()
     double const volume = file.value("sound/volume", settings.volume).toDouble();
     settings.volume = volume >= 0.0 ? std::min(volume, 1.0) : 1.0; // also not a number
     settings.muted = file.value("sound/muted", settings.muted).toBool();
+    settings.scrubSound = file.value("sound/scrub", settings.scrubSound).toBool();
     settings.looping = file.value("play/loop", settings.looping).toBool();
     settings.streamColours = file.value("picture/stream-colours", settings.streamColours).toBool();
     settings.cacheMegabytes =
@@ -54,6 +55,7 @@ void PlayerSettings::Save() const
     QSettings file(FilePath(), QSettings::IniFormat);
     file.setValue("sound/volume", volume);
     file.setValue("sound/muted", muted);
+    file.setValue("sound/scrub", scrubSound);
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
     file.setValue("picture/stream-colours", streamColours);

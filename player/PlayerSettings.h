@@ -11,6 +11,7 @@ class PlayerSettings
 public:
     double volume = 1.0; // 0 to 1
     bool muted = false;
+    bool scrubSound = true; // while stepping and dragging
     bool looping = false;
     bool streamColours = true; // pictures are converted as the stream says
     int cacheMegabytes = 512;

@@ -53,7 +53,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this)
+    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -77,6 +77,7 @@ PlayerWindow::~PlayerWindow()
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
+    settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
     if (!isFullScreen())
@@ -302,6 +303,12 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ToggleColours:
         ToggleColours();
         break;
+    case PlayerAction::NextSoundStream:
+        bar->ShowPassingNote(soundStreams.ChooseNext());
+        break;
+    case PlayerAction::ScrubSound:
+        ToggleScrubSound();
+        break;
     case PlayerAction::SavePicture:
         SavePicture();
         break;
@@ -336,6 +343,13 @@ void PlayerWindow::ToggleColours()
 {
     session.SetStreamColours(!session.FollowsStreamColours());
     bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
+}
+
+void PlayerWindow::ToggleScrubSound()
+{
+    session.SetScrubSound(!session.HasScrubSound());
+    bar->ShowPassingNote(session.HasScrubSound() ? "Sound while stepping and dragging"
+                                                 : "No sound while stepping and dragging");
 }
 
 void PlayerWindow::ShowOpenDialog()
@@ -479,6 +493,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    soundStreams.AddTo(*menu);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

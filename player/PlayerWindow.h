@@ -4,6 +4,7 @@
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
 #include "player/controls/KeyMap.h"
+#include "player/sound/SoundStreamMenu.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -66,6 +67,7 @@ private:
     void LeaveFullScreen();
     void FollowPointer(QPoint position);
     void ToggleColours();
+    void ToggleScrubSound();
     QString PaintingText() const;
     QString PictureMark();
     QString FreePictureName();
@@ -75,6 +77,7 @@ private:
     RecentFiles recentFiles;
     KeyMap keys;
     PlayerSession session;
+    SoundStreamMenu soundStreams;
 
     PictureView* view;
     Timeline* timeline;

@@ -283,8 +283,34 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
 
 std::unique_ptr<SoundStream> Source::OpenSound() const
 {
-    auto sound = HasSound() ? std::make_unique<SoundStream>(info) : nullptr;
+    return OpenSound(options.soundStream);
+}
+
+std::unique_ptr<SoundStream> Source::OpenSound(int soundStream) const
+{
+    SoundStreamInfo const chosen = GetSoundStreams().value(soundStream);
+    auto sound = HasSound() ? std::make_unique<SoundStream>(info, chosen.isDecodable ? chosen.index : -1) : nullptr;
     return sound && sound->Open() ? std::move(sound) : nullptr;
+}
+
+QList<SoundStreamInfo> Source::GetSoundStreams() const
+{
+    QList<SoundStreamInfo> infos;
+    int const count = wholeInfo ? wholeInfo->GetNumAudioStreams() : 0;
+    for (int i = 0; i < count; ++i) {
+        AudioStream const& record = wholeInfo->GetAudioStreams().at(i);
+        Stream const stream = GetStream(StreamType::Audio, i);
+        SoundStreamInfo described;
+        described.index = stream.index;
+        described.isDecodable = record.valid;
+        described.language = record.metadata.value(QStringLiteral("language"));
+        described.title = record.metadata.value(QStringLiteral("title"));
+        described.codec = stream.codec;
+        described.channels = record.channels;
+        described.sampleRate = record.sampleRate;
+        infos.append(described);
+    }
+    return infos;
 }
 
 bool Source::IsDescribed() const

@@ -2,6 +2,7 @@
 
 #include "source/ImageSequence.h"
 #include "source/PictureStream.h"
+#include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 
 #include <QList>
@@ -51,6 +52,7 @@ public:
     // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
     std::unique_ptr<SoundStream> OpenSound() const;
+    std::unique_ptr<SoundStream> OpenSound(int soundStream) const; // of this number, see SourceOptions
 
     bool HasPictures() const; // that have a decoder
     bool HasSound() const;    // the same
@@ -64,6 +66,8 @@ public:
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
+
+    QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
 
     // The container's stream behind the record at `position` in the description's list of that type, which may hold
     // records that are not valid.

@@ -85,6 +85,8 @@ std::vector<KeyMap::Action> const& KeyMap::Actions()
         {PlayerAction::Mute, "mute", "M", "Sound", "Sound off and on"},
         {PlayerAction::VolumeDown, "volume-down", "9", "Sound", "Quieter (mouse wheel down)"},
         {PlayerAction::VolumeUp, "volume-up", "0", "Sound", "Louder (mouse wheel up)"},
+        {PlayerAction::ScrubSound, "scrub-sound", "V", "Sound", "Sound while stepping and dragging, off and on"},
+        {PlayerAction::NextSoundStream, "next-sound-stream", "A", "Sound", "Next stream of sound"},
         {PlayerAction::FullScreen, "full-screen", "F", "Picture", "Full screen (double click)"},
         {PlayerAction::LeaveFullScreen, "leave-full-screen", "Esc", "Picture", "Leave full screen, close an overlay"},
         {PlayerAction::ToggleFit, "toggle-fit", "Z", "Picture", "Picture fitted or pixel for pixel"},

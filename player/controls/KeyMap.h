@@ -37,6 +37,8 @@ enum class PlayerAction {
     Mute,
     VolumeDown,
     VolumeUp,
+    ScrubSound,
+    NextSoundStream,
     FullScreen,
     LeaveFullScreen,
     ToggleFit,
