@@ -2,6 +2,7 @@
 
 #include "common/TimeText.h"
 #include "media/MediaInfo.h"
+#include "source/ImageOrientation.h"
 #include "source/Source.h"
 #include "source/StreamColours.h"
 #include "tools/report/StreamText.h"
@@ -174,6 +175,7 @@ QJsonArray DescribeStreams(Source const& source)
 QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
+    auto const orientation = info.IsImage() ? ImageOrientation::Of(source.GetPath()) : ImageOrientation();
     return {{"schema", schemaVersion},
             {"kind", source.Describe()},
             {"is_image", info.IsImage()},
@@ -185,7 +187,8 @@ QJsonObject DescribeOwnValues(Source const& source)
             {"frame_count", info.GetNumFrames()},
             {"width", info.GetVideoWidth()},
             {"height", info.GetVideoHeight()},
-            {"is_video_rotated", info.IsVideoRotated()}};
+            {"is_video_rotated", info.IsVideoRotated() || orientation.rotation % 180 != 0},
+            {"is_video_mirrored", orientation.isMirrored}};
 }
 
 } // namespace

@@ -109,6 +109,28 @@ TEST_F(FrameCommandTest, TurnsThePictureUpright)
     EXPECT_FALSE(IsRed(upright, header.size(), 63 * 32));
 }
 
+// A segment of Exif that says: the first row is the right side, the first column the top.
+TEST_F(FrameCommandTest, TurnsAStillImageAsItsExifOrientationSays)
+{
+    QByteArray bytes = ReadMedia(MakeMedia(
+        "halves.jpg", {"-noautorotate", "-i", TurnedMovie(), "-frames:v", "1", "-q:v", "1", "-pix_fmt", "yuvj444p"}));
+    int const firstSegment = 4 + 16;
+    ASSERT_EQ(bytes.mid(6, 4), "JFIF");
+    bytes.insert(firstSegment, QByteArray::fromHex("ffe10022457869660000"
+                                                   "4d4d002a000000080001"
+                                                   "0112000300000001000600000000"
+                                                   "0000"));
+    QString const still = WriteMedia("oriented.jpg", bytes);
+    ASSERT_EQ(RunTavolin({"frame", still, "--at", "0", "-o", PathOf("up.ppm")}).exitCode, 0);
+    QByteArray const upright = Written("up.ppm");
+    QByteArray const header = "P6\n32 64\n255\n";
+    ASSERT_TRUE(upright.startsWith(header)) << upright.left(20).toStdString();
+    EXPECT_TRUE(IsRed(upright, header.size(), 0));
+    EXPECT_TRUE(IsRed(upright, header.size(), 31));
+    EXPECT_FALSE(IsRed(upright, header.size(), 63 * 32));
+    EXPECT_TRUE(RunTavolin({"info", still}).Output().contains("64x32, to be turned 90 degrees clockwise"));
+}
+
 TEST_F(FrameCommandTest, LeavesThePictureAsStoredWhenAsked)
 {
     ASSERT_EQ(RunTavolin({"frame", "--as-stored", TurnedMovie(), "--at", "0", "-o", PathOf("as.ppm")}).exitCode, 0);
