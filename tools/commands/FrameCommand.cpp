@@ -7,6 +7,10 @@
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureDamage.h"
+
+#include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -32,22 +36,65 @@ Request RequestIn(Arguments& arguments)
     return request;
 }
 
-ExitCode Find(Source const& source, Request const& request, PictureStream::Picture& picture)
+// A picture that was found, and what is wrong with it.
+struct Found
 {
+    PictureStream::Picture picture;
+    long long origin = 0;   // the container's time of media time 0
+    bool hasErrors = false; // while it was decoded, and others beside it
+    QString firstError;
+};
+
+ExitCode Find(Source const& source, Request const& request, MessageLog const& log, Found& found)
+{
+    FfmpegMessages const messages;
+    int const errorsBefore = log.GetErrorCount();
     auto const pictures = source.OpenPictures();
     if (!pictures) {
         Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
     }
-    if (pictures->ReadAt(request.time, picture) != ReadResult::Got) {
+    if (pictures->ReadAt(request.time, found.picture) != ReadResult::Got) {
         Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
         return ExitCode::DecodingFailed;
     }
-    if (!source.IsOver(*picture, request.time))
+    found.origin = pictures->GetOrigin();
+    found.hasErrors = messages.GetErrorCount() > 0 || log.GetErrorCount() > errorsBefore;
+    found.firstError = messages.GetFirstError();
+    if (!source.IsOver(*found.picture, request.time))
         return ExitCode::Ok;
     Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(picture->startTime)));
+                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(found.picture->startTime)));
     return ExitCode::DecodingFailed;
+}
+
+void SayDamaged(QString const& path, long long time, QString const& reason)
+{
+    Console::Say(QStringLiteral("%1: the picture at %2 is damaged%3")
+                     .arg(path, TimeText::Clock(time), reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
+}
+
+// Whether the picture is the one asked for and whole; says so when it is not. `isLost`: it is another one.
+bool IsWhole(Source const& source, Request const& request, Found const& found, bool& isLost)
+{
+    long long const start = found.picture->startTime;
+    if (!found.hasErrors)
+        return true;
+    auto const damage = source.HasOnePicture()
+                            ? std::nullopt
+                            : PictureDamage::Probe(source, found.origin, start, std::max(request.time, start));
+    auto const lost = damage ? damage->FindLost(start, request.time) : std::nullopt;
+    isLost = lost.has_value();
+    if (lost)
+        Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
+                         .arg(request.path, TimeText::Clock(*lost), TimeText::Clock(start)));
+    else if (!damage)
+        SayDamaged(request.path, start, found.firstError); // it, or one near it: its packets do not tell
+    else if (damage->IsDamaged(start))
+        SayDamaged(request.path, start, damage->GetFirstMessage());
+    else
+        return true;
+    return false;
 }
 
 void SayWhatItIs(Source const& source, QString const& path)
@@ -80,9 +127,16 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     if (!source)
         return ExitCode::CannotOpen;
     SayWhatItIs(*source, request.path);
-    PictureStream::Picture picture;
-    ExitCode const found = Find(*source, request, picture);
-    return found == ExitCode::Ok ? Write(*picture, request) : found;
+    Found found;
+    ExitCode const result = Find(*source, request, log, found);
+    if (result != ExitCode::Ok)
+        return result;
+    bool isLost = false;
+    bool const isWhole = IsWhole(*source, request, found, isLost);
+    if (isLost)
+        return ExitCode::DecodingFailed;
+    ExitCode const written = Write(*found.picture, request);
+    return written == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : written;
 }
 
 } // namespace
@@ -95,8 +149,9 @@ Command FrameCommand()
             "Writes the picture of FILE that shows at TIME: the last one that starts at or\n"
             "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
             "of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
-            "The last picture shows until the file ends; a TIME past that is an error\n"
-            "(exit code 4), and nothing is written.\n",
+            "The last picture shows until the file ends. If TIME is past that, or if the\n"
+            "picture cannot be decoded, nothing is written and the exit code is 4. A damaged\n"
+            "picture is written as far as it could be decoded; the exit code is 4, too.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
              Options::Output("PICTURE"),
              {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},

@@ -23,14 +23,15 @@ QStringList UndecodableOf(Source const& source, QList<Record> const& records, So
     return lines;
 }
 
-// `source` if it has the half of it that is asked for; says what is wrong when it has not.
+// `source` if it has the half of it that is asked for. Says what is left out of it, or that there is no such half.
 std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, char const* absence)
 {
-    if (!source || hasHalf)
+    if (!source)
+        return nullptr;
+    SayUndecodable(*source);
+    if (hasHalf)
         return source;
-    if (source->LeavesOutAHalf() || source->GetKind() == SourceKind::None)
-        SayUndecodable(*source);
-    else
+    if (!source->LeavesOutAHalf() && source->GetKind() != SourceKind::None)
         Console::Say(source->GetPath() + QLatin1String(absence));
     return nullptr;
 }

@@ -1,3 +1,4 @@
+#include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
 #include "tests/tools/FolderTest.h"
@@ -191,6 +192,7 @@ TEST_F(FrameCommandTest, WritesAPictureOfAMovieWhoseSoundHasNoDecoder)
     QString const deaf = WithoutDecoder("deaf.mp4", PlainMovie(), "mp4a");
     ToolRun const run = RunTavolin({"frame", deaf, "--at", "2", "-o", PathOf("deaf.ppm")});
     EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
     RunTavolin({"frame", PlainMovie(), "--at", "2", "-o", PathOf("whole.ppm")});
     EXPECT_GT(Written("whole.ppm").size(), 3 * 96 * 64);
     EXPECT_EQ(Written("deaf.ppm"), Written("whole.ppm"));
@@ -202,4 +204,75 @@ TEST_F(FrameCommandTest, NamesTheMissingDecoderOfThePictures)
     ToolRun const run = RunTavolin({"frame", blind, "--at", "2", "-o", PathOf("blind.ppm")});
     EXPECT_EQ(run.exitCode, 3);
     EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
+}
+
+// The decoder conceals it, and so it stays to the end of the group, which ends at 1.44 s. What is whole says nothing.
+TEST_F(FrameCommandTest, AnswersADamagedPictureWithFourAndWritesWhatCouldBeDecoded)
+{
+    QString const whole = MovingPicture("group.mp4", {"-c:v", "libx264", "-g", "12", "-bf", "0"});
+    QString const damaged = WithZerosAt("concealed.mp4", whole, 1200000, 50);
+    for (char const* time : {"0", "1.16", "1.44", "3"}) {
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 0) << time;
+        EXPECT_EQ(run.errors, "") << time;
+    }
+    for (char const* time : {"1.2", "1.24", "1.4"}) {
+        QFile::remove(PathOf("a.png"));
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 4) << time;
+        EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
+        EXPECT_TRUE(QFile::exists(PathOf("a.png"))) << time;
+    }
+}
+
+TEST_F(FrameCommandTest, WritesNoPictureInPlaceOfOneThatCannotBeDecoded)
+{
+    for (QString const& kind : QStringList{"png.mov", "mjpeg.avi"}) {
+        QString const whole = MovingPicture("all-" + kind, {"-c:v", kind.section('.', 0, 0)});
+        QString const damaged = WithZerosAt("lost-" + kind, whole, 1200000, 0);
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", "1.23", "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 4);
+        EXPECT_TRUE(run.errors.contains("the picture at 00:00:01.200 cannot be decoded; the one before it starts at "
+                                        "00:00:01.160"))
+            << run.errors.toStdString();
+        EXPECT_FALSE(QFile::exists(PathOf("a.png")));
+        EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.16", "-o", PathOf("b.png")}).exitCode, 0);
+        EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.24", "-o", PathOf("b.png")}).exitCode, 0);
+    }
+}
+
+// The demultiplexer finds its way again behind it.
+TEST_F(FrameCommandTest, WritesNoPictureInPlaceOfOneWhosePacketCannotBeRead)
+{
+    QString const whole = MovingPicture("group.mkv", {"-c:v", "libvpx", "-g", "12"});
+    QString const damaged = WithZerosAt("unreadable.mkv", whole, 1200000, 0);
+    EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.16", "-o", PathOf("b.png")}).exitCode, 0);
+    ToolRun const run = RunTavolin({"frame", damaged, "--at", "1.24", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains("the picture at 00:00:01.200 cannot be decoded")) << run.errors.toStdString();
+    EXPECT_FALSE(QFile::exists(PathOf("a.png")));
+}
+
+TEST_F(FrameCommandTest, AnswersADamagedStillImageWithFour)
+{
+    QString const whole = MakeMedia("large.jpg", Picture("320x240", 1, 1.0) + QStringList{"-frames:v", "1"});
+    QByteArray const bytes = ReadMedia(whole);
+    QString const damaged = WriteMedia("cut.jpg", bytes.left(bytes.size() / 2));
+    ToolRun const run = RunTavolin({"frame", damaged, "--at", "0", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
+}
+
+TEST_F(FrameCommandTest, PassesRealClipsWithoutDamage)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    for (std::string const& name : Clips::RealMovieNames()) {
+        if (Clips::IsDamaged(name))
+            continue;
+        ToolRun const run = RunTavolin({"frame", Clips::Real(name.c_str()), "--at", "0.1", "-o", PathOf("a.png")});
+        EXPECT_FALSE(run.errors.contains("damaged") || run.errors.contains("cannot be decoded; the one before"))
+            << run.errors.toStdString();
+        EXPECT_EQ(run.exitCode, 0) << name << ": " << run.errors.toStdString();
+    }
 }
