@@ -5,6 +5,10 @@
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/log.h>
@@ -171,4 +175,13 @@ ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString co
     Console::WriteData(QStringLiteral("%1: %2, %3x%4\n")
                            .arg(path, what, QString::number(picture.width), QString::number(picture.height)));
     return ExitCode::Ok;
+}
+
+void WriteJson(QJsonArray const& objects)
+{
+    if (objects.isEmpty())
+        return;
+    QJsonDocument const document =
+        objects.size() == 1 ? QJsonDocument(objects.first().toObject()) : QJsonDocument(objects);
+    Console::WriteData(QString::fromUtf8(document.toJson()));
 }

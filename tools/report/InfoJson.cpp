@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr int schemaVersion = 1;
-
 void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
 {
     if (tags.isEmpty())
@@ -176,7 +174,7 @@ QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     auto const orientation = info.IsImage() ? ImageOrientation::Of(source.GetPath()) : ImageOrientation();
-    return {{"schema", schemaVersion},
+    return {{"schema", Info::schemaVersion},
             {"kind", source.Describe()},
             {"is_image", info.IsImage()},
             {"is_linear_color_space", info.IsLinearColorSpace()},
@@ -204,5 +202,5 @@ QJsonObject Info::FailureAsJson(QString const& path, QString const& message, int
 {
     return {{"format", QJsonObject{{"filename", path}}},
             {"error", QJsonObject{{"code", code}, {"string", message}}},
-            {"tavolin", QJsonObject{{"schema", schemaVersion}}}};
+            {"tavolin", QJsonObject{{"schema", Info::schemaVersion}}}};
 }
