@@ -109,14 +109,6 @@ QString ColourLines(StreamColours const& colours)
            (light.isEmpty() ? QString() : Line(QStringLiteral("  light"), light));
 }
 
-StreamColours ColoursAt(QList<StreamColours> const& all, int index)
-{
-    for (StreamColours const& colours : all)
-        if (colours.index == index)
-            return colours;
-    return {};
-}
-
 QString VideoLine(Source const& source, QList<StreamColours> const& colours, int position)
 {
     VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
@@ -129,7 +121,7 @@ QString VideoLine(Source const& source, QList<StreamColours> const& colours, int
         words += QStringLiteral("cover art");
     else if (!source.GetWholeInfo()->IsImage())
         words += TimingWords(stream);
-    return Line(title, words) + ColourLines(ColoursAt(colours, announced.index)) + TagLines(stream.metadata);
+    return Line(title, words) + ColourLines(StreamColours::Of(announced.index, colours)) + TagLines(stream.metadata);
 }
 
 QString AudioLine(Source const& source, int position)
