@@ -167,13 +167,17 @@ ExitCode CannotWrite(QString const& path, QString const& error)
     return ExitCode::WritingFailed;
 }
 
-ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString const& what)
+ExitCode WritePicture(RgbPicture const& picture, PictureTarget const& target, QString const& what)
 {
     QString error;
-    if (!PictureFile::Write(picture, path, error))
-        return CannotWrite(path, error);
-    Console::WriteData(QStringLiteral("%1: %2, %3x%4\n")
-                           .arg(path, what, QString::number(picture.width), QString::number(picture.height)));
+    if (!PictureFile::Write(picture, target, error))
+        return CannotWrite(target.path, error);
+    QString const line =
+        QStringLiteral("%1, %2x%3").arg(what, QString::number(picture.width), QString::number(picture.height));
+    if (target.IsStandardOutput())
+        Console::Say(line);
+    else
+        Console::WriteData(QStringLiteral("%1: %2\n").arg(target.path, line));
     return ExitCode::Ok;
 }
 

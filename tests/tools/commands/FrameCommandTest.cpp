@@ -99,6 +99,29 @@ TEST_F(FrameCommandTest, WritesEachFormat)
     EXPECT_TRUE(Written("a.jpg").startsWith("\xff\xd8\xff"));
 }
 
+TEST_F(FrameCommandTest, WritesToStandardOutputWithMessagesBesideIt)
+{
+    ToolRun const png = RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-"});
+    EXPECT_EQ(png.exitCode, 0);
+    EXPECT_EQ(png.errors, "tavolin: the picture at 00:00:01.000 (1000000us), 96x64\n");
+    RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.png")});
+    EXPECT_GT(png.output.size(), 100);
+    EXPECT_EQ(png.output, Written("a.png"));
+    for (char const* format : {"ppm", "pnm"})
+        EXPECT_TRUE(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", format})
+                        .output.startsWith("P6\n96 64\n255\n"))
+            << format;
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", "gif"}).exitCode, 2);
+    EXPECT_EQ(RunInShell("exec \"$1\" frame \"$2\" --at 1 -o - >/dev/full", {PlainMovie()}).exitCode, 5);
+}
+
+TEST_F(FrameCommandTest, TakesTheFormatInPlaceOfTheEnding)
+{
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.raw"), "--format=jpg"}).exitCode, 0);
+    EXPECT_TRUE(Written("a.raw").startsWith("\xff\xd8\xff"));
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("b.raw")}).exitCode, 2);
+}
+
 TEST_F(FrameCommandTest, TurnsThePictureUpright)
 {
     ASSERT_EQ(RunTavolin({"frame", TurnedMovie(), "--at", "0", "-o", PathOf("up.ppm")}).exitCode, 0);
