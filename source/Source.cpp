@@ -229,6 +229,7 @@ bool Source::DescribeFile()
 
 void Source::TakeStreams(AVFormatContext const& input)
 {
+    bitRate = input.bit_rate;
     for (unsigned i = 0; i < input.nb_streams; ++i) {
         AVStream const& announced = *input.streams[i];
         Stream stream;
@@ -237,6 +238,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.codec = CodecName(*announced.codecpar);
         stream.tag = CodecTag(*announced.codecpar);
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        stream.bitRate = announced.codecpar->bit_rate;
+        stream.frameCount = announced.nb_frames;
         streams.append(stream);
     }
 }

@@ -36,6 +36,8 @@ public:
         QString codec;                  // FFmpeg's name of the format, "unknown" when it has none
         QString tag;                    // the container's own name of it, such as "avc1"
         bool isAttachedPicture = false; // cover art
+        long long bitRate = 0;          // bits per second, as the container says or FFmpeg reckons; 0: unknown
+        long long frameCount = 0;       // pictures, or packets of sound, as the container says; 0 when it does not
     };
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
@@ -66,6 +68,7 @@ public:
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
+    long long GetBitRate() const { return bitRate; } // of all streams, bits per second; 0: unknown
 
     QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
 
@@ -124,5 +127,6 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    long long bitRate = 0;
     bool packetsBearTimes = true;
 };
