@@ -128,6 +128,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     if (pictures) {
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.lowerFieldFirst = source.IsLowerFieldFirst();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;

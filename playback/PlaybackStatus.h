@@ -41,6 +41,8 @@ struct PlaybackStatus
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
 
+    bool lowerFieldFirst = false; // of two fields in a picture, the lower one was taken first
+
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
     // colours are not followed.
     QString colours;

@@ -25,6 +25,7 @@ public:
     std::optional<bool> streamColours;
     bool toneMapping = true;
     std::optional<QRect> geometry; // the position is (-1, -1) when only a size was given
+    QString compare;               // a file to compare with; empty: none
     QString audio = "portaudio";
     PictureView::Painting painting = PictureView::Painting::OpenGl;
 

@@ -13,6 +13,7 @@ public:
     bool muted = false;
     bool looping = false;
     bool streamColours = true; // pictures are converted as the stream says
+    bool pixelReadout = false; // the pixel under the pointer is shown
     int cacheMegabytes = 512;
     QByteArray geometry;   // of the window, as QWidget saves it
     QString lastFolder;    // of the open dialog

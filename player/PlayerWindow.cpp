@@ -5,6 +5,7 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
+#include "player/picture/PictureTools.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -31,6 +32,7 @@ constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
 constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
+constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
@@ -64,6 +66,8 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
+    if (!options.compare.isEmpty())
+        tools->Compare(options.compare);
     if (!options.files.isEmpty())
         Open(options.files);
     if (options.fullScreen)
@@ -78,6 +82,7 @@ PlayerWindow::~PlayerWindow()
     settings.muted = transport.IsMuted();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
+    settings.pixelReadout = tools->IsPixelShown();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -125,6 +130,8 @@ void PlayerWindow::BuildLayout()
     statistics->hide();
     help = new HelpOverlay(keys, view);
     help->hide();
+    tools = new PictureTools(session, *view, *timeline, this);
+    tools->SetPixelShown(settings.pixelReadout);
 }
 
 void PlayerWindow::Connect()
@@ -153,6 +160,8 @@ void PlayerWindow::Connect()
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
+    connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
@@ -226,7 +235,7 @@ void PlayerWindow::MoveInPlaylist(int entries)
 
 void PlayerWindow::Tick()
 {
-    view->Show(session.GetEngine().GetPicture());
+    tools->ShowPictures();
     PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
@@ -240,6 +249,7 @@ void PlayerWindow::ShowStatus(PlaybackStatus const& status)
     bool const isOpen = status.state != PlaybackState::Closed && status.state != PlaybackState::Opening;
     if (isOpen && !session.IsOpening()) {
         timeline->SetMedia({status.start, status.start + status.duration});
+        timeline->SetPictureStep(status.width > 0 ? status.frameStep : 0);
         timeline->SetPosition(status.position);
         timeline->SetCached({status.cacheStart, status.cacheEnd});
         timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
@@ -258,6 +268,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << status.error;
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
+    if (!tools->GetNote().isEmpty())
+        notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -285,6 +297,10 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
+    if (tools->Perform(action)) {
+        Tick();
+        return;
+    }
     switch (action) {
     case PlayerAction::FullScreen:
         SetFullScreen(!isFullScreen());
@@ -300,6 +316,15 @@ void PlayerWindow::Perform(PlayerAction action)
         break;
     case PlayerAction::ZoomOut:
         view->Zoom(1.0 / zoomStep);
+        break;
+    case PlayerAction::ZoomTimelineIn:
+        timeline->Zoom(timelineZoomStep);
+        break;
+    case PlayerAction::ZoomTimelineOut:
+        timeline->Zoom(1.0 / timelineZoomStep);
+        break;
+    case PlayerAction::ShowWholeTimeline:
+        timeline->ShowAll();
         break;
     case PlayerAction::ToggleColours:
         ToggleColours();
@@ -346,6 +371,15 @@ void PlayerWindow::ShowOpenDialog()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFiles);
     connect(dialog, &QFileDialog::filesSelected, this, &PlayerWindow::Open);
+    dialog->open();
+}
+
+void PlayerWindow::ShowCompareDialog()
+{
+    auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
     dialog->open();
 }
 
@@ -471,6 +505,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    addAction(menu, "Compare with…", PlayerAction::Compare);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

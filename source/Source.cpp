@@ -237,6 +237,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.codec = CodecName(*announced.codecpar);
         stream.tag = CodecTag(*announced.codecpar);
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
         streams.append(stream);
     }
 }
@@ -362,6 +364,16 @@ int Source::GetWidth() const
 int Source::GetHeight() const
 {
     return info ? info->GetVideoHeight() : 0;
+}
+
+// Of the first stream that can be decoded.
+bool Source::IsLowerFieldFirst() const
+{
+    if (!wholeInfo)
+        return false;
+    auto const& records = wholeInfo->GetVideoStreams();
+    auto const shown = std::find_if(records.begin(), records.end(), [](auto const& record) { return record.valid; });
+    return GetStream(StreamType::Video, static_cast<int>(shown - records.begin())).lowerFieldFirst;
 }
 
 double Source::GetFrameRate() const

@@ -35,6 +35,7 @@ public:
         QString codec;                  // FFmpeg's name of the format, "unknown" when it has none
         QString tag;                    // the container's own name of it, such as "avc1"
         bool isAttachedPicture = false; // cover art
+        bool lowerFieldFirst = false;   // of two fields in a picture, the lower one is shown first
     };
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
@@ -85,6 +86,8 @@ public:
     // As coded; 0 without pictures, and of a sequence.
     int GetWidth() const;
     int GetHeight() const;
+
+    bool IsLowerFieldFirst() const; // of two fields in a picture, the lower one is shown first
 
     double GetFrameRate() const;    // pictures per second; 0 when nothing says it, and of one picture
     long long GetFrameStep() const; // from picture to picture, an estimate where nothing says it
