@@ -1,16 +1,20 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QVector>
 #include <QWidget>
 
 #include <optional>
+
+struct PlaybackStatus;
 
 // Shows the media from left to right: waveform, cached span, range and position, and the time under the pointer.
 // Dragging emits Previewed for each place it passes; the release emits Chosen.
 //
 // It can show a part of the media only, down to a few pictures. The wheel zooms around the pointer, and with Shift it
 // moves the part. When the position moves out of the part, the part follows.
-class Timeline : public QWidget
+class TAVOLINWIDGETS_EXPORT Timeline : public QWidget
 {
     Q_OBJECT
 
@@ -24,13 +28,15 @@ public:
 
     explicit Timeline(QWidget* parent = nullptr);
 
+    // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
+    void Show(PlaybackStatus const& status);
+
     void SetMedia(Span media); // empty if nothing is open
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
     void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
-
-    void SetPictureStep(long long step); // microseconds from picture to picture; 0: unknown, or no pictures
+    void SetPictureStep(long long step);         // microseconds from picture to picture; 0: unknown, or no pictures
 
     long long TimeAt(int x) const; // within the part shown
     int XAt(long long time) const; // beside the groove for a time outside the part shown

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QString>
 
 #include <array>
@@ -9,7 +11,7 @@ struct DecodedVideoFrame;
 
 // How a picture is displayed: which channel, how bright, and which of its fields. A value. It never changes a record,
 // so saved and copied pictures are without it.
-struct PictureLook
+struct TAVOLINWIDGETS_EXPORT PictureLook
 {
     enum class Channels { All, Red, Green, Blue, Luma };
     enum class Fields {

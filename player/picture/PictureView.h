@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
 #include "player/picture/PictureGeometry.h"
 #include "player/picture/PictureLook.h"
 
@@ -16,7 +17,7 @@ struct DecodedVideoFrame;
 // The part of the window that shows the picture, or two pictures of the same size on the screen: one of them at a time,
 // or the first one left of a divider and the second one right of it. Dragging moves the divider, or a picture larger
 // than the view; Ctrl and the wheel zoom at the pointer.
-class PictureView : public QWidget
+class TAVOLINWIDGETS_EXPORT PictureView : public QWidget
 {
     Q_OBJECT
 
