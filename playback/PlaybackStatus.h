@@ -48,6 +48,7 @@ struct PlaybackStatus
     // The true numbers and times of all pictures; null for sound, and as long as it is not known, which for a movie
     // takes as long as reading the file. Some files never tell: no picture has a number then.
     std::shared_ptr<PictureIndex const> index;
+    bool lowerFieldFirst = false; // of two fields in a picture, the lower one was taken first
 
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
     // colours are not followed.

@@ -240,6 +240,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
         stream.bitRate = announced.codecpar->bit_rate;
         stream.frameCount = announced.nb_frames;
+        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
         streams.append(stream);
     }
 }
@@ -396,6 +398,16 @@ int Source::GetHeight() const
 double Source::GetSequenceRate() const
 {
     return SequencePictures::RateFor(options);
+}
+
+// Of the first stream that can be decoded.
+bool Source::IsLowerFieldFirst() const
+{
+    if (!wholeInfo)
+        return false;
+    auto const& records = wholeInfo->GetVideoStreams();
+    auto const shown = std::find_if(records.begin(), records.end(), [](auto const& record) { return record.valid; });
+    return GetStream(StreamType::Video, static_cast<int>(shown - records.begin())).lowerFieldFirst;
 }
 
 double Source::GetFrameRate() const

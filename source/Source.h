@@ -38,6 +38,7 @@ public:
         bool isAttachedPicture = false; // cover art
         long long bitRate = 0;          // bits per second, as the container says or FFmpeg reckons; 0: unknown
         long long frameCount = 0;       // pictures, or packets of sound, as the container says; 0 when it does not
+        bool lowerFieldFirst = false;   // of two fields in a picture, the lower one is shown first
     };
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
@@ -96,8 +97,10 @@ public:
     int GetWidth() const;
     int GetHeight() const;
 
-    double GetFrameRate() const; // pictures per second; 0 when nothing says it, and of one picture
     double GetUntimedRate() const { return options.untimedRate; } // pictures per second where nothing says it
+    bool IsLowerFieldFirst() const; // of two fields in a picture, the lower one is shown first
+
+    double GetFrameRate() const;    // pictures per second; 0 when nothing says it, and of one picture
     long long GetFrameStep() const; // from picture to picture, an estimate where nothing says it
     long long GetDuration() const;  // as the container says, -1 when it does not; 0 of a still image
     long long GetOrigin() const;    // the container's time of media time 0, as far as the description tells
