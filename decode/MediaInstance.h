@@ -117,6 +117,10 @@ public:
     // Initialize.
     void SetMostThreads(int threads);
 
+    // The audio stream to open, by its index among the container's streams; -1, the default: the best one. Opening fails
+    // if the stream is not audio or has no decoder. Takes effect when the input is next opened; outlives Initialize.
+    void SetAudioStream(int streamIndex);
+
     // How colours are converted from the next picture on, also after the input is reopened. The default is
     // ColourSettings'. Callable in every state.
     void SetColours(ColourSettings const& colours);
@@ -161,6 +165,7 @@ private:
     bool seekFailed = false;
     ColourSettings colours;
     int mostThreads = 0;
+    int wantedAudioStream = -1; // -1: the best
 
     // Declared after the codec contexts, which the decoders use: destroyed before them.
     FfmpegPtr<AVFormatContext> formatContext;

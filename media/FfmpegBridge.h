@@ -179,6 +179,26 @@ inline int32_t const* DisplayMatrix(AVStream const* stream)
 // Whether we must write the "rotate" tag of a rotated stream. FFmpeg 4's demuxer writes it; later versions do not.
 constexpr bool mustWriteRotateTag = LIBAVFORMAT_VERSION_MAJOR >= 59;
 
+// The number of entries in the container's index of the stream, as far as it has been read.
+inline int IndexEntryCount(AVStream const* stream)
+{
+#if LIBAVFORMAT_VERSION_MAJOR >= 59
+    return avformat_index_get_entries_count(stream);
+#else
+    return stream->nb_index_entries;
+#endif
+}
+
+// `position` is from 0 to below the count. Valid until the next packet is read.
+inline AVIndexEntry const* IndexEntryAt(AVStream* stream, int position)
+{
+#if LIBAVFORMAT_VERSION_MAJOR >= 59
+    return avformat_index_get_entry(stream, position);
+#else
+    return &stream->index_entries[position];
+#endif
+}
+
 // FFmpeg 7 does not check whether the codec is open; earlier versions do.
 inline int ReceiveFrame(AVCodecContext* context, AVFrame* frame)
 {
