@@ -2,46 +2,30 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/FrameRequest.h"
+#include "tools/commands/FrameSeries.h"
 #include "tools/commands/OpenSource.h"
-#include "tools/output/PictureFile.h"
-#include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureCount.h"
+#include "tools/report/PictureDamage.h"
 
-#include <limits>
+#include <algorithm>
 #include <optional>
 
 namespace {
 
-struct Request
+// A picture that was found, and what is wrong with it.
+struct Found
 {
-    QString path;
-    QString picturePath;
-    long long time = 0;              // microseconds
-    std::optional<long long> number; // of the picture, instead of a time
-    bool asStored = false;
-    ColourSettings colours;
+    PictureStream::Picture picture;
+    long long origin = 0;   // the container's time of media time 0
+    bool hasErrors = false; // while it was decoded, and others beside it
+    QString firstError;
 };
 
-Request RequestIn(Arguments& arguments)
-{
-    Request request;
-    request.path = arguments.OnlyFile();
-    if (arguments.Has("at") == arguments.Has("number"))
-        arguments.Reject(QStringLiteral("frame needs either --at TIME or --number N"));
-    request.time = arguments.Time("at", 0);
-    int const number = arguments.Number("number", 0, std::numeric_limits<int>::max(), 0);
-    if (arguments.Has("number"))
-        request.number = number;
-    request.picturePath = arguments.Output(PictureFile::Endings());
-    request.asStored = arguments.Has("as-stored");
-    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
-    return request;
-}
-
 // The time of the picture that is asked for by its number; false, having said why, when there is none.
-bool FindTime(Source const& source, Request& request)
+bool FindTime(Source const& source, FrameRequest& request)
 {
     if (!request.number)
         return true;
@@ -56,23 +40,52 @@ bool FindTime(Source const& source, Request& request)
     return time.has_value();
 }
 
-ExitCode Find(Source const& source, Request const& request, PictureStream::Picture& picture)
+ExitCode Find(Source const& source, FrameRequest const& request, MessageLog const& log, Found& found)
 {
+    FfmpegMessages const messages;
+    int const errorsBefore = log.GetErrorCount();
     auto const pictures = source.OpenPictures();
     if (!pictures) {
         Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
     }
-    if (pictures->ReadAt(request.time, picture) != ReadResult::Got) {
+    if (pictures->ReadAt(request.time, found.picture) != ReadResult::Got) {
         Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
         return ExitCode::DecodingFailed;
     }
-    if (!source.IsOver(*picture, request.time))
+    found.origin = pictures->GetOrigin();
+    found.hasErrors = messages.GetErrorCount() > 0 || log.GetErrorCount() > errorsBefore;
+    found.firstError = messages.GetFirstError();
+    if (!source.IsOver(*found.picture, request.time))
         return ExitCode::Ok;
     Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
                      .arg(request.path, TimeText::Clock(request.time),
-                          TimeText::PictureClock(picture->startTime, picture->endTime)));
+                          TimeText::PictureClock(found.picture->startTime, found.picture->endTime)));
     return ExitCode::DecodingFailed;
+}
+
+// Whether the picture is the one asked for and whole; says so when it is not. `isLost`: it is another one.
+bool IsWhole(Source const& source, FrameRequest const& request, Found const& found, bool& isLost)
+{
+    long long const start = found.picture->startTime;
+    if (!found.hasErrors)
+        return true;
+    auto const damage = source.HasOnePicture()
+                            ? std::nullopt
+                            : PictureDamage::Probe(source, found.origin, start, std::max(request.time, start));
+    auto const lost = damage ? damage->FindLost(start, request.time) : std::nullopt;
+    isLost = lost.has_value();
+    if (lost)
+        Console::Say(
+            QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
+                .arg(request.path, TimeText::PictureClock(*lost, *lost), TimeText::PictureClock(start, start)));
+    else if (!damage)
+        request.SayDamaged(start, found.firstError); // it, or one near it: its packets do not tell
+    else if (damage->IsDamaged(start))
+        request.SayDamaged(start, damage->GetFirstMessage());
+    else
+        return true;
+    return false;
 }
 
 void SayWhatItIs(Source const& source, QString const& path)
@@ -85,22 +98,23 @@ void SayWhatItIs(Source const& source, QString const& path)
         Console::Say(path + QStringLiteral(": states no duration, so it is decoded from the beginning"));
 }
 
-ExitCode Write(DecodedVideoFrame const& record, Request const& request)
+ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog const& log)
 {
-    int const degrees = request.asStored ? 0 : record.rotation;
-    if (degrees % 90 != 0)
-        Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
-    RgbPicture const picture = RgbPicture::FromRecord(record).TurnedClockwise(degrees);
-    return WritePicture(
-        picture, request.picturePath,
-        QStringLiteral("%1 at %2 (%3us)")
-            .arg(request.number ? QStringLiteral("picture %1").arg(*request.number) : QStringLiteral("the picture"),
-                 TimeText::PictureClock(record.startTime, record.endTime), QString::number(record.startTime)));
+    Found found;
+    ExitCode const result = Find(source, request, log, found);
+    if (result != ExitCode::Ok)
+        return result;
+    bool isLost = false;
+    bool const isWhole = IsWhole(source, request, found, isLost);
+    if (isLost)
+        return ExitCode::DecodingFailed;
+    ExitCode const written = request.Write(*found.picture, request.target);
+    return written == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : written;
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    Request request = RequestIn(arguments);
+    FrameRequest request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log, request.colours);
@@ -109,9 +123,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     SayWhatItIs(*source, request.path);
     if (!FindTime(*source, request))
         return ExitCode::DecodingFailed;
-    PictureStream::Picture picture;
-    ExitCode const found = Find(*source, request, picture);
-    return found == ExitCode::Ok ? Write(*picture, request) : found;
+    return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
 }
 
 } // namespace
@@ -120,17 +132,29 @@ Command FrameCommand()
 {
     return {"frame",
             "the exact picture at a time, as PNG, JPEG or PPM",
-            "FILE --at TIME | --number N -o PICTURE",
-            "Writes the picture of FILE that shows at TIME: the last one that starts at or\n"
+            "FILE --at T | --number N | --every STEP [--from T] [--to T] -o PICTURE",
+            "Writes the picture of FILE that shows at T: the last one that starts at or\n"
             "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
-            "of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
+            "of PICTURE says the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
             "With --number it writes picture N, counted from 0 as the player does. Finding it\n"
             "takes reading the file, for some formats decoding it up to there.\n\n"
-            "The last picture shows until the file ends; a TIME past that is an error\n"
-            "(exit code 4), and nothing is written.\n",
+            "With --every, --from or --to it writes many pictures, each once and to a file of\n"
+            "its own: with --every 2.5 those that show every 2.5 seconds, with --every 10p\n"
+            "every tenth picture, otherwise all. PICTURE then has a place for their number in\n"
+            "FILE, counted from 0, or their time: shot-%04d.png, shot-####.png or\n"
+            "shot-%t.png.\n\n"
+            "With -o - the pictures go to standard output, as PNG unless --format says\n"
+            "otherwise, and messages to standard error.\n\n"
+            "The last picture shows until the file ends. If T is past that, or if the\n"
+            "picture cannot be decoded, nothing is written and the exit code is 4. A damaged\n"
+            "picture is written as far as it could be decoded; the exit code is 4, too.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
              {"number", "N", "The number of the picture, from 0, instead of a time."},
-             Options::Output("PICTURE"),
+             {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
+             Options::from,
+             Options::to,
+             Options::PictureOutput(),
+             Options::format,
              {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},

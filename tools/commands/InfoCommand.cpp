@@ -7,7 +7,6 @@
 #include "tools/report/PictureCount.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 
 namespace {
 
@@ -46,11 +45,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     QJsonArray objects;
     ExitCode const result =
         ForEachFile(arguments, [&](QString const& path) { return DescribeInJson(path, isQuick, log, objects); });
-    if (objects.isEmpty())
-        return result;
-    QJsonDocument const document =
-        objects.size() == 1 ? QJsonDocument(objects.first().toObject()) : QJsonDocument(objects);
-    Console::WriteData(QString::fromUtf8(document.toJson()));
+    WriteJson(objects);
     return result;
 }
 

@@ -7,8 +7,11 @@
 
 class Source;
 
-// The output of `tavolin info`.
+// The output of `tavolin info`, and what other commands' JSON has in common with it.
 namespace Info {
+
+// Of the JSON of all commands: it rises when a name changes its meaning or is removed.
+constexpr int schemaVersion = 1;
 
 // `count`: of the pictures; empty when it is not known exactly.
 using Count = std::optional<long long>;

@@ -34,26 +34,25 @@ bool BeginsAsDecoded(PictureIndex const& index, Source const& source)
     return count > 0;
 }
 
-// Null where it is not known.
-std::shared_ptr<PictureIndex const> IndexOf(Source const& source)
+} // namespace
+
+std::shared_ptr<PictureIndex const> PictureCount::ReadIndex(Source const& source)
 {
     auto const index = ReadPictureIndex(source);
     bool const isArithmetic = source.GetKind() != SourceKind::Movie;
     return index && (isArithmetic || BeginsAsDecoded(*index, source)) ? index : nullptr;
 }
 
-} // namespace
-
 std::optional<long long> PictureCount::Of(Source const& source)
 {
-    auto const index = IndexOf(source);
+    auto const index = ReadIndex(source);
     return index ? std::optional(index->GetCount()) : std::nullopt;
 }
 
 std::optional<long long> PictureCount::TimeOf(Source const& source, long long number, long long& count)
 {
     bool const isNear = number < firstPictures && source.GetKind() == SourceKind::Movie;
-    auto const index = isNear ? nullptr : IndexOf(source);
+    auto const index = isNear ? nullptr : ReadIndex(source);
     if (!index)
         return CountUpTo(source, number, count);
     count = index->GetCount();
