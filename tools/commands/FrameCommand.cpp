@@ -132,7 +132,7 @@ Command FrameCommand()
 {
     return {"frame",
             "the exact picture at a time, as PNG, JPEG or PPM",
-            "FILE --at T | --number N | --every STEP [--from T] [--to T] -o PICTURE",
+            "FILE --at T | --number N | --every STEP [...] -o PICTURE",
             "Writes the picture of FILE that shows at T: the last one that starts at or\n"
             "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
             "of PICTURE says the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
