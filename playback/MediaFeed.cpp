@@ -128,6 +128,8 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     if (pictures) {
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.timecode = source.GetStartTimecode().text;
+        status.timecodeRate = source.GetStartTimecode().rate;
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;
