@@ -1,5 +1,6 @@
 #pragma once
 
+#include "source/PictureIndex.h"
 #include "source/SourceOptions.h"
 
 #include <QString>
@@ -45,6 +46,10 @@ struct PlaybackStatus
     // frames a second has, which may be half of the pictures'; empty and 0 when the source says none.
     QString timecode;
     double timecodeRate = 0.0;
+
+    // The true numbers and times of all pictures; null for sound, and as long as it is not known, which for a movie
+    // takes as long as reading the file. Some files never tell: no picture has a number then.
+    std::shared_ptr<PictureIndex const> index;
 
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
     // colours are not followed.

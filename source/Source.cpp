@@ -368,17 +368,22 @@ int Source::GetHeight() const
     return info ? info->GetVideoHeight() : 0;
 }
 
+double Source::GetSequenceRate() const
+{
+    return SequencePictures::RateFor(options);
+}
+
 double Source::GetFrameRate() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::RateFor(options);
+        return GetSequenceRate();
     return kind == SourceKind::Movie ? std::max(info->GetFrameRate(), 0.0) : 0.0;
 }
 
 long long Source::GetFrameStep() const
 {
     if (!sequence.IsEmpty())
-        return static_cast<long long>(secondUs / SequencePictures::RateFor(options));
+        return static_cast<long long>(secondUs / GetSequenceRate());
     if (kind != SourceKind::Movie)
         return 0;
     return info->GetFrameStep() > 0 ? info->GetFrameStep() : static_cast<long long>(secondUs / options.untimedRate);
@@ -387,7 +392,7 @@ long long Source::GetFrameStep() const
 long long Source::GetDuration() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::TimeOf(sequence.GetCount(), SequencePictures::RateFor(options));
+        return SequencePictures::TimeOf(sequence.GetCount(), GetSequenceRate());
     return kind == SourceKind::Still ? 0 : info->GetDuration();
 }
 

@@ -83,11 +83,15 @@ public:
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
     ColourSettings const& GetColours() const { return options.colours; }
 
+    ImageSequence const& GetSequence() const { return sequence; } // empty of a movie and of sound
+    double GetSequenceRate() const;                               // pictures per second, as the options say
+
     // As coded; 0 without pictures, and of a sequence.
     int GetWidth() const;
     int GetHeight() const;
 
-    double GetFrameRate() const;    // pictures per second; 0 when nothing says it, and of one picture
+    double GetFrameRate() const; // pictures per second; 0 when nothing says it, and of one picture
+    double GetUntimedRate() const { return options.untimedRate; } // pictures per second where nothing says it
     long long GetFrameStep() const; // from picture to picture, an estimate where nothing says it
     long long GetDuration() const;  // as the container says, -1 when it does not; 0 of a still image
     long long GetOrigin() const;    // the container's time of media time 0, as far as the description tells

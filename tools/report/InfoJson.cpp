@@ -174,18 +174,21 @@ QJsonArray DescribeStreams(Source const& source)
 QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
-    return {{"schema", schemaVersion},
-            {"kind", source.Describe()},
-            {"is_image", info.IsImage()},
-            {"is_linear_color_space", info.IsLinearColorSpace()},
-            {"duration_us", info.GetDuration()},
-            {"start_time_us", info.GetStartTime()},
-            {"frame_step_us", info.GetFrameStep()},
-            {"frame_rate", info.GetFrameRate()},
-            {"frame_count", info.GetNumFrames()},
-            {"width", info.GetVideoWidth()},
-            {"height", info.GetVideoHeight()},
-            {"is_video_rotated", info.IsVideoRotated()}};
+    QJsonObject own{{"schema", schemaVersion},
+                    {"kind", source.Describe()},
+                    {"is_image", info.IsImage()},
+                    {"is_linear_color_space", info.IsLinearColorSpace()},
+                    {"duration_us", info.GetDuration()},
+                    {"start_time_us", info.GetStartTime()},
+                    {"frame_step_us", info.GetFrameStep()},
+                    {"frame_rate", info.GetFrameRate()},
+                    {"frame_count", info.GetNumFrames()},
+                    {"width", info.GetVideoWidth()},
+                    {"height", info.GetVideoHeight()},
+                    {"is_video_rotated", info.IsVideoRotated()}};
+    if (!source.GetStartTimecode().text.isEmpty())
+        own["timecode"] = source.GetStartTimecode().text;
+    return own;
 }
 
 } // namespace
