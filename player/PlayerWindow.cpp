@@ -237,11 +237,8 @@ void PlayerWindow::Tick()
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 {
     bar->ShowStatus(status, view->GetShown().get());
-    bool const isOpen = status.state != PlaybackState::Closed && status.state != PlaybackState::Opening;
-    if (isOpen && !session.IsOpening()) {
-        timeline->SetMedia({status.start, status.start + status.duration});
-        timeline->SetPosition(status.position);
-        timeline->SetCached({status.cacheStart, status.cacheEnd});
+    if (!session.IsOpening()) {
+        timeline->Show(status);
         timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
     }
     if (statistics->isVisible())

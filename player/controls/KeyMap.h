@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QKeySequence>
 #include <QStringList>
 
@@ -59,7 +61,7 @@ enum class PlayerAction {
 //
 // An action may have several keys or none. A key that the file assigns to one action is removed from all others. One
 // thread at a time.
-class KeyMap
+class TAVOLINWIDGETS_EXPORT KeyMap
 {
 public:
     struct Action

@@ -1,6 +1,7 @@
 #include "player/controls/Timeline.h"
 
 #include "common/TimeText.h"
+#include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
 
 #include <QMouseEvent>
@@ -25,6 +26,15 @@ Timeline::Timeline(QWidget* parent) : QWidget(parent)
 QSize Timeline::sizeHint() const
 {
     return {400, labelHeight + 44};
+}
+
+void Timeline::Show(PlaybackStatus const& status)
+{
+    if (status.state == PlaybackState::Closed || status.state == PlaybackState::Opening)
+        return;
+    SetMedia({status.start, status.start + status.duration});
+    SetPosition(status.position);
+    SetCached({status.cacheStart, status.cacheEnd});
 }
 
 void Timeline::SetMedia(Span newMedia)

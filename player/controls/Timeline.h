@@ -1,13 +1,17 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QVector>
 #include <QWidget>
 
 #include <optional>
 
+struct PlaybackStatus;
+
 // Shows the whole media from left to right: waveform, cached span, range and position, and the time under the pointer.
 // Dragging emits Previewed for each place it passes; the release emits Chosen.
-class Timeline : public QWidget
+class TAVOLINWIDGETS_EXPORT Timeline : public QWidget
 {
     Q_OBJECT
 
@@ -20,6 +24,9 @@ public:
     };
 
     explicit Timeline(QWidget* parent = nullptr);
+
+    // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
+    void Show(PlaybackStatus const& status);
 
     void SetMedia(Span media); // empty if nothing is open
     void SetPosition(long long position);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QPointF>
 #include <QSize>
 #include <QTransform>
 
 // Places a picture in its view: fitted, or zoomed around a point, rotated as its record says. All lengths are device
 // pixels: at zoom 1 one picture pixel covers one screen pixel.
-class PictureGeometry
+class TAVOLINWIDGETS_EXPORT PictureGeometry
 {
 public:
     static constexpr double minZoom = 1.0 / 64.0;

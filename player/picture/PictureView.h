@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
 #include "player/picture/PictureGeometry.h"
 
 #include <QWidget>
@@ -12,7 +13,7 @@ struct DecodedVideoFrame;
 
 // The part of the window that shows the picture. Dragging moves a picture larger than the view; Ctrl and the wheel zoom
 // at the pointer.
-class PictureView : public QWidget
+class TAVOLINWIDGETS_EXPORT PictureView : public QWidget
 {
     Q_OBJECT
 
