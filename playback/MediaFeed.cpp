@@ -76,6 +76,15 @@ std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(StopCheck const& stop) const
     return opened->Begin(stop) ? std::move(opened) : nullptr;
 }
 
+void MediaFeed::StartNumbers(IndexThreads& threads)
+{
+    if (!pictures || kind == SourceKind::SoundWithCover)
+        return;
+    numbers = threads.Start(source);
+    if (kind == SourceKind::Movie) // the other kinds are numbered by arithmetic
+        pictures->SetNumbers(*numbers);
+}
+
 // While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
 // picture to show comes first.
 bool MediaFeed::Work(PlayNeed const& need, AskNeed const& ask)
@@ -126,6 +135,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     status.width = width;
     status.height = height;
     if (pictures) {
+        status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
         status.timecode = source.GetStartTimecode().text;

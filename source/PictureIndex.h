@@ -51,6 +51,13 @@ public:
         return number >= count - 1 ? end : TimeOf(std::max(number, 0LL) + 1) - 1;
     }
 
+    // Whether a picture shows just from `first` to `last`.
+    bool Has(long long first, long long last) const
+    {
+        long long const number = NumberAt(first);
+        return TimeOf(number) == first && EndOf(number) == last;
+    }
+
     bool IsKey(long long number) const
     {
         return entries.empty() || (entries[static_cast<size_t>(std::clamp(number, 0LL, count - 1))] & 1) != 0;

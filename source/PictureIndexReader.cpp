@@ -60,44 +60,147 @@ bool IsIntraOnly(AVCodecID codec)
     return descriptor && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
 }
 
-// The times of pictures as packets or the container's index tell them, in the stream's ticks and the order of decoding.
+// The times of pictures as packets tell them, in the stream's ticks.
+//
+// A packet of a container without times of showing, such as AVI or a program stream, bears only its time of decoding.
+// A decoder of MPEG-1, 2 and 4 shows a picture that others refer to when the next such picture is decoded; one of H.264
+// and HEVC shows the first picture once it has decoded as many more as the stream reorders, and then one for each.
+// FFmpeg takes the times of decoding of those moments. What comes out at the end has no such moment, and follows at the
+// stream's rate; so do all pictures of streams without any times.
 class Stamps
 {
 public:
-    // False when the order is one that decoders do not keep: no picture shows before one that was decoded before the
-    // last key picture.
-    bool Add(long long ticks, bool isKey)
+    // In the order of decoding. `reorders`: pictures that a decoder holds back for their order.
+    Stamps(bool showsAtNextReference, int reorders)
+        : showsAtNext(showsAtNextReference), heldBack(static_cast<size_t>(std::max(reorders, 0)))
+    {}
+
+    void Add(AVPacket const& packet)
     {
-        if (isKey && !stamps.empty())
-            latestBeforeKey = latest;
-        bool const isFirst = stamps.empty();
-        latest = isFirst ? ticks : std::max(latest, ticks);
-        stamps.push_back(2 * ticks + (isKey ? 1 : 0));
-        hasKey = hasKey || isKey;
-        return latestBeforeKey == longAgo || ticks > latestBeforeKey;
+        NoteOrder(packet);
+        bool const isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+        if (packet.pts == AV_NOPTS_VALUE)
+            AddWithoutTime(packet.dts, isKey);
+        else
+            AddWithTime(packet.pts, packet.dts, isKey);
     }
 
-    size_t GetCount() const { return stamps.size(); }
+    void Add(long long ticks, bool isKey) { stamps.push_back(2 * ticks + (isKey ? 1 : 0)); }
 
-    // In order of time; false when two have the same.
-    bool Sort()
+    size_t GetCount() const { return stamps.size() + (awaitsTime ? 1 : 0); }
+
+    // Puts the pictures in order. False when their times cannot be what decoding gives: two alike, an order that
+    // decoders do not keep, or packets with and without times of which no rule makes one row.
+    bool Finish()
     {
+        bool const isMixed = heldBack > 0 && onlyDecodingTimes > 0 && onlyDecodingTimes < stamps.size();
+        bool const isCountMixed = timeless > 0 && timeless < GetCount();
+        if (isMixed || isCountMixed || (!areDecodingTimesInOrder && !areGroupsInOrder))
+            return false;
+        if (onlyDecodingTimes > 0)
+            HoldBack();
         std::sort(stamps.begin(), stamps.end());
-        return std::adjacent_find(stamps.begin(), stamps.end(),
-                                  [](long long one, long long next) { return one >> 1 == next >> 1; }) == stamps.end();
+        timed = timeless > 0 ? 0 : stamps.size();
+        auto const isSameTime = [](long long one, long long next) { return one >> 1 == next >> 1; };
+        bool const isUnique = std::adjacent_find(stamps.begin(), stamps.end(), isSameTime) == stamps.end();
+        if (awaitsTime)
+            Add(0, isAwaitedKey);
+        stamps.resize(stamps.size() + heldAtEnd);
+        awaitsTime = false;
+        return isUnique;
     }
 
+    // Of the one with this time, or else of the next later one, among stamps in order.
+    size_t PositionOf(long long ticks) const
+    {
+        return static_cast<size_t>(std::lower_bound(stamps.begin(), stamps.end(), 2 * ticks) - stamps.begin());
+    }
+
+    // After Finish. Those without a time follow those with one.
+    bool HasTime(size_t position) const { return position < timed; }
     long long TicksAt(size_t position) const { return stamps[position] >> 1; }
     bool IsKeyAt(size_t position) const { return (stamps[position] & 1) != 0; }
 
 private:
-    static constexpr long long longAgo = std::numeric_limits<long long>::min();
+    void AddWithTime(long long ticks, long long decodingTicks, bool isKey)
+    {
+        bool const isReference = decodingTicks != AV_NOPTS_VALUE && ticks > decodingTicks;
+        if (isReference)
+            ShowAwaited(decodingTicks);
+        Add(ticks, isKey);
+    }
 
+    void AddWithoutTime(long long decodingTicks, bool isKey)
+    {
+        if (decodingTicks == AV_NOPTS_VALUE) {
+            Add(static_cast<long long>(timeless++), isKey);
+        } else if (showsAtNext) {
+            ShowAwaited(decodingTicks);
+            awaitsTime = true;
+            isAwaitedKey = isKey;
+        } else {
+            Add(decodingTicks, isKey);
+            ++onlyDecodingTimes;
+        }
+    }
+
+    void ShowAwaited(long long ticks)
+    {
+        if (awaitsTime)
+            Add(ticks, isAwaitedKey);
+        awaitsTime = false;
+    }
+
+    // Each picture shows when the last one is decoded for which it is held back. The keys stay with their pictures, as
+    // far as their order tells.
+    void HoldBack()
+    {
+        size_t const held = std::min(heldBack, stamps.size());
+        for (size_t i = 0; i + held < stamps.size(); ++i)
+            stamps[i] = (stamps[i + held] & ~1LL) | (stamps[i] & 1);
+        stamps.resize(stamps.size() - held);
+        heldAtEnd = held;
+    }
+
+    // Pictures come in order of time out of a decoder where none shows before it is decoded, and also where none shows
+    // before one that was decoded before the last key picture.
+    void NoteOrder(AVPacket const& packet)
+    {
+        bool const isDecodedInTime = packet.dts != AV_NOPTS_VALUE && packet.dts > lastDecoding &&
+                                     (packet.pts == AV_NOPTS_VALUE || packet.pts >= packet.dts);
+        areDecodingTimesInOrder = areDecodingTimesInOrder && isDecodedInTime;
+        lastDecoding = std::max<long long>(lastDecoding, packet.dts);
+        if (packet.pts == AV_NOPTS_VALUE)
+            return;
+        if ((packet.flags & AV_PKT_FLAG_KEY) != 0)
+            latestBeforeKey = latest;
+        latest = std::max<long long>(latest, packet.pts);
+        areGroupsInOrder = areGroupsInOrder && (latestBeforeKey == longAgo || packet.pts > latestBeforeKey);
+    }
+
+    static constexpr long long longAgo = AV_NOPTS_VALUE;
+
+    bool showsAtNext;
+    size_t heldBack;               // pictures
     std::vector<long long> stamps; // twice the ticks, plus 1 at a key picture
-    long long latest = 0;
+    bool awaitsTime = false;       // the newest one that others refer to
+    bool isAwaitedKey = false;
+    size_t timed = 0;
+    size_t heldAtEnd = 0;         // pictures that come without a time
+    size_t timeless = 0;          // of the stamps: those whose packets have no time at all
+    size_t onlyDecodingTimes = 0; // of the stamps
+    long long lastDecoding = longAgo;
+    long long latest = longAgo;
     long long latestBeforeKey = longAgo;
-    bool hasKey = false;
+    bool areDecodingTimesInOrder = true;
+    bool areGroupsInOrder = true;
 };
+
+// Whether a decoder shows a picture that others refer to when the next one of these is decoded.
+bool ShowsAtNextReference(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO || codec == AV_CODEC_ID_MPEG4;
+}
 
 // The pictures of one movie.
 class MovieReader
@@ -109,23 +212,23 @@ public:
     {
         if (!Open())
             return nullptr;
-        if (!HasOwnIndex() || !ReadOwnIndex()) {
-            if (!Open() || !ReadPackets())
-                return nullptr;
-        }
-        return MakeIndex();
+        bool const hasOwnIndex = HasOwnIndex() && ReadOwnIndex();
+        if (!hasOwnIndex && ((hasReadOn && !Open()) || !ReadPackets()))
+            return nullptr;
+        return stop() ? nullptr : MakeIndex();
     }
 
 private:
     bool Open()
     {
-        stamps = {};
-        input = nullptr;
+        input = nullptr; // before the file is opened once more
+        hasReadOn = false;
         packet.reset(av_packet_alloc());
         input = OpenInput(source.GetInfo()->GetFilePath(), stop);
         if (!packet || !input)
             return false;
-        int const index = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+        FfmpegBridge::DecoderPtr decoder = nullptr; // asked for, so that a stream without one is not chosen
+        int const index = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
         source.GetInfo()->GetVideoStream(index, record);
         if (index < 0 || !record.valid)
             return false;
@@ -142,6 +245,7 @@ private:
     {
         do {
             av_packet_unref(packet.get());
+            hasReadOn = true;
             if (stop() || av_read_frame(input.get(), packet.get()) < 0)
                 return false;
         } while (packet->stream_index != stream->index);
@@ -166,32 +270,32 @@ private:
         int const count = FfmpegBridge::IndexEntryCount(stream);
         if (count < 1 || count != stream->nb_frames || static_cast<size_t>(count) > mostPictures)
             return false;
-        std::vector<long long> ticks;
+        stamps = Stamps(false, 0);
         for (int i = 0; i < count; ++i) {
             AVIndexEntry const& entry = *FfmpegBridge::IndexEntryAt(stream, i);
-            bool const isRising = ticks.empty() || entry.timestamp > ticks.back();
+            bool const isRising = i == 0 || entry.timestamp > stamps.TicksAt(stamps.GetCount() - 1);
             if (!isRising || entry.size <= 0 || (entry.flags & AVINDEX_DISCARD_FRAME) != 0)
                 return false;
-            ticks.push_back(entry.timestamp);
             stamps.Add(entry.timestamp, (entry.flags & AVINDEX_KEYFRAME) != 0);
         }
-        return AgreesFrom(ticks, 0, std::min<size_t>(ticks.size(), comparedPackets)) && AgreesAtEnd(ticks);
+        return ArePacketsOfStamps(0, std::min<size_t>(stamps.GetCount(), comparedPackets)) && IsEndOfStamps();
     }
 
-    bool AgreesAtEnd(std::vector<long long> const& ticks)
+    bool IsEndOfStamps()
     {
-        if (av_seek_frame(input.get(), stream->index, ticks.back(), AVSEEK_FLAG_BACKWARD) < 0 || !NextPacket())
+        long long const last = stamps.TicksAt(stamps.GetCount() - 1);
+        if (av_seek_frame(input.get(), stream->index, last, AVSEEK_FLAG_BACKWARD) < 0 || !NextPacket())
             return false;
-        auto const first = std::lower_bound(ticks.begin(), ticks.end(), packet->dts);
-        if (first == ticks.end() || !IsAt(*first))
-            return false;
-        return AgreesFrom(ticks, static_cast<size_t>(first - ticks.begin()) + 1, ticks.size()) && !NextPacket();
+        size_t const first = stamps.PositionOf(packet->dts);
+        return first < stamps.GetCount() && IsAt(stamps.TicksAt(first)) &&
+               ArePacketsOfStamps(first + 1, stamps.GetCount()) && !NextPacket();
     }
 
-    bool AgreesFrom(std::vector<long long> const& ticks, size_t first, size_t end)
+    // The next packets of the file are those at these positions.
+    bool ArePacketsOfStamps(size_t first, size_t end)
     {
         for (size_t i = first; i < end; ++i) {
-            if (!NextPacket() || !IsAt(ticks[i]))
+            if (!NextPacket() || !IsAt(stamps.TicksAt(i)))
                 return false;
         }
         return true;
@@ -203,22 +307,18 @@ private:
 
     bool ReadPackets()
     {
-        PacketPictures pictures(*stream->codecpar);
+        AVCodecParameters const& parameters = *stream->codecpar;
+        PacketPictures pictures(parameters);
+        stamps = Stamps(ShowsAtNextReference(parameters.codec_id), parameters.video_delay);
         while (NextPacket()) {
             if (!IsUsable() || stamps.GetCount() == mostPictures)
                 return false;
             bool const isPicture = pictures.BeginsPicture(*packet);
             bool const isLeftOut = (packet->flags & AV_PKT_FLAG_DISCARD) != 0; // by an edit list
-            if (isPicture && !isLeftOut && !TakeStamp())
-                return false;
+            if (isPicture && !isLeftOut)
+                stamps.Add(*packet);
         }
         return !stop() && stamps.GetCount() > 0;
-    }
-
-    bool TakeStamp()
-    {
-        bool const isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-        return packet->pts != AV_NOPTS_VALUE && stamps.Add(packet->pts, isKey);
     }
 
     // As a session computes the time of a picture.
@@ -232,11 +332,15 @@ private:
     // before it. What shows wholly before 0 is no part of the media, and what reaches into it begins there.
     std::shared_ptr<PictureIndex const> MakeIndex()
     {
-        if (!stamps.Sort())
+        if (!stamps.Finish())
             return nullptr;
         std::vector<Entry> entries;
+        double lastTime = 0.0;
         for (size_t i = 0; i < stamps.GetCount(); ++i) {
-            long long const time = TimeOf(stamps.TicksAt(i));
+            lastTime += 1.0 / GetRate() * 1000000.0;
+            if (stamps.HasTime(i))
+                lastTime = static_cast<double>(TimeOf(stamps.TicksAt(i)));
+            long long const time = TruncatedTime(lastTime);
             bool const isUndecoded = record.startTime > 0 && time < 0; // before the first that can be decoded
             bool const isRising = entries.empty() || time > entries.back().start;
             if (!isUndecoded && isRising)
@@ -251,17 +355,17 @@ private:
         entries.erase(entries.begin(), first);
         for (Entry& entry : entries)
             entry.start = std::max(entry.start - shift, 0LL);
-        return std::make_shared<PictureIndex const>(entries, entries.back().start + LastDuration() - 1);
+        long long const lastDuration = std::max(static_cast<long long>(1000000.0 / GetRate()), 1LL);
+        return std::make_shared<PictureIndex const>(entries, entries.back().start + lastDuration - 1);
     }
 
-    // Of the last picture, whose end nothing tells.
-    long long LastDuration() const
+    // At which pictures without a time follow each other, and the last one stays.
+    double GetRate() const
     {
         double const rate = record.frameRate == 0.0 ? source.GetUntimedRate() : record.frameRate;
         bool const isUsable =
             rate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE && rate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
-        return std::max(
-            static_cast<long long>(1000000.0 / (isUsable ? rate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE)), 1LL);
+        return isUsable ? rate : Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
     }
 
     Source const& source;
@@ -270,7 +374,8 @@ private:
     FfmpegPtr<AVPacket> packet;
     AVStream* stream = nullptr; // the input's
     VideoStream record;
-    Stamps stamps;
+    bool hasReadOn = false; // beyond the beginning
+    Stamps stamps{false, 0};
 };
 
 } // namespace
