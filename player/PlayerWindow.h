@@ -11,6 +11,7 @@
 class ControlBar;
 class HelpOverlay;
 class QLabel;
+class Review;
 class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
@@ -83,6 +84,8 @@ private:
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
+
+    Review* review;
 
     QTimer beat;
     QTimer pointerRest; // hides the pointer in full screen

@@ -23,6 +23,13 @@ public:
         long long end = -1;
     };
 
+    // A marked moment and what is said about it.
+    struct Mark
+    {
+        long long time = 0;
+        QString note;
+    };
+
     explicit Timeline(QWidget* parent = nullptr);
 
     // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
@@ -32,6 +39,7 @@ public:
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
+    void SetMarks(QVector<Mark> const& marks);   // in the order of their times
     void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
 
     long long TimeAt(int x) const; // within the media
@@ -54,6 +62,8 @@ private:
     QRect Groove() const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
+    void PaintMarks(QPainter& painter) const;
+    QString NoteAt(int x) const; // of the mark there; empty without one
     void PaintHover(QPainter& painter) const;
 
     Span media;
@@ -62,6 +72,7 @@ private:
     std::optional<long long> in;
     std::optional<long long> out;
     QVector<quint8> peaks;
+    QVector<Mark> marks;
     std::optional<int> hover; // x of the pointer
     bool dragging = false;
 };
