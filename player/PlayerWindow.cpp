@@ -1,5 +1,6 @@
 #include "player/PlayerWindow.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
@@ -147,6 +148,7 @@ void PlayerWindow::Connect()
     connect(&session, &PlayerSession::PeaksRead, timeline, &Timeline::SetPeaks);
     connect(timeline, &Timeline::Previewed, this, [this](long long time) { session.GetEngine().SeekPreview(time); });
     connect(timeline, &Timeline::Chosen, this, [this](long long time) { session.GetEngine().Seek(time); });
+    connect(review, &Review::PanelToggled, this, &PlayerWindow::FitOverlays);
     connect(review->GetField(), &EntryField::Opened, panel, &QWidget::show);
     connect(bar, &ControlBar::Triggered, this, &PlayerWindow::Perform);
     connect(bar, &ControlBar::VolumeChanged, this, [this](double volume) {
@@ -358,11 +360,21 @@ void PlayerWindow::ShowOpenDialog()
     dialog->open();
 }
 
-QString PlayerWindow::FreePictureName() const
+// The number of the picture shown, or its time where the number is not known.
+QString PlayerWindow::PictureMark()
+{
+    long long const start = view->GetShown()->startTime;
+    auto const index = session.GetEngine().GetStatus().index;
+    long long const number = index ? index->NumberFrom(start) : -1;
+    if (number >= 0)
+        return QString("%1").arg(number, 6, 10, QChar('0'));
+    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+QString PlayerWindow::FreePictureName()
 {
     QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
+    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
     QString name = stem + ".png";
     for (int i = 2; QFileInfo::exists(name); ++i)
         name = QString("%1-%2.png").arg(stem).arg(i);
@@ -446,6 +458,11 @@ bool PlayerWindow::focusNextPrevChild(bool /*next*/)
 void PlayerWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
+    FitOverlays();
+}
+
+void PlayerWindow::FitOverlays()
+{
     // After the layout has run, the view has its new size.
     QTimer::singleShot(0, this, [this] {
         for (QWidget* overlay :

@@ -58,6 +58,7 @@ private:
     void Tick();
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
+    void FitOverlays();
     void ShowNotes(PlaybackStatus const& status);
 
     void ShowOpenDialog();
@@ -68,7 +69,8 @@ private:
     void FollowPointer(QPoint position);
     void ToggleColours();
     QString PaintingText() const;
-    QString FreePictureName() const;
+    QString PictureMark();
+    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;

@@ -40,6 +40,13 @@ public:
         return std::max<long long>(later - entries.begin() - 1, 0);
     }
 
+    // Of the picture that begins just at `start`; -1 when none does.
+    long long NumberFrom(long long start) const
+    {
+        long long const number = NumberAt(start);
+        return TimeOf(number) == start ? number : -1;
+    }
+
     // When the picture begins to show, and when it shows last: a microsecond before the next one.
     long long TimeOf(long long number) const
     {
@@ -54,8 +61,8 @@ public:
     // Whether a picture shows just from `first` to `last`.
     bool Has(long long first, long long last) const
     {
-        long long const number = NumberAt(first);
-        return TimeOf(number) == first && EndOf(number) == last;
+        long long const number = NumberFrom(first);
+        return number >= 0 && EndOf(number) == last;
     }
 
     bool IsKey(long long number) const

@@ -1,7 +1,5 @@
 #include "player/controls/ControlBar.h"
 
-#include "common/TimeText.h"
-#include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
 
@@ -105,12 +103,6 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     button->setFocusPolicy(Qt::NoFocus);
     connect(button, &QToolButton::clicked, this, [this, action] { emit Triggered(action); });
     return button;
-}
-
-long long ControlBar::NumberOf(DecodedVideoFrame const& picture)
-{
-    double const exact = static_cast<double>(picture.startTime) * picture.frameRate / 1000000.0;
-    return std::isfinite(exact) && exact > 0.0 && exact < 1e15 ? std::llround(exact) : 0;
 }
 
 void ControlBar::ShowReading(QString const& newReading, QString const& other, QString const& tip)

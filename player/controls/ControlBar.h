@@ -11,7 +11,6 @@ class QHBoxLayout;
 class QLabel;
 class QSlider;
 class QToolButton;
-struct DecodedVideoFrame;
 struct PlaybackStatus;
 
 // The row of controls below the timeline: title, position, speed and volume.
@@ -40,9 +39,6 @@ public:
     void ShowPassingNote(QString const& note);
     void ShowLastingNote(QString const& note);
     QString GetNote() const; // the text of the status line
-
-    // The picture's number in its stream, from 0; an estimate if the rate varies.
-    static long long NumberOf(DecodedVideoFrame const& picture);
 
 signals:
     void Triggered(PlayerAction action);

@@ -7,34 +7,40 @@
 #include <QLabel>
 #include <QLineEdit>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int fieldWidth = 150;
+constexpr int faultMargin = 6;
 
 } // namespace
 
 EntryField::EntryField(QWidget* parent)
-    : QWidget(parent), caption(new QLabel(this)), edit(new QLineEdit(this)), fault(new QLabel(this))
+    : QWidget(parent), caption(new QLabel(this)), edit(new QLineEdit(this)), fault(new QLabel(parent->window()))
 {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(caption);
     row->addWidget(edit);
-    row->addWidget(fault);
     edit->setFixedWidth(fieldWidth);
     edit->installEventFilter(this);
     fault->setTextFormat(Qt::PlainText);
+    fault->setMargin(faultMargin);
+    fault->setAutoFillBackground(true);
     QPalette palette = fault->palette();
     palette.setColor(QPalette::WindowText, Theme::warning);
+    palette.setColor(QPalette::Window, Theme::raised);
     fault->setPalette(palette);
-    connect(edit, &QLineEdit::textEdited, fault, &QLabel::clear);
+    fault->hide();
+    connect(edit, &QLineEdit::textEdited, fault, &QLabel::hide);
     hide();
 }
 
 void EntryField::Ask(QString const& newCaption, QString const& line, Taker const& newTaker)
 {
     caption->setText(newCaption);
-    fault->clear();
+    fault->hide();
     edit->setText(line);
     edit->selectAll();
     taker = newTaker;
@@ -48,8 +54,25 @@ void EntryField::Close()
     if (!IsOpen())
         return;
     hide();
+    fault->hide();
     window()->setFocus();
     emit Closed();
+}
+
+// Above the field, where there is room for a sentence.
+void EntryField::ShowFault(QString const& sentence)
+{
+    fault->setText(sentence);
+    fault->adjustSize();
+    QPoint const above = mapTo(window(), QPoint(0, -fault->height()));
+    fault->move(std::max(0, std::min(above.x(), window()->width() - fault->width())), above.y());
+    fault->show();
+    fault->raise();
+}
+
+QString EntryField::GetFault() const
+{
+    return fault->isVisible() ? fault->text() : QString();
 }
 
 void EntryField::Take()
@@ -58,7 +81,7 @@ void EntryField::Take()
     if (answer.isEmpty())
         Close();
     else
-        fault->setText(answer);
+        ShowFault(answer);
 }
 
 bool EntryField::eventFilter(QObject* watched, QEvent* event)

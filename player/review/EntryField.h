@@ -22,6 +22,7 @@ public:
 
     void Ask(QString const& caption, QString const& line, Taker const& taker);
     void Close();
+    QString GetFault() const; // of the last line; empty without one
     bool IsOpen() const { return isVisibleTo(parentWidget()); }
 
 signals:
@@ -34,9 +35,10 @@ protected:
 
 private:
     void Take();
+    void ShowFault(QString const& sentence);
 
     QLabel* caption;
     QLineEdit* edit;
-    QLabel* fault;
+    QLabel* fault; // over the window
     Taker taker;
 };

@@ -11,6 +11,7 @@
 #include "player/review/MarkerFile.h"
 #include "player/review/MarkerStore.h"
 #include "player/review/ReviewPanel.h"
+#include "source/PictureIndex.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -119,10 +120,12 @@ void Review::KeepMarkers(bool isListed)
                                                    kept = markers] { return MarkerStore::Save(movie, kept); }));
 }
 
-void Review::Follow(PlaybackStatus const& now)
+void Review::Follow(PlaybackStatus now)
 {
     if (parts.session.IsOpening() || now.state == PlaybackState::Closed || now.state == PlaybackState::Opening)
         return;
+    if (!HasShownPicture(now))
+        now.index = nullptr;
     Transport const& transport = parts.session.GetTransport();
     bool const isNamedAnew = !IsNamedAlike(now, status);
     bool const hasOtherRange = transport.GetIn() != shownIn || transport.GetOut() != shownOut;
@@ -137,6 +140,13 @@ void Review::Follow(PlaybackStatus const& now)
         panel->ShowRange(shownIn, shownOut, names);
     }
     ShowReading(Now());
+}
+
+// Whether the numbers that are known count the picture on show, too.
+bool Review::HasShownPicture(PlaybackStatus const& now) const
+{
+    auto const shown = parts.view.GetShown();
+    return !now.index || !shown || !HasMovingPicture(now) || now.index->NumberFrom(shown->startTime) >= 0;
 }
 
 // The picture's name and that of the whole; beside it what the first one does not tell.
@@ -199,6 +209,7 @@ bool Review::Perform(PlayerAction action)
         return true;
     case PlayerAction::MarkerPanel:
         panel->setVisible(!panel->isVisible());
+        emit PanelToggled();
         return true;
     case PlayerAction::ExportMarkers:
         AskForExport();

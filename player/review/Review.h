@@ -43,9 +43,9 @@ public:
     QWidget* GetPanel() const; // the list of markers, hidden until it is asked for
     EntryField* GetField() const { return field; }
 
-    bool Perform(PlayerAction action);         // false for an action of another part
-    bool Cancel();                             // closes the field, or stops saving; false when there is neither
-    void Follow(PlaybackStatus const& status); // on every beat of the display
+    bool Perform(PlayerAction action); // false for an action of another part
+    bool Cancel();                     // closes the field, or stops saving; false when there is neither
+    void Follow(PlaybackStatus now);   // on every beat of the display
     void AddTo(QMenu& menu, KeyMap const& keys);
 
     // Takes a dropped file of markers; false when it is none.
@@ -58,9 +58,13 @@ public:
     QString const& GetNote() const { return progress; } // of saving
     Markers const& GetMarkers() const { return markers; }
 
+signals:
+    void PanelToggled(); // the view has another size
+
 private:
     void Begin();
     void TakeOpened();
+    bool HasShownPicture(PlaybackStatus const& now) const;
     void ShowReading(long long time);
     void UpdateMarkers(bool isListed); // `isListed`: the panel shows them already
     void KeepMarkers(bool isListed);

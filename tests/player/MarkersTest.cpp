@@ -185,7 +185,8 @@ TEST(MarkerStoreTest, ForgetsTheOldestOfTooManyFiles)
     for (int i = 0; i < 502; ++i) {
         QFile older(QDir(MarkerStore::Folder()).filePath(QString("%1.json").arg(i)));
         ASSERT_TRUE(older.open(QIODevice::WriteOnly));
-        ASSERT_TRUE(older.setFileTime(QDateTime::currentDateTime().addDays(i - 1000), QFileDevice::FileModificationTime));
+        ASSERT_TRUE(
+            older.setFileTime(QDateTime::currentDateTime().addDays(i - 1000), QFileDevice::FileModificationTime));
     }
     ASSERT_TRUE(MarkerStore::Save("/films/a.mov", markers));
     EXPECT_EQ(QDir(MarkerStore::Folder()).entryList(QDir::Files).size(), 500);
