@@ -21,8 +21,8 @@ struct MediaFeed
     // Frees no sound on the output thread, which may still be filling a block from it.
     ~MediaFeed();
 
-    // The sound of it; null when it cannot be decoded.
-    std::unique_ptr<SoundFeeder> OpenSound(StopCheck const& stop) const;
+    // The sound of it, of the stream of that number, see SourceOptions; null when it cannot be decoded.
+    std::unique_ptr<SoundFeeder> OpenSound(int soundStream, StopCheck const& stop) const;
 
     // Decoding thread, once pictures are open: begins to number them.
     void StartNumbers(IndexThreads& threads);
@@ -41,6 +41,7 @@ struct MediaFeed
     std::unique_ptr<PictureNumbers> numbers; // of the pictures; null until it has been started
     std::unique_ptr<PictureFeeder> pictures; // null without pictures
     std::unique_ptr<SoundFeeder> sound;      // null without sound
+    QList<SoundStreamInfo> soundStreams;     // of the container
     bool soundPending = false;               // the sound of a movie is opened after its first picture
 
     int width = 0;  // pixels, of the pictures as coded

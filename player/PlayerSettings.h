@@ -13,8 +13,10 @@ class PlayerSettings
 public:
     double volume = 1.0; // 0 to 1
     bool muted = false;
+    bool scrubSound = true; // while stepping and dragging
     bool looping = false;
     bool streamColours = true; // pictures are converted as the stream says
+    bool pixelReadout = false; // the pixel under the pointer is shown
     int cacheMegabytes = 512;
     Reading reading = Reading::Time; // of the place in the file
     QByteArray geometry;             // of the window, as QWidget saves it

@@ -6,6 +6,7 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
+#include "player/picture/PictureTools.h"
 #include "player/review/EntryField.h"
 #include "player/review/Review.h"
 
@@ -34,6 +35,7 @@ constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
 constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
+constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
@@ -55,7 +57,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this)
+    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -67,6 +69,8 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
+    if (!options.compare.isEmpty())
+        tools->Compare(options.compare);
     if (!options.files.isEmpty())
         Open(options.files);
     if (options.fullScreen)
@@ -79,8 +83,10 @@ PlayerWindow::~PlayerWindow()
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
+    settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
+    settings.pixelReadout = tools->IsPixelShown();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -132,6 +138,8 @@ void PlayerWindow::BuildLayout()
     statistics->hide();
     help = new HelpOverlay(keys, view);
     help->hide();
+    tools = new PictureTools(session, *view, *timeline, this);
+    tools->SetPixelShown(settings.pixelReadout);
 }
 
 void PlayerWindow::Connect()
@@ -162,6 +170,8 @@ void PlayerWindow::Connect()
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
+    connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
@@ -235,7 +245,7 @@ void PlayerWindow::MoveInPlaylist(int entries)
 
 void PlayerWindow::Tick()
 {
-    view->Show(session.GetEngine().GetPicture());
+    tools->ShowPictures();
     PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
@@ -267,6 +277,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << session.GetSoundNote();
     if (!review->GetNote().isEmpty())
         notes << review->GetNote();
+    if (!tools->GetNote().isEmpty())
+        notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -296,6 +308,10 @@ void PlayerWindow::Perform(PlayerAction action)
     }
     if (review->Perform(action))
         return;
+    if (tools->Perform(action)) {
+        Tick();
+        return;
+    }
     switch (action) {
     case PlayerAction::FullScreen:
         SetFullScreen(!isFullScreen());
@@ -312,8 +328,23 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ZoomOut:
         view->Zoom(1.0 / zoomStep);
         break;
+    case PlayerAction::ZoomTimelineIn:
+        timeline->Zoom(timelineZoomStep);
+        break;
+    case PlayerAction::ZoomTimelineOut:
+        timeline->Zoom(1.0 / timelineZoomStep);
+        break;
+    case PlayerAction::ShowWholeTimeline:
+        timeline->ShowAll();
+        break;
     case PlayerAction::ToggleColours:
         ToggleColours();
+        break;
+    case PlayerAction::NextSoundStream:
+        bar->ShowPassingNote(soundStreams.ChooseNext());
+        break;
+    case PlayerAction::ScrubSound:
+        ToggleScrubSound();
         break;
     case PlayerAction::SavePicture:
         SavePicture();
@@ -351,6 +382,13 @@ void PlayerWindow::ToggleColours()
     bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
 }
 
+void PlayerWindow::ToggleScrubSound()
+{
+    session.SetScrubSound(!session.HasScrubSound());
+    bar->ShowPassingNote(session.HasScrubSound() ? "Sound while stepping and dragging"
+                                                 : "No sound while stepping and dragging");
+}
+
 void PlayerWindow::ShowOpenDialog()
 {
     auto* dialog = new QFileDialog(this, "Open", settings.lastFolder);
@@ -369,6 +407,15 @@ QString PlayerWindow::PictureMark()
     if (number >= 0)
         return QString("%1").arg(number, 6, 10, QChar('0'));
     return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+void PlayerWindow::ShowCompareDialog()
+{
+    auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
+    dialog->open();
 }
 
 QString PlayerWindow::FreePictureName()
@@ -503,6 +550,8 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    soundStreams.AddTo(*menu);
+    addAction(menu, "Compare with…", PlayerAction::Compare);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

@@ -233,6 +233,7 @@ bool Source::DescribeFile()
 
 void Source::TakeStreams(AVFormatContext const& input)
 {
+    bitRate = input.bit_rate;
     for (unsigned i = 0; i < input.nb_streams; ++i) {
         AVStream const& announced = *input.streams[i];
         Stream stream;
@@ -241,6 +242,10 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.codec = CodecName(*announced.codecpar);
         stream.tag = CodecTag(*announced.codecpar);
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        stream.bitRate = announced.codecpar->bit_rate;
+        stream.frameCount = announced.nb_frames;
+        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
         streams.append(stream);
     }
 }
@@ -287,8 +292,34 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
 
 std::unique_ptr<SoundStream> Source::OpenSound() const
 {
-    auto sound = HasSound() ? std::make_unique<SoundStream>(info) : nullptr;
+    return OpenSound(options.soundStream);
+}
+
+std::unique_ptr<SoundStream> Source::OpenSound(int soundStream) const
+{
+    SoundStreamInfo const chosen = GetSoundStreams().value(soundStream);
+    auto sound = HasSound() ? std::make_unique<SoundStream>(info, chosen.isDecodable ? chosen.index : -1) : nullptr;
     return sound && sound->Open() ? std::move(sound) : nullptr;
+}
+
+QList<SoundStreamInfo> Source::GetSoundStreams() const
+{
+    QList<SoundStreamInfo> infos;
+    int const count = wholeInfo ? wholeInfo->GetNumAudioStreams() : 0;
+    for (int i = 0; i < count; ++i) {
+        AudioStream const& record = wholeInfo->GetAudioStreams().at(i);
+        Stream const stream = GetStream(StreamType::Audio, i);
+        SoundStreamInfo described;
+        described.index = stream.index;
+        described.isDecodable = record.valid;
+        described.language = record.metadata.value(QStringLiteral("language"));
+        described.title = record.metadata.value(QStringLiteral("title"));
+        described.codec = stream.codec;
+        described.channels = record.channels;
+        described.sampleRate = record.sampleRate;
+        infos.append(described);
+    }
+    return infos;
 }
 
 bool Source::IsDescribed() const
@@ -371,6 +402,16 @@ int Source::GetHeight() const
 double Source::GetSequenceRate() const
 {
     return SequencePictures::RateFor(options);
+}
+
+// Of the first stream that can be decoded.
+bool Source::IsLowerFieldFirst() const
+{
+    if (!wholeInfo)
+        return false;
+    auto const& records = wholeInfo->GetVideoStreams();
+    auto const shown = std::find_if(records.begin(), records.end(), [](auto const& record) { return record.valid; });
+    return GetStream(StreamType::Video, static_cast<int>(shown - records.begin())).lowerFieldFirst;
 }
 
 double Source::GetFrameRate() const
