@@ -4,6 +4,7 @@
 #include "source/PictureStream.h"
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
+#include "source/StartTimecode.h"
 
 #include <QList>
 #include <QMap>
@@ -106,6 +107,9 @@ public:
     long long GetOrigin() const;    // the container's time of media time 0, as far as the description tells
     long long ToMediaTime(long long containerTime) const { return containerTime - GetOrigin(); }
 
+    // Of the first picture, by SMPTE ST 12-1; without text when the file says none.
+    StartTimecode const& GetStartTimecode() const { return startTimecode; }
+
     // When the last picture of all is gone: it stays until the file ends, or for the time of one picture where the file
     // does not tell its end.
     long long EndOfLastPicture(DecodedVideoFrame const& last) const;
@@ -130,6 +134,7 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;
 };
