@@ -86,6 +86,10 @@ public:
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
     ColourSettings const& GetColours() const { return options.colours; }
 
+    // Which stream of sound is opened later, see SourceOptions.
+    void SetSoundStream(int number) { options.soundStream = number; }
+    int GetSoundStream() const { return options.soundStream; }
+
     // As coded; 0 without pictures, and of a sequence.
     int GetWidth() const;
     int GetHeight() const;
