@@ -137,6 +137,8 @@ void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSeque
     now.colours = need.colours;
     QString trouble;
     auto made = MediaFeed::Open(asked, askedSequence, now, need.budget, stop, trouble);
+    if (made)
+        made->StartNumbers(indexThreads);
     lock.lock();
     media = std::move(made);
     if (state.openSerial != serial)

@@ -53,6 +53,7 @@ private:
     void GiveUp(Lock& lock, QString const& trouble);
 
     PlaybackOptions const options;
+    IndexThreads indexThreads; // the thread's alone
     std::mutex& mutex;
     PlayState const& state;
     AskNeed const ask;

@@ -77,6 +77,15 @@ std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(int soundStream, StopCheck con
     return opened->Begin(stop) ? std::move(opened) : nullptr;
 }
 
+void MediaFeed::StartNumbers(IndexThreads& threads)
+{
+    if (!pictures || kind == SourceKind::SoundWithCover)
+        return;
+    numbers = threads.Start(source);
+    if (kind == SourceKind::Movie) // the other kinds are numbered by arithmetic
+        pictures->SetNumbers(*numbers);
+}
+
 // While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
 // picture to show comes first.
 bool MediaFeed::Work(PlayNeed const& need, AskNeed const& ask)
@@ -127,8 +136,10 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     status.width = width;
     status.height = height;
     if (pictures) {
+        status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.lowerFieldFirst = source.IsLowerFieldFirst();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;

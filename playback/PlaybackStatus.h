@@ -1,5 +1,6 @@
 #pragma once
 
+#include "source/PictureIndex.h"
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 
@@ -43,6 +44,11 @@ struct PlaybackStatus
     int height = 0;          // pixels
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
+
+    // The true numbers and times of all pictures; null for sound, and as long as it is not known, which for a movie
+    // takes as long as reading the file. Some files never tell: no picture has a number then.
+    std::shared_ptr<PictureIndex const> index;
+    bool lowerFieldFirst = false; // of two fields in a picture, the lower one was taken first
 
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
     // colours are not followed.

@@ -13,6 +13,7 @@ inline constexpr Option playerOptions[] = {
     {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000."},
     {"colours", "stream|plain", "\"stream\": as the stream says; \"plain\": by libswscale's defaults."},
     {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."},
+    {"compare", "FILE", "Compare with this file: both play in step, and only the first one sounds."},
     {"fullscreen", nullptr, "Start in full screen."},
     {"mute", "yes|no", "Start without sound; --mute=no with sound.", "yes"},
     {"volume", "PERCENT", "Volume in percent, 0 to 100."},

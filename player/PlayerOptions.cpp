@@ -137,6 +137,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     options.once = parser.isSet("once");
     options.toneMapping = !parser.isSet("no-tone-mapping");
     options.fullScreen = parser.isSet("fullscreen");
+    options.compare = parser.value("compare");
 
     Reader reader(parser, options.fault);
     reader.Read("speed", options.speed, Speed);

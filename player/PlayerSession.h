@@ -28,6 +28,7 @@ public:
     PlaybackEngine& GetEngine() { return engine; }
     Transport& GetTransport() { return transport; }
     Playlist const& GetPlaylist() const { return playlist; }
+    PlaybackOptions const& GetEngineOptions() const { return engineOptions; }
 
     void Open(QStringList const& paths);
     bool Move(int entries); // to a later or earlier entry; false where there is none

@@ -40,6 +40,7 @@ PlayerSettings PlayerSettings::Load()
     settings.scrubSound = file.value("sound/scrub", settings.scrubSound).toBool();
     settings.looping = file.value("play/loop", settings.looping).toBool();
     settings.streamColours = file.value("picture/stream-colours", settings.streamColours).toBool();
+    settings.pixelReadout = file.value("picture/pixel", settings.pixelReadout).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
     settings.geometry = file.value("window/geometry").toByteArray();
@@ -59,6 +60,7 @@ void PlayerSettings::Save() const
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
     file.setValue("picture/stream-colours", streamColours);
+    file.setValue("picture/pixel", pixelReadout);
     file.setValue("picture/folder", pictureFolder);
     file.setValue("window/geometry", geometry);
     file.setValue("files/last-folder", lastFolder);

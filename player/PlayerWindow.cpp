@@ -1,10 +1,12 @@
 #include "player/PlayerWindow.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
+#include "player/picture/PictureTools.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -31,6 +33,7 @@ constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
 constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
+constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
@@ -64,6 +67,8 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
+    if (!options.compare.isEmpty())
+        tools->Compare(options.compare);
     if (!options.files.isEmpty())
         Open(options.files);
     if (options.fullScreen)
@@ -79,6 +84,7 @@ PlayerWindow::~PlayerWindow()
     settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
+    settings.pixelReadout = tools->IsPixelShown();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -126,6 +132,8 @@ void PlayerWindow::BuildLayout()
     statistics->hide();
     help = new HelpOverlay(keys, view);
     help->hide();
+    tools = new PictureTools(session, *view, *timeline, this);
+    tools->SetPixelShown(settings.pixelReadout);
 }
 
 void PlayerWindow::Connect()
@@ -154,6 +162,8 @@ void PlayerWindow::Connect()
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
+    connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
@@ -227,7 +237,7 @@ void PlayerWindow::MoveInPlaylist(int entries)
 
 void PlayerWindow::Tick()
 {
-    view->Show(session.GetEngine().GetPicture());
+    tools->ShowPictures();
     PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
@@ -256,6 +266,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << status.error;
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
+    if (!tools->GetNote().isEmpty())
+        notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -283,6 +295,10 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
+    if (tools->Perform(action)) {
+        Tick();
+        return;
+    }
     switch (action) {
     case PlayerAction::FullScreen:
         SetFullScreen(!isFullScreen());
@@ -298,6 +314,15 @@ void PlayerWindow::Perform(PlayerAction action)
         break;
     case PlayerAction::ZoomOut:
         view->Zoom(1.0 / zoomStep);
+        break;
+    case PlayerAction::ZoomTimelineIn:
+        timeline->Zoom(timelineZoomStep);
+        break;
+    case PlayerAction::ZoomTimelineOut:
+        timeline->Zoom(1.0 / timelineZoomStep);
+        break;
+    case PlayerAction::ShowWholeTimeline:
+        timeline->ShowAll();
         break;
     case PlayerAction::ToggleColours:
         ToggleColours();
@@ -360,11 +385,30 @@ void PlayerWindow::ShowOpenDialog()
     dialog->open();
 }
 
-QString PlayerWindow::FreePictureName() const
+// The number of the picture shown, or its time where the number is not known.
+QString PlayerWindow::PictureMark()
+{
+    long long const start = view->GetShown()->startTime;
+    auto const index = session.GetEngine().GetStatus().index;
+    long long const number = index ? index->NumberFrom(start) : -1;
+    if (number >= 0)
+        return QString("%1").arg(number, 6, 10, QChar('0'));
+    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+void PlayerWindow::ShowCompareDialog()
+{
+    auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
+    dialog->open();
+}
+
+QString PlayerWindow::FreePictureName()
 {
     QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
+    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
     QString name = stem + ".png";
     for (int i = 2; QFileInfo::exists(name); ++i)
         name = QString("%1-%2.png").arg(stem).arg(i);
@@ -483,6 +527,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
     soundStreams.AddTo(*menu);
+    addAction(menu, "Compare with…", PlayerAction::Compare);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

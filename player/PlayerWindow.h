@@ -11,6 +11,7 @@
 
 class ControlBar;
 class HelpOverlay;
+class PictureTools;
 class QLabel;
 class StatisticsOverlay;
 class Timeline;
@@ -33,6 +34,7 @@ public:
     PlaybackEngine& GetEngine() { return session.GetEngine(); }
     Transport& GetTransport() { return session.GetTransport(); }
     PictureView& GetView() { return *view; }
+    PictureTools& GetPictureTools() { return *tools; }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -61,6 +63,7 @@ private:
     void ShowNotes(PlaybackStatus const& status);
 
     void ShowOpenDialog();
+    void ShowCompareDialog();
     void SavePicture();
     void CopyPicture();
     void SetFullScreen(bool full);
@@ -69,7 +72,8 @@ private:
     void ToggleColours();
     void ToggleScrubSound();
     QString PaintingText() const;
-    QString FreePictureName() const;
+    QString PictureMark();
+    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;
@@ -82,6 +86,7 @@ private:
     Timeline* timeline;
     ControlBar* bar;
     QWidget* panel; // timeline and controls
+    PictureTools* tools;
     HelpOverlay* help;
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;

@@ -229,6 +229,7 @@ bool Source::DescribeFile()
 
 void Source::TakeStreams(AVFormatContext const& input)
 {
+    bitRate = input.bit_rate;
     for (unsigned i = 0; i < input.nb_streams; ++i) {
         AVStream const& announced = *input.streams[i];
         Stream stream;
@@ -237,6 +238,10 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.codec = CodecName(*announced.codecpar);
         stream.tag = CodecTag(*announced.codecpar);
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        stream.bitRate = announced.codecpar->bit_rate;
+        stream.frameCount = announced.nb_frames;
+        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
         streams.append(stream);
     }
 }
@@ -390,17 +395,32 @@ int Source::GetHeight() const
     return info ? info->GetVideoHeight() : 0;
 }
 
+double Source::GetSequenceRate() const
+{
+    return SequencePictures::RateFor(options);
+}
+
+// Of the first stream that can be decoded.
+bool Source::IsLowerFieldFirst() const
+{
+    if (!wholeInfo)
+        return false;
+    auto const& records = wholeInfo->GetVideoStreams();
+    auto const shown = std::find_if(records.begin(), records.end(), [](auto const& record) { return record.valid; });
+    return GetStream(StreamType::Video, static_cast<int>(shown - records.begin())).lowerFieldFirst;
+}
+
 double Source::GetFrameRate() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::RateFor(options);
+        return GetSequenceRate();
     return kind == SourceKind::Movie ? std::max(info->GetFrameRate(), 0.0) : 0.0;
 }
 
 long long Source::GetFrameStep() const
 {
     if (!sequence.IsEmpty())
-        return static_cast<long long>(secondUs / SequencePictures::RateFor(options));
+        return static_cast<long long>(secondUs / GetSequenceRate());
     if (kind != SourceKind::Movie)
         return 0;
     return info->GetFrameStep() > 0 ? info->GetFrameStep() : static_cast<long long>(secondUs / options.untimedRate);
@@ -409,7 +429,7 @@ long long Source::GetFrameStep() const
 long long Source::GetDuration() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::TimeOf(sequence.GetCount(), SequencePictures::RateFor(options));
+        return SequencePictures::TimeOf(sequence.GetCount(), GetSequenceRate());
     return kind == SourceKind::Still ? 0 : info->GetDuration();
 }
 

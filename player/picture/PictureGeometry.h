@@ -3,6 +3,7 @@
 #include "TavolinWidgetsExport.h"
 
 #include <QPointF>
+#include <QRectF>
 #include <QSize>
 #include <QTransform>
 
@@ -29,8 +30,12 @@ public:
     // From picture pixels, with (0, 0) at the upper left before rotation, to view pixels.
     QTransform PictureToView() const;
 
+    // The same for another picture, which is stretched over the upright picture's place.
+    QTransform PictureToView(QSize other, int clockwiseDegrees) const;
+
 private:
     QSize TurnedSize() const;
+    QRectF PlaceInView() const;
     double FittingZoom() const;
     void KeepInView();
 

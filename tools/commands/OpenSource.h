@@ -15,5 +15,6 @@ std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);        
 // there is none that can be decoded.
 bool ChooseSound(Source& source, int number);
 
-QStringList DescribeUndecodable(Source const& source); // a line for each stream without a decoder
-void SayUndecodable(Source const& source);             // the same on standard error
+QList<Source::Stream> UndecodableStreams(Source const& source); // video before audio
+QStringList DescribeUndecodable(Source const& source);          // a line for each of them
+void SayUndecodable(Source const& source);                      // the same on standard error
