@@ -26,13 +26,14 @@ constexpr long long tick = 40000;
 constexpr int loopTicks = 100;
 constexpr int loopSeconds = 4;
 
-// What the allocator keeps for itself: up to 1.1 MiB in long runs. One picture left behind per opening is 2.8 MiB.
-constexpr long long mostKibibytes = 2 * 1024;
+// More than the spread between runs of equal work, 53 to 62 MiB, which comes from the C library's arenas for threads.
+// The blocks below are the stricter check; this one finds growth without new blocks.
+constexpr long long mostKibibytes = 12 * 1024;
 
-// Allocated blocks: 50 openings leave 4, the first few of them. The cache's contents vary by up to 40 from loop to
-// loop; of the 3000 pictures in 30 loops, one left behind in 60 would exceed the limit.
+// Allocated blocks: 50 openings leave 4, the first few of them. The cache's contents make 2840 to 2900 after a loop; of
+// the 3000 pictures in 30 loops, one left behind in 37 would exceed the limit.
 constexpr long long mostBlocksByOpenings = 5;
-constexpr long long mostBlocksByLoops = 50;
+constexpr long long mostBlocksByLoops = 80;
 
 int FromEnvironment(char const* name, int otherwise)
 {
