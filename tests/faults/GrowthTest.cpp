@@ -26,9 +26,10 @@ constexpr long long tick = 40000;
 constexpr int loopTicks = 100;
 constexpr int loopSeconds = 4;
 
-// More than the spread between runs of equal work, 53 to 62 MiB, which comes from the C library's arenas for threads.
-// The blocks below are the stricter check; this one finds growth without new blocks.
-constexpr long long mostKibibytes = 12 * 1024;
+// What the allocator keeps for itself: with threads that come and go up to 9 MiB, no more after 500 openings than after
+// 100; what is left behind per opening shows in the blocks. In long runs of one engine it keeps up to 1.1 MiB.
+constexpr long long mostKibibytesByOpenings = 12 * 1024;
+constexpr long long mostKibibytesByLoops = 2 * 1024;
 
 // Allocated blocks: 50 openings leave 4, the first few of them. The cache's contents make 2840 to 2900 after a loop; of
 // the 3000 pictures in 30 loops, one left behind in 37 would exceed the limit.
@@ -131,7 +132,7 @@ TEST(GrowthTest, OpeningPlayingAndClosingLeavesNothingBehind)
     }
     Use const after;
     EXPECT_LE(after.blocks, before.blocks + mostBlocksByOpenings);
-    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytesByOpenings);
 }
 
 TEST(GrowthTest, PlayingInALoopDoesNotGrow)
@@ -160,5 +161,5 @@ TEST(GrowthTest, PlayingInALoopDoesNotGrow)
     EXPECT_EQ(engine.GetStatus().picturesDropped, 0);
     EXPECT_GE(engine.GetStatus().picturesShown, (loopTicks - 1) * loops); // the loop's end may miss a tick
     EXPECT_LE(after.blocks, before.blocks + mostBlocksByLoops);
-    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytesByLoops);
 }
