@@ -91,6 +91,10 @@ public:
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
     ColourSettings const& GetColours() const { return options.colours; }
 
+    // Which stream of sound is opened later, see SourceOptions.
+    void SetSoundStream(int number) { options.soundStream = number; }
+    int GetSoundStream() const { return options.soundStream; }
+
     ImageSequence const& GetSequence() const { return sequence; } // empty of a movie and of sound
     double GetSequenceRate() const;                               // pictures per second, as the options say
 
