@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -41,6 +42,12 @@ std::optional<Timecode> Timecode::Parse(QString const& text, double rate)
     if (whole == 0 || (isDropFrame && whole % dropFrameRate != 0))
         return std::nullopt;
     return Timecode(whole, isDropFrame).ParseAlike(text);
+}
+
+long long Timecode::PicturesPerFrame(double pictureRate, double timecodeRate)
+{
+    double const pictures = pictureRate / timecodeRate;
+    return std::isfinite(pictures) && pictures < highestRate ? std::max(1LL, std::llround(pictures)) : 1;
 }
 
 std::optional<Timecode> Timecode::ParseAlike(QString const& text) const

@@ -22,6 +22,9 @@ public:
     // that rate (a dropped one too), and for drop frame at a rate that is no multiple of 30.
     static std::optional<Timecode> Parse(QString const& text, double rate);
 
+    // How many pictures bear the same timecode: 2 where 50 pictures a second have a timecode of 25. At least 1.
+    static long long PicturesPerFrame(double pictureRate, double timecodeRate);
+
     // Reads typed text with this timecode's rate and counting; ":" before the frames is accepted for drop frame too.
     std::optional<Timecode> ParseAlike(QString const& text) const;
 

@@ -36,6 +36,7 @@ public:
         std::shared_ptr<PictureIndex const> index; // for pictures
 
         std::shared_ptr<MediaInfo> soundInfo; // for sound, as in PlaybackStatus
+        int soundStream = -1;                 // in the container
         long long origin = 0;
     };
 
