@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -96,6 +97,7 @@ public:
     // As VideoDecoder's operations of these names, from Initialize on; the settings outlive seeks and closing.
     void SetSeekSkipping(bool skips);
     bool HasSkippedInDoubt() const;
+    QVector<long long> TakeDamage();
     void BeginAtKeyPicture();
     bool IsBeforeKeyPicture() const;
 

@@ -33,6 +33,8 @@ constexpr int mostFruitlessReceives = 100;
 // A codec that refuses a packet takes it after a few pictures; so many are a fault of its own.
 constexpr int mostReceivesBeforeSend = 1000;
 
+constexpr int mostDamage = 1000; // times kept for a host that may never ask for them
+
 constexpr int mostScalerThreads = 16;
 
 bool IsEmpty(AVPacket const& packet)
@@ -242,8 +244,7 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 {
     int const sent = SendPacket(packet, frames, seekTime);
     if (sent < 0 && sent != AVERROR_EOF) {
-        LogDecodingError();
-        hasDoubt = true;
+        NoteFailure(TimeOf(packet));
         return;
     }
     Step const step = sent == AVERROR_EOF ? Step::TryAgain : ReceivePicture(frames, seekTime);
@@ -329,14 +330,15 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
         return Step::End;
     }
     if (received < 0) {
-        LogDecodingError();
-        hasDoubt = true;
+        NoteFailure(TruncatedTime(lastTime));
         return Step::Failed;
     }
-    NoteDamage(*frame);
+    NoteDoubt(*frame);
     long long const time = TakeTime();
     if (IsLeftOut(time, seekTime))
         return Step::LeftOut;
+    if (IsDamaged(*frame))
+        NoteDamage(time);
     if (HasSizeChanged()) {
         AppendSizeChange(frames, time);
         return Step::LeftOut;
@@ -348,7 +350,26 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
     return Step::Picture;
 }
 
-void VideoDecoder::NoteDamage(AVFrame const& picture)
+void VideoDecoder::NoteFailure(long long time)
+{
+    LogDecodingError();
+    hasDoubt = true;
+    if (!awaitsKeyPicture)
+        NoteDamage(time);
+}
+
+void VideoDecoder::NoteDamage(long long time)
+{
+    if (damage.size() < mostDamage)
+        damage.append(time);
+}
+
+QVector<long long> VideoDecoder::TakeDamage()
+{
+    return std::exchange(damage, {});
+}
+
+void VideoDecoder::NoteDoubt(AVFrame const& picture)
 {
     bool const isGuessed = picture.best_effort_timestamp != picture.pts || picture.pts == AV_NOPTS_VALUE;
     hasDoubt = hasDoubt || isGuessed || IsDamaged(picture);
@@ -375,6 +396,12 @@ long long VideoDecoder::TakeTime()
 long long VideoDecoder::TimeOf(long long timestamp) const
 {
     return TruncatedTime(static_cast<double>(timestamp) * timeBase - static_cast<double>(startTime));
+}
+
+// Without a time of its own it is taken to come right after the last picture.
+long long VideoDecoder::TimeOf(AVPacket const& packet) const
+{
+    return packet.pts == AV_NOPTS_VALUE ? TruncatedTime(lastTime) : TimeOf(packet.pts);
 }
 
 // A few pictures before the target stay, so that the cache holds some behind it.

@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <vector>
@@ -53,6 +54,10 @@ public:
     // error, a corrupt packet or picture, a missing reference, a time that FFmpeg had to guess. What is patched up then
     // may depend on what was left out: seek again without skipping.
     bool HasSkippedInDoubt() const;
+
+    // Times of the packets that could not be decoded and of the pictures that FFmpeg had to patch up, since the last
+    // call: a thousand at most. What is left out before a seek's target, or by BeginAtKeyPicture, does not count.
+    QVector<long long> TakeDamage();
 
     // Leaves out pictures until one comes that was decoded without any other, as the codec tells, not the container;
     // and those that show before the next packet's, which may refer to what was not decoded. To be called after a seek
@@ -119,9 +124,12 @@ private:
     int TrySendPacket(AVPacket const& packet, long long seekTime);
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
     bool IsLeftOut(long long time, long long seekTime);
-    void NoteDamage(AVFrame const& picture);
+    void NoteDoubt(AVFrame const& picture);
+    void NoteFailure(long long time);
+    void NoteDamage(long long time);
     long long TakeTime();
     long long TimeOf(long long timestamp) const;
+    long long TimeOf(AVPacket const& packet) const;
     bool IsBeforeSeek(long long time, long long seekTime) const;
     bool IsSkipped(AVPacket const& packet, long long seekTime) const;
     bool HasSizeChanged() const;
@@ -148,6 +156,7 @@ private:
     bool seekSkipping = false;
     bool hasSkipped = false; // since SetSeekSkipping
     bool hasDoubt = false;
+    QVector<long long> damage;
     bool awaitsKeyPicture = false;
     bool hasBegun = true;                        // a packet was sent since BeginAtKeyPicture
     long long beginTime = 0;                     // of its picture

@@ -128,6 +128,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     if (pictures) {
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.firstNumber = source.GetFirstNumber();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;
@@ -137,6 +138,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.picturesDecoded = now.decodedCount;
         status.decodeRate = now.decodeRate;
         status.colours = now.colourText;
+        status.damage = now.damage;
         if (status.error.isEmpty())
             status.error = now.error;
     }
