@@ -201,6 +201,7 @@ void VideoDecoder::BeginAtKeyPicture()
 {
     awaitsKeyPicture = true;
     hasBegun = false;
+    failuresInARow = 0;
 }
 
 bool VideoDecoder::IsBeforeKeyPicture() const
@@ -244,7 +245,7 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 {
     int const sent = SendPacket(packet, frames, seekTime);
     if (sent < 0 && sent != AVERROR_EOF) {
-        NoteFailure(TimeOf(packet));
+        NoteFailure();
         return;
     }
     Step const step = sent == AVERROR_EOF ? Step::TryAgain : ReceivePicture(frames, seekTime);
@@ -330,7 +331,7 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
         return Step::End;
     }
     if (received < 0) {
-        NoteFailure(TruncatedTime(lastTime));
+        NoteFailure();
         return Step::Failed;
     }
     NoteDoubt(*frame);
@@ -350,12 +351,23 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
     return Step::Picture;
 }
 
-void VideoDecoder::NoteFailure(long long time)
+// With threads, the codec fails some packets after the one at fault: lost pictures are taken to follow the last one.
+void VideoDecoder::NoteFailure()
 {
     LogDecodingError();
     hasDoubt = true;
+    ++failuresInARow;
     if (!awaitsKeyPicture)
-        NoteDamage(time);
+        NoteDamage(TruncatedTime(lastTime + failuresInARow * frameDuration));
+}
+
+// A codec may lose more pictures than it tells of: all that are missing up to the next one, which has `time`.
+void VideoDecoder::NoteLost(int failures, long long time)
+{
+    double const end = static_cast<double>(time) - frameDuration / 2.0;
+    for (double lost = lastTime + (failures + 1) * frameDuration;
+         frameDuration > 0.0 && lost < end && damage.size() < mostDamage && !awaitsKeyPicture; lost += frameDuration)
+        NoteDamage(TruncatedTime(lost));
 }
 
 void VideoDecoder::NoteDamage(long long time)
@@ -384,11 +396,14 @@ bool VideoDecoder::IsLeftOut(long long time, long long seekTime)
 // The time of the picture just received.
 long long VideoDecoder::TakeTime()
 {
+    int const failures = std::exchange(failuresInARow, 0);
     if (frame->best_effort_timestamp == AV_NOPTS_VALUE) {
         lastTime += frameDuration;
         return TruncatedTime(lastTime);
     }
     long long const time = TimeOf(frame->best_effort_timestamp);
+    if (failures > 0)
+        NoteLost(failures, time);
     lastTime = static_cast<double>(time);
     return time;
 }
@@ -396,12 +411,6 @@ long long VideoDecoder::TakeTime()
 long long VideoDecoder::TimeOf(long long timestamp) const
 {
     return TruncatedTime(static_cast<double>(timestamp) * timeBase - static_cast<double>(startTime));
-}
-
-// Without a time of its own it is taken to come right after the last picture.
-long long VideoDecoder::TimeOf(AVPacket const& packet) const
-{
-    return packet.pts == AV_NOPTS_VALUE ? TruncatedTime(lastTime) : TimeOf(packet.pts);
 }
 
 // A few pictures before the target stay, so that the cache holds some behind it.

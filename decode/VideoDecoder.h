@@ -125,11 +125,11 @@ private:
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
     bool IsLeftOut(long long time, long long seekTime);
     void NoteDoubt(AVFrame const& picture);
-    void NoteFailure(long long time);
+    void NoteFailure();
+    void NoteLost(int failures, long long time);
     void NoteDamage(long long time);
     long long TakeTime();
     long long TimeOf(long long timestamp) const;
-    long long TimeOf(AVPacket const& packet) const;
     bool IsBeforeSeek(long long time, long long seekTime) const;
     bool IsSkipped(AVPacket const& packet, long long seekTime) const;
     bool HasSizeChanged() const;
@@ -157,6 +157,7 @@ private:
     bool hasSkipped = false; // since SetSeekSkipping
     bool hasDoubt = false;
     QVector<long long> damage;
+    int failuresInARow = 0; // since the last picture
     bool awaitsKeyPicture = false;
     bool hasBegun = true;                        // a packet was sent since BeginAtKeyPicture
     long long beginTime = 0;                     // of its picture
