@@ -41,6 +41,8 @@ PlayerSettings PlayerSettings::Load()
     settings.streamColours = file.value("picture/stream-colours", settings.streamColours).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
+    double const stillSeconds = file.value("play/still-seconds", settings.stillSeconds).toDouble();
+    settings.stillSeconds = stillSeconds > 0.0 ? stillSeconds : 0.0; // also not a number
     settings.geometry = file.value("window/geometry").toByteArray();
     settings.lastFolder = file.value("files/last-folder").toString();
     settings.pictureFolder =
@@ -56,6 +58,7 @@ void PlayerSettings::Save() const
     file.setValue("sound/muted", muted);
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
+    file.setValue("play/still-seconds", stillSeconds);
     file.setValue("picture/stream-colours", streamColours);
     file.setValue("picture/folder", pictureFolder);
     file.setValue("window/geometry", geometry);

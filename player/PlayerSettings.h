@@ -14,9 +14,10 @@ public:
     bool looping = false;
     bool streamColours = true; // pictures are converted as the stream says
     int cacheMegabytes = 512;
-    QByteArray geometry;   // of the window, as QWidget saves it
-    QString lastFolder;    // of the open dialog
-    QString pictureFolder; // where pictures are saved
+    double stillSeconds = 0.0; // for which a still image stays; 0: until the next file is asked for
+    QByteArray geometry;       // of the window, as QWidget saves it
+    QString lastFolder;        // of the open dialog
+    QString pictureFolder;     // where pictures are saved
 
     // From player.ini; missing or invalid values keep their defaults.
     static PlayerSettings Load();

@@ -9,8 +9,10 @@
 #include <QWidget>
 
 class ControlBar;
+class FullScreenControls;
 class HelpOverlay;
 class QLabel;
+class Readout;
 class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
@@ -33,9 +35,12 @@ public:
     Transport& GetTransport() { return session.GetTransport(); }
     PictureView& GetView() { return *view; }
 
+    int GetExitCode() const { return session.GetExitCode(); }
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool next) override; // so that Tab reaches keyPressEvent
+    void changeEvent(QEvent* event) override; // also a window manager begins and ends full screen
     void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -51,6 +56,7 @@ private:
     void ShowOpening();
     void ShowOpened(PlaybackStatus const& status);
     void ShowFailed(QString const& error);
+    void Report(QString const& fault) const; // to standard error, where the options ask for play without an onlooker
     void FinishOnce(PlaybackStatus const& status); // prints what was shown and closes, where the options ask for it
     void MoveInPlaylist(int entries);
 
@@ -58,13 +64,14 @@ private:
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
     void ShowNotes(PlaybackStatus const& status);
+    void ShowReadout(PlaybackStatus const& status);
 
-    void ShowOpenDialog();
+    void SaveSettings();
+    void ShowOpenDialog(bool forFolder);
     void SavePicture();
     void CopyPicture();
     void SetFullScreen(bool full);
     void LeaveFullScreen();
-    void FollowPointer(QPoint position);
     void ToggleColours();
     QString PaintingText() const;
     QString FreePictureName() const;
@@ -84,6 +91,8 @@ private:
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
 
+    Readout* readout;
+    std::unique_ptr<FullScreenControls> fullScreen;
+
     QTimer beat;
-    QTimer pointerRest; // hides the pointer in full screen
 };

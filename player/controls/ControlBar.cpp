@@ -3,6 +3,7 @@
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
+#include "player/controls/ElidedLabel.h"
 #include "player/controls/Theme.h"
 
 #include <QFontDatabase>
@@ -40,10 +41,9 @@ QLabel* MakeFigures(QWidget* parent, QColor const& colour)
     return label;
 }
 
-QLabel* MakeText(QWidget* parent, QColor const& colour)
+ElidedLabel* MakeText(QWidget* parent, QColor const& colour)
 {
-    auto* label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
+    auto* label = new ElidedLabel(parent);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
@@ -55,6 +55,11 @@ QString SpeedText(double speed)
     if (speed == 0.0)
         return "paused";
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
+}
+
+int WidthOf(QWidget const& widget)
+{
+    return qBound(widget.minimumWidth(), widget.sizeHint().width(), widget.maximumWidth());
 }
 
 } // namespace
@@ -77,9 +82,9 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
     volume->setFixedWidth(sliderWidth);
     volume->setFocusPolicy(Qt::NoFocus);
     connect(volume, &QSlider::valueChanged, this, [this](int value) { emit VolumeChanged(value / 100.0); });
-    auto* fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
+    fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
 
-    auto* row = new QHBoxLayout(this);
+    row = new QHBoxLayout(this);
     row->setContentsMargins(8, 0, 8, 8);
     row->setSpacing(10);
     for (QWidget* widget : {static_cast<QWidget*>(play), static_cast<QWidget*>(time), static_cast<QWidget*>(number)})
@@ -117,8 +122,10 @@ void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame cons
     time->setText(isOpen ? QString("%1 / %2").arg(TimeText::ShortClock(now, 3),
                                                   TimeText::ShortClock(status.start + status.duration, 0))
                          : QString());
-    number->setText(isOpen && shown && hasMovingPicture ? QString("#%1").arg(NumberOf(*shown)) : QString());
+    number->setText(isOpen && shown && hasMovingPicture ? QString("#%1").arg(status.firstNumber + NumberOf(*shown))
+                                                        : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
+    FitRow();
 
     bool const isPlaying = isOpen && status.speed != 0.0 && status.state != PlaybackState::Ended;
     if (isPlaying == showsPause)
@@ -144,14 +151,30 @@ void ControlBar::ShowLooping(bool looping)
 
 void ControlBar::ShowTitle(QString const& newTitle)
 {
-    fullTitle = newTitle;
-    title->setText(title->fontMetrics().elidedText(fullTitle, Qt::ElideMiddle, title->width()));
+    title->Show(newTitle);
 }
 
 void ControlBar::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); }); // after the layout has run
+    FitRow();
+}
+
+// Hides one thing after the other until the rest has room.
+void ControlBar::FitRow()
+{
+    int needed = row->contentsMargins().left() + row->contentsMargins().right() + row->spacing() * (row->count() - 1);
+    for (int i = 0; i < row->count(); ++i) {
+        QWidget* const widget = row->itemAt(i)->widget();
+        needed += widget == title || widget == note ? 0 : WidthOf(*widget);
+    }
+    for (QWidget* widget :
+         {static_cast<QWidget*>(volume), static_cast<QWidget*>(loop), static_cast<QWidget*>(mute),
+          static_cast<QWidget*>(speed), static_cast<QWidget*>(fullScreen), static_cast<QWidget*>(number)}) {
+        bool const fits = needed <= width();
+        widget->setVisible(fits);
+        needed -= fits ? 0 : WidthOf(*widget) + row->spacing();
+    }
 }
 
 void ControlBar::ShowPassingNote(QString const& newNote)
@@ -174,8 +197,19 @@ void ControlBar::ShowLastingNote(QString const& newNote)
 
 void ControlBar::UpdateNote()
 {
-    note->setText(GetNote());
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); });
+    note->Show(GetNote());
+}
+
+bool ControlBar::IsNoteCut() const
+{
+    return note->IsCut();
+}
+
+QString ControlBar::GetReadout() const
+{
+    QStringList parts = {time->text(), number->text(), speed->text()};
+    parts.removeAll(QString());
+    return parts.join("  ");
 }
 
 QString ControlBar::GetNote() const

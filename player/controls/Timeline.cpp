@@ -13,6 +13,8 @@ namespace {
 constexpr int margin = 12;      // left and right of the groove, aligned with the controls below
 constexpr int labelHeight = 18; // above the groove, for the time under the pointer
 constexpr int cachedHeight = 3;
+constexpr int damageWidth = 3;
+constexpr int damageHeight = 9;
 
 } // namespace
 
@@ -57,6 +59,14 @@ void Timeline::SetRange(std::optional<long long> newIn, std::optional<long long>
         return;
     in = newIn;
     out = newOut;
+    update();
+}
+
+void Timeline::SetDamage(QVector<long long> const& times)
+{
+    if (times == damage)
+        return;
+    damage = times;
     update();
 }
 
@@ -106,6 +116,7 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(QRect(QPoint(XAt(cached.start), groove.bottom() - cachedHeight + 1),
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
+    PaintDamage(painter);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
     if (hover)
         PaintHover(painter);
@@ -144,6 +155,13 @@ void Timeline::PaintRange(QPainter& painter) const
         painter.fillRect(XAt(*out) - 1, groove.top(), 2, groove.height(), Theme::range);
         painter.fillRect(XAt(*out) - 6, groove.top(), 7, 2, Theme::range);
     }
+}
+
+// At the upper edge, opposite to what is cached.
+void Timeline::PaintDamage(QPainter& painter) const
+{
+    for (long long const time : damage)
+        painter.fillRect(XAt(time) - 1, Groove().top(), damageWidth, damageHeight, Theme::damage);
 }
 
 void Timeline::PaintHover(QPainter& painter) const

@@ -25,7 +25,8 @@ public:
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
-    void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
+    void SetDamage(QVector<long long> const& times); // of pictures that could not be decoded
+    void SetPeaks(QVector<quint8> const& peaks);     // over the whole media, from a WaveformReader
 
     long long TimeAt(int x) const; // within the media
     int XAt(long long time) const;
@@ -47,6 +48,7 @@ private:
     QRect Groove() const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
+    void PaintDamage(QPainter& painter) const;
     void PaintHover(QPainter& painter) const;
 
     Span media;
@@ -54,6 +56,7 @@ private:
     long long position = 0;
     std::optional<long long> in;
     std::optional<long long> out;
+    QVector<long long> damage;
     QVector<quint8> peaks;
     std::optional<int> hover; // x of the pointer
     bool dragging = false;

@@ -25,7 +25,7 @@ bool IsPicture(DecodedVideoFrame const* record)
 PictureView::PictureView(Painting painting, QWidget* parent) : QWidget(parent)
 {
     setMouseTracking(true);
-    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable();
+    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable(painting == Painting::OpenGl);
     if (openGl)
         surface = new OpenGlSurface(this);
     else

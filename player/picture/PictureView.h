@@ -17,9 +17,11 @@ class PictureView : public QWidget
     Q_OBJECT
 
 public:
-    enum class Painting { OpenGl, Painter };
+    // Automatic: with OpenGL where a graphics card does its work, because its imitation in software is slower than
+    // Qt's painter.
+    enum class Painting { Automatic, OpenGl, Painter };
 
-    // OpenGl falls back to Painter if OpenGL does not work here.
+    // Falls back to Painter if OpenGL does not work here.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
 
     bool PaintsWithOpenGl() const { return openGl; }
