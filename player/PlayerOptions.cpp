@@ -84,6 +84,13 @@ std::optional<int> CacheSize(QString const& text)
     return size ? std::optional<int>(static_cast<int>(*size)) : std::nullopt;
 }
 
+std::optional<int> SoundStream(QString const& text)
+{
+    bool isNumber = false;
+    int const number = text.toInt(&isNumber);
+    return isNumber && number >= 1 ? std::optional<int>(number - 1) : std::nullopt;
+}
+
 std::optional<double> Volume(QString const& text)
 {
     auto const percent = Number(text, 0.0, 100.0);
@@ -131,6 +138,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     options.once = parser.isSet("once");
     options.toneMapping = !parser.isSet("no-tone-mapping");
     options.fullScreen = parser.isSet("fullscreen");
+    options.compare = parser.value("compare");
 
     Reader reader(parser, options.fault);
     reader.Read("speed", options.speed, Speed);
@@ -143,6 +151,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     reader.Read("still-seconds", options.stillSeconds,
                 [](QString const& text) { return Number(text, 0.0, longestStill); });
     reader.Read("colours", options.streamColours, StreamOrPlain);
+    reader.Read("sound-stream", options.soundStream, SoundStream);
     reader.Read("geometry", options.geometry, Geometry);
     reader.Read("audio", options.audio, Audio);
     reader.Read("opengl", options.painting, Painting);

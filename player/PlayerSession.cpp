@@ -1,5 +1,6 @@
 #include "player/PlayerSession.h"
 
+#include "media/AvGlobals.h"
 #include "player/PlayerOptions.h"
 #include "player/PlayerSettings.h"
 #include "player/sound/SoundPlayer.h"
@@ -7,6 +8,9 @@
 #include "source/SequencePictures.h"
 
 #include <QThreadPool>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -20,6 +24,8 @@ PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const
     if (options.sequenceRate)
         engineOptions.sequenceRate = *options.sequenceRate;
     engineOptions.colours.followStream = options.streamColours.value_or(settings.streamColours);
+    engineOptions.soundStream = options.soundStream;
+    engineOptions.scrubSound = settings.scrubSound;
     engineOptions.colours.toneMapping = options.toneMapping;
     return engineOptions;
 }
@@ -111,6 +117,10 @@ void PlayerSession::OpenCurrent()
         engine.OpenSequence(entry.path);
     else
         engine.Open(entry.path);
+    if (startTime != 0)
+        engine.Seek(startTime);
+    else if (entry.startIndex > 0)
+        engine.Seek(SequencePictures::TimeOf(entry.startIndex, SequencePictures::RateFor(engineOptions)));
 }
 
 PlaybackStatus PlayerSession::Follow()
@@ -148,11 +158,6 @@ void PlayerSession::TakeFailed(QString const& error)
 void PlayerSession::TakeOpened(PlaybackStatus const& status)
 {
     opening = false;
-    long long const startIndex = playlist.GetCurrent().startIndex;
-    if (startTime != 0)
-        engine.Seek(startTime);
-    else if (startIndex > 0)
-        engine.Seek(SequencePictures::TimeOf(startIndex, SequencePictures::RateFor(engineOptions)));
     startTime = 0;
     transport.SetLooping(transport.IsLooping()); // over what is open now
     if (!startsPaused)
@@ -165,6 +170,11 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
 {
     if (opening)
         return;
+    bool const wasPlaying = std::exchange(playing, status.state == PlaybackState::Playing);
+    if (playing && !wasPlaying)
+        sound->Reopen();
+    if (status.isSoundChanging)
+        return;
     if (!sounding && status.channels > 0 && status.sampleRate > 0) {
         sounding = true;
         sound->Start(status.sampleRate, status.channels);
@@ -172,6 +182,8 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
     } else if (status.state != PlaybackState::Closed && status.state != PlaybackState::Opening &&
                status.durationKnown && status.start + status.duration != waveEnd) {
         ReadWaveform(status); // the container had the duration wrong
+    } else if (status.soundStream != waveStream) {
+        ReadWaveform(status);
     }
 }
 
@@ -179,6 +191,7 @@ void PlayerSession::ReadWaveform(PlaybackStatus const& status)
 {
     StopWaveform();
     waveEnd = status.start + status.duration;
+    waveStream = status.soundStream;
     if (status.channels <= 0 || status.duration <= 0)
         return;
     waveform = new WaveformReader(status, this);
@@ -242,4 +255,26 @@ void PlayerSession::SetStreamColours(bool follow)
 {
     engineOptions.colours.followStream = follow;
     engine.SetColours(engineOptions.colours);
+}
+
+void PlayerSession::SetScrubSound(bool on)
+{
+    engineOptions.scrubSound = on;
+    engine.SetScrubSound(on);
+}
+
+// The device stays open for a stream of the same format.
+void PlayerSession::SetSoundStream(int number)
+{
+    PlaybackStatus const status = engine.GetStatus();
+    SoundStreamInfo const wanted = status.soundStreams.value(number);
+    if (!wanted.isDecodable || number == status.soundStream)
+        return;
+    bool const fits = std::min(wanted.channels, AvGlobals::maxAudioOutputChannels) == status.channels &&
+                      wanted.sampleRate == status.sampleRate;
+    if (!fits) {
+        sound->Stop();
+        sounding = false;
+    }
+    engine.SetSoundStream(number);
 }

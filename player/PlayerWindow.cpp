@@ -8,6 +8,7 @@
 #include "player/controls/Readout.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
+#include "player/picture/PictureTools.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -32,6 +33,7 @@ namespace {
 constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
 constexpr int pausedBeat = 30;
 constexpr double zoomStep = 1.25;
+constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(320, 180);
@@ -65,7 +67,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this)
+    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -77,6 +79,8 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
+    if (!options.compare.isEmpty())
+        tools->Compare(options.compare);
     if (!options.files.isEmpty())
         Open(options.files);
     if (options.fullScreen)
@@ -94,8 +98,10 @@ void PlayerWindow::SaveSettings()
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
+    settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
+    settings.pixelReadout = tools->IsPixelShown();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -152,6 +158,8 @@ void PlayerWindow::BuildLayout()
     help->hide();
     readout = new Readout(view);
     fullScreen = std::make_unique<FullScreenControls>(*view, *panel, *column);
+    tools = new PictureTools(session, *view, *timeline, this);
+    tools->SetPixelShown(settings.pixelReadout);
 }
 
 void PlayerWindow::Connect()
@@ -180,6 +188,8 @@ void PlayerWindow::Connect()
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
+    connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, [this] { ShowOpenDialog(/*forFolder=*/false); });
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
@@ -261,7 +271,7 @@ void PlayerWindow::MoveInPlaylist(int entries)
 void PlayerWindow::Tick()
 {
     PlaybackStatus const status = session.Follow(); // which may seek, so that no other picture is shown first
-    view->Show(session.GetEngine().GetPicture());
+    tools->ShowPictures();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
     if (beat.interval() != interval)
@@ -271,12 +281,8 @@ void PlayerWindow::Tick()
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 {
     bar->ShowStatus(status, view->GetShown().get());
-    bool const isOpen = status.state != PlaybackState::Closed && status.state != PlaybackState::Opening;
-    if (isOpen && !session.IsOpening()) {
-        timeline->SetMedia({status.start, status.start + status.duration});
-        timeline->SetPosition(status.position);
-        timeline->SetCached({status.cacheStart, status.cacheEnd});
-        timeline->SetDamage(status.damage);
+    if (!session.IsOpening()) {
+        timeline->Show(status);
         timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
     }
     if (statistics->isVisible())
@@ -304,6 +310,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << DamageNote(status);
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
+    if (!tools->GetNote().isEmpty())
+        notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -346,6 +354,10 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
+    if (tools->Perform(action)) {
+        Tick();
+        return;
+    }
     switch (action) {
     case PlayerAction::FullScreen:
         SetFullScreen(!isFullScreen());
@@ -362,8 +374,23 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ZoomOut:
         view->Zoom(1.0 / zoomStep);
         break;
+    case PlayerAction::ZoomTimelineIn:
+        timeline->Zoom(timelineZoomStep);
+        break;
+    case PlayerAction::ZoomTimelineOut:
+        timeline->Zoom(1.0 / timelineZoomStep);
+        break;
+    case PlayerAction::ShowWholeTimeline:
+        timeline->ShowAll();
+        break;
     case PlayerAction::ToggleColours:
         ToggleColours();
+        break;
+    case PlayerAction::NextSoundStream:
+        bar->ShowPassingNote(soundStreams.ChooseNext());
+        break;
+    case PlayerAction::ScrubSound:
+        ToggleScrubSound();
         break;
     case PlayerAction::SavePicture:
         SavePicture();
@@ -404,6 +431,13 @@ void PlayerWindow::ToggleColours()
     bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
 }
 
+void PlayerWindow::ToggleScrubSound()
+{
+    session.SetScrubSound(!session.HasScrubSound());
+    bar->ShowPassingNote(session.HasScrubSound() ? "Sound while stepping and dragging"
+                                                 : "No sound while stepping and dragging");
+}
+
 void PlayerWindow::ShowOpenDialog(bool forFolder)
 {
     auto* dialog = new QFileDialog(this, forFolder ? "Open a folder" : "Open", settings.lastFolder);
@@ -413,11 +447,30 @@ void PlayerWindow::ShowOpenDialog(bool forFolder)
     dialog->open();
 }
 
-QString PlayerWindow::FreePictureName() const
+// The number of the picture shown, or its time where the number is not known.
+QString PlayerWindow::PictureMark()
+{
+    long long const start = view->GetShown()->startTime;
+    PlaybackStatus const status = session.GetEngine().GetStatus();
+    long long const number = status.index ? status.index->NumberFrom(start) : -1;
+    if (number >= 0)
+        return QString("%1").arg(status.firstNumber + number, 6, 10, QChar('0'));
+    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+void PlayerWindow::ShowCompareDialog()
+{
+    auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
+    dialog->open();
+}
+
+QString PlayerWindow::FreePictureName()
 {
     QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
+    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
     QString name = stem + ".png";
     for (int i = 2; QFileInfo::exists(name); ++i)
         name = QString("%1-%2.png").arg(stem).arg(i);
@@ -530,6 +583,8 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    soundStreams.AddTo(*menu);
+    addAction(menu, "Compare with…", PlayerAction::Compare);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

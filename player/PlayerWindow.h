@@ -4,6 +4,7 @@
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
 #include "player/controls/KeyMap.h"
+#include "player/sound/SoundStreamMenu.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -11,6 +12,7 @@
 class ControlBar;
 class FullScreenControls;
 class HelpOverlay;
+class PictureTools;
 class QLabel;
 class Readout;
 class StatisticsOverlay;
@@ -34,13 +36,14 @@ public:
     PlaybackEngine& GetEngine() { return session.GetEngine(); }
     Transport& GetTransport() { return session.GetTransport(); }
     PictureView& GetView() { return *view; }
+    PictureTools& GetPictureTools() { return *tools; }
 
     int GetExitCode() const { return session.GetExitCode(); }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool next) override; // so that Tab reaches keyPressEvent
-    void changeEvent(QEvent* event) override; // also a window manager begins and ends full screen
+    void changeEvent(QEvent* event) override;    // also a window manager begins and ends full screen
     void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -68,24 +71,29 @@ private:
 
     void SaveSettings();
     void ShowOpenDialog(bool forFolder);
+    void ShowCompareDialog();
     void SavePicture();
     void CopyPicture();
     void SetFullScreen(bool full);
     void LeaveFullScreen();
     void ToggleColours();
+    void ToggleScrubSound();
     QString PaintingText() const;
-    QString FreePictureName() const;
+    QString PictureMark();
+    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;
     RecentFiles recentFiles;
     KeyMap keys;
     PlayerSession session;
+    SoundStreamMenu soundStreams;
 
     PictureView* view;
     Timeline* timeline;
     ControlBar* bar;
     QWidget* panel; // timeline and controls
+    PictureTools* tools;
     HelpOverlay* help;
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;

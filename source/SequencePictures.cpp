@@ -7,6 +7,7 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "source/ImageFormat.h"
+#include "source/ImageOrientation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -39,6 +40,21 @@ public:
     // Null for a file that cannot be decoded.
     Picture Decode(QString const& path, bool isLinear, ColourSettings const& colours)
     {
+        Picture picture = DecodeAsStored(path, isLinear, colours);
+        if (picture)
+            ImageOrientation::Of(path).ApplyTo(*picture);
+        return picture;
+    }
+
+    QString GetColours() const
+    {
+        std::lock_guard const lock(mutex);
+        return lastColours;
+    }
+
+private:
+    Picture DecodeAsStored(QString const& path, bool isLinear, ColourSettings const& colours)
+    {
         auto const info = MakeInfo(path);
         auto const like = GetDescribed();
         if (like && MediaReader::TakeDescription(info, *like)) {
@@ -56,13 +72,6 @@ public:
         return picture;
     }
 
-    QString GetColours() const
-    {
-        std::lock_guard const lock(mutex);
-        return lastColours;
-    }
-
-private:
     static Info MakeInfo(QString const& path)
     {
         auto info = std::make_shared<MediaInfo>(path);

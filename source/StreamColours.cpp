@@ -149,6 +149,14 @@ bool StreamColours::IsHdr() const
     return transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67");
 }
 
+StreamColours StreamColours::Of(int index, QList<StreamColours> const& all)
+{
+    for (StreamColours const& colours : all)
+        if (colours.index == index)
+            return colours;
+    return {};
+}
+
 QList<StreamColours> StreamColours::Probe(Source const& source)
 {
     QList<StreamColours> all;

@@ -28,4 +28,7 @@ struct StreamColours
     // Those of all streams of pictures. Of HDR streams the first picture is decoded, as it may bear the light levels.
     // Empty when the file cannot be opened.
     static QList<StreamColours> Probe(Source const& source);
+
+    // Of these, those of the container's stream `index`; empty ones when it is not among them.
+    static StreamColours Of(int index, QList<StreamColours> const& all);
 };

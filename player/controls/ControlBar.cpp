@@ -62,6 +62,25 @@ int WidthOf(QWidget const& widget)
     return qBound(widget.minimumWidth(), widget.sizeHint().width(), widget.maximumWidth());
 }
 
+// Of which the end is known only by the index.
+QString PictureTime(DecodedVideoFrame const& picture, PictureIndex const* index)
+{
+    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
+    return TimeText::ShortPictureClock(picture.startTime, number >= 0 ? index->EndOf(number) : picture.startTime);
+}
+
+// Of a sequence, the numbers in the names of the files: that of the picture's and the last.
+QString PictureNumber(DecodedVideoFrame const& picture, PlaybackStatus const& status)
+{
+    PictureIndex const* index = status.index.get();
+    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
+    if (number < 0)
+        return {};
+    bool const isSequence = status.kind == SourceKind::Sequence;
+    long long const last = isSequence ? status.firstNumber + index->GetCount() - 1 : index->GetCount();
+    return QString("#%1 / %2").arg(number + status.firstNumber).arg(last);
+}
+
 } // namespace
 
 ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
@@ -108,22 +127,15 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     return button;
 }
 
-long long ControlBar::NumberOf(DecodedVideoFrame const& picture)
-{
-    double const exact = static_cast<double>(picture.startTime) * picture.frameRate / 1000000.0;
-    return std::isfinite(exact) && exact > 0.0 && exact < 1e15 ? std::llround(exact) : 0;
-}
-
 void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
     bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    long long const now = shown && hasMovingPicture ? shown->startTime : status.position;
-    time->setText(isOpen ? QString("%1 / %2").arg(TimeText::ShortClock(now, 3),
-                                                  TimeText::ShortClock(status.start + status.duration, 0))
+    DecodedVideoFrame const* picture = shown && hasMovingPicture ? shown : nullptr;
+    QString const now = picture ? PictureTime(*picture, status.index.get()) : TimeText::ShortClock(status.position, 3);
+    time->setText(isOpen ? QString("%1 / %2").arg(now, TimeText::ShortClock(status.start + status.duration, 0))
                          : QString());
-    number->setText(isOpen && shown && hasMovingPicture ? QString("#%1").arg(status.firstNumber + NumberOf(*shown))
-                                                        : QString());
+    number->setText(isOpen && picture ? PictureNumber(*picture, status) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
     FitRow();
 

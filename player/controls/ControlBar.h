@@ -24,7 +24,8 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Shows time and number of the displayed picture, or the engine's position without one.
+    // Shows time and number of the displayed picture, or the engine's position without one. As long as the engine does
+    // not know the true number, none is shown.
     void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
 
     void ShowSound(double volume, bool muted);
@@ -38,9 +39,6 @@ public:
     QString GetNote() const;    // the text of the status line
     bool IsNoteCut() const;     // it does not fit
     QString GetReadout() const; // time, number and speed as they are shown, with spaces between them
-
-    // The picture's number in its stream, from 0; an estimate if the rate varies.
-    static long long NumberOf(DecodedVideoFrame const& picture);
 
 signals:
     void Triggered(PlayerAction action);

@@ -233,11 +233,11 @@ TEST_F(PlayerFilesTest, OpensASequenceAtTheFileGivenAndTellsItsNumber)
     Clips::WriteNumberedPictures(Folder(), "shot.%04d.ppm", numbers);
     Start({Folder() + "/shot.1010.ppm"});
     EXPECT_TRUE(ShowsGrey(1010 * 8 % 256));
-    EXPECT_TRUE(Eventually([&] { return HasLabel("#1010"); }));
+    EXPECT_TRUE(Eventually([&] { return HasLabel("#1010 / 1029"); }));
     Press(Qt::Key_Comma);
-    EXPECT_TRUE(Eventually([&] { return HasLabel("#1009"); }));
+    EXPECT_TRUE(Eventually([&] { return HasLabel("#1009 / 1029"); }));
     Press(Qt::Key_Home);
-    EXPECT_TRUE(Eventually([&] { return HasLabel("#1000"); }));
+    EXPECT_TRUE(Eventually([&] { return HasLabel("#1000 / 1029"); }));
 }
 
 TEST_F(PlayerFilesTest, PassesOverABrokenFileWithANote)

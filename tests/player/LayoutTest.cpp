@@ -110,12 +110,12 @@ TEST_F(PlayerLayoutTest, KeepsTimeNumberAndSpeedInViewWhileSteppingInFullScreen)
     EXPECT_FALSE(readout->isVisible());
     Press(Qt::Key_F);
     Press(Qt::Key_Period);
-    ASSERT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#1"); }))
+    ASSERT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#1 /"); }))
         << qPrintable(readout->GetText());
-    EXPECT_EQ(readout->GetText(), "0:00:00.040 / 0:00:10  #1  paused");
+    EXPECT_EQ(readout->GetText(), "0:00:00.040 / 0:00:10  #1 / 250  paused");
     EXPECT_TRUE(Eventually([&] { return !readout->isVisible(); })); // it fades
     Press(Qt::Key_Period);
-    EXPECT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#2"); }));
+    EXPECT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#2 /"); }));
     MovePointer(QPoint(400, window->GetView().height() - 10));
     EXPECT_TRUE(Eventually([&] { return !readout->isVisible(); })); // the controls say it
 }

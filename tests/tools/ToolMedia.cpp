@@ -1,12 +1,18 @@
 #include "tests/tools/ToolMedia.h"
 
+#include "media/FfmpegPtr.h"
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 #include <libavutil/avutil.h>
 #include <libavutil/frame.h>
 }
+
+#include <cstdlib>
+#include <stdexcept>
 
 namespace {
 
@@ -40,6 +46,30 @@ QString WithDamagedPictures(int count)
             bytes.replace(place, signature.size(), "none");
     }
     return WriteMedia(QStringLiteral("damaged-%1.avi").arg(count), bytes);
+}
+
+QString WithZerosAt(QString const& name, QString const& source, long long time, int skipped)
+{
+    AVFormatContext* opened = nullptr;
+    if (avformat_open_input(&opened, source.toUtf8().constData(), nullptr, nullptr) < 0)
+        throw std::runtime_error("cannot be opened");
+    FfmpegPtr<AVFormatContext> const input(opened);
+    avformat_find_stream_info(opened, nullptr);
+    int const stream = av_find_best_stream(opened, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    FfmpegPtr<AVPacket> const packet(av_packet_alloc());
+    QByteArray bytes = ReadMedia(source);
+    bool isFound = false;
+    for (; av_read_frame(opened, packet.get()) >= 0; av_packet_unref(packet.get())) {
+        auto const at = av_rescale_q(packet->pts, opened->streams[stream]->time_base, AV_TIME_BASE_Q);
+        if (packet->stream_index != stream || std::llabs(at - time) > 1000)
+            continue;
+        int const kept = packet->size * skipped / 100;
+        bytes.replace(static_cast<int>(packet->pos) + kept, packet->size - kept, QByteArray(packet->size - kept, '\0'));
+        isFound = true;
+    }
+    if (!isFound)
+        throw std::runtime_error("there is no such packet");
+    return WriteMedia(name, bytes);
 }
 
 std::vector<PlainPicture> DecodePlainly(QString const& path)

@@ -20,6 +20,10 @@ QString Rewrapped(QString const& name, QString const& source, QStringList const&
 // A movie of a hundred pictures, of which the second and those behind it cannot be decoded, `count` in all.
 QString WithDamagedPictures(int count);
 
+// `source` with zeros in the packet of the picture at `time` (microseconds, as the container has it), from the `skipped`
+// hundredths of it on.
+QString WithZerosAt(QString const& name, QString const& source, long long time, int skipped);
+
 struct PlainPicture
 {
     long long time = 0; // microseconds from the first picture; -1 when the file tells none

@@ -31,6 +31,12 @@ Option Options::Output(char const* valueName)
     return {"output", valueName, "The file to write; an existing one is replaced.", nullptr, "o"};
 }
 
+Option Options::PictureOutput()
+{
+    return {"output", "PICTURE", "The file to write; an existing one is replaced. \"-\" is standard output.", nullptr,
+            "o"};
+}
+
 Option Options::Colours(bool followsStream)
 {
     return {"colours", "stream|plain",
@@ -98,6 +104,19 @@ QString Arguments::Output(QStringList const& endings)
     if (!endings.contains(QFileInfo(path).suffix().toLower()))
         Reject(QStringLiteral("%1 needs -o with a name that ends in %2").arg(command, Listed(endings)));
     return path;
+}
+
+PictureTarget Arguments::PictureOutput()
+{
+    QStringList const endings = PictureFile::Endings();
+    PictureTarget target{Text("output"), Text("format").toLower()};
+    if (Has("format") && !endings.contains(target.format))
+        Reject(QStringLiteral("--format is png, jpg or ppm"));
+    if (target.path.isEmpty() || (!Has("format") && !target.IsStandardOutput()))
+        target.format = PictureFile::EndingOf(Output(endings));
+    else if (!Has("format"))
+        target.format = QStringLiteral("png");
+    return target;
 }
 
 int Arguments::Number(char const* option, int least, int most, int usual)

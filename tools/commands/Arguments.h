@@ -3,6 +3,7 @@
 #include "common/Option.h"
 #include "decode/ColourSettings.h"
 #include "tools/commands/TimeRange.h"
+#include "tools/output/PictureFile.h"
 
 #include <QCommandLineParser>
 #include <QString>
@@ -14,6 +15,9 @@
 namespace Options {
 
 Option Output(char const* valueName);
+Option PictureOutput();
+inline constexpr Option format = {"format", "png|jpg|ppm",
+                                  "The format of PICTURE, whatever its ending; png if not given and PICTURE is -."};
 inline constexpr Option from = {"from", "TIME", "Begin at this time."};
 inline constexpr Option to = {"to", "TIME", "End before this time."};
 Option Colours(bool followsStream); // what a command does when the option is not given
@@ -41,6 +45,7 @@ public:
     QString OnlyFile(); // exactly one, or it is a fault
 
     QString Output(QStringList const& endings); // a fault without one of these endings; they are lower case
+    PictureTarget PictureOutput();              // a fault when neither its ending nor --format says a format
     int Number(char const* option, int least, int most, int usual);
     double Decimal(char const* option,
                    double usual) const;                  // NaN for anything but a number; the command checks the range

@@ -2,8 +2,12 @@
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
 #include "tools/report/Console.h"
+#include "tools/report/Info.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/SourceCheck.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
 
 namespace {
 
@@ -27,11 +31,53 @@ void Report(QString const& path, SourceCheck const& check)
     Console::WriteData(QStringLiteral("%1: %2: %3\n").arg(path, verdict, Decoded(check)));
 }
 
-ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log)
+QJsonArray FaultsOf(SourceCheck const& check)
+{
+    QJsonArray faults;
+    for (CheckFault const& fault : check.GetFaults()) {
+        QJsonObject object{{"text", fault.text}};
+        if (fault.time != CheckFault::unknownTime)
+            object["time_us"] = fault.time;
+        faults.append(object);
+    }
+    return faults;
+}
+
+QJsonArray LeftOut(Source const& source)
+{
+    QJsonArray streams;
+    for (Source::Stream const& stream : UndecodableStreams(source))
+        streams.append(QJsonObject{{"index", stream.index},
+                                   {"codec_type", stream.type == Source::StreamType::Video ? "video" : "audio"},
+                                   {"codec_name", stream.codec},
+                                   {"codec_tag_string", stream.tag}});
+    return streams;
+}
+
+QJsonObject ReportInJson(Source const& source, SourceCheck const& check)
+{
+    return {{"format", QJsonObject{{"filename", source.GetPath()}}},
+            {"tavolin", QJsonObject{{"schema", Info::schemaVersion},
+                                    {"verdict", check.GetFaults().isEmpty() ? "ok" : "damaged"},
+                                    {"picture_count", check.GetPictureCount()},
+                                    {"sound_duration_us", check.GetSoundDuration()},
+                                    {"faults", FaultsOf(check)},
+                                    {"left_out", LeftOut(source)}}}};
+}
+
+ExitCode CannotOpen(QString const& path, MessageLog const& log, QJsonArray* objects)
+{
+    if (objects)
+        objects->append(Info::FailureAsJson(path, log.GetLastError(), log.GetLastErrorCode()));
+    return ExitCode::CannotOpen;
+}
+
+// With `objects`, the report becomes one of them and is not printed.
+ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log, QJsonArray* objects)
 {
     auto const source = OpenSource(path, log, colours);
     if (!source)
-        return ExitCode::CannotOpen;
+        return CannotOpen(path, log, objects);
     SayUndecodable(*source);
     CheckWatch watch;
     watch.showProgress = Console::ShowProgress;
@@ -39,11 +85,14 @@ ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& l
         *source, [&log] { return log.GetErrorCount(); }, watch);
     if (!check.Run()) {
         Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
-        return ExitCode::CannotOpen;
+        return CannotOpen(path, log, objects);
     }
     log.EndSource();
     Console::ClearProgress();
-    Report(path, check);
+    if (objects)
+        objects->append(ReportInJson(*source, check));
+    else
+        Report(path, check);
     return check.GetFaults().isEmpty() ? ExitCode::Ok : ExitCode::DecodingFailed;
 }
 
@@ -52,7 +101,12 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     ColourSettings const colours = arguments.Colours(/*followsStream=*/true, /*exact=*/false);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    return ForEachFile(arguments, [&](QString const& path) { return Check(path, colours, log); });
+    QJsonArray objects;
+    QJsonArray* const asJson = arguments.Has("json") ? &objects : nullptr;
+    ExitCode const result =
+        ForEachFile(arguments, [&](QString const& path) { return Check(path, colours, log, asJson); });
+    WriteJson(objects);
+    return result;
 }
 
 } // namespace
@@ -61,14 +115,18 @@ Command CheckCommand()
 {
     return {"check",
             "decode all of it both ways and report damage",
-            "FILE...",
+            "FILE... [--json]",
             "Decodes each FILE from its beginning to its end, and from its end to its\n"
             "beginning as playing backwards does. Writes one line with \"ok\" and what was\n"
             "decoded, or a line with \"damaged\" for everything that is wrong: errors while\n"
             "decoding, times that do not rise, pictures missing where their rate is constant,\n"
             "holes in the sound, what is not the same both ways, and an end well before the\n"
             "length that the file tells.\n\n"
+            "With --json, one FILE gives one object and several give an array of them, in\n"
+            "their order. A file that cannot be opened has an object \"error\".\n\n"
             "Exit code 0 when all is well, 4 when a file is damaged.\n",
-            {Options::Colours(/*followsStream=*/true), Options::noToneMapping},
+            {{"json", nullptr, "Report in JSON: one object, or an array for several files."},
+             Options::Colours(/*followsStream=*/true),
+             Options::noToneMapping},
             Run};
 }

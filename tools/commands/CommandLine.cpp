@@ -5,6 +5,10 @@
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/log.h>
@@ -163,12 +167,25 @@ ExitCode CannotWrite(QString const& path, QString const& error)
     return ExitCode::WritingFailed;
 }
 
-ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString const& what)
+ExitCode WritePicture(RgbPicture const& picture, PictureTarget const& target, QString const& what)
 {
     QString error;
-    if (!PictureFile::Write(picture, path, error))
-        return CannotWrite(path, error);
-    Console::WriteData(QStringLiteral("%1: %2, %3x%4\n")
-                           .arg(path, what, QString::number(picture.width), QString::number(picture.height)));
+    if (!PictureFile::Write(picture, target, error))
+        return CannotWrite(target.path, error);
+    QString const line =
+        QStringLiteral("%1, %2x%3").arg(what, QString::number(picture.width), QString::number(picture.height));
+    if (target.IsStandardOutput())
+        Console::Say(line);
+    else
+        Console::WriteData(QStringLiteral("%1: %2\n").arg(target.path, line));
     return ExitCode::Ok;
+}
+
+void WriteJson(QJsonArray const& objects)
+{
+    if (objects.isEmpty())
+        return;
+    QJsonDocument const document =
+        objects.size() == 1 ? QJsonDocument(objects.first().toObject()) : QJsonDocument(objects);
+    Console::WriteData(QString::fromUtf8(document.toJson()));
 }

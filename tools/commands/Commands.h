@@ -6,6 +6,7 @@
 #include <vector>
 
 class MessageLog;
+class QJsonArray;
 struct RgbPicture;
 
 // The exit codes of all commands. Scripts rely on the numbers.
@@ -50,8 +51,11 @@ ExitCode WithoutErrors(MessageLog const& log, std::function<ExitCode()> const& w
 
 ExitCode CannotWrite(QString const& path, QString const& error); // prints the error
 
-// Writes the picture and prints what it is, with its size.
-ExitCode WritePicture(RgbPicture const& picture, QString const& path, QString const& what);
+// Writes the picture and says what it is, with its size: on standard error if the picture goes to standard output.
+ExitCode WritePicture(RgbPicture const& picture, PictureTarget const& target, QString const& what);
+
+// Prints what --json gives: one object as itself, several as an array of them; none as nothing.
+void WriteJson(QJsonArray const& objects);
 
 // Parses the whole command line: finds the command and runs it, or prints help or version.
 namespace CommandLine {

@@ -2,52 +2,71 @@
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/commands/Commands.h"
+#include "tools/commands/FrameRequest.h"
+#include "tools/commands/FrameSeries.h"
 #include "tools/commands/OpenSource.h"
-#include "tools/output/PictureFile.h"
-#include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureDamage.h"
+
+#include <algorithm>
+#include <optional>
 
 namespace {
 
-struct Request
+// A picture that was found, and what is wrong with it.
+struct Found
 {
-    QString path;
-    QString picturePath;
-    long long time = 0; // microseconds
-    bool asStored = false;
-    ColourSettings colours;
+    PictureStream::Picture picture;
+    long long origin = 0;   // the container's time of media time 0
+    bool hasErrors = false; // while it was decoded, and others beside it
+    QString firstError;
 };
 
-Request RequestIn(Arguments& arguments)
+ExitCode Find(Source const& source, FrameRequest const& request, MessageLog const& log, Found& found)
 {
-    Request request;
-    request.path = arguments.OnlyFile();
-    if (!arguments.Has("at"))
-        arguments.Reject(QStringLiteral("frame needs --at TIME"));
-    request.time = arguments.Time("at", 0);
-    request.picturePath = arguments.Output(PictureFile::Endings());
-    request.asStored = arguments.Has("as-stored");
-    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
-    return request;
-}
-
-ExitCode Find(Source const& source, Request const& request, PictureStream::Picture& picture)
-{
+    FfmpegMessages const messages;
+    int const errorsBefore = log.GetErrorCount();
     auto const pictures = source.OpenPictures();
     if (!pictures) {
         Console::Say(request.path + QStringLiteral(": cannot be opened for decoding"));
         return ExitCode::CannotOpen;
     }
-    if (pictures->ReadAt(request.time, picture) != ReadResult::Got) {
+    if (pictures->ReadAt(request.time, found.picture) != ReadResult::Got) {
         Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
         return ExitCode::DecodingFailed;
     }
-    if (!source.IsOver(*picture, request.time))
+    found.origin = pictures->GetOrigin();
+    found.hasErrors = messages.GetErrorCount() > 0 || log.GetErrorCount() > errorsBefore;
+    found.firstError = messages.GetFirstError();
+    if (!source.IsOver(*found.picture, request.time))
         return ExitCode::Ok;
     Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(picture->startTime)));
+                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(found.picture->startTime)));
     return ExitCode::DecodingFailed;
+}
+
+// Whether the picture is the one asked for and whole; says so when it is not. `isLost`: it is another one.
+bool IsWhole(Source const& source, FrameRequest const& request, Found const& found, bool& isLost)
+{
+    long long const start = found.picture->startTime;
+    if (!found.hasErrors)
+        return true;
+    auto const damage = source.HasOnePicture()
+                            ? std::nullopt
+                            : PictureDamage::Probe(source, found.origin, start, std::max(request.time, start));
+    auto const lost = damage ? damage->FindLost(start, request.time) : std::nullopt;
+    isLost = lost.has_value();
+    if (lost)
+        Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
+                         .arg(request.path, TimeText::Clock(*lost), TimeText::Clock(start)));
+    else if (!damage)
+        request.SayDamaged(start, found.firstError); // it, or one near it: its packets do not tell
+    else if (damage->IsDamaged(start))
+        request.SayDamaged(start, damage->GetFirstMessage());
+    else
+        return true;
+    return false;
 }
 
 void SayWhatItIs(Source const& source, QString const& path)
@@ -60,29 +79,30 @@ void SayWhatItIs(Source const& source, QString const& path)
         Console::Say(path + QStringLiteral(": states no duration, so it is decoded from the beginning"));
 }
 
-ExitCode Write(DecodedVideoFrame const& record, Request const& request)
+ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog const& log)
 {
-    int const degrees = request.asStored ? 0 : record.rotation;
-    if (degrees % 90 != 0)
-        Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
-    RgbPicture const picture = RgbPicture::FromRecord(record).TurnedClockwise(degrees);
-    return WritePicture(picture, request.picturePath,
-                        QStringLiteral("the picture at %1 (%2us)")
-                            .arg(TimeText::Clock(record.startTime), QString::number(record.startTime)));
+    Found found;
+    ExitCode const result = Find(source, request, log, found);
+    if (result != ExitCode::Ok)
+        return result;
+    bool isLost = false;
+    bool const isWhole = IsWhole(source, request, found, isLost);
+    if (isLost)
+        return ExitCode::DecodingFailed;
+    ExitCode const written = request.Write(*found.picture, request.target);
+    return written == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : written;
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    Request const request = RequestIn(arguments);
+    FrameRequest const request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayWhatItIs(*source, request.path);
-    PictureStream::Picture picture;
-    ExitCode const found = Find(*source, request, picture);
-    return found == ExitCode::Ok ? Write(*picture, request) : found;
+    return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
 }
 
 } // namespace
@@ -91,14 +111,26 @@ Command FrameCommand()
 {
     return {"frame",
             "the exact picture at a time, as PNG, JPEG or PPM",
-            "FILE --at TIME -o PICTURE",
-            "Writes the picture of FILE that shows at TIME: the last one that starts at or\n"
+            "FILE --at T | --every STEP [--from T] [--to T] -o PICTURE",
+            "Writes the picture of FILE that shows at T: the last one that starts at or\n"
             "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
-            "of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
-            "The last picture shows until the file ends; a TIME past that is an error\n"
-            "(exit code 4), and nothing is written.\n",
+            "of PICTURE says the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
+            "With --every, --from or --to it writes many pictures, each once and to a file of\n"
+            "its own: with --every 2.5 those that show every 2.5 seconds, with --every 10p\n"
+            "every tenth picture, otherwise all. PICTURE then has a place for their number in\n"
+            "FILE, counted from 0, or their time: shot-%04d.png, shot-####.png or\n"
+            "shot-%t.png.\n\n"
+            "With -o - the pictures go to standard output, as PNG unless --format says\n"
+            "otherwise, and messages to standard error.\n\n"
+            "The last picture shows until the file ends. If T is past that, or if the\n"
+            "picture cannot be decoded, nothing is written and the exit code is 4. A damaged\n"
+            "picture is written as far as it could be decoded; the exit code is 4, too.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
-             Options::Output("PICTURE"),
+             {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
+             Options::from,
+             Options::to,
+             Options::PictureOutput(),
+             Options::format,
              {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},

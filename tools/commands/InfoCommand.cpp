@@ -6,7 +6,6 @@
 #include "tools/report/MessageLog.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 
 namespace {
 
@@ -35,11 +34,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     QJsonArray objects;
     ExitCode const result =
         ForEachFile(arguments, [&](QString const& path) { return DescribeInJson(path, log, objects); });
-    if (objects.isEmpty())
-        return result;
-    QJsonDocument const document =
-        objects.size() == 1 ? QJsonDocument(objects.first().toObject()) : QJsonDocument(objects);
-    Console::WriteData(QString::fromUtf8(document.toJson()));
+    WriteJson(objects);
     return result;
 }
 

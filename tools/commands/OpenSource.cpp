@@ -9,28 +9,25 @@
 namespace {
 
 template <typename Record>
-QStringList UndecodableOf(Source const& source, QList<Record> const& records, Source::StreamType type,
-                          QString const& name)
+QList<Source::Stream> UndecodableOf(Source const& source, QList<Record> const& records, Source::StreamType type)
 {
-    QStringList lines;
+    QList<Source::Stream> streams;
     for (int i = 0; i < records.size(); ++i) {
-        auto const stream = source.GetStream(type, i);
         if (!records[i].valid)
-            lines.append(QStringLiteral("%1 stream #%2 cannot be decoded: FFmpeg has no usable decoder for \"%3\" "
-                                        "(tag %4)")
-                             .arg(name, QString::number(stream.index), stream.codec, stream.tag));
+            streams.append(source.GetStream(type, i));
     }
-    return lines;
+    return streams;
 }
 
-// `source` if it has the half of it that is asked for; says what is wrong when it has not.
+// `source` if it has the half of it that is asked for. Says what is left out of it, or that there is no such half.
 std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, char const* absence)
 {
-    if (!source || hasHalf)
+    if (!source)
+        return nullptr;
+    SayUndecodable(*source);
+    if (hasHalf)
         return source;
-    if (source->LeavesOutAHalf() || source->GetKind() == SourceKind::None)
-        SayUndecodable(*source);
-    else
+    if (!source->LeavesOutAHalf() && source->GetKind() != SourceKind::None)
         Console::Say(source->GetPath() + QLatin1String(absence));
     return nullptr;
 }
@@ -71,11 +68,22 @@ std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log)
     return WithHalf(std::move(source), hasSound, ": there is no sound in it");
 }
 
-QStringList DescribeUndecodable(Source const& source)
+QList<Source::Stream> UndecodableStreams(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
-    return UndecodableOf(source, info.GetVideoStreams(), Source::StreamType::Video, QStringLiteral("video")) +
-           UndecodableOf(source, info.GetAudioStreams(), Source::StreamType::Audio, QStringLiteral("audio"));
+    return UndecodableOf(source, info.GetVideoStreams(), Source::StreamType::Video) +
+           UndecodableOf(source, info.GetAudioStreams(), Source::StreamType::Audio);
+}
+
+QStringList DescribeUndecodable(Source const& source)
+{
+    QStringList lines;
+    for (Source::Stream const& stream : UndecodableStreams(source))
+        lines.append(
+            QStringLiteral("%1 stream #%2 cannot be decoded: FFmpeg has no usable decoder for \"%3\" (tag %4)")
+                .arg(stream.type == Source::StreamType::Video ? QStringLiteral("video") : QStringLiteral("audio"),
+                     QString::number(stream.index), stream.codec, stream.tag));
+    return lines;
 }
 
 void SayUndecodable(Source const& source)

@@ -11,5 +11,6 @@ std::unique_ptr<Source> OpenSource(QString const& path, MessageLog& log, ColourS
 std::unique_ptr<Source> OpenPictures(QString const& path, MessageLog& log, ColourSettings const& colours); // or empty
 std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);                                   // without
 
-QStringList DescribeUndecodable(Source const& source); // a line for each stream without a decoder
-void SayUndecodable(Source const& source);             // the same on standard error
+QList<Source::Stream> UndecodableStreams(Source const& source); // video before audio
+QStringList DescribeUndecodable(Source const& source);          // a line for each of them
+void SayUndecodable(Source const& source);                      // the same on standard error

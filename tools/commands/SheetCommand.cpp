@@ -23,7 +23,7 @@ constexpr int largestWidth = 4096;
 struct Request
 {
     QString path;
-    QString picturePath;
+    PictureTarget target;
     TimeRange range;
     int columns = 0;
     int count = 0; // of pictures
@@ -35,7 +35,7 @@ Request RequestIn(Arguments& arguments)
 {
     Request request;
     request.path = arguments.OnlyFile();
-    request.picturePath = arguments.Output(PictureFile::Endings());
+    request.target = arguments.PictureOutput();
     if (arguments.Has("rows") && arguments.Has("count"))
         arguments.Reject(QStringLiteral("--rows and --count do not go together"));
     request.columns = arguments.Number("columns", 1, mostColumns, 4);
@@ -93,7 +93,7 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
 ExitCode Write(ContactSheet const& sheet, Request const& request)
 {
     int const columns = std::min(request.columns, sheet.GetCount());
-    return WritePicture(sheet.Draw(columns), request.picturePath,
+    return WritePicture(sheet.Draw(columns), request.target,
                         QStringLiteral("%1 picture%2 in %3 column%4")
                             .arg(sheet.GetCount())
                             .arg(sheet.GetCount() == 1 ? QString() : QStringLiteral("s"))
@@ -130,7 +130,8 @@ Command SheetCommand()
             "image and cover art give their one picture, without a time.\n\n"
             "Exit code 4 when something could not be decoded, even if the rest was written,\n"
             "and when there is no picture between the times given.\n",
-            {Options::Output("PICTURE"),
+            {Options::PictureOutput(),
+             Options::format,
              {"columns", "N", "Pictures side by side; 4 if not given."},
              {"rows", "N", "Rows of pictures; 5 if not given."},
              {"count", "N", "Pictures in all, instead of --rows."},

@@ -17,7 +17,7 @@ constexpr int largestSide = 16384;
 struct Request
 {
     QString path;
-    QString picturePath;
+    PictureTarget target;
     TimeRange range;
     int width = 0;
     int height = 0; // 0: the default for the number of channels
@@ -27,7 +27,7 @@ Request RequestIn(Arguments& arguments)
 {
     Request request;
     request.path = arguments.OnlyFile();
-    request.picturePath = arguments.Output(PictureFile::Endings());
+    request.target = arguments.PictureOutput();
     request.width = arguments.Number("width", smallestWidth, largestSide, 1280);
     request.height = arguments.Number("height", 1, largestSide, 0);
     request.range = arguments.Range();
@@ -71,7 +71,7 @@ QString PeakText(SoundLevels const& levels)
 
 ExitCode Write(SoundLevels const& levels, int height, Request const& request)
 {
-    return WritePicture(WavePicture::Draw(levels, height), request.picturePath,
+    return WritePicture(WavePicture::Draw(levels, height), request.target,
                         QStringLiteral("%1 to %2, %3 channel%4, %5")
                             .arg(TimeText::Clock(levels.GetFrom()), TimeText::Clock(levels.GetTo()))
                             .arg(levels.GetChannelCount())
@@ -111,7 +111,8 @@ Command WaveCommand()
             "ending of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
             "Exit code 4 when something could not be decoded, even if the rest was written,\n"
             "and when there is no sound between the times given.\n",
-            {Options::Output("PICTURE"),
+            {Options::PictureOutput(),
+             Options::format,
              {"width", "PIXELS", "Of the picture; 1280 if not given."},
              {"height", "PIXELS", "Of the picture; 120 a lane if not given."},
              Options::from,

@@ -3,6 +3,7 @@
 #include "media/FfmpegPtr.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/RgbPicture.h"
+#include "tools/report/Console.h"
 
 #include <QByteArray>
 #include <QFileInfo>
@@ -23,14 +24,14 @@ enum class Format { Unknown, Png, Jpeg, Ppm };
 // Near-best quality; better settings multiply the file size.
 constexpr int jpegQuality = 2 * FF_QP2LAMBDA;
 
-Format FormatOf(QString const& path)
+Format FormatOf(QString const& ending)
 {
-    QString const ending = QFileInfo(path).suffix().toLower();
     if (ending == QLatin1String("png"))
         return Format::Png;
     if (ending == QLatin1String("jpg") || ending == QLatin1String("jpeg"))
         return Format::Jpeg;
-    return ending == QLatin1String("ppm") ? Format::Ppm : Format::Unknown;
+    bool const isPpm = ending == QLatin1String("ppm") || ending == QLatin1String("pnm");
+    return isPpm ? Format::Ppm : Format::Unknown;
 }
 
 QByteArray ToPpm(RgbPicture const& picture)
@@ -106,20 +107,8 @@ QByteArray Encode(RgbPicture const& picture, Format format)
     }
 }
 
-} // namespace
-
-QStringList PictureFile::Endings()
+bool WriteFile(QByteArray const& bytes, QString const& path, QString& error)
 {
-    return {QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("ppm")};
-}
-
-bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString& error)
-{
-    QByteArray const bytes = Encode(picture, FormatOf(path));
-    if (bytes.isEmpty()) {
-        error = QStringLiteral("a picture of %1x%2 does not fit this format").arg(picture.width).arg(picture.height);
-        return false;
-    }
     QSaveFile file(path);
     file.setDirectWriteFallback(true); // for a folder in which no file can be created
     if (!OutputFile::Open(file, error))
@@ -129,4 +118,36 @@ bool PictureFile::Write(RgbPicture const& picture, QString const& path, QString&
     if (!written)
         error = file.errorString();
     return written;
+}
+
+bool WriteToStandardOutput(QByteArray const& bytes, QString& error)
+{
+    if (Console::IsTerminal())
+        error = QStringLiteral("a terminal cannot show pictures; redirect the output");
+    else if (!Console::WriteBytes(bytes))
+        error = QStringLiteral("the standard output does not take it");
+    return error.isEmpty();
+}
+
+} // namespace
+
+QStringList PictureFile::Endings()
+{
+    return {QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("ppm"),
+            QStringLiteral("pnm")};
+}
+
+QString PictureFile::EndingOf(QString const& path)
+{
+    return QFileInfo(path).suffix().toLower();
+}
+
+bool PictureFile::Write(RgbPicture const& picture, PictureTarget const& target, QString& error)
+{
+    QByteArray const bytes = Encode(picture, FormatOf(target.format));
+    if (bytes.isEmpty()) {
+        error = QStringLiteral("a picture of %1x%2 does not fit this format").arg(picture.width).arg(picture.height);
+        return false;
+    }
+    return target.IsStandardOutput() ? WriteToStandardOutput(bytes, error) : WriteFile(bytes, target.path, error);
 }

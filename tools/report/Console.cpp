@@ -44,6 +44,17 @@ void Console::WriteData(QString const& text)
     Write(stdout, text.toUtf8());
 }
 
+bool Console::WriteBytes(QByteArray const& bytes)
+{
+    Write(stdout, bytes);
+    return FinishData();
+}
+
+bool Console::IsTerminal()
+{
+    return isatty(STDOUT_FILENO) == 1;
+}
+
 bool Console::FinishData()
 {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;

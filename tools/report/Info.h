@@ -5,8 +5,11 @@
 
 class Source;
 
-// The output of `tavolin info`.
+// The output of `tavolin info`, and what other commands' JSON has in common with it.
 namespace Info {
+
+// Of the JSON of all commands: it rises when a name changes its meaning or is removed.
+constexpr int schemaVersion = 1;
 
 QString AsText(Source const& source); // a few lines; the last one ends with a line break
 

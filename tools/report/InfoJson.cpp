@@ -2,6 +2,7 @@
 
 #include "common/TimeText.h"
 #include "media/MediaInfo.h"
+#include "source/ImageOrientation.h"
 #include "source/Source.h"
 #include "source/StreamColours.h"
 #include "tools/report/StreamText.h"
@@ -15,8 +16,6 @@
 
 namespace {
 
-constexpr int schemaVersion = 1;
-
 void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
 {
     if (tags.isEmpty())
@@ -25,6 +24,13 @@ void AddTags(QJsonObject& object, QMap<QString, QString> const& tags)
     for (auto tag = tags.begin(); tag != tags.end(); ++tag)
         values[tag.key()] = tag.value();
     object[QStringLiteral("tags")] = values;
+}
+
+// As text, as ffprobe has large numbers; not when it is unknown.
+void AddNumber(QJsonObject& object, char const* key, long long number)
+{
+    if (number > 0)
+        object[QString::fromLatin1(key)] = QString::number(number);
 }
 
 QJsonObject DescribeFormat(Source const& source)
@@ -36,18 +42,22 @@ QJsonObject DescribeFormat(Source const& source)
                        {"size", QString::number(QFileInfo(info.GetFilePath()).size())}};
     if (info.GetDuration() > 0)
         format["duration"] = TimeText::Seconds(info.GetDuration());
+    AddNumber(format, "bit_rate", source.GetBitRate());
     AddTags(format, source.GetTags());
     return format;
 }
 
 QJsonObject BeginStream(Source::Stream const& announced, char const* type)
 {
-    return {{"index", announced.index},
-            {"codec_name", announced.codec},
-            {"codec_tag_string", announced.tag},
-            {"codec_type", type},
-            {"disposition", QJsonObject{{"attached_pic", announced.isAttachedPicture ? 1 : 0}}},
-            {"tavolin", QJsonObject{{"valid", false}}}};
+    QJsonObject object{{"index", announced.index},
+                       {"codec_name", announced.codec},
+                       {"codec_tag_string", announced.tag},
+                       {"codec_type", type},
+                       {"disposition", QJsonObject{{"attached_pic", announced.isAttachedPicture ? 1 : 0}}},
+                       {"tavolin", QJsonObject{{"valid", false}}}};
+    AddNumber(object, "bit_rate", announced.bitRate);
+    AddNumber(object, "nb_frames", announced.frameCount);
+    return object;
 }
 
 void AddCodec(QJsonObject& object, QString const& decoderName)
@@ -93,10 +103,10 @@ void AddColours(QJsonObject& object, StreamColours const& colours)
         object["side_data_list"] = light;
 }
 
-QJsonObject DescribeVideo(Source::Stream const& announced, VideoStream const& stream,
-                          QList<StreamColours> const& colours)
+QJsonObject DescribeVideo(Source::Stream const& announced, VideoStream const& stream, StreamColours const& colours)
 {
     QJsonObject object = BeginStream(announced, "video");
+    AddColours(object, colours);
     if (!stream.valid)
         return object;
     AddCodec(object, stream.codecName);
@@ -105,24 +115,17 @@ QJsonObject DescribeVideo(Source::Stream const& announced, VideoStream const& st
     object["height"] = stream.height;
     object["sample_aspect_ratio"] = StreamText::AspectRatio(stream);
     object["avg_frame_rate"] = StreamText::FrameRate(stream);
-    object["tavolin"] = QJsonObject{{"valid", true},
-                                    {"decoder", stream.codecName},
-                                    {"pixel_aspect_ratio", static_cast<double>(stream.pixelAspectRatio)},
-                                    {"start_time_us", stream.startTime},
-                                    {"frame_step_us", stream.frameStep},
-                                    {"frame_rate", stream.frameRate},
-                                    {"frame_count", stream.numFrames},
-                                    {"codec_delay", stream.codecDelay}};
-    for (StreamColours const& of : colours) {
-        if (of.index != stream.streamIndex)
-            continue;
-        AddColours(object, of);
-        if (!of.conversion.isEmpty()) {
-            QJsonObject own = object["tavolin"].toObject();
-            own["conversion"] = of.conversion;
-            object["tavolin"] = own;
-        }
-    }
+    QJsonObject own{{"valid", true},
+                    {"decoder", stream.codecName},
+                    {"pixel_aspect_ratio", static_cast<double>(stream.pixelAspectRatio)},
+                    {"start_time_us", stream.startTime},
+                    {"frame_step_us", stream.frameStep},
+                    {"frame_rate", stream.frameRate},
+                    {"frame_count", stream.numFrames},
+                    {"codec_delay", stream.codecDelay}};
+    if (!colours.conversion.isEmpty())
+        own["conversion"] = colours.conversion;
+    object["tavolin"] = own;
     AddTags(object, stream.metadata);
     return object;
 }
@@ -157,7 +160,8 @@ QJsonArray DescribeStreams(Source const& source)
     std::vector<std::pair<int, QJsonObject>> streams;
     for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
         auto const announced = source.GetStream(Source::StreamType::Video, i);
-        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i], colours));
+        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i],
+                                                            StreamColours::Of(announced.index, colours)));
     }
     for (int i = 0; i < info.GetNumAudioStreams(); ++i) {
         auto const announced = source.GetStream(Source::StreamType::Audio, i);
@@ -174,7 +178,8 @@ QJsonArray DescribeStreams(Source const& source)
 QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
-    return {{"schema", schemaVersion},
+    auto const orientation = info.IsImage() ? ImageOrientation::Of(source.GetPath()) : ImageOrientation();
+    return {{"schema", Info::schemaVersion},
             {"kind", source.Describe()},
             {"is_image", info.IsImage()},
             {"is_linear_color_space", info.IsLinearColorSpace()},
@@ -185,7 +190,8 @@ QJsonObject DescribeOwnValues(Source const& source)
             {"frame_count", info.GetNumFrames()},
             {"width", info.GetVideoWidth()},
             {"height", info.GetVideoHeight()},
-            {"is_video_rotated", info.IsVideoRotated()}};
+            {"is_video_rotated", info.IsVideoRotated() || orientation.rotation % 180 != 0},
+            {"is_video_mirrored", orientation.isMirrored}};
 }
 
 } // namespace
@@ -201,5 +207,5 @@ QJsonObject Info::FailureAsJson(QString const& path, QString const& message, int
 {
     return {{"format", QJsonObject{{"filename", path}}},
             {"error", QJsonObject{{"code", code}, {"string", message}}},
-            {"tavolin", QJsonObject{{"schema", schemaVersion}}}};
+            {"tavolin", QJsonObject{{"schema", Info::schemaVersion}}}};
 }

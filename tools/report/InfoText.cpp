@@ -2,6 +2,7 @@
 
 #include "common/TimeText.h"
 #include "media/MediaInfo.h"
+#include "source/ImageOrientation.h"
 #include "source/Source.h"
 #include "source/StreamColours.h"
 #include "tools/report/StreamText.h"
@@ -38,7 +39,22 @@ QString DurationText(MediaInfo const& info)
                                   : QStringLiteral("duration not stated in the file");
 }
 
-QStringList PictureWords(VideoStream const& stream)
+QStringList OrientationWords(VideoStream const& stream, Source const& source)
+{
+    QStringList words;
+    QString rotation = stream.metadata.value(QStringLiteral("rotate"));
+    if (source.GetWholeInfo()->IsImage()) {
+        ImageOrientation const orientation = ImageOrientation::Of(source.GetPath());
+        rotation = QString::number(orientation.rotation);
+        if (orientation.isMirrored)
+            words += QStringLiteral("to be mirrored left to right");
+    }
+    if (!rotation.isEmpty() && rotation != QLatin1String("0"))
+        words += QStringLiteral("to be turned %1 degrees clockwise").arg(rotation);
+    return words;
+}
+
+QStringList PictureWords(VideoStream const& stream, Source const& source)
 {
     QStringList words{StreamText::CodecName(stream.codecName),
                       QStringLiteral("%1x%2").arg(stream.width).arg(stream.height)};
@@ -46,10 +62,7 @@ QStringList PictureWords(VideoStream const& stream)
         words += QStringLiteral("pixels %1, shown %2 wide")
                      .arg(StreamText::AspectRatio(stream))
                      .arg(static_cast<int>(static_cast<float>(stream.width) * stream.pixelAspectRatio));
-    QString const rotation = stream.metadata.value(QStringLiteral("rotate"));
-    if (!rotation.isEmpty() && rotation != QLatin1String("0"))
-        words += QStringLiteral("to be turned %1 degrees clockwise").arg(rotation);
-    return words;
+    return words + OrientationWords(stream, source);
 }
 
 QStringList TimingWords(VideoStream const& stream)
@@ -96,14 +109,6 @@ QString ColourLines(StreamColours const& colours)
            (light.isEmpty() ? QString() : Line(QStringLiteral("  light"), light));
 }
 
-StreamColours ColoursAt(QList<StreamColours> const& all, int index)
-{
-    for (StreamColours const& colours : all)
-        if (colours.index == index)
-            return colours;
-    return {};
-}
-
 QString VideoLine(Source const& source, QList<StreamColours> const& colours, int position)
 {
     VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
@@ -111,12 +116,12 @@ QString VideoLine(Source const& source, QList<StreamColours> const& colours, int
     QString const title = QStringLiteral("video #%1").arg(announced.index);
     if (!stream.valid)
         return UndecodableLine(title, announced);
-    QStringList words = PictureWords(stream);
+    QStringList words = PictureWords(stream, source);
     if (announced.isAttachedPicture)
         words += QStringLiteral("cover art");
     else if (!source.GetWholeInfo()->IsImage())
         words += TimingWords(stream);
-    return Line(title, words) + ColourLines(ColoursAt(colours, announced.index)) + TagLines(stream.metadata);
+    return Line(title, words) + ColourLines(StreamColours::Of(announced.index, colours)) + TagLines(stream.metadata);
 }
 
 QString AudioLine(Source const& source, int position)

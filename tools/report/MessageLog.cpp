@@ -2,6 +2,8 @@
 
 #include "tools/report/Console.h"
 
+#include <QFileInfo>
+
 extern "C" {
 #include <libavutil/error.h>
 #include <libavutil/log.h>
@@ -17,6 +19,25 @@ QString CodeText(int code)
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
     av_strerror(code, text, sizeof text);
     return QString::fromUtf8(text);
+}
+
+// The message with the source's path in it once: in the place where the library names the file, or before it.
+QString Naming(QString const& source, QString message)
+{
+    if (source.isEmpty())
+        return message;
+    QFileInfo const file(source);
+    QString const quoted = QLatin1Char('"') + file.fileName() + QLatin1Char('"');
+    QString const inText = QStringLiteral(": %1 (").arg(file.fileName());
+    if (message.contains(file.absoluteFilePath()))
+        return message.replace(file.absoluteFilePath(), source);
+    if (message.contains(source) && source.contains(QLatin1Char('/')))
+        return message;
+    if (message.contains(quoted))
+        return message.replace(quoted, QLatin1Char('"') + source + QLatin1Char('"'));
+    if (message.contains(inText))
+        return message.replace(inText, QStringLiteral(": %1 (").arg(source));
+    return source + QStringLiteral(": ") + message;
 }
 
 } // namespace
@@ -84,7 +105,7 @@ void MessageLog::Take(Logger::Level level, QString const& message, int code)
     }
     ShowRepetitions();
     lastLine = line;
-    Console::Say(source.isEmpty() ? line : source + QStringLiteral(": ") + line);
+    Console::Say(Naming(source, line));
 }
 
 void MessageLog::ShowRepetitions()

@@ -9,6 +9,9 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTime>
 
 #include <gtest/gtest.h>
@@ -215,4 +218,44 @@ TEST(CheckCommandTest, ChecksTheHalfThatHasADecoder)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.Output(), deaf + ": ok: 100 pictures\n");
     EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded"));
+}
+
+TEST(CheckCommandTest, ReportsInJson)
+{
+    QString const damaged = WithDamagedPictures(2);
+    QString const deaf = WithoutDecoder(
+        "deaf.mp4", Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"}), "mp4a");
+    ToolRun const run = RunTavolin({"check", "--json", Good(), damaged, deaf, "/nowhere/a.mp4"});
+    EXPECT_EQ(run.exitCode, 1);
+    QJsonArray const objects = QJsonDocument::fromJson(run.output).array();
+    ASSERT_EQ(objects.size(), 4);
+    EXPECT_EQ(objects[0]["format"]["filename"], Good());
+    EXPECT_EQ(objects[0]["tavolin"]["schema"], 1);
+    EXPECT_EQ(objects[0]["tavolin"]["verdict"], "ok");
+    EXPECT_EQ(objects[0]["tavolin"]["picture_count"], 100);
+    EXPECT_EQ(objects[0]["tavolin"]["sound_duration_us"], 4000000);
+    EXPECT_EQ(objects[0]["tavolin"]["faults"], QJsonArray());
+    EXPECT_EQ(objects[0]["tavolin"]["left_out"], QJsonArray());
+    EXPECT_EQ(objects[1]["tavolin"]["verdict"], "damaged");
+    EXPECT_EQ(objects[1]["tavolin"]["picture_count"], 97);
+    EXPECT_EQ(objects[1]["tavolin"]["faults"][0]["text"], "1 error while decoding");
+    EXPECT_EQ(objects[2]["tavolin"]["verdict"], "ok");
+    QJsonObject const leftOut = objects[2]["tavolin"]["left_out"][0].toObject();
+    EXPECT_EQ(leftOut["index"], 1);
+    EXPECT_EQ(leftOut["codec_type"], "audio");
+    EXPECT_EQ(objects[3]["format"]["filename"], "/nowhere/a.mp4");
+    EXPECT_EQ(objects[3]["error"]["string"], "File not found: /nowhere/a.mp4");
+}
+
+TEST(CheckCommandTest, GivesOneJsonObjectForOneFile)
+{
+    ToolRun const run = RunTavolin({"check", "--json", CutInHalf("cut.mkv", Good())});
+    EXPECT_EQ(run.exitCode, 4);
+    QJsonObject const own = QJsonDocument::fromJson(run.output).object()["tavolin"].toObject();
+    EXPECT_EQ(own["verdict"], "damaged");
+    bool isEndTold = false;
+    for (QJsonValue const& fault : own["faults"].toArray())
+        isEndTold =
+            isEndTold || (fault["text"].toString().startsWith("ends at ") && fault["time_us"].toInt() > 1000000);
+    EXPECT_TRUE(isEndTold) << run.output.toStdString();
 }

@@ -1,3 +1,4 @@
+#include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
 #include "tests/tools/FolderTest.h"
@@ -98,6 +99,29 @@ TEST_F(FrameCommandTest, WritesEachFormat)
     EXPECT_TRUE(Written("a.jpg").startsWith("\xff\xd8\xff"));
 }
 
+TEST_F(FrameCommandTest, WritesToStandardOutputWithMessagesBesideIt)
+{
+    ToolRun const png = RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-"});
+    EXPECT_EQ(png.exitCode, 0);
+    EXPECT_EQ(png.errors, "tavolin: the picture at 00:00:01.000 (1000000us), 96x64\n");
+    RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.png")});
+    EXPECT_GT(png.output.size(), 100);
+    EXPECT_EQ(png.output, Written("a.png"));
+    for (char const* format : {"ppm", "pnm"})
+        EXPECT_TRUE(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", format})
+                        .output.startsWith("P6\n96 64\n255\n"))
+            << format;
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", "gif"}).exitCode, 2);
+    EXPECT_EQ(RunInShell("exec \"$1\" frame \"$2\" --at 1 -o - >/dev/full", {PlainMovie()}).exitCode, 5);
+}
+
+TEST_F(FrameCommandTest, TakesTheFormatInPlaceOfTheEnding)
+{
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.raw"), "--format=jpg"}).exitCode, 0);
+    EXPECT_TRUE(Written("a.raw").startsWith("\xff\xd8\xff"));
+    EXPECT_EQ(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("b.raw")}).exitCode, 2);
+}
+
 TEST_F(FrameCommandTest, TurnsThePictureUpright)
 {
     ASSERT_EQ(RunTavolin({"frame", TurnedMovie(), "--at", "0", "-o", PathOf("up.ppm")}).exitCode, 0);
@@ -107,6 +131,28 @@ TEST_F(FrameCommandTest, TurnsThePictureUpright)
     EXPECT_TRUE(IsRed(upright, header.size(), 0)); // the left half is the upper one now
     EXPECT_TRUE(IsRed(upright, header.size(), 31));
     EXPECT_FALSE(IsRed(upright, header.size(), 63 * 32));
+}
+
+// A segment of Exif that says: the first row is the right side, the first column the top.
+TEST_F(FrameCommandTest, TurnsAStillImageAsItsExifOrientationSays)
+{
+    QByteArray bytes = ReadMedia(MakeMedia(
+        "halves.jpg", {"-noautorotate", "-i", TurnedMovie(), "-frames:v", "1", "-q:v", "1", "-pix_fmt", "yuvj444p"}));
+    int const firstSegment = 4 + 16;
+    ASSERT_EQ(bytes.mid(6, 4), "JFIF");
+    bytes.insert(firstSegment, QByteArray::fromHex("ffe10022457869660000"
+                                                   "4d4d002a000000080001"
+                                                   "0112000300000001000600000000"
+                                                   "0000"));
+    QString const still = WriteMedia("oriented.jpg", bytes);
+    ASSERT_EQ(RunTavolin({"frame", still, "--at", "0", "-o", PathOf("up.ppm")}).exitCode, 0);
+    QByteArray const upright = Written("up.ppm");
+    QByteArray const header = "P6\n32 64\n255\n";
+    ASSERT_TRUE(upright.startsWith(header)) << upright.left(20).toStdString();
+    EXPECT_TRUE(IsRed(upright, header.size(), 0));
+    EXPECT_TRUE(IsRed(upright, header.size(), 31));
+    EXPECT_FALSE(IsRed(upright, header.size(), 63 * 32));
+    EXPECT_TRUE(RunTavolin({"info", still}).Output().contains("64x32, to be turned 90 degrees clockwise"));
 }
 
 TEST_F(FrameCommandTest, LeavesThePictureAsStoredWhenAsked)
@@ -169,6 +215,7 @@ TEST_F(FrameCommandTest, WritesAPictureOfAMovieWhoseSoundHasNoDecoder)
     QString const deaf = WithoutDecoder("deaf.mp4", PlainMovie(), "mp4a");
     ToolRun const run = RunTavolin({"frame", deaf, "--at", "2", "-o", PathOf("deaf.ppm")});
     EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
     RunTavolin({"frame", PlainMovie(), "--at", "2", "-o", PathOf("whole.ppm")});
     EXPECT_GT(Written("whole.ppm").size(), 3 * 96 * 64);
     EXPECT_EQ(Written("deaf.ppm"), Written("whole.ppm"));
@@ -180,4 +227,75 @@ TEST_F(FrameCommandTest, NamesTheMissingDecoderOfThePictures)
     ToolRun const run = RunTavolin({"frame", blind, "--at", "2", "-o", PathOf("blind.ppm")});
     EXPECT_EQ(run.exitCode, 3);
     EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
+}
+
+// The decoder conceals it, and so it stays to the end of the group, which ends at 1.44 s. What is whole says nothing.
+TEST_F(FrameCommandTest, AnswersADamagedPictureWithFourAndWritesWhatCouldBeDecoded)
+{
+    QString const whole = MovingPicture("group.mp4", {"-c:v", "libx264", "-g", "12", "-bf", "0"});
+    QString const damaged = WithZerosAt("concealed.mp4", whole, 1200000, 50);
+    for (char const* time : {"0", "1.16", "1.44", "3"}) {
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 0) << time;
+        EXPECT_EQ(run.errors, "") << time;
+    }
+    for (char const* time : {"1.2", "1.24", "1.4"}) {
+        QFile::remove(PathOf("a.png"));
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 4) << time;
+        EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
+        EXPECT_TRUE(QFile::exists(PathOf("a.png"))) << time;
+    }
+}
+
+TEST_F(FrameCommandTest, WritesNoPictureInPlaceOfOneThatCannotBeDecoded)
+{
+    for (QString const& kind : QStringList{"png.mov", "mjpeg.avi"}) {
+        QString const whole = MovingPicture("all-" + kind, {"-c:v", kind.section('.', 0, 0)});
+        QString const damaged = WithZerosAt("lost-" + kind, whole, 1200000, 0);
+        ToolRun const run = RunTavolin({"frame", damaged, "--at", "1.23", "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 4);
+        EXPECT_TRUE(run.errors.contains("the picture at 00:00:01.200 cannot be decoded; the one before it starts at "
+                                        "00:00:01.160"))
+            << run.errors.toStdString();
+        EXPECT_FALSE(QFile::exists(PathOf("a.png")));
+        EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.16", "-o", PathOf("b.png")}).exitCode, 0);
+        EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.24", "-o", PathOf("b.png")}).exitCode, 0);
+    }
+}
+
+// The demultiplexer finds its way again behind it.
+TEST_F(FrameCommandTest, WritesNoPictureInPlaceOfOneWhosePacketCannotBeRead)
+{
+    QString const whole = MovingPicture("group.mkv", {"-c:v", "libvpx", "-g", "12"});
+    QString const damaged = WithZerosAt("unreadable.mkv", whole, 1200000, 0);
+    EXPECT_EQ(RunTavolin({"frame", damaged, "--at", "1.16", "-o", PathOf("b.png")}).exitCode, 0);
+    ToolRun const run = RunTavolin({"frame", damaged, "--at", "1.24", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains("the picture at 00:00:01.200 cannot be decoded")) << run.errors.toStdString();
+    EXPECT_FALSE(QFile::exists(PathOf("a.png")));
+}
+
+TEST_F(FrameCommandTest, AnswersADamagedStillImageWithFour)
+{
+    QString const whole = MakeMedia("large.jpg", Picture("320x240", 1, 1.0) + QStringList{"-frames:v", "1"});
+    QByteArray const bytes = ReadMedia(whole);
+    QString const damaged = WriteMedia("cut.jpg", bytes.left(bytes.size() / 2));
+    ToolRun const run = RunTavolin({"frame", damaged, "--at", "0", "-o", PathOf("a.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
+}
+
+TEST_F(FrameCommandTest, PassesRealClipsWithoutDamage)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    for (std::string const& name : Clips::RealMovieNames()) {
+        if (Clips::IsDamaged(name))
+            continue;
+        ToolRun const run = RunTavolin({"frame", Clips::Real(name.c_str()), "--at", "0.1", "-o", PathOf("a.png")});
+        EXPECT_FALSE(run.errors.contains("damaged") || run.errors.contains("cannot be decoded; the one before"))
+            << run.errors.toStdString();
+        EXPECT_EQ(run.exitCode, 0) << name << ": " << run.errors.toStdString();
+    }
 }

@@ -42,6 +42,13 @@ void ExpectSharedValues(QJsonObject const& ours, QJsonObject const& ffprobes, QS
     }
 }
 
+// What one of them leaves out, the other one does, too.
+void ExpectSameValues(QJsonObject const& ours, QJsonObject const& ffprobes, QStringList const& keys)
+{
+    for (QString const& key : keys)
+        EXPECT_EQ(ours[key], ffprobes[key]) << key.toStdString();
+}
+
 // ffprobe's tags are all there; "rotate" may come from us.
 void ExpectSharedTags(QJsonObject const& ours, QJsonObject const& ffprobes)
 {
@@ -66,16 +73,19 @@ void ExpectLikeFfprobe(QString const& path)
     ExpectSharedTags(ours["format"].toObject(), ffprobes["format"].toObject());
     if (!ours["tavolin"].toObject()["is_image"].toBool())
         ExpectSharedValues(ours["format"].toObject(), ffprobes["format"].toObject(), {"duration"});
+    ExpectSameValues(ours["format"].toObject(), ffprobes["format"].toObject(), {"bit_rate"});
     for (QJsonValue const& value : ours["streams"].toArray()) {
         QJsonObject const stream = value.toObject();
         QJsonObject const expected = StreamOfIndex(ffprobes, stream["index"].toInt(-1));
         SCOPED_TRACE(stream["index"].toInt(-1));
+        ExpectSameValues(stream, expected,
+                         {"pix_fmt", "color_range", "color_space", "color_transfer", "color_primaries", "field_order",
+                          "bit_rate", "nb_frames"});
         if (!stream["tavolin"].toObject()["valid"].toBool())
             continue;
         ExpectSharedValues(stream, expected,
                            {"index", "codec_name", "codec_long_name", "codec_type", "width", "height", "sample_rate",
-                            "channels", "channel_layout", "pix_fmt", "color_range", "color_space", "color_transfer",
-                            "color_primaries", "chroma_location", "field_order"});
+                            "channels", "channel_layout", "chroma_location"});
         // In transport streams ffprobe keeps the format of the decoder that it tried before it knew the codec.
         if (stream["codec_name"] != "mp2")
             ExpectSharedValues(stream, expected, {"sample_fmt"});

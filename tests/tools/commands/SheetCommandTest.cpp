@@ -109,3 +109,12 @@ TEST_F(SheetCommandTest, RefusesASheetThatNobodyCouldLookAt)
     EXPECT_TRUE(run.errors.contains("more than 64 million pixels"));
     EXPECT_FALSE(QFile::exists(PathOf("a.png")));
 }
+
+TEST_F(SheetCommandTest, DrawsThePicturesOfAMovieWhoseSoundHasNoDecoder)
+{
+    QString const whole = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    ToolRun const run = Write("sheet", {WithoutDecoder("deaf.mp4", whole, "mp4a")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.Output().contains("20 pictures in 4 columns")) << run.output.toStdString();
+    EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
+}

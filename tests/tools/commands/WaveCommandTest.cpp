@@ -81,3 +81,12 @@ TEST_F(WaveCommandTest, RefusesAHeightWithoutRoomForTheChannels)
     EXPECT_TRUE(run.errors.contains("--height is at least 72 for 2 channels"));
     EXPECT_EQ(Write("wave", {TwoSeconds(), "--height", "72"}).exitCode, 0);
 }
+
+TEST_F(WaveCommandTest, DrawsTheSoundOfAMovieWhosePicturesHaveNoDecoder)
+{
+    QString const whole = Movie("movie.mp4", {"-c:v", "libx264", "-g", "50", "-bf", "3", "-c:a", "aac"});
+    ToolRun const run = Write("wave", {WithoutDecoder("blind.mp4", whole, "avc1")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.Output().contains("2 channels, peak ")) << run.output.toStdString();
+    EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
+}

@@ -35,11 +35,13 @@ RgbPicture Gradient(int width, int height)
 class PictureFileTest : public FolderTest
 {
 protected:
+    PictureTarget Target(QString const& name) const { return {PathOf(name), PictureFile::EndingOf(name)}; }
+
     // Writes and reads back, both to packed RGB.
     std::vector<uint8_t> ThroughFile(RgbPicture const& picture, QString const& name) const
     {
         QString error;
-        EXPECT_TRUE(PictureFile::Write(picture, PathOf(name), error)) << error.toStdString();
+        EXPECT_TRUE(PictureFile::Write(picture, Target(name), error)) << error.toStdString();
         std::vector<uint8_t> bytes;
         ReferenceInput(PathOf(name), 0).DecodeAll([&](AVFrame& frame) {
             EXPECT_EQ(frame.width, picture.width);
@@ -58,7 +60,7 @@ protected:
 
 TEST_F(PictureFileTest, WritesEveryFormatThatItNames)
 {
-    EXPECT_EQ(PictureFile::Endings(), (QStringList{"png", "jpg", "jpeg", "ppm"}));
+    EXPECT_EQ(PictureFile::Endings(), (QStringList{"png", "jpg", "jpeg", "ppm", "pnm"}));
     for (QString const& ending : PictureFile::Endings())
         EXPECT_EQ(ThroughFile(Gradient(20, 10), "a." + ending.toUpper()).size(), 600u) << ending.toStdString();
 }
@@ -70,7 +72,7 @@ TEST_F(PictureFileTest, WritesPpmByteForByte)
     picture.height = 2;
     picture.bytes = {'a', 'b', 'c', 'd', 'e', 'f'};
     QString error;
-    ASSERT_TRUE(PictureFile::Write(picture, PathOf("a.ppm"), error));
+    ASSERT_TRUE(PictureFile::Write(picture, Target("a.ppm"), error));
     QFile file(PathOf("a.ppm"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), "P6\n1 2\n255\nabcdef");
@@ -104,10 +106,10 @@ TEST_F(PictureFileTest, ReplacesAFile)
 TEST_F(PictureFileTest, SaysWhyItCannotWrite)
 {
     QString error;
-    EXPECT_FALSE(PictureFile::Write(Gradient(2, 2), PathOf("none/a.png"), error));
+    EXPECT_FALSE(PictureFile::Write(Gradient(2, 2), Target("none/a.png"), error));
     EXPECT_EQ(error, "No such file or directory");
     RgbPicture const nothing;
-    EXPECT_FALSE(PictureFile::Write(nothing, PathOf("b.png"), error));
+    EXPECT_FALSE(PictureFile::Write(nothing, Target("b.png"), error));
     EXPECT_EQ(error, "a picture of 0x0 does not fit this format");
     EXPECT_FALSE(QFile::exists(PathOf("b.png")));
 }

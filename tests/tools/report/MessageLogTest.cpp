@@ -1,5 +1,7 @@
 #include "tools/report/MessageLog.h"
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -26,6 +28,24 @@ TEST(MessageLogTest, ShowsMessagesWithTheirSource)
                   Logger::GetInstance().Error("Late.");
               }),
               "tavolin: a.mp4: No.\ntavolin: a.mp4: Note.\ntavolin: Late.\n");
+}
+
+// The library names files by their absolute path, by their name, or by what it was given.
+TEST(MessageLogTest, NamesTheSourceOnceInEachMessage)
+{
+    auto const shown = [](QString const& source, QString const& message) {
+        return Shown([&](MessageLog& log) {
+            log.BeginSource(source);
+            Logger::GetInstance().Info(message);
+        });
+    };
+    QString const absolute = QDir::current().absoluteFilePath("clips/a.mp4");
+    EXPECT_EQ(shown("clips/a.mp4", "File not found: " + absolute), "tavolin: File not found: clips/a.mp4\n");
+    EXPECT_EQ(shown("clips/a.mp4", "\"clips/a.mp4\" is empty."), "tavolin: \"clips/a.mp4\" is empty.\n");
+    EXPECT_EQ(shown("clips/a.mp4", "Nothing in \"a.mp4\""), "tavolin: Nothing in \"clips/a.mp4\"\n");
+    EXPECT_EQ(shown("clips/a.mp4", "Too early: a.mp4 (-4)"), "tavolin: Too early: clips/a.mp4 (-4)\n");
+    EXPECT_EQ(shown("a", "A packet."), "tavolin: a: A packet.\n");
+    EXPECT_EQ(shown("video", "No video."), "tavolin: video: No video.\n");
 }
 
 TEST(MessageLogTest, SaysCodesInWords)

@@ -1,0 +1,66 @@
+#include "tools/commands/FrameRequest.h"
+
+#include "common/TimeText.h"
+#include "decode/DecodedVideoFrame.h"
+#include "tools/output/NamePattern.h"
+#include "tools/output/RgbPicture.h"
+#include "tools/report/Console.h"
+
+namespace {
+
+// "2.5" is a time, "10p" a number of pictures.
+void TakeStep(Arguments& arguments, FrameRequest& request)
+{
+    QString const text = arguments.Text("every");
+    bool isNumber = true;
+    if (text.endsWith(QLatin1Char('p')))
+        request.pictureStep = text.left(text.size() - 1).toInt(&isNumber);
+    else
+        request.timeStep = arguments.Time("every", 0);
+    bool const isSome = request.pictureStep > 0 && (request.timeStep > 0 || text.endsWith(QLatin1Char('p')));
+    if (arguments.Has("every") && (!isNumber || !isSome))
+        arguments.Reject(QStringLiteral("--every is a time above 0, or a number of pictures such as 10p"));
+}
+
+} // namespace
+
+FrameRequest FrameRequest::From(Arguments& arguments)
+{
+    FrameRequest request;
+    request.path = arguments.OnlyFile();
+    request.isSeries = arguments.Has("every") || arguments.Has("from") || arguments.Has("to");
+    if (arguments.Has("at") == request.isSeries)
+        arguments.Reject(request.isSeries ? QStringLiteral("--at does not go with --every, --from and --to")
+                                          : QStringLiteral("frame needs --at TIME, or --every, --from or --to"));
+    request.time = arguments.Time("at", 0);
+    TakeStep(arguments, request);
+    request.range = arguments.Range();
+    request.target = arguments.PictureOutput();
+    if (request.isSeries && !request.target.IsStandardOutput() && !NamePattern(request.target.path).HasPlace())
+        arguments.Reject(QStringLiteral("for several pictures, the name after -o needs a place for their number or "
+                                        "time: shot-%04d.png or shot-%t.png"));
+    request.asStored = arguments.Has("as-stored");
+    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    return request;
+}
+
+ExitCode FrameRequest::Write(DecodedVideoFrame const& picture, PictureTarget const& to) const
+{
+    int const degrees = asStored ? 0 : picture.rotation;
+    if (degrees % 90 != 0)
+        Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
+    return WritePicture(RgbPicture::FromRecord(picture).TurnedClockwise(degrees), to,
+                        QStringLiteral("the picture at %1 (%2us)")
+                            .arg(TimeText::Clock(picture.startTime), QString::number(picture.startTime)));
+}
+
+void FrameRequest::SayDamaged(long long start, QString const& reason) const
+{
+    Console::Say(QStringLiteral("%1: the picture at %2 is damaged%3")
+                     .arg(path, TimeText::Clock(start), reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
+}
+
+void FrameRequest::SayLost(long long start) const
+{
+    Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded").arg(path, TimeText::Clock(start)));
+}
