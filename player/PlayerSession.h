@@ -53,6 +53,7 @@ public:
     // one with damage or with a half that has no decoder, 1 when one of several failed either way.
     int GetExitCode() const;
 
+    SourceOptions const& GetSourceOptions() const { return engineOptions; } // with which files are opened
     bool FollowsStreamColours() const { return engineOptions.colours.followStream; }
     void SetStreamColours(bool follow); // also for what is open
 

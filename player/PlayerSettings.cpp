@@ -45,6 +45,7 @@ PlayerSettings PlayerSettings::Load()
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
     double const stillSeconds = file.value("play/still-seconds", settings.stillSeconds).toDouble();
     settings.stillSeconds = stillSeconds > 0.0 ? stillSeconds : 0.0; // also not a number
+    settings.reading = ReadingNamed(file.value("window/reading").toString());
     settings.geometry = file.value("window/geometry").toByteArray();
     settings.lastFolder = file.value("files/last-folder").toString();
     settings.pictureFolder =
@@ -65,6 +66,7 @@ void PlayerSettings::Save() const
     file.setValue("picture/stream-colours", streamColours);
     file.setValue("picture/pixel", pixelReadout);
     file.setValue("picture/folder", pictureFolder);
+    file.setValue("window/reading", NameOf(reading));
     file.setValue("window/geometry", geometry);
     file.setValue("files/last-folder", lastFolder);
 }

@@ -15,6 +15,7 @@ class HelpOverlay;
 class PictureTools;
 class QLabel;
 class Readout;
+class Review;
 class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
@@ -66,6 +67,7 @@ private:
     void Tick();
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
+    void FitOverlays();
     void ShowNotes(PlaybackStatus const& status);
     void ShowReadout(PlaybackStatus const& status);
 
@@ -101,6 +103,7 @@ private:
 
     Readout* readout;
     std::unique_ptr<FullScreenControls> fullScreen;
+    Review* review;
 
     QTimer beat;
 };

@@ -1,7 +1,5 @@
 #include "player/controls/ControlBar.h"
 
-#include "common/TimeText.h"
-#include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/ElidedLabel.h"
 #include "player/controls/Theme.h"
@@ -59,26 +57,7 @@ QString SpeedText(double speed)
 
 int WidthOf(QWidget const& widget)
 {
-    return qBound(widget.minimumWidth(), widget.sizeHint().width(), widget.maximumWidth());
-}
-
-// Of which the end is known only by the index.
-QString PictureTime(DecodedVideoFrame const& picture, PictureIndex const* index)
-{
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    return TimeText::ShortPictureClock(picture.startTime, number >= 0 ? index->EndOf(number) : picture.startTime);
-}
-
-// Of a sequence, the numbers in the names of the files: that of the picture's and the last.
-QString PictureNumber(DecodedVideoFrame const& picture, PlaybackStatus const& status)
-{
-    PictureIndex const* index = status.index.get();
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    if (number < 0)
-        return {};
-    bool const isSequence = status.kind == SourceKind::Sequence;
-    long long const last = isSequence ? status.firstNumber + index->GetCount() - 1 : index->GetCount();
-    return QString("#%1 / %2").arg(number + status.firstNumber).arg(last);
+    return qBound(widget.minimumWidth(), widget.minimumSizeHint().width(), widget.maximumWidth());
 }
 
 } // namespace
@@ -87,8 +66,10 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
 {
     setStyleSheet(styleRules);
     play = MakeButton(Symbols::Symbol::Play, PlayerAction::PlayPause, "Play or pause");
-    time = MakeFigures(this, Theme::text);
-    number = MakeFigures(this, Theme::quietText);
+    reading = MakeFigures(this, Theme::text);
+    reading->setCursor(Qt::PointingHandCursor);
+    reading->installEventFilter(this);
+    otherReading = MakeFigures(this, Theme::quietText);
     title = MakeText(this, Theme::quietText);
     note = MakeText(this, Theme::warning);
     speed = MakeFigures(this, Theme::quietText);
@@ -106,7 +87,8 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
     row = new QHBoxLayout(this);
     row->setContentsMargins(8, 0, 8, 8);
     row->setSpacing(10);
-    for (QWidget* widget : {static_cast<QWidget*>(play), static_cast<QWidget*>(time), static_cast<QWidget*>(number)})
+    for (QWidget* widget :
+         {static_cast<QWidget*>(play), static_cast<QWidget*>(reading), static_cast<QWidget*>(otherReading)})
         row->addWidget(widget);
     row->addWidget(title, 1);
     for (QWidget* widget :
@@ -127,15 +109,34 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     return button;
 }
 
-void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown)
+void ControlBar::ShowReading(QString const& newReading, QString const& other, QString const& tip)
+{
+    reading->setText(newReading);
+    otherReading->setText(other);
+    reading->setToolTip(tip);
+    FitRow();
+}
+
+QString ControlBar::GetReading() const
+{
+    return reading->text();
+}
+
+void ControlBar::AddField(QWidget* field)
+{
+    row->insertWidget(row->indexOf(title), field);
+}
+
+bool ControlBar::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == reading && event->type() == QEvent::MouseButtonRelease)
+        emit Triggered(PlayerAction::SwitchReading);
+    return QWidget::eventFilter(watched, event);
+}
+
+void ControlBar::ShowStatus(PlaybackStatus const& status)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
-    bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    DecodedVideoFrame const* picture = shown && hasMovingPicture ? shown : nullptr;
-    QString const now = picture ? PictureTime(*picture, status.index.get()) : TimeText::ShortClock(status.position, 3);
-    time->setText(isOpen ? QString("%1 / %2").arg(now, TimeText::ShortClock(status.start + status.duration, 0))
-                         : QString());
-    number->setText(isOpen && picture ? PictureNumber(*picture, status) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
     FitRow();
 
@@ -175,14 +176,15 @@ void ControlBar::resizeEvent(QResizeEvent* event)
 // Hides one thing after the other until the rest has room.
 void ControlBar::FitRow()
 {
-    int needed = row->contentsMargins().left() + row->contentsMargins().right() + row->spacing() * (row->count() - 1);
+    QList<QWidget*> const leaving = {volume, loop, mute, fullScreen, otherReading, speed};
+    int needed = row->contentsMargins().left() + row->contentsMargins().right() - row->spacing();
     for (int i = 0; i < row->count(); ++i) {
         QWidget* const widget = row->itemAt(i)->widget();
-        needed += widget == title || widget == note ? 0 : WidthOf(*widget);
+        if (widget->isHidden() && !leaving.contains(widget))
+            continue;
+        needed += row->spacing() + WidthOf(*widget);
     }
-    for (QWidget* widget :
-         {static_cast<QWidget*>(volume), static_cast<QWidget*>(loop), static_cast<QWidget*>(mute),
-          static_cast<QWidget*>(speed), static_cast<QWidget*>(fullScreen), static_cast<QWidget*>(number)}) {
+    for (QWidget* widget : leaving) {
         bool const fits = needed <= width();
         widget->setVisible(fits);
         needed -= fits ? 0 : WidthOf(*widget) + row->spacing();
@@ -219,7 +221,7 @@ bool ControlBar::IsNoteCut() const
 
 QString ControlBar::GetReadout() const
 {
-    QStringList parts = {time->text(), number->text(), speed->text()};
+    QStringList parts = {reading->text(), otherReading->text(), speed->text()};
     parts.removeAll(QString());
     return parts.join("  ");
 }

@@ -9,10 +9,10 @@
 
 class ElidedLabel;
 class QHBoxLayout;
+class QHBoxLayout;
 class QLabel;
 class QSlider;
 class QToolButton;
-struct DecodedVideoFrame;
 struct PlaybackStatus;
 
 // The row of controls below the timeline: title, position, speed and volume. Where it has no room, what matters least
@@ -24,9 +24,14 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Shows time and number of the displayed picture, or the engine's position without one. As long as the engine does
-    // not know the true number, none is shown.
-    void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
+    void ShowStatus(PlaybackStatus const& status);
+
+    // Which picture is shown: by the reading that the user has chosen, by another one where there is room, and by
+    // what both do not tell in the tip.
+    void ShowReading(QString const& reading, QString const& other, QString const& tip);
+    QString GetReading() const;
+
+    void AddField(QWidget* field); // takes the title's place while it is visible
 
     void ShowSound(double volume, bool muted);
     void ShowLooping(bool looping);
@@ -49,10 +54,12 @@ private:
     void UpdateNote();
     void FitRow();
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override; // clicks on the reading
 
     QToolButton* play;
-    QLabel* time;
-    QLabel* number;
+    QHBoxLayout* row;
+    QLabel* reading;
+    QLabel* otherReading;
     ElidedLabel* title;
     ElidedLabel* note;
     QLabel* speed;
@@ -60,7 +67,6 @@ private:
     QToolButton* mute;
     QSlider* volume;
     QToolButton* fullScreen;
-    QHBoxLayout* row;
     bool showsPause = false;
     bool showsMuted = false;
     QString passingNote;

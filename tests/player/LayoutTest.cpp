@@ -112,7 +112,7 @@ TEST_F(PlayerLayoutTest, KeepsTimeNumberAndSpeedInViewWhileSteppingInFullScreen)
     Press(Qt::Key_Period);
     ASSERT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#1 /"); }))
         << qPrintable(readout->GetText());
-    EXPECT_EQ(readout->GetText(), "0:00:00.040 / 0:00:10  #1 / 250  paused");
+    EXPECT_EQ(readout->GetText(), "0:00:00.040 / 0:00:10.000  #1 / 250  paused");
     EXPECT_TRUE(Eventually([&] { return !readout->isVisible(); })); // it fades
     Press(Qt::Key_Period);
     EXPECT_TRUE(Eventually([&] { return readout->isVisible() && readout->GetText().contains("#2 /"); }));
