@@ -706,6 +706,22 @@ TEST_F(EngineTest, SoundIsMutedAboveTheSpeedThatWasSet)
     EXPECT_NE(Block(1000), silence);
 }
 
+// Where the sound ends is found out although nobody hears it.
+TEST_F(EngineTest, ComesToTheEndAtASpeedWithoutSound)
+{
+    for (char const* name : {"gop12.mp4", "short-video.mp4", "tone.mp3"}) {
+        Open(name);
+        engine.SetSpeed(8.0);
+        for (int i = 0; i < 40 && Status().state != PlaybackState::Ended; ++i) {
+            engine.GetPicture();
+            Wait();
+            time->Advance(100000);
+        }
+        EXPECT_EQ(Status().state, PlaybackState::Ended) << name;
+        EXPECT_TRUE(Status().durationKnown) << name;
+    }
+}
+
 TEST_F(EngineTest, BackwardsFromTheEndOfTheSoundItBeginsAtOnce)
 {
     for (char const* name : {"pure.wav", "gop12.mp4"}) {
