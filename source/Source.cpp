@@ -179,6 +179,8 @@ Source Source::OpenSequence(QString const& path, SourceOptions const& options)
     source.options = options;
     source.sequence = ImageSequence::Find(path, options.sequenceHoles, source.error);
     source.kind = source.sequence.IsEmpty() ? SourceKind::None : SourceKind::Sequence;
+    if (!source.sequence.IsEmpty())
+        source.startTimecode = StartTimecode::OfImage(source.sequence.GetFile(0), source.GetFrameRate());
     return source;
 }
 
@@ -227,6 +229,8 @@ bool Source::DescribeFile()
     pictureStream = std::max(av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0), -1);
     MediaReader::ParseMetadata(input->metadata, tags);
     TakeStreams(*input);
+    startTimecode = wholeInfo->IsImage() ? StartTimecode::OfImage(path, options.sequenceRate)
+                                         : StartTimecode::Of(*input, path, wholeInfo->GetFrameRate());
     return true;
 }
 
@@ -427,6 +431,11 @@ long long Source::GetFrameStep() const
     if (kind != SourceKind::Movie)
         return 0;
     return info->GetFrameStep() > 0 ? info->GetFrameStep() : static_cast<long long>(secondUs / options.untimedRate);
+}
+
+long long Source::GetFirstNumber() const
+{
+    return kind == SourceKind::Sequence ? sequence.GetFirstNumber() : 0;
 }
 
 long long Source::GetDuration() const

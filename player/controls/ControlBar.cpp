@@ -1,8 +1,7 @@
 #include "player/controls/ControlBar.h"
 
-#include "common/TimeText.h"
-#include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
+#include "player/controls/ElidedLabel.h"
 #include "player/controls/Theme.h"
 
 #include <QFontDatabase>
@@ -40,10 +39,9 @@ QLabel* MakeFigures(QWidget* parent, QColor const& colour)
     return label;
 }
 
-QLabel* MakeText(QWidget* parent, QColor const& colour)
+ElidedLabel* MakeText(QWidget* parent, QColor const& colour)
 {
-    auto* label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
+    auto* label = new ElidedLabel(parent);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
@@ -57,17 +55,9 @@ QString SpeedText(double speed)
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
 }
 
-// Of which the end is known only by the index.
-QString PictureTime(DecodedVideoFrame const& picture, PictureIndex const* index)
+int WidthOf(QWidget const& widget)
 {
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    return TimeText::ShortPictureClock(picture.startTime, number >= 0 ? index->EndOf(number) : picture.startTime);
-}
-
-QString PictureNumber(DecodedVideoFrame const& picture, PictureIndex const* index)
-{
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    return number >= 0 ? QString("#%1 / %2").arg(number).arg(index->GetCount()) : QString();
+    return qBound(widget.minimumWidth(), widget.minimumSizeHint().width(), widget.maximumWidth());
 }
 
 } // namespace
@@ -76,8 +66,10 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
 {
     setStyleSheet(styleRules);
     play = MakeButton(Symbols::Symbol::Play, PlayerAction::PlayPause, "Play or pause");
-    time = MakeFigures(this, Theme::text);
-    number = MakeFigures(this, Theme::quietText);
+    reading = MakeFigures(this, Theme::text);
+    reading->setCursor(Qt::PointingHandCursor);
+    reading->installEventFilter(this);
+    otherReading = MakeFigures(this, Theme::quietText);
     title = MakeText(this, Theme::quietText);
     note = MakeText(this, Theme::warning);
     speed = MakeFigures(this, Theme::quietText);
@@ -90,12 +82,13 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
     volume->setFixedWidth(sliderWidth);
     volume->setFocusPolicy(Qt::NoFocus);
     connect(volume, &QSlider::valueChanged, this, [this](int value) { emit VolumeChanged(value / 100.0); });
-    auto* fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
+    fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
 
-    auto* row = new QHBoxLayout(this);
+    row = new QHBoxLayout(this);
     row->setContentsMargins(8, 0, 8, 8);
     row->setSpacing(10);
-    for (QWidget* widget : {static_cast<QWidget*>(play), static_cast<QWidget*>(time), static_cast<QWidget*>(number)})
+    for (QWidget* widget :
+         {static_cast<QWidget*>(play), static_cast<QWidget*>(reading), static_cast<QWidget*>(otherReading)})
         row->addWidget(widget);
     row->addWidget(title, 1);
     for (QWidget* widget :
@@ -116,16 +109,36 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     return button;
 }
 
-void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown)
+void ControlBar::ShowReading(QString const& newReading, QString const& other, QString const& tip)
+{
+    reading->setText(newReading);
+    otherReading->setText(other);
+    reading->setToolTip(tip);
+    FitRow();
+}
+
+QString ControlBar::GetReading() const
+{
+    return reading->text();
+}
+
+void ControlBar::AddField(QWidget* field)
+{
+    row->insertWidget(row->indexOf(title), field);
+}
+
+bool ControlBar::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == reading && event->type() == QEvent::MouseButtonRelease)
+        emit Triggered(PlayerAction::SwitchReading);
+    return QWidget::eventFilter(watched, event);
+}
+
+void ControlBar::ShowStatus(PlaybackStatus const& status)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
-    bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    DecodedVideoFrame const* picture = shown && hasMovingPicture ? shown : nullptr;
-    QString const now = picture ? PictureTime(*picture, status.index.get()) : TimeText::ShortClock(status.position, 3);
-    time->setText(isOpen ? QString("%1 / %2").arg(now, TimeText::ShortClock(status.start + status.duration, 0))
-                         : QString());
-    number->setText(isOpen && picture ? PictureNumber(*picture, status.index.get()) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
+    FitRow();
 
     bool const isPlaying = isOpen && status.speed != 0.0 && status.state != PlaybackState::Ended;
     if (isPlaying == showsPause)
@@ -151,14 +164,31 @@ void ControlBar::ShowLooping(bool looping)
 
 void ControlBar::ShowTitle(QString const& newTitle)
 {
-    fullTitle = newTitle;
-    title->setText(title->fontMetrics().elidedText(fullTitle, Qt::ElideMiddle, title->width()));
+    title->Show(newTitle);
 }
 
 void ControlBar::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); }); // after the layout has run
+    FitRow();
+}
+
+// Hides one thing after the other until the rest has room.
+void ControlBar::FitRow()
+{
+    QList<QWidget*> const leaving = {volume, loop, mute, fullScreen, otherReading, speed};
+    int needed = row->contentsMargins().left() + row->contentsMargins().right() - row->spacing();
+    for (int i = 0; i < row->count(); ++i) {
+        QWidget* const widget = row->itemAt(i)->widget();
+        if (widget->isHidden() && !leaving.contains(widget))
+            continue;
+        needed += row->spacing() + WidthOf(*widget);
+    }
+    for (QWidget* widget : leaving) {
+        bool const fits = needed <= width();
+        widget->setVisible(fits);
+        needed -= fits ? 0 : WidthOf(*widget) + row->spacing();
+    }
 }
 
 void ControlBar::ShowPassingNote(QString const& newNote)
@@ -181,8 +211,19 @@ void ControlBar::ShowLastingNote(QString const& newNote)
 
 void ControlBar::UpdateNote()
 {
-    note->setText(GetNote());
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); });
+    note->Show(GetNote());
+}
+
+bool ControlBar::IsNoteCut() const
+{
+    return note->IsCut();
+}
+
+QString ControlBar::GetReadout() const
+{
+    QStringList parts = {reading->text(), otherReading->text(), speed->text()};
+    parts.removeAll(QString());
+    return parts.join("  ");
 }
 
 QString ControlBar::GetNote() const

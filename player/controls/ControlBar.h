@@ -7,13 +7,16 @@
 
 #include <memory>
 
+class ElidedLabel;
+class QHBoxLayout;
+class QHBoxLayout;
 class QLabel;
 class QSlider;
 class QToolButton;
-struct DecodedVideoFrame;
 struct PlaybackStatus;
 
-// The row of controls below the timeline: title, position, speed and volume.
+// The row of controls below the timeline: title, position, speed and volume. Where it has no room, what matters least
+// is hidden: nothing overlaps.
 class ControlBar : public QWidget
 {
     Q_OBJECT
@@ -21,9 +24,14 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Shows time and number of the displayed picture, or the engine's position without one. As long as the engine does
-    // not know the true number, none is shown.
-    void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
+    void ShowStatus(PlaybackStatus const& status);
+
+    // Which picture is shown: by the reading that the user has chosen, by another one where there is room, and by
+    // what both do not tell in the tip.
+    void ShowReading(QString const& reading, QString const& other, QString const& tip);
+    QString GetReading() const;
+
+    void AddField(QWidget* field); // takes the title's place while it is visible
 
     void ShowSound(double volume, bool muted);
     void ShowLooping(bool looping);
@@ -33,7 +41,9 @@ public:
     // replaced; an empty one clears it.
     void ShowPassingNote(QString const& note);
     void ShowLastingNote(QString const& note);
-    QString GetNote() const; // the text of the status line
+    QString GetNote() const;    // the text of the status line
+    bool IsNoteCut() const;     // it does not fit
+    QString GetReadout() const; // time, number and speed as they are shown, with spaces between them
 
 signals:
     void Triggered(PlayerAction action);
@@ -42,20 +52,23 @@ signals:
 private:
     QToolButton* MakeButton(Symbols::Symbol symbol, PlayerAction action, QString const& tip);
     void UpdateNote();
+    void FitRow();
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override; // clicks on the reading
 
     QToolButton* play;
-    QLabel* time;
-    QLabel* number;
-    QLabel* title;
-    QLabel* note;
+    QHBoxLayout* row;
+    QLabel* reading;
+    QLabel* otherReading;
+    ElidedLabel* title;
+    ElidedLabel* note;
     QLabel* speed;
     QToolButton* loop;
     QToolButton* mute;
     QSlider* volume;
+    QToolButton* fullScreen;
     bool showsPause = false;
     bool showsMuted = false;
-    QString fullTitle;
     QString passingNote;
     QString lastingNote;
 };

@@ -2,6 +2,7 @@
 
 #include "common/Microseconds.h"
 #include "playback/PlaybackEngine.h"
+#include "source/PictureIndex.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,9 +14,11 @@ constexpr double minSpeed = 0.05;
 constexpr double speedStep = 0.1;
 constexpr double volumeStep = 0.05;
 
+// A still image is always at its end, and yet plays until it is paused: the time for which it stays goes by.
 bool IsPlaying(PlaybackStatus const& status)
 {
-    return status.speed != 0.0 && status.state != PlaybackState::Ended && status.state != PlaybackState::Closed;
+    bool const hasEnded = status.state == PlaybackState::Ended && status.kind != SourceKind::Still;
+    return status.speed != 0.0 && !hasEnded && status.state != PlaybackState::Closed;
 }
 
 long long EndOf(PlaybackStatus const& status)
@@ -207,7 +210,8 @@ void Transport::Jump(long long distance, bool stepsWhilePaused)
 
 void Transport::MarkIn()
 {
-    in = engine.GetStatus().position;
+    PlaybackStatus const status = engine.GetStatus();
+    in = status.index ? status.index->TimeOf(status.index->NumberAt(status.position)) : status.position;
     if (out && *out <= *in)
         out.reset();
     ApplyLoop();
@@ -217,9 +221,19 @@ void Transport::MarkIn()
 void Transport::MarkOut()
 {
     PlaybackStatus const status = engine.GetStatus();
-    out = status.position + (status.width > 0 ? std::max(1LL, status.frameStep) : 1);
+    if (status.index)
+        out = status.index->EndOf(status.index->NumberAt(status.position)) + 1;
+    else
+        out = status.position + (status.width > 0 ? std::max(1LL, status.frameStep) : 1);
     if (in && *in >= *out)
         in.reset();
+    ApplyLoop();
+}
+
+void Transport::SetRange(std::optional<long long> newIn, std::optional<long long> newOut)
+{
+    in = newIn;
+    out = newOut;
     ApplyLoop();
 }
 

@@ -75,13 +75,13 @@ TEST_F(SoundLinkTest, WhatHasBeenHandedOutIsTheClock)
 {
     Leave();
     Fill(10);
-    EXPECT_EQ(Position(), 0); // the output has only just begun
+    EXPECT_EQ(Position(), 0); // the output has just begun
     Fill(20);
     EXPECT_EQ(Position(), 10000); // of the first sample of this block
     Leave();
     Fill(30);
     EXPECT_EQ(Position(), 30000);
-    EXPECT_EQ(state.drift, 30000.0); // the time source has stood still
+    EXPECT_EQ(state.drift, 30000.0); // the time source stood still
 }
 
 TEST_F(SoundLinkTest, TheClockIsWhatIsHeardNow)
@@ -153,6 +153,16 @@ TEST_F(SoundLinkTest, AnOutputThatTellsItsDelayBadlyGoesOn)
     EXPECT_EQ(Fill(10, /*delay=*/400000).back(), 200);
     EXPECT_EQ(Fill(10, /*delay=*/0).back(), 300);
     EXPECT_EQ(Fill(10, /*delay=*/400000).back(), 400);
+}
+
+TEST_F(SoundLinkTest, PlayThatHasJustBegunWaitsForTheSound)
+{
+    time.Advance(20000);
+    Leave();
+    EXPECT_EQ(Fill(10, /*delay=*/80000).back(), 10 * (20 + 9) + 10);
+    Fill(10, /*delay=*/80000);
+    link.TakeReport(state);
+    EXPECT_EQ(state.clock.GetPosition(time.GetTime()), 30000 - 80000); // what is heard now
 }
 
 // What play has shown of the pictures meanwhile is not shown once more.
