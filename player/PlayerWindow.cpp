@@ -28,8 +28,6 @@
 
 namespace {
 
-constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
-constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
 constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
@@ -37,11 +35,6 @@ constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
-
-bool IsMoving(PlaybackStatus const& status)
-{
-    return status.state == PlaybackState::Playing || status.state == PlaybackState::Opening || status.waiting;
-}
 
 QStringList LocalFiles(QMimeData const& data)
 {
@@ -73,7 +66,7 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
         Open(options.files);
     if (options.fullScreen)
         SetFullScreen(true);
-    beat.start(pausedBeat);
+    beat.Start();
 }
 
 PlayerWindow::~PlayerWindow()
@@ -138,8 +131,7 @@ void PlayerWindow::BuildLayout()
 
 void PlayerWindow::Connect()
 {
-    connect(&beat, &QTimer::timeout, this, &PlayerWindow::Tick);
-    beat.setTimerType(Qt::PreciseTimer);
+    connect(&beat, &DisplayBeat::Struck, this, &PlayerWindow::Tick);
     pointerRest.setSingleShot(true);
     connect(&pointerRest, &QTimer::timeout, this, [this] { view->setCursor(Qt::BlankCursor); });
 
@@ -240,9 +232,7 @@ void PlayerWindow::Tick()
     tools->ShowPictures();
     PlaybackStatus const status = session.Follow();
     ShowStatus(status);
-    int const interval = IsMoving(status) ? playingBeat : pausedBeat;
-    if (beat.interval() != interval)
-        beat.setInterval(interval);
+    beat.Follow(status, tools->IsBusy());
 }
 
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "player/DisplayBeat.h"
 #include "player/PlayerOptions.h"
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
@@ -92,6 +93,6 @@ private:
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
 
-    QTimer beat;
+    DisplayBeat beat;
     QTimer pointerRest; // hides the pointer in full screen
 };

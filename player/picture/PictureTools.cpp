@@ -155,6 +155,11 @@ bool PictureTools::IsPairDue(PlaybackStatus const& status)
     return isInStep || sinceInStep.elapsed() > patience;
 }
 
+bool PictureTools::IsBusy()
+{
+    return comparison && !comparison->IsInStep();
+}
+
 void PictureTools::Compare(QString const& path)
 {
     PlaybackOptions options = session.GetEngineOptions();
