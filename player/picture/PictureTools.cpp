@@ -16,7 +16,7 @@
 namespace {
 
 // Milliseconds for which the first picture waits for the second one, so that both change together, while paused.
-constexpr qint64 patience = 500;
+constexpr qint64 patience = 2000;
 constexpr int longestName = 24; // characters
 
 QString ShortName(QString const& path)
