@@ -14,6 +14,7 @@ class ControlBar;
 class HelpOverlay;
 class PictureTools;
 class QLabel;
+class Review;
 class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
@@ -61,6 +62,7 @@ private:
     void Tick();
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
+    void FitOverlays();
     void ShowNotes(PlaybackStatus const& status);
 
     void ShowOpenDialog();
@@ -92,6 +94,8 @@ private:
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
+
+    Review* review;
 
     DisplayBeat beat;
     QTimer pointerRest; // hides the pointer in full screen
