@@ -140,14 +140,9 @@ void PictureTools::FollowFirst(PlaybackStatus const& status, DecodedVideoFrame c
     comparison->SetColours(session.GetEngineOptions().colours);
     comparison->Follow(status, shown);
     PlaybackStatus const second = comparison->GetStatus();
-    bool const isClosed = second.state == PlaybackState::Closed;
-    bool const isOpen = !isClosed && second.state != PlaybackState::Opening;
-    if (isClosed && !second.error.isEmpty())
-        emit Noted(second.error);
-    else if (isOpen && second.width <= 0)
-        emit Noted(QString("%1 has no pictures to compare.").arg(comparedName));
-    else
+    if (second.state != PlaybackState::Closed || second.error.isEmpty())
         return;
+    emit Noted(second.error);
     EndComparison();
 }
 

@@ -410,7 +410,7 @@ TEST_P(LookingCloserTest, SaysWhyASecondFileCannotBeCompared)
     EXPECT_TRUE(Eventually([&] { return Note().contains("absent.mp4"); }));
     EXPECT_EQ(Tools().GetComparison(), nullptr);
     Tools().Compare(Make("tone.wav", {"-f", "lavfi", "-i", "sine=duration=1"}));
-    EXPECT_TRUE(Eventually([&] { return Note() == "tone.wav has no pictures to compare."; }));
+    EXPECT_TRUE(Eventually([&] { return Note().contains("tone.wav\" has no pictures"); }));
     EXPECT_EQ(Tools().GetComparison(), nullptr);
     Press(Qt::Key_W);
     EXPECT_EQ(Note(), "There is no second file to compare with.");
