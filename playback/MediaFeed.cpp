@@ -141,6 +141,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.firstNumber = source.GetFirstNumber();
         status.timecode = source.GetStartTimecode().text;
         status.timecodeRate = source.GetStartTimecode().rate;
         status.lowerFieldFirst = source.IsLowerFieldFirst();
@@ -153,6 +154,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.picturesDecoded = now.decodedCount;
         status.decodeRate = now.decodeRate;
         status.colours = now.colourText;
+        status.damage = now.damage;
         if (status.error.isEmpty())
             status.error = now.error;
     }

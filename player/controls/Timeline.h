@@ -44,9 +44,10 @@ public:
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
-    void SetMarks(QVector<Mark> const& marks);   // in the order of their times
-    void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
-    void SetPictureStep(long long step);         // microseconds from picture to picture; 0: unknown, or no pictures
+    void SetDamage(QVector<long long> const& times); // of pictures that could not be decoded
+    void SetMarks(QVector<Mark> const& marks);       // in the order of their times
+    void SetPeaks(QVector<quint8> const& peaks);     // over the whole media, from a WaveformReader
+    void SetPictureStep(long long step);             // microseconds from picture to picture; 0: unknown, or no pictures
     void SetIndex(std::shared_ptr<PictureIndex const> index); // of the pictures; null while it is unknown
 
     long long TimeAt(int x) const; // within the part shown
@@ -84,6 +85,7 @@ private:
     void PaintPictures(QPainter& painter) const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
+    void PaintDamage(QPainter& painter) const;
     void PaintMarks(QPainter& painter) const;
     QString NoteAt(int x) const; // of the mark there; empty without one
     void PaintHover(QPainter& painter) const;
@@ -96,6 +98,7 @@ private:
     long long position = 0;
     std::optional<long long> in;
     std::optional<long long> out;
+    QVector<long long> damage;
     QVector<quint8> peaks;
     QVector<Mark> marks;
     std::optional<int> hover; // x of the pointer
