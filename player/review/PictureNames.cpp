@@ -5,7 +5,6 @@
 #include "source/PictureIndex.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -20,8 +19,7 @@ std::optional<Timecode> StartTimecodeOf(PlaybackStatus const& status)
 long long PicturesPerTimecode(PlaybackStatus const& status)
 {
     bool const isTold = Timecode::Parse(status.timecode, status.timecodeRate).has_value();
-    double const pictures = isTold ? status.frameRate / status.timecodeRate : 1.0;
-    return std::isfinite(pictures) && pictures < Timecode::highestRate ? std::max(1LL, std::llround(pictures)) : 1;
+    return isTold ? Timecode::PicturesPerFrame(status.frameRate, status.timecodeRate) : 1;
 }
 
 } // namespace

@@ -148,7 +148,7 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
 
 QString RangeSaver::SaveSound()
 {
-    SoundStream sound(job.soundInfo);
+    SoundStream sound(job.soundInfo, job.soundStream);
     if (!job.soundInfo || !sound.Open())
         return "There is no sound that can be decoded.";
     int const channels = sound.GetChannelCount();

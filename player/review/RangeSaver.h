@@ -37,6 +37,7 @@ public:
         long long firstNumber = 0;                 // of the first picture, in the names of the files
 
         std::shared_ptr<MediaInfo> soundInfo; // for sound, as in PlaybackStatus
+        int soundStream = -1;                 // in the container
         long long origin = 0;
     };
 

@@ -406,6 +406,7 @@ void Review::SaveRange(QString const& path)
     job.options = parts.session.GetSourceOptions();
     job.index = status.index;
     job.soundInfo = status.soundInfo;
+    job.soundStream = status.soundStreams.value(status.soundStream).index;
     job.origin = status.origin;
     saver = new RangeSaver(job, this);
     connect(saver, &RangeSaver::Progressed, this, [this](QString const& text) { progress = text; });

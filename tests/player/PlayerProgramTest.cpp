@@ -102,12 +102,12 @@ TEST_F(PlayerProgramTest, TellsByItsExitCodeWhatFailedOnce)
 {
     QString const movie = DemoMovie::Make(50);
     QString const broken = WriteBroken();
-    Start({"--audio=null", "--once", "--speed=4", movie});
+    Start({"--audio=null", "--once", "--speed=8", movie});
     EXPECT_EQ(Finish(), 0) << player.readAllStandardError().toStdString();
     Start({"--audio=null", "--once", broken});
     EXPECT_EQ(Finish(), 3);
     EXPECT_TRUE(player.readAllStandardError().contains("is not a media file that can be read."));
-    Start({"--audio=null", "--once", "--speed=4", broken, movie});
+    Start({"--audio=null", "--once", "--speed=8", broken, movie});
     EXPECT_EQ(Finish(), 1);
     EXPECT_TRUE(player.readAllStandardOutput().contains("pictures shown"));
 }

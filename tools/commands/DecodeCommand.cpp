@@ -2,6 +2,7 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "source/PictureIndexReader.h"
 #include "source/SoundStream.h"
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
@@ -55,6 +56,8 @@ bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& rep
     if (!pictures && !sound)
         return false;
     report.Begin();
+    if (pictures && range.HasBegin())
+        report.SetNumbers(ReadPictureIndex(source));
     long long const from = std::max(range.from, 0LL);
     PictureStream::Picture picture;
     ReadResult result = pictures ? pictures->ReadAt(from, picture) : ReadResult::End;
@@ -140,7 +143,8 @@ Command DecodeCommand()
             "Decodes each FILE from its beginning to its end and reports the pictures, the\n"
             "sound and how long it took. With --from and --to, only the pictures that show\n"
             "between these times and the sound between them are counted; decoding begins\n"
-            "where the file allows it.\n\n"
+            "where the file allows it. With --from the report also has the numbers of the\n"
+            "pictures, as far as the file tells them.\n\n"
             "With --md5, standard output holds one line for each picture, then one for each\n"
             "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
             "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"

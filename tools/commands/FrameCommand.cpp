@@ -1,4 +1,5 @@
 #include "common/TimeText.h"
+#include "common/Timecode.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/commands/Commands.h"
@@ -7,6 +8,7 @@
 #include "tools/commands/OpenSource.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
 
 #include <algorithm>
@@ -22,6 +24,42 @@ struct Found
     bool hasErrors = false; // while it was decoded, and others beside it
     QString firstError;
 };
+
+// The number of the picture that is asked for by its timecode; false, having said why, when there is none.
+bool FindNumber(Source const& source, FrameRequest& request)
+{
+    if (request.timecode.isEmpty())
+        return true;
+    StartTimecode const& told = source.GetStartTimecode();
+    auto const start = Timecode::Parse(told.text, told.rate);
+    auto const wanted = start ? start->ParseAlike(request.timecode) : std::nullopt;
+    if (!start)
+        Console::Say(request.path + QStringLiteral(": has no timecode"));
+    else if (!wanted)
+        Console::Say(QStringLiteral("%1: there is no timecode %2; the first picture has %3")
+                         .arg(request.path, request.timecode, start->ToText()));
+    if (!wanted)
+        return false;
+    long long const number = wanted->FramesSince(*start) * Timecode::PicturesPerFrame(source.GetFrameRate(), told.rate);
+    request.number = static_cast<int>(number); // less than 24 hours of them
+    return true;
+}
+
+// The time of the picture that is asked for by its number; false, having said why, when there is none.
+bool FindTime(Source const& source, FrameRequest& request)
+{
+    if (!request.number)
+        return true;
+    long long count = 0;
+    auto const time = PictureCount::TimeOf(source, *request.number, count);
+    request.time = time.value_or(0);
+    if (!time && count == 0)
+        Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
+    else if (!time)
+        Console::Say(QStringLiteral("%1: there is no picture %2; the numbers are 0 to %3")
+                         .arg(request.path, QString::number(*request.number), QString::number(count - 1)));
+    return time.has_value();
+}
 
 ExitCode Find(Source const& source, FrameRequest const& request, MessageLog const& log, Found& found)
 {
@@ -42,7 +80,8 @@ ExitCode Find(Source const& source, FrameRequest const& request, MessageLog cons
     if (!source.IsOver(*found.picture, request.time))
         return ExitCode::Ok;
     Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(found.picture->startTime)));
+                     .arg(request.path, TimeText::Clock(request.time),
+                          TimeText::PictureClock(found.picture->startTime, found.picture->endTime)));
     return ExitCode::DecodingFailed;
 }
 
@@ -58,8 +97,9 @@ bool IsWhole(Source const& source, FrameRequest const& request, Found const& fou
     auto const lost = damage ? damage->FindLost(start, request.time) : std::nullopt;
     isLost = lost.has_value();
     if (lost)
-        Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
-                         .arg(request.path, TimeText::Clock(*lost), TimeText::Clock(start)));
+        Console::Say(
+            QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
+                .arg(request.path, TimeText::PictureClock(*lost, *lost), TimeText::PictureClock(start, start)));
     else if (!damage)
         request.SayDamaged(start, found.firstError); // it, or one near it: its packets do not tell
     else if (damage->IsDamaged(start))
@@ -95,13 +135,15 @@ ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog 
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    FrameRequest const request = FrameRequest::From(arguments);
+    FrameRequest request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayWhatItIs(*source, request.path);
+    if (!FindNumber(*source, request) || !FindTime(*source, request))
+        return ExitCode::DecodingFailed;
     return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
 }
 
@@ -111,10 +153,12 @@ Command FrameCommand()
 {
     return {"frame",
             "the exact picture at a time, as PNG, JPEG or PPM",
-            "FILE --at T | --every STEP [--from T] [--to T] -o PICTURE",
+            "FILE --at T | --number N | --every STEP [...] -o PICTURE",
             "Writes the picture of FILE that shows at T: the last one that starts at or\n"
             "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
             "of PICTURE says the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
+            "With --number it writes picture N, counted from 0 as the player does. Finding it\n"
+            "takes reading the file, for some formats decoding it up to there.\n\n"
             "With --every, --from or --to it writes many pictures, each once and to a file of\n"
             "its own: with --every 2.5 those that show every 2.5 seconds, with --every 10p\n"
             "every tenth picture, otherwise all. PICTURE then has a place for their number in\n"
@@ -125,7 +169,8 @@ Command FrameCommand()
             "The last picture shows until the file ends. If T is past that, or if the\n"
             "picture cannot be decoded, nothing is written and the exit code is 4. A damaged\n"
             "picture is written as far as it could be decoded; the exit code is 4, too.\n",
-            {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
+            {{"at", "TIME", "The time: 12.5, 00:00:12.500, 12500000us, or a timecode: 01:00:10:02."},
+             {"number", "N", "The number of the picture, from 0, instead of a time."},
              {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
              Options::from,
              Options::to,

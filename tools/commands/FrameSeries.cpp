@@ -4,6 +4,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
 
 #include <algorithm>
@@ -92,8 +93,12 @@ ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
 // Of all pictures of the source, from 0.
 long long FrameSeries::NumberOf(DecodedVideoFrame const& picture)
 {
-    if (!counter)
+    if (!counter) {
         counter = source.OpenPictures();
+        index = PictureCount::ReadIndex(source);
+    }
+    if (index && index->Has(picture.startTime, picture.endTime))
+        return index->NumberFrom(picture.startTime);
     PictureStream::Picture next;
     while (countedUpTo < picture.startTime && counter && counter->Read(next) == ReadResult::Got) {
         countedUpTo = next->startTime;
