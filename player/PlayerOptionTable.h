@@ -17,6 +17,6 @@ inline constexpr Option playerOptions[] = {
     {"mute", "yes|no", "Start without sound; --mute=no with sound.", "yes"},
     {"volume", "PERCENT", "Volume in percent, 0 to 100."},
     {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
-    {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
+    {"audio", "portaudio|null|wav:PATH", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
     {"opengl", "yes|no", "Paint with OpenGL; --opengl=no does not, nor does a computer without it."},
 };

@@ -30,17 +30,9 @@ codes: 0 ok, 1 some of several inputs failed, 2 wrong usage, 3 cannot open or
 nothing in it, 4 decoding or seeking failed, 5 writing failed.
 )";
 
-// In the order of the help.
-std::vector<Command> const& AllCommands()
-{
-    static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(), AudioCommand(),
-                                                  CheckCommand(), SheetCommand(),  WaveCommand(),  PlayCommand()};
-    return commands;
-}
-
 Command const* Find(QString const& name)
 {
-    for (Command const& command : AllCommands()) {
+    for (Command const& command : CommandLine::Commands()) {
         if (name == QLatin1String(command.name))
             return &command;
     }
@@ -81,11 +73,11 @@ QString Versions()
 QString GeneralHelp()
 {
     auto const row = [](char const* name, char const* summary) {
-        return QStringLiteral("  %1%2\n").arg(QString::fromLatin1(name).leftJustified(10), QString::fromUtf8(summary));
+        return QStringLiteral("  %1%2\n").arg(QString::fromLatin1(name).leftJustified(12), QString::fromUtf8(summary));
     };
     QString text = QStringLiteral("tavolin looks into media files, decodes and plays them.\n\n"
                                   "Usage: tavolin COMMAND [ARGUMENTS]\n\nCommands:\n");
-    for (Command const& command : AllCommands())
+    for (Command const& command : CommandLine::Commands())
         text += row(command.name, command.summary);
     return text + row("help", "all about a command: tavolin help COMMAND") + QString::fromUtf8(generalEnd);
 }
@@ -122,6 +114,14 @@ ExitCode RunCommand(Command const& command, QStringList const& given)
 }
 
 } // namespace
+
+std::vector<Command> const& CommandLine::Commands()
+{
+    static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(),
+                                                  AudioCommand(), CheckCommand(),  SheetCommand(),
+                                                  WaveCommand(),  PlayCommand(),   CompletionCommand()};
+    return commands;
+}
 
 ExitCode CommandLine::Run(QStringList const& arguments)
 {
