@@ -32,7 +32,7 @@ function(tavolin_add_headers result)
     set(${result} ${found} PARENT_SCOPE)
 endfunction()
 
-function(tavolin_install_pkgconfig_file target module)
+function(tavolin_install_pkgconfig_file target module component)
     if(IS_ABSOLUTE "${TAVOLIN_PKGCONFIG_DIR}")
         set(PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
     else()
@@ -43,6 +43,10 @@ function(tavolin_install_pkgconfig_file target module)
     tavolin_pkgconfig_path(PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
     tavolin_pkgconfig_path(PC_INCLUDEDIR "${TAVOLIN_HEADER_DIR}")
     set(PC_QT "Qt${TAVOLIN_QT_MAJOR}Core")
+    set(PC_QT_WIDGETS "Qt${TAVOLIN_QT_MAJOR}Widgets")
+    if(TAVOLIN_QT_MAJOR GREATER_EQUAL 6)
+        string(APPEND PC_QT_WIDGETS ", Qt6OpenGLWidgets")
+    endif()
     set(PC_FFMPEG "libavformat, libavcodec, libavutil, libswscale, libswresample")
     if(TAVOLIN_ZIMG_FOUND)
         string(APPEND PC_FFMPEG ", zimg")
@@ -58,18 +62,36 @@ function(tavolin_install_pkgconfig_file target module)
         set(PC_PUBLIC ", ${PC_FFMPEG}")
     endif()
     configure_file("${PROJECT_SOURCE_DIR}/cmake/pkgconfig/${module}.pc.in" "${PROJECT_BINARY_DIR}/${module}.pc" @ONLY)
-    install(FILES "${PROJECT_BINARY_DIR}/${module}.pc" DESTINATION "${TAVOLIN_PKGCONFIG_DIR}" COMPONENT development)
+    install(FILES "${PROJECT_BINARY_DIR}/${module}.pc" DESTINATION "${TAVOLIN_PKGCONFIG_DIR}" COMPONENT ${component})
 endfunction()
 
-# tavolin_install_library(TavolinAV tavolinav): the library, its export header and its pkg-config file.
+# tavolin_install_library(TavolinAV tavolinav [WIDGETS]): the library, its export header and its pkg-config file. With
+# WIDGETS they are components of their own, so that nobody gets Qt's windows who only decodes.
 function(tavolin_install_library target module)
-    install(TARGETS ${target} EXPORT TavolinTargets
-        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT libraries
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT libraries NAMELINK_COMPONENT development
-        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+    set(libraries libraries)
+    set(development development)
+    set(targets TavolinTargets)
+    if("WIDGETS" IN_LIST ARGN)
+        set(libraries widgets)
+        set(development widgets_development)
+        set(targets TavolinWidgetsTargets)
+    endif()
+    install(TARGETS ${target} EXPORT ${targets}
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${libraries}
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${libraries} NAMELINK_COMPONENT ${development}
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${development})
     install(FILES "${PROJECT_BINARY_DIR}/generated/${target}Export.h" DESTINATION "${TAVOLIN_HEADER_DIR}"
-        COMPONENT development)
-    tavolin_install_pkgconfig_file(${target} ${module})
+        COMPONENT ${development})
+    tavolin_install_pkgconfig_file(${target} ${module} ${development})
+endfunction()
+
+# tavolin_install_headers(COMPONENT HEADER...)
+function(tavolin_install_headers component)
+    foreach(header IN LISTS ARGN)
+        get_filename_component(folder "${header}" DIRECTORY)
+        install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${TAVOLIN_HEADER_DIR}/${folder}"
+            COMPONENT ${component})
+    endforeach()
 endfunction()
 
 # Adds to the list `result` the headers of a folder (paths from the root) that export something.
@@ -103,11 +125,21 @@ endif()
 
 set(headers "")
 tavolin_add_headers(headers ${public})
-foreach(header IN LISTS headers)
-    get_filename_component(folder "${header}" DIRECTORY)
-    install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${TAVOLIN_HEADER_DIR}/${folder}"
-        COMPONENT development)
-endforeach()
+tavolin_install_headers(development ${headers})
+
+# The widgets' headers are their own package's, with what only they include.
+if(TARGET TavolinWidgets)
+    tavolin_install_library(TavolinWidgets tavolinwidgets WIDGETS)
+    set(widgets "")
+    tavolin_find_exporting_headers(player/controls TAVOLINWIDGETS_EXPORT widgets)
+    tavolin_find_exporting_headers(player/picture TAVOLINWIDGETS_EXPORT widgets)
+    set(widget_headers "")
+    tavolin_add_headers(widget_headers ${widgets})
+    list(REMOVE_ITEM widget_headers ${headers})
+    tavolin_install_headers(widgets_development ${widget_headers})
+    install(EXPORT TavolinWidgetsTargets NAMESPACE Tavolin:: DESTINATION "${TAVOLIN_CONFIG_DIR}"
+        COMPONENT widgets_development)
+endif()
 
 install(EXPORT TavolinTargets NAMESPACE Tavolin:: DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)
 configure_package_config_file(

@@ -4,6 +4,8 @@ set(TAVOLIN_PACKAGE_VERSION "${PROJECT_VERSION}-1")
 set(libraries_package "libtavolinav${PROJECT_VERSION_MAJOR}")
 set(development_package "libtavolinav-dev")
 set(tools_package "tavolin-tools")
+set(widgets_package "libtavolinwidgets${PROJECT_VERSION_MAJOR}")
+set(widgets_development_package "libtavolinwidgets-dev")
 set(player_package "tavolin-player")
 set(python_package "python3-tavolin")
 set(archive_package "tavolin-archive")
@@ -11,6 +13,9 @@ set(archive_package "tavolin-archive")
 set(components libraries development)
 if(TARGET tavolin)
     list(APPEND components tools)
+endif()
+if(TARGET TavolinWidgets)
+    list(APPEND components widgets widgets_development)
 endif()
 if(TARGET tavolin-player)
     list(APPEND components player)
@@ -51,7 +56,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS # our own libraries, which the programs' packages ask for by name
-    "${PROJECT_BINARY_DIR}" "${PROJECT_BINARY_DIR}/common" "${PROJECT_BINARY_DIR}/playback")
+    "${PROJECT_BINARY_DIR}" "${PROJECT_BINARY_DIR}/common" "${PROJECT_BINARY_DIR}/playback"
+    "${PROJECT_BINARY_DIR}/player")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
@@ -87,8 +93,23 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "describe and decode media files on the comma
 The command tavolin describes movies, sound, still images and image sequences,
 decodes and checks them, and takes exact pictures out of them.")
 
+set(CPACK_DEBIAN_WIDGETS_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_WIDGETS_PACKAGE_DEPENDS "${ours}")
+set(CPACK_DEBIAN_WIDGETS_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
+set(CPACK_DEBIAN_WIDGETS_DESCRIPTION "media decoding library (widgets)
+Probes and decodes movies, sound, still images and image sequences. This
+package holds the library of widgets that show its pictures: a view, a timeline
+and the keys of a transport.")
+
+set(CPACK_DEBIAN_WIDGETS_DEVELOPMENT_PACKAGE_SECTION libdevel)
+string(JOIN ", " CPACK_DEBIAN_WIDGETS_DEVELOPMENT_PACKAGE_DEPENDS
+    "${widgets_package} (= ${TAVOLIN_PACKAGE_VERSION})" "${development_package} (= ${TAVOLIN_PACKAGE_VERSION})")
+set(CPACK_DEBIAN_WIDGETS_DEVELOPMENT_DESCRIPTION "media decoding library (widgets, development files)
+Probes and decodes movies, sound, still images and image sequences. This
+package holds the headers of its widgets and what CMake and pkg-config need.")
+
 set(CPACK_DEBIAN_PLAYER_PACKAGE_SECTION video)
-set(CPACK_DEBIAN_PLAYER_PACKAGE_DEPENDS "${ours}")
+set(CPACK_DEBIAN_PLAYER_PACKAGE_DEPENDS "${ours}, ${widgets_package} (= ${TAVOLIN_PACKAGE_VERSION})")
 set(CPACK_DEBIAN_PLAYER_DESCRIPTION "media player exact to the picture
 Plays movies, sound, still images and image sequences forwards and backwards
 at variable speed, for people who review pictures.")

@@ -75,9 +75,11 @@ function(tavolin_lead_fuzzers target)
     endif()
 endfunction()
 
-# tavolin_add_library(TavolinAV AV): the target, its alias Tavolin::AV, hidden symbols and the export header
-# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT.
+# tavolin_add_library(TavolinAV AV [HEADERS]): the target, its alias Tavolin::AV, hidden symbols and the export header
+# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT. HEADERS: what is precompiled for it, by default "Library".
 function(tavolin_add_library target alias)
+    set(headers Library ${ARGN})
+    list(GET headers -1 headers)
     add_library(${target})
     add_library(Tavolin::${alias} ALIAS ${target})
     tavolin_use_build_flags(${target})
@@ -88,7 +90,7 @@ function(tavolin_add_library target alias)
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
     tavolin_hide_symbols(${target})
-    tavolin_use_precompiled(${target} Library)
+    tavolin_use_precompiled(${target} ${headers})
     tavolin_lead_fuzzers(${target})
     generate_export_header(${target} EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/generated/${target}Export.h")
     if(NOT BUILD_SHARED_LIBS)

@@ -55,6 +55,11 @@ function(tavolin_note_test_program target)
     set_property(GLOBAL APPEND_STRING PROPERTY TAVOLIN_TEST_PROGRAMS "${target} ${sources}\n")
 endfunction()
 
+# tavolin_note_plain_tests(TARGET...): these are not built, or skip themselves, under a sanitizer. ./test names the tests.
+function(tavolin_note_plain_tests)
+    add_dependencies(PlainTests ${ARGN})
+endfunction()
+
 # Writes a line a program: its name and its sources.
 function(tavolin_list_test_programs)
     get_property(programs GLOBAL PROPERTY TAVOLIN_TEST_PROGRAMS)

@@ -86,6 +86,29 @@ QString ClockText(long long time, int hourDigits, int decimals)
     return decimals == 0 ? text : text + QLatin1Char('.') + Padded(distance % secondsDistance, 6).left(decimals);
 }
 
+// The first multiple of `unit` from `time` on; empty beyond all times.
+std::optional<long long> RoundedUp(long long time, long long unit)
+{
+    long long const rest = time % unit;
+    if (rest <= 0)
+        return time - rest;
+    if (time > std::numeric_limits<long long>::max() - (unit - rest))
+        return std::nullopt;
+    return time + unit - rest;
+}
+
+QString PictureText(long long start, long long end, int hourDigits)
+{
+    int decimals = 3;
+    for (long long unit = 1000; unit > 1; unit /= 10) { // microseconds
+        auto const moment = RoundedUp(start, unit);
+        if (moment && *moment <= end)
+            return ClockText(*moment, hourDigits, decimals);
+        ++decimals;
+    }
+    return ClockText(start, hourDigits, decimals);
+}
+
 } // namespace
 
 std::optional<long long> TimeText::Parse(QString const& text)
@@ -108,6 +131,16 @@ QString TimeText::Clock(long long time)
 QString TimeText::ShortClock(long long time, int decimals)
 {
     return ClockText(time, 1, decimals);
+}
+
+QString TimeText::PictureClock(long long start, long long end)
+{
+    return PictureText(start, end, 2);
+}
+
+QString TimeText::ShortPictureClock(long long start, long long end)
+{
+    return PictureText(start, end, 1);
 }
 
 QString TimeText::Seconds(long long time)

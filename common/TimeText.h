@@ -12,9 +12,15 @@ namespace TimeText {
 // Empty for any other text and for a time that does not fit 64 bits.
 std::optional<long long> Parse(QString const& text);
 
-// Truncated, never rounded up: that moment has not come yet.
+// Of a position in time. Truncated, never rounded up: that moment has not come yet.
 QString Clock(long long time);                    // "00:00:12.500"
 QString ShortClock(long long time, int decimals); // "0:00:12.48" with 2 decimals, "0:00:12" with none; at most 6
+
+// The name of a picture that shows from `start` to `end`: the first moment of it that milliseconds can say, and where
+// it is too short for one, as many digits more as it takes. Read back, it is a time at which just this picture shows.
+// `start` as `end`, where that is not known, gives all digits that `start` has.
+QString PictureClock(long long start, long long end);      // "00:00:00.234" from 233566 to 266932
+QString ShortPictureClock(long long start, long long end); // "0:00:00.234"
 
 QString Seconds(long long time); // "12.500000"
 

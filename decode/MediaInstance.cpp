@@ -147,7 +147,7 @@ bool MediaInstance::OpenAudio(MediaInfo const& info)
 {
     Logger& logger = Logger::GetInstance();
     FfmpegBridge::DecoderPtr decoder = nullptr;
-    audioStreamIndex = av_find_best_stream(formatContext.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    audioStreamIndex = av_find_best_stream(formatContext.get(), AVMEDIA_TYPE_AUDIO, wantedAudioStream, -1, &decoder, 0);
     if (audioStreamIndex < 0) {
         LogMissingStream(missingAudio, audioStreamIndex);
         return false;
@@ -434,6 +434,11 @@ void MediaInstance::SetDecoderFrameRate(double frameRate)
 {
     if (videoDecoder)
         videoDecoder->SetFrameRate(frameRate);
+}
+
+void MediaInstance::SetAudioStream(int streamIndex)
+{
+    wantedAudioStream = std::max(streamIndex, -1);
 }
 
 void MediaInstance::SetMostThreads(int threads)

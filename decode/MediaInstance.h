@@ -117,6 +117,11 @@ public:
     // too.
     void SetMostThreads(int threads);
 
+    // Which stream of sound is opened, by its position among the container's streams; -1, as at first: the best one.
+    // The opening fails where that is no stream of sound or has no decoder. Counts from the next opening of the input
+    // on, that of Initialize too.
+    void SetAudioStream(int streamIndex);
+
     // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
     // default by the converter's defaults, whatever the stream says. In every state.
     void SetColours(ColourSettings const& colours);
@@ -161,6 +166,7 @@ private:
     bool seekFailed = false;
     ColourSettings colours;
     int mostThreads = 0;
+    int wantedAudioStream = -1; // the best
 
     // The decoders use the codec contexts, so they are declared after them and go first.
     FfmpegPtr<AVFormatContext> formatContext;

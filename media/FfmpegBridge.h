@@ -179,6 +179,26 @@ inline int32_t const* DisplayMatrix(AVStream const* stream)
 // Whether the demuxer leaves it to us to write the "rotate" tag of a turned stream: FFmpeg 4 wrote it itself.
 constexpr bool mustWriteRotateTag = LIBAVFORMAT_VERSION_MAJOR >= 59;
 
+// The container's index of the stream, as far as it has been read.
+inline int IndexEntryCount(AVStream const* stream)
+{
+#if LIBAVFORMAT_VERSION_MAJOR >= 59
+    return avformat_index_get_entries_count(stream);
+#else
+    return stream->nb_index_entries;
+#endif
+}
+
+// `position`: from 0, below the count. Valid until the next packet is read.
+inline AVIndexEntry const* IndexEntryAt(AVStream* stream, int position)
+{
+#if LIBAVFORMAT_VERSION_MAJOR >= 59
+    return avformat_index_get_entry(stream, position);
+#else
+    return &stream->index_entries[position];
+#endif
+}
+
 // FFmpeg 7 takes it that the codec is open; earlier versions ask.
 inline int ReceiveFrame(AVCodecContext* context, AVFrame* frame)
 {

@@ -11,6 +11,9 @@ namespace {
 // takes a system call, after which the other thread may run first.
 constexpr auto longestRest = std::chrono::milliseconds(10);
 
+// Microseconds of another stream of sound that are decoded before it takes over.
+constexpr long long soundToChange = 200000;
+
 // One sentence for the reader, without an allocation where there may be no memory.
 QString TroubleOf(std::exception const& exception)
 {
@@ -60,10 +63,18 @@ void DecodingThread::Open(QString const& newPath, bool newIsSequence)
     path = newPath;
     isSequence = newIsSequence;
     ordered = true;
+    soundStream = options.soundStream;
+    soundOrdered = false;
     opening = !path.isEmpty();
     error.clear();
     noteMedia();
     Notify();
+}
+
+void DecodingThread::ChangeSound(int newSoundStream)
+{
+    soundStream = newSoundStream;
+    soundOrdered = ordered || opening || media;
 }
 
 void DecodingThread::Run()
@@ -75,13 +86,15 @@ void DecodingThread::Run()
         try {
             while (ordered && !quitting)
                 TakeUpOrder(lock);
+            if (soundOrdered && !quitting)
+                TakeUpSound(lock);
             seen = state.wakeSerial;
             worked = media && Work(lock);
         } catch (std::exception const& exception) {
             GiveUp(lock, TroubleOf(exception));
         }
         progress.notify_all();
-        auto const isDue = [&] { return worked || quitting || ordered || state.wakeSerial != seen; };
+        auto const isDue = [&] { return worked || quitting || ordered || soundOrdered || state.wakeSerial != seen; };
         if (state.clock.GetSpeed() != 0.0)
             wake.wait_for(lock, longestRest, isDue);
         else
@@ -124,6 +137,8 @@ void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSeque
     now.colours = need.colours;
     QString trouble;
     auto made = MediaFeed::Open(asked, askedSequence, now, need.budget, stop, trouble);
+    if (made)
+        made->StartNumbers(indexThreads);
     lock.lock();
     media = std::move(made);
     if (state.openSerial != serial)
@@ -136,11 +151,36 @@ void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSeque
 
     progress.notify_all();
     lock.unlock();
-    auto sound = media->OpenSound(stop);
+    auto sound = media->OpenSound(now.soundStream, stop);
     lock.lock();
     media->sound = std::move(sound);
     media->soundPending = false;
     noteMedia();
+}
+
+// The new stream is decoded around the position before it takes over, so that no moment is silent.
+void DecodingThread::TakeUpSound(Lock& lock)
+{
+    int const number = soundStream;
+    long long const serial = state.openSerial;
+    bool const isWanted = media && media->sound;
+    lock.unlock();
+    StopCheck const stop = [this, serial] { return ask().openSerial != serial; };
+    auto sound = isWanted ? media->OpenSound(number, stop) : nullptr;
+    while (sound && !stop() && !sound->HasSound(ask(), soundToChange) && sound->Work(ask(), ask, soundToChange))
+        continue;
+    lock.lock();
+    if (state.openSerial == serial) {
+        soundOrdered = soundStream != number;
+        if (sound)
+            std::swap(media->sound, sound);
+        noteMedia();
+    }
+    lock.unlock();
+    if (sound)
+        sound->GetOutput()->Clear(); // the output thread may still hold it, and frees nothing
+    sound.reset();
+    lock.lock();
 }
 
 // What was interrupted cannot be trusted any more.

@@ -23,6 +23,7 @@ public:
     ~DecodingThread(); // breaks off what is under way, and waits for the thread
 
     void Open(QString const& path, bool isSequence); // as of the state's openSerial; an empty path closes
+    void ChangeSound(int soundStream);               // of what is open or opening, see SourceOptions
     void Notify() { wake.notify_one(); }             // after a change of the state's wakeSerial
 
     // Until a piece of work is done; false when `until` has passed. Lets go of the lock meanwhile.
@@ -35,7 +36,9 @@ public:
     MediaFeed const* GetMedia() const { return ordered || opening ? nullptr : media.get(); }
 
     bool IsOpening() const { return opening; } // until there is a picture or a sound, or the failure is known
-    bool IsBusy() const { return ordered || opening || (media && media->soundPending); } // opening, also sound; closing
+    // Opening, also sound, or another stream of sound; closing.
+    bool IsBusy() const { return ordered || opening || soundOrdered || (media && media->soundPending); }
+    bool IsSoundChanging() const { return soundOrdered; }
     QString const& GetPath() const { return path; }
     QString const& GetError() const { return error; } // of the opening, or what the thread has given up for
 
@@ -45,10 +48,12 @@ private:
     void Run();
     void TakeUpOrder(Lock& lock);
     void OpenMedia(Lock& lock, QString const& asked, bool askedSequence, long long serial);
+    void TakeUpSound(Lock& lock);
     bool Work(Lock& lock);
     void GiveUp(Lock& lock, QString const& trouble);
 
     PlaybackOptions const options;
+    IndexThreads indexThreads; // the thread's alone
     std::mutex& mutex;
     PlayState const& state;
     AskNeed const ask;
@@ -62,6 +67,8 @@ private:
     bool isSequence = false;
     bool ordered = false; // the source at `path` is not taken up yet
     bool opening = false;
+    int soundStream = -1;
+    bool soundOrdered = false; // the media's sound is not that of `soundStream` yet
     QString error;
     std::unique_ptr<MediaFeed> media;
 

@@ -23,6 +23,7 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
     auto feed = std::make_unique<MediaFeed>();
     feed->source = isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options);
     Source const& source = feed->source;
+    feed->soundStreams = source.GetSoundStreams();
     feed->kind = source.GetKind();
     error = source.GetError();
     if (feed->kind == SourceKind::None)
@@ -38,7 +39,7 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
     if (!source.HasSound())
         return nullptr;
     feed->kind = SourceKind::Sound;
-    feed->sound = wantsSound ? feed->OpenSound(stop) : nullptr;
+    feed->sound = wantsSound ? feed->OpenSound(options.soundStream, stop) : nullptr;
     if (feed->sound)
         return feed;
     error = QStringLiteral("The sound of \"%1\" cannot be decoded.").arg(path);
@@ -67,13 +68,22 @@ bool MediaFeed::OpenPictures(long long budget, StopCheck const& stop)
     return true;
 }
 
-std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(StopCheck const& stop) const
+std::unique_ptr<SoundFeeder> MediaFeed::OpenSound(int soundStream, StopCheck const& stop) const
 {
-    auto stream = source.OpenSound();
+    auto stream = source.OpenSound(soundStream);
     if (!stream)
         return nullptr;
     auto opened = std::make_unique<SoundFeeder>(std::move(stream), pictures ? pictures->GetOrigin() : 0);
     return opened->Begin(stop) ? std::move(opened) : nullptr;
+}
+
+void MediaFeed::StartNumbers(IndexThreads& threads)
+{
+    if (!pictures || kind == SourceKind::SoundWithCover)
+        return;
+    numbers = threads.Start(source);
+    if (kind == SourceKind::Movie) // the other kinds are numbered by arithmetic
+        pictures->SetNumbers(*numbers);
 }
 
 // While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
@@ -126,8 +136,10 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     status.width = width;
     status.height = height;
     if (pictures) {
+        status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.lowerFieldFirst = source.IsLowerFieldFirst();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;
         status.cacheEnd = span.end;
@@ -145,6 +157,10 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.sampleRate = sound->GetOutput()->GetSampleRate();
         status.soundInfo = source.GetInfo();
         status.origin = sound->GetOrigin();
+        status.soundStreams = soundStreams;
+        auto const plays = [this](SoundStreamInfo const& stream) { return stream.index == sound->GetStreamIndex(); };
+        auto const playing = std::find_if(soundStreams.begin(), soundStreams.end(), plays);
+        status.soundStream = static_cast<int>(std::distance(soundStreams.begin(), playing));
         SoundFeeder::Snapshot const now = sound->GetSnapshot();
         SoundFeeder::Cover const& cover = forwards ? now.forwards : now.backwards;
         status.soundStart = std::max(cover.from, now.begin) - sound->GetOrigin();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "playback/PictureFeeder.h"
+#include "playback/PictureNumbers.h"
 #include "playback/PlayState.h"
 #include "playback/PlaybackOptions.h"
 #include "playback/PlaybackStatus.h"
@@ -20,8 +21,11 @@ struct MediaFeed
     // Frees no sound on the output thread, which may still be filling a block from it.
     ~MediaFeed();
 
-    // The sound of it; null when it cannot be decoded.
-    std::unique_ptr<SoundFeeder> OpenSound(StopCheck const& stop) const;
+    // The sound of it, of the stream of that number, see SourceOptions; null when it cannot be decoded.
+    std::unique_ptr<SoundFeeder> OpenSound(int soundStream, StopCheck const& stop) const;
+
+    // Decoding thread, once pictures are open: begins to number them.
+    void StartNumbers(IndexThreads& threads);
 
     // Does the most urgent piece of work; false when there is nothing to do for `need`.
     bool Work(PlayNeed const& need, AskNeed const& ask);
@@ -34,8 +38,10 @@ struct MediaFeed
 
     Source source;
     SourceKind kind = SourceKind::None;      // Sound, too, where the pictures are left out or cannot be decoded
+    std::unique_ptr<PictureNumbers> numbers; // of the pictures; null until it has been started
     std::unique_ptr<PictureFeeder> pictures; // null without pictures
     std::unique_ptr<SoundFeeder> sound;      // null without sound
+    QList<SoundStreamInfo> soundStreams;     // of the container
     bool soundPending = false;               // the sound of a movie is opened after its first picture
 
     int width = 0;  // pixels, of the pictures as coded

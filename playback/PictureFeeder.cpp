@@ -2,6 +2,7 @@
 
 #include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
+#include "playback/PictureNumbers.h"
 
 #include <algorithm>
 #include <chrono>
@@ -59,6 +60,13 @@ bool PictureFeeder::Begin(StopCheck const& stop)
     followsCache = true;
     Publish();
     return true;
+}
+
+void PictureFeeder::SetNumbers(PictureNumbers& newNumbers)
+{
+    numbers = &newNumbers;
+    PictureCache::Place const first = Find(own.first, 0);
+    numbers->Note(first.start, first.end);
 }
 
 bool PictureFeeder::Work(PlayNeed const& need, AskNeed const& ask)
@@ -165,10 +173,10 @@ bool PictureFeeder::SeekTo(long long time, long long earliest, PlayNeed const& n
         own.failedSerial = need.seekSerial;
         return true;
     }
+    NotePicture(picture);
     // A source that cannot find an earlier picture shows this one from there on.
     picture->startTime = std::min(picture->startTime, time);
     released = cache.TakeAll();
-    NotePicture(picture);
     cache.Append(picture);
     followsCache = true;
     aim = smallestSegment;
@@ -371,6 +379,8 @@ void PictureFeeder::HeedColours(PlayNeed const& need)
 // The sizes that the cache reckons with follow the pictures.
 void PictureFeeder::NotePicture(Picture const& picture)
 {
+    if (numbers)
+        numbers->Note(picture->startTime, picture->endTime);
     pictureBytes = std::max(pictureBytes, static_cast<long long>(picture->size));
 }
 

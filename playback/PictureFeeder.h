@@ -9,6 +9,8 @@
 #include <mutex>
 #include <vector>
 
+class PictureNumbers;
+
 // Keeps the picture cache filled from a picture source: forwards picture by picture, backwards in segments, as the play
 // position and the byte budget want it.
 //
@@ -49,6 +51,9 @@ public:
 
     // Decoding thread. Reads the first picture of all; false when there is none.
     bool Begin(StopCheck const& stop);
+
+    // Decoding thread, right after Begin: where each picture is noted, which must outlive this.
+    void SetNumbers(PictureNumbers& newNumbers);
 
     // Decoding thread, after Begin: container time of media time 0.
     long long GetOrigin() const { return source->GetOrigin(); }
@@ -104,6 +109,7 @@ private:
     PictureCache cache;
 
     // The decoding thread's.
+    PictureNumbers* numbers = nullptr; // null: nobody notes pictures
     long long budget;
     long long pictureBytes = 0;       // of the largest picture so far
     long long heededPictureBytes = 0; // that the cache reckons with

@@ -4,6 +4,16 @@
 
 #include <functional>
 
+// A short piece of sound while paused, at a picture that was stepped or dragged to.
+struct SoundPiece
+{
+    static constexpr long long duration = 60000; // microseconds
+
+    long long serial = 0;   // 0: none
+    long long position = 0; // media time at which it begins, or ends when it sounds backwards
+    bool forwards = true;
+};
+
 // What the feeders of the decoding thread have to provide for: where play is, and where it is going. Times are
 // microseconds of media time.
 struct PlayNeed
@@ -15,6 +25,7 @@ struct PlayNeed
     int steps = 0;            // pictures still to step, negative ones backwards
     bool preview = false;     // any picture near the position will do for now
     bool needsSound = true;   // false at a speed without sound, and for a preview while paused
+    SoundPiece piece;         // to be decoded whatever `needsSound` says
     long long budget = 0;     // bytes of cached pictures
     ColourSettings colours;   // of the pictures
     long long openSerial = 0; // see PlayState
@@ -32,6 +43,8 @@ struct SoundRun
     long long position = 0;   // of the first frame
     double speed = 0.0;       // multiple of normal, below 0 backwards
     double volume = 1.0;      // factor of every sample
+    SoundPiece piece;         // in place of play; its position is the container's time
+    long long restarts = 0;   // counts the times that the output lost its place and begins again at `position`
 };
 
 // Where the sound output is.
@@ -40,5 +53,5 @@ struct SoundReport
     long long clockSerial = -1; // of the clock that the output followed, see PlayState
     double position = 0.0;      // of the block's first frame, media time
     long long instant = 0;      // at which that frame is heard
-    double drift = 0.0;         // microseconds by which the output is ahead of the time source
+    double drift = 0.0;         // see PlaybackStatus
 };

@@ -9,6 +9,7 @@ namespace {
 constexpr double fastest = 16.0;
 constexpr double loudest = 1000000.0;
 constexpr int mostSteps = 1000000;
+constexpr long long longestReport = 500000; // microseconds for which the sound output's last report counts
 constexpr long long farAway = std::numeric_limits<long long>::max() / 4; // no position is beyond: sums stay small
 
 double Finite(double value)
@@ -38,6 +39,7 @@ void PlayState::SetSpeed(double newSpeed, long long now)
     ended = false;
     waiting = speed != 0.0 && (waiting || begins);
     if (speed != 0.0) {
+        DropPiece();
         forwards = speed > 0.0;
         steps = 0;
         preview = false;
@@ -63,9 +65,12 @@ void PlayState::Seek(long long time, long long now)
 
 void PlayState::SeekPreview(long long time, long long until, long long now)
 {
+    long long const former = GetPosition(now);
     Seek(time, now);
     preview = true;
     previewUntil = until;
+    if (speed == 0.0 && reported != former)
+        AskForPiece(reported, reported > former);
 }
 
 void PlayState::SetLoop(long long start, long long end)
@@ -77,6 +82,20 @@ void PlayState::SetLoop(long long start, long long end)
 void PlayState::SetVolume(double newVolume)
 {
     volume = std::clamp(Finite(newVolume), 0.0, loudest);
+}
+
+void PlayState::SetMuted(bool newMuted)
+{
+    muted = newMuted;
+    if (muted)
+        DropPiece();
+}
+
+void PlayState::SetScrubSound(bool on)
+{
+    scrubSound = on;
+    if (!on)
+        DropPiece();
 }
 
 void PlayState::SetMuteAboveSpeed(double newSpeed)
@@ -128,14 +147,32 @@ void PlayState::Begin(long long now)
     waiting = false;
     Place(clock.GetPosition(now), now);
     begunAt = reported;
+    heardUntil = notHeard;
     Run(speed, now);
 }
 
 void PlayState::MakeStep(long long start, bool isLast, long long now)
 {
+    if (!isLast)
+        AskForPiece(start, steps > 0);
     Place(start, now);
     untouched = false;
     steps = isLast ? 0 : steps - (steps > 0 ? 1 : -1);
+}
+
+void PlayState::AskForPiece(long long position, bool isForwards)
+{
+    if (!scrubSound || muted)
+        return;
+    piece = {++pieceCount, position, isForwards};
+    isPieceAwaited = true;
+    ++wakeSerial;
+}
+
+void PlayState::DropPiece()
+{
+    piece = {};
+    isPieceAwaited = false;
 }
 
 void PlayState::Follow(SoundReport const& report)
@@ -144,6 +181,7 @@ void PlayState::Follow(SoundReport const& report)
         return;
     clock.SetPosition(report.position, report.instant);
     drift = report.drift;
+    heardUntil = report.instant + longestReport;
 }
 
 long long PlayState::GetPosition(long long now) const
@@ -164,6 +202,8 @@ PlayNeed PlayState::GetNeed(long long now) const
     need.steps = steps;
     need.preview = preview;
     need.needsSound = std::fabs(speed) <= muteAboveSpeed && !(preview && speed == 0.0);
+    if (isPieceAwaited)
+        need.piece = piece;
     need.openSerial = openSerial;
     need.seekSerial = seekSerial;
     return need;
@@ -176,6 +216,11 @@ SoundRun PlayState::GetSoundRun() const
     run.speed = IsRunning() ? speed : 0.0;
     run.sounding = IsRunning() && !muted && std::fabs(speed) <= muteAboveSpeed;
     run.volume = volume;
+    if (!IsRunning() && piece.serial != 0 && !isPieceAwaited) {
+        run.piece = piece;
+        run.speed = piece.forwards ? 1.0 : -1.0;
+        run.sounding = true;
+    }
     return run;
 }
 
@@ -206,6 +251,7 @@ void PlayState::Jump(long long position, long long now)
     untouched = false;
     preview = false;
     steps = 0;
+    DropPiece();
     ++seekSerial;
     ++wakeSerial;
 }

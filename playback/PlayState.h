@@ -3,6 +3,8 @@
 #include "playback/PlayClock.h"
 #include "playback/PlayNeed.h"
 
+#include <limits>
+
 // The moments between which play moves. Microseconds of media time.
 struct PlayRange
 {
@@ -21,6 +23,8 @@ struct PlayRange
 // read; only the operations change them. Times are microseconds of media time.
 struct PlayState
 {
+    static constexpr long long notHeard = std::numeric_limits<long long>::min();
+
     // Commands. Arguments that make no sense are held to what does.
     void Open(long long now); // paused at the start, without loop
     void SetSpeed(double newSpeed, long long now);
@@ -29,20 +33,24 @@ struct PlayState
     void SeekPreview(long long time, long long until, long long now); // any picture near `time` will do until `until`
     void SetLoop(long long start, long long end);
     void SetVolume(double newVolume);
-    void SetMuted(bool newMuted) { muted = newMuted; }
+    void SetMuted(bool newMuted);
     void SetMuteAboveSpeed(double newSpeed);
+    void SetScrubSound(bool on);
 
     // What play brings about. Advance applies loop, ends and the end of a preview; call it before each look.
     void Advance(PlayRange const& range, long long now);
     void Begin(long long now);                                  // what play waited for has been decoded
     void MakeStep(long long start, bool isLast, long long now); // to the picture that starts there; the last: no more
+    void StartPiece() { isPieceAwaited = false; }               // it has been decoded
+    void DropPiece();                                           // there is no sound to take it from
     void Follow(SoundReport const& report); // sets the clock by the output, unless it was set otherwise since
 
     // Never goes against the direction of play: the sound output may set the clock back a little, which must not show.
     long long GetPosition(long long now) const;
     bool IsRunning() const { return speed != 0.0 && !waiting && !ended; }
-    PlayNeed GetNeed(long long now) const; // without budget and colours
-    SoundRun GetSoundRun() const;          // without position
+    bool IsHeard(long long now) const { return IsRunning() && now < heardUntil; } // the sound output sets the clock
+    PlayNeed GetNeed(long long now) const;                                        // without budget and colours
+    SoundRun GetSoundRun() const;                                                 // without position
 
     // Serials count changes, so that whoever has seen one can tell whether it still holds.
     long long openSerial = 0;  // of what is open
@@ -50,10 +58,11 @@ struct PlayState
     long long clockSerial = 0; // of the clock, other than by the sound output
     long long wakeSerial = 0;  // of what has to be decoded
 
-    PlayClock clock;        // stands still unless running
-    long long reported = 0; // position given out last
-    long long begunAt = 0;  // position at which the clock has begun to run
-    double drift = 0.0;     // of the last report that was followed
+    PlayClock clock;                 // stands still unless running
+    long long reported = 0;          // position given out last
+    long long begunAt = 0;           // position at which the clock has begun to run
+    double drift = 0.0;              // of the last report that was followed
+    long long heardUntil = notHeard; // instant at which that report is too old to go by
 
     double speed = 0.0;
     bool forwards = true;
@@ -70,7 +79,13 @@ struct PlayState
     bool muted = false;
     double muteAboveSpeed = 0.0;
 
+    bool scrubSound = false;     // a piece of sound for each step and each preview while paused
+    SoundPiece piece;            // the newest
+    bool isPieceAwaited = false; // its sound has not been decoded yet
+    long long pieceCount = 0;    // so far
+
 private:
+    void AskForPiece(long long position, bool isForwards);
     void Place(long long position, long long now);
     void Run(double clockSpeed, long long now);
     void Jump(long long position, long long now);

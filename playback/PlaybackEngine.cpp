@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -68,10 +69,21 @@ struct Display
         return isOfThisRun && !isOlder ? place : PictureCache::Place();
     }
 
+    // Of the sound that is heard from the picture on show; see PlaybackStatus.
+    std::optional<long long> SoundOffset(PlayState const& state, long long now) const
+    {
+        if (!state.IsHeard(now) || !shown.picture || shownSerial != state.seekSerial)
+            return std::nullopt;
+        long long const heard = state.clock.GetPosition(now);
+        long long const offset = heard - std::clamp(heard, shown.start, shown.end);
+        return state.forwards ? offset : -offset;
+    }
+
     PictureCache::Place shown;
     long long shownSerial = -1; // PlayState::seekSerial of it
     long long shownCount = 0;
-    long long droppedCount = 0; // that play has passed over
+    long long droppedCount = 0;           // that play has passed over
+    std::optional<long long> soundOffset; // as of the last look
 };
 
 } // namespace
@@ -96,7 +108,10 @@ struct EngineParts
           thread(
               options, mutex, state, [this] { return AskNeed(); }, [this] { LeaveOrder(); })
     {
-        Command([this](long long) { state.SetMuteAboveSpeed(options.muteAboveSpeed); });
+        Command([this](long long) {
+            state.SetMuteAboveSpeed(options.muteAboveSpeed);
+            state.SetScrubSound(options.scrubSound);
+        });
     }
 
     // Changes the state of play at the present moment.
@@ -141,6 +156,7 @@ struct EngineParts
         if (MediaFeed const* media = thread.GetMedia()) {
             MakeSteps(media->pictures.get(), now);
             state.Advance(media->GetRange(), now);
+            SettlePiece(*media);
             if (state.waiting && !media->soundPending && media->IsReady(GetNeed(now), soundToBegin))
                 state.Begin(now);
         }
@@ -148,6 +164,16 @@ struct EngineParts
         if (state.wakeSerial != seen)
             thread.Notify();
         return now;
+    }
+
+    void SettlePiece(MediaFeed const& media)
+    {
+        if (!state.isPieceAwaited)
+            return;
+        if (media.sound && media.sound->HasPiece(state.piece))
+            state.StartPiece();
+        else if (!media.sound && !media.soundPending)
+            state.DropPiece();
     }
 
     // Those whose pictures are cached.
@@ -190,7 +216,7 @@ struct EngineParts
         if (thread.IsBusy() || !media)
             return !thread.IsBusy();
         bool const isBudgetHeeded = !media->pictures || media->pictures->GetSpan().budget == budget;
-        return isBudgetHeeded && media->IsReady(GetNeed(now), soundToWaitFor);
+        return isBudgetHeeded && !state.isPieceAwaited && media->IsReady(GetNeed(now), soundToWaitFor);
     }
 
     PlaybackState GetPlaybackState() const
@@ -256,6 +282,11 @@ void PlaybackEngine::SetLoop(long long start, long long end)
     parts->Command([&](long long) { parts->state.SetLoop(start, end); });
 }
 
+void PlaybackEngine::SetSoundStream(int number)
+{
+    parts->Command([&](long long) { parts->thread.ChangeSound(number); });
+}
+
 void PlaybackEngine::SetVolume(double volume)
 {
     parts->Command([&](long long) { parts->state.SetVolume(volume); });
@@ -269,6 +300,11 @@ void PlaybackEngine::SetMuted(bool muted)
 void PlaybackEngine::SetMuteAboveSpeed(double speed)
 {
     parts->Command([&](long long) { parts->state.SetMuteAboveSpeed(speed); });
+}
+
+void PlaybackEngine::SetScrubSound(bool on)
+{
+    parts->Command([&](long long) { parts->state.SetScrubSound(on); });
 }
 
 void PlaybackEngine::SetCacheBudget(long long bytes)
@@ -290,7 +326,9 @@ std::shared_ptr<DecodedVideoFrame const> PlaybackEngine::GetPicture()
         return nullptr;
     if (parts->state.speed != 0.0)
         parts->Wake(); // the time that goes by makes room for more
-    return parts->display.Show(*media->pictures, parts->state, now);
+    auto picture = parts->display.Show(*media->pictures, parts->state, now);
+    parts->display.soundOffset = parts->display.SoundOffset(parts->state, now);
+    return picture;
 }
 
 int PlaybackEngine::FillAudio(short* buffer, int frames, long long delay)
@@ -313,9 +351,12 @@ PlaybackStatus PlaybackEngine::GetStatus()
     status.volume = state.volume;
     status.muted = state.muted;
     status.cacheBudget = parts->budget;
+    status.isSoundChanging = parts->thread.IsSoundChanging();
     status.picturesShown = parts->display.shownCount;
     status.picturesDropped = parts->display.droppedCount;
     status.drift = state.drift;
+    if (state.IsHeard(now))
+        status.soundOffset = parts->display.soundOffset;
     if (MediaFeed const* media = parts->thread.GetMedia())
         media->FillStatus(status, state.forwards);
     // The ends of what is still opening, or has only just been read to its end, have not been heeded yet.

@@ -72,9 +72,22 @@ public:
     void SetLoop(long long start, long long end);
     void ClearLoop() { SetLoop(0, 0); }
 
+    // Plays another stream of the file's sound, by its number in PlaybackStatus::soundStreams, or the one that FFmpeg
+    // thinks best for -1 and where no stream of that number can be decoded. Position, speed and picture stay, and the
+    // former stream plays until the new one is decoded; PlaybackStatus::isSoundChanging tells. Where channels or rate
+    // differ, a sound device must be stopped before and started anew after, as around Open. The next Open goes back to
+    // PlaybackOptions::soundStream.
+    void SetSoundStream(int number);
+
     void SetVolume(double volume);        // factor of every sample, from 0; above 1 samples are clipped
     void SetMuted(bool muted);            // silence while play goes on
     void SetMuteAboveSpeed(double speed); // see PlaybackOptions
+
+    // Whether, while paused, each step and each SeekPreview gives a short piece of the sound at its place: 60 ms, faded
+    // at both ends, backwards for a step or a move back. FillAudio hands it out as soon as it is decoded. A new piece
+    // fades out the one before it; muted there is none. At first as PlaybackOptions::scrubSound says.
+    void SetScrubSound(bool on);
+
     void SetCacheBudget(long long bytes); // see PlaybackOptions; less than before lets go of pictures at once
 
     // How pictures become RGB from now on, also those of what is opened later. The picture on show stays until its

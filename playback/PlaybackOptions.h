@@ -13,5 +13,6 @@ struct PlaybackOptions : SourceOptions
     bool withSound = true;          // false leaves the sound of movies alone
     bool withPictures = true;       // false plays a source that has sound by it alone: 0 is the container's 0 then
     double muteAboveSpeed = 4.0;    // a higher speed, either way, is played without sound
+    bool scrubSound = false;        // see PlaybackEngine::SetScrubSound
     long long previewRest = 150000; // microseconds without a new preview seek after which the exact picture is decoded
 };

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "source/PictureIndex.h"
+#include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 
+#include <QList>
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 class MediaInfo;
 
@@ -41,6 +45,11 @@ struct PlaybackStatus
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
 
+    // The true numbers and times of all pictures; null for sound, and as long as it is not known, which for a movie
+    // takes as long as reading the file. Some files never tell: no picture has a number then.
+    std::shared_ptr<PictureIndex const> index;
+    bool lowerFieldFirst = false; // of two fields in a picture, the lower one was taken first
+
     // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty when its
     // colours are not followed.
     QString colours;
@@ -49,6 +58,11 @@ struct PlaybackStatus
     // still be 0 when the state is no longer Opening.
     int channels = 0;
     int sampleRate = 0; // Hz
+
+    // All streams of sound in the file, and which of them plays, counted from 0; empty and -1 without sound.
+    QList<SoundStreamInfo> soundStreams;
+    int soundStream = -1;
+    bool isSoundChanging = false; // another one has been asked for and does not play yet
 
     // For whoever decodes the sound, too: the description of the open file, which is only read, and the container's
     // time of media time 0. Null and 0 without sound.
@@ -69,5 +83,13 @@ struct PlaybackStatus
     long long picturesDropped = 0; // whose time passed while playing without being handed out
     long long picturesDecoded = 0; // that came out of the decoder
     double decodeRate = 0.0;       // pictures per second of decoding, over the last second or so of it
-    double drift = 0.0; // microseconds by which the sound output is ahead of the time source since it started
+
+    // Microseconds by which the sound heard is ahead of the picture on show, as of the last GetPicture: 0 while the
+    // picture on show belongs to the sound, below 0 where the sound is behind it. Empty unless both play.
+    std::optional<long long> soundOffset;
+
+    // Microseconds by which the sound output has run ahead of the time source since it took up this stretch of play:
+    // how far their clocks differ, which play follows and nobody sees. Each start, jump and turn begins at 0, and so
+    // does an output that goes on after it had stood still.
+    double drift = 0.0;
 };

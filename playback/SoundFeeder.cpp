@@ -41,6 +41,7 @@ void CutAt(DecodedAudioFrame& frame, long long time)
 SoundFeeder::SoundFeeder(std::unique_ptr<SoundStream> newReader, long long newOrigin)
     : reader(std::move(newReader)),
       origin(newOrigin),
+      streamIndex(reader->GetIndex()),
       output(std::make_shared<SoundOutput>(reader->GetChannelCount(), reader->GetSampleRate()))
 {}
 
@@ -60,26 +61,49 @@ bool SoundFeeder::Begin(StopCheck const& stop)
 
 bool SoundFeeder::Work(PlayNeed const& need, AskNeed const& ask, long long ahead)
 {
-    if (!need.needsSound || Reaches(need, ahead))
+    bool const isForPiece = need.piece.serial != 0 && !HasPiece(need.piece);
+    if (!isForPiece && (!need.needsSound || Reaches(need, ahead)))
         return false;
     StopCheck const stop = [&] {
         PlayNeed const now = ask();
         return now.openSerial != need.openSerial || (now.seekSerial != need.seekSerial && !Reaches(now, 0));
     };
-    bool const worked = need.forwards ? ReadForwards(need, stop) : ReadBackwards(need, stop);
+    if (isForPiece)
+        ReadForPiece(need.piece, stop);
+    else if (need.forwards)
+        ReadForwards(need, stop);
+    else
+        ReadBackwards(need, stop);
     own.end = reader->GetEnd() != unknown ? reader->GetEnd() : own.end;
     Publish();
-    return worked;
+    return true;
 }
 
-bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
+// Pieces are played from what is decoded forwards. Before one that sounds backwards, the past is decoded as well: the
+// next step goes there.
+void SoundFeeder::ReadForPiece(SoundPiece const& piece, StopCheck const& stop)
+{
+    long long const time = std::max(piece.position + origin, 0LL);
+    long long const from = piece.forwards ? time : std::max(time - kept, 0LL);
+    if (time < own.forwards.from || from > own.forwards.to + 1)
+        RestartForwards(from, stop);
+    else
+        ReadOn(time, stop);
+}
+
+void SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
 {
     long long const time = std::max(need.position + origin, 0LL);
-    Cover cover = own.forwards;
-    if (time < cover.from || time > cover.to + 1) {
+    if (time < own.forwards.from || time > own.forwards.to + 1)
         RestartForwards(time, stop);
-        return true;
-    }
+    else
+        ReadOn(time, stop);
+}
+
+// A batch more behind what is decoded forwards, of which no more than needed around `time` is kept.
+void SoundFeeder::ReadOn(long long time, StopCheck const& stop)
+{
+    Cover cover = own.forwards;
     SoundStream::Frame frame;
     for (long long const until = cover.to + batch; cover.to < until;) {
         ReadResult const result =
@@ -95,7 +119,6 @@ bool SoundFeeder::ReadForwards(PlayNeed const& need, StopCheck const& stop)
     cover.from = std::max(cover.from, std::min(time - kept, cover.to));
     output->Trim(cover.from, noLimit, true);
     Set(own.forwards, cover.from, cover.to);
-    return true;
 }
 
 void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
@@ -116,7 +139,7 @@ void SoundFeeder::RestartForwards(long long time, StopCheck const& stop)
 }
 
 // One piece before what is covered, decoded forwards and appended last to first, which mirrored is in order.
-bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
+void SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
 {
     long long const time = std::max(need.position + origin, 0LL);
     Cover cover = own.backwards;
@@ -133,7 +156,7 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
     for (; result == ReadResult::Got && frame->startTime < cover.from; result = reader->Read(frame, stop))
         frames.push_back(frame);
     if (result == ReadResult::Stopped)
-        return true;
+        return;
     bool const isBeforeOthers = cover.from <= cover.to;
     if (isBeforeOthers && !frames.empty())
         CutAt(*frames.back(), cover.from);
@@ -145,7 +168,6 @@ bool SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
     cover.to = std::max(std::min(cover.to, time + kept), time);
     output->Trim(unknown / 2, cover.to, false);
     Set(own.backwards, cover.from, cover.to);
-    return true;
 }
 
 void SoundFeeder::Set(Cover& cover, long long from, long long to)
@@ -169,6 +191,14 @@ SoundFeeder::Snapshot SoundFeeder::GetSnapshot() const
 bool SoundFeeder::HasSound(PlayNeed const& need, long long ahead) const
 {
     return !need.needsSound || Reaches(need, ahead);
+}
+
+bool SoundFeeder::HasPiece(SoundPiece const& piece) const
+{
+    Cover const cover = GetSnapshot().forwards;
+    long long const from = std::max(piece.position + origin, 0LL);
+    long long const last = std::max(piece.position + origin + SoundPiece::duration - 1, 0LL);
+    return cover.from <= from && last <= cover.to;
 }
 
 bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const

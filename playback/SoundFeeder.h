@@ -37,19 +37,23 @@ public:
     // Decoding thread. Finds where the sound begins; false when there is none.
     bool Begin(StopCheck const& stop);
 
-    // Decoding thread. Does one piece of work if less than `ahead` microseconds of playing are decoded, and leaves it
-    // for a seek to where nothing is. False when there is nothing to do.
+    // Decoding thread. Does one piece of work if less than `ahead` microseconds of playing are decoded, or not all of
+    // the piece that is asked for, and leaves it for a seek to where nothing is. False when there is nothing to do.
     bool Work(PlayNeed const& need, AskNeed const& ask, long long ahead);
 
     // Any thread.
     bool HasSound(PlayNeed const& need, long long ahead) const; // or knows that there is none
+    bool HasPiece(SoundPiece const& piece) const;               // the same
     Snapshot GetSnapshot() const;
     long long GetOrigin() const { return origin; }
+    int GetStreamIndex() const { return streamIndex; } // in the container
     std::shared_ptr<SoundOutput> const& GetOutput() const { return output; }
 
 private:
-    bool ReadForwards(PlayNeed const& need, StopCheck const& stop);
-    bool ReadBackwards(PlayNeed const& need, StopCheck const& stop);
+    void ReadForPiece(SoundPiece const& piece, StopCheck const& stop);
+    void ReadForwards(PlayNeed const& need, StopCheck const& stop);
+    void ReadOn(long long time, StopCheck const& stop);
+    void ReadBackwards(PlayNeed const& need, StopCheck const& stop);
     void RestartForwards(long long time, StopCheck const& stop);
     void Set(Cover& cover, long long from, long long to);
     void Publish();
@@ -59,6 +63,7 @@ private:
 
     std::unique_ptr<SoundStream> const reader;
     long long const origin;
+    int const streamIndex;
     std::shared_ptr<SoundOutput> const output;
     bool followsForwards = false; // the reader's next frame comes right behind the forward cover
     Snapshot own;                 // the decoding thread's; published at every change

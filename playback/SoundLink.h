@@ -27,15 +27,30 @@ private:
     {
         PlayState state;
         std::shared_ptr<SoundOutput> output;
+        std::shared_ptr<SoundOutput> former; // in whose place `output` is; may be null
+        long long outputSerial = 0;          // of `output`
         long long origin = 0;
     };
 
-    void Report(Order const& order, long long now, long long delay);
+    // The output's next frame, and when it is heard.
+    struct Place
+    {
+        double position = 0.0; // media time
+        long long instant = 0;
+    };
 
+    bool HasFallenBehind(Place const& next, double speed) const;
+    void Report(Order const& order, Place const& next);
+
+    Order newest; // its outputs; the rest is not kept
     Latest<Order> orders;
     Latest<SoundReport> reports;
 
     // The output thread's.
-    PlayClock freeClock; // has run by the time source alone since the output took up the run
+    PlayClock freeClock; // what is heard, had the time source alone told it since the output took up the run
     long long freeClockSerial = -1;
+    PlayClock heardClock;   // what is heard, as of the last block
+    long long lastFill = 0; // instant of that block
+    long long outputSerial = 0;
+    long long restarts = 0; // see SoundRun
 };

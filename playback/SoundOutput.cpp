@@ -41,7 +41,8 @@ SoundOutput::SoundOutput(int newChannels, int newSampleRate)
     : channels(newChannels),
       sampleRate(newSampleRate),
       fadeFrames(std::max(newSampleRate / fadesPerSecond, 1)),
-      prepared(static_cast<size_t>(fadeFrames) * static_cast<size_t>(newChannels))
+      prepared(static_cast<size_t>(fadeFrames) * static_cast<size_t>(newChannels)),
+      piece(static_cast<size_t>(newSampleRate * SoundPiece::duration / secondUs) * static_cast<size_t>(newChannels))
 {
     forwardCache.SetMaxFrameCount(firstSlots);
     backwardCache.SetMaxFrameCount(firstSlots);
@@ -90,9 +91,22 @@ void SoundOutput::Fill(short* buffer, int frames, SoundRun const& run)
     }
 }
 
+void SoundOutput::TakeTail(SoundOutput const& former)
+{
+    if (former.channels != channels || former.sampleRate != sampleRate || !former.current.sounding)
+        return;
+    std::copy(former.prepared.begin(), former.prepared.end(), prepared.begin());
+    preparedFrames = former.preparedFrames;
+    tailFrames = former.tailFrames;
+    tailLength = former.tailLength;
+    current.sounding = true;
+    current.seekSerial = -1; // of no run that can go on
+}
+
 bool SoundOutput::Follows(SoundRun const& run) const
 {
-    return run.seekSerial == current.seekSerial && run.sounding == current.sounding &&
+    return run.piece.serial == current.piece.serial && run.seekSerial == current.seekSerial &&
+           run.restarts == current.restarts && run.sounding == current.sounding &&
            std::signbit(run.speed) == std::signbit(current.speed);
 }
 
@@ -104,7 +118,7 @@ double SoundOutput::GetPosition() const
 // What has been made ahead of the former run becomes the tail that goes out fading.
 void SoundOutput::Begin(SoundRun const& run)
 {
-    if (current.sounding && tailFrames == 0) {
+    if (current.sounding && tailFrames == 0 && !IsPieceOver()) {
         tailFrames = preparedFrames;
         tailLength = preparedFrames;
     }
@@ -113,6 +127,40 @@ void SoundOutput::Begin(SoundRun const& run)
     readPosition = static_cast<double>(run.position);
     begun = false;
     fadedIn = 0;
+    if (run.piece.serial != 0)
+        MakePiece();
+}
+
+void SoundOutput::MakePiece()
+{
+    int const frames = static_cast<int>(piece.size()) / channels;
+    forwardCache.PaFillBuffer(piece.data(), frames, channels, sampleRate, current.piece.position, current.volume,
+                              /*reset=*/true, /*speed=*/1.0);
+    for (int first = 0, last = frames - 1; !current.piece.forwards && first < last; ++first, --last)
+        std::swap_ranges(piece.data() + first * channels, piece.data() + (first + 1) * channels,
+                         piece.data() + last * channels);
+    for (int i = 0; i < std::min(fadeFrames, frames) * channels; ++i) {
+        short& sample = piece[piece.size() - 1 - static_cast<size_t>(i)];
+        sample = Scaled(sample, i / channels, fadeFrames);
+    }
+    pieceTaken = 0;
+}
+
+// Behind the piece it is silent.
+void SoundOutput::TakePiece(short* buffer, int frames)
+{
+    int const length = static_cast<int>(piece.size()) / channels;
+    int const count = std::clamp(length - pieceTaken, 0, frames);
+    std::copy_n(piece.data() + pieceTaken * channels, count * channels, buffer);
+    std::fill_n(buffer + count * channels, (frames - count) * channels, short{0});
+    pieceTaken = std::min(pieceTaken + frames, length + fadeFrames);
+}
+
+// All of it has gone out, and what is made ahead is silence.
+bool SoundOutput::IsPieceOver() const
+{
+    int const length = static_cast<int>(piece.size()) / channels;
+    return current.piece.serial != 0 && pieceTaken - preparedFrames >= length;
 }
 
 // The time goes on for the new run meanwhile.
@@ -148,8 +196,11 @@ void SoundOutput::Render(short* buffer, int frames)
     DecodedAudio& cache = forwards ? forwardCache : backwardCache;
     // Backwards, what sounds first is the frame that ends before the position: at the end of the sound, the last one.
     double const time = forwards ? readPosition : static_cast<double>(mirror + 1) - readPosition;
-    cache.PaFillBuffer(buffer, frames, channels, sampleRate, static_cast<long long>(time), current.volume, !begun,
-                       std::fabs(current.speed));
+    if (current.piece.serial != 0)
+        TakePiece(buffer, frames);
+    else
+        cache.PaFillBuffer(buffer, frames, channels, sampleRate, static_cast<long long>(time), current.volume, !begun,
+                           std::fabs(current.speed));
     begun = true;
     readPosition += Duration(frames) * current.speed;
     for (int i = 0; fadedIn < fadeFrames && i < frames; ++i, ++fadedIn) {

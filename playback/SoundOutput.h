@@ -16,6 +16,8 @@
 // A few milliseconds are always made ahead. When the run changes (start, stop, jump, turn), these go out fading, and
 // the new run comes in fading at the place where it would be by then, so nothing clicks and nothing shifts.
 //
+// A run may also be one short piece, for a step or a drag: made whole when it begins, faded at both ends, then silence.
+//
 // Two threads, as the caches have it: the decoding thread appends and clears, the output thread calls Fill and
 // GetPosition.
 class SoundOutput
@@ -35,6 +37,10 @@ public:
     // Output thread. Fills the block; does not allocate, and waits for nothing longer than an exchange of pointers.
     void Fill(short* buffer, int frames, SoundRun const& run);
 
+    // Output thread. Before the first block: begins in place of `former`, which goes out fading where it has the same
+    // format.
+    void TakeTail(SoundOutput const& former);
+
     // Output thread. Whether the last block was of this run, and the time of the frame that comes next.
     bool Follows(SoundRun const& run) const;
     double GetPosition() const;
@@ -46,6 +52,9 @@ private:
     void Render(short* buffer, int frames);
     double Duration(int frames) const;
     short* PreparedAt(int frame);
+    void MakePiece();
+    void TakePiece(short* buffer, int frames);
+    bool IsPieceOver() const;
 
     int const channels;
     int const sampleRate;
@@ -63,4 +72,6 @@ private:
     int tailFrames = 0; // of the former run, at the front of `prepared`, still to go out
     int tailLength = 0;
     int fadedIn = 0; // frames of the run that have been faded in
+    std::vector<short> piece;
+    int pieceTaken = 0; // frames of it, and of the silence behind it up to the length of a fade
 };

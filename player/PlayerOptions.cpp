@@ -83,6 +83,13 @@ std::optional<int> CacheSize(QString const& text)
     return size ? std::optional<int>(static_cast<int>(*size)) : std::nullopt;
 }
 
+std::optional<int> SoundStream(QString const& text)
+{
+    bool isNumber = false;
+    int const number = text.toInt(&isNumber);
+    return isNumber && number >= 1 ? std::optional<int>(number - 1) : std::nullopt;
+}
+
 std::optional<double> Volume(QString const& text)
 {
     auto const percent = Number(text, 0.0, 100.0);
@@ -130,6 +137,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     options.once = parser.isSet("once");
     options.toneMapping = !parser.isSet("no-tone-mapping");
     options.fullScreen = parser.isSet("fullscreen");
+    options.compare = parser.value("compare");
 
     Reader reader(parser, options.fault);
     reader.Read("speed", options.speed, Speed);
@@ -140,6 +148,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     reader.Read("cache-mb", options.cacheMegabytes, CacheSize);
     reader.Read("fps", options.sequenceRate, [](QString const& text) { return Number(text, 0.1, 1000.0); });
     reader.Read("colours", options.streamColours, StreamOrPlain);
+    reader.Read("sound-stream", options.soundStream, SoundStream);
     reader.Read("geometry", options.geometry, Geometry);
     reader.Read("audio", options.audio, Audio);
     reader.Read("opengl", options.painting, Painting);

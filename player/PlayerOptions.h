@@ -23,8 +23,10 @@ public:
     std::optional<int> cacheMegabytes;
     std::optional<double> sequenceRate; // pictures per second
     std::optional<bool> streamColours;
+    int soundStream = -1; // from 0; -1 where none is chosen
     bool toneMapping = true;
     std::optional<QRect> geometry; // the position is (-1, -1) when only a size was given
+    QString compare;               // a file to compare with; empty: none
     QString audio = "portaudio";
     PictureView::Painting painting = PictureView::Painting::OpenGl;
 

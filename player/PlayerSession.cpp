@@ -1,9 +1,13 @@
 #include "player/PlayerSession.h"
 
+#include "media/AvGlobals.h"
 #include "player/PlayerOptions.h"
 #include "player/PlayerSettings.h"
 #include "player/sound/SoundPlayer.h"
 #include "player/sound/WaveformReader.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -14,6 +18,8 @@ PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const
     if (options.sequenceRate)
         engineOptions.sequenceRate = *options.sequenceRate;
     engineOptions.colours.followStream = options.streamColours.value_or(settings.streamColours);
+    engineOptions.soundStream = options.soundStream;
+    engineOptions.scrubSound = settings.scrubSound;
     engineOptions.colours.toneMapping = options.toneMapping;
     return engineOptions;
 }
@@ -114,6 +120,11 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
 {
     if (opening)
         return;
+    bool const wasPlaying = std::exchange(playing, status.state == PlaybackState::Playing);
+    if (playing && !wasPlaying)
+        sound->Reopen();
+    if (status.isSoundChanging)
+        return;
     if (!sounding && status.channels > 0 && status.sampleRate > 0) {
         sounding = true;
         sound->Start(status.sampleRate, status.channels);
@@ -121,6 +132,8 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
     } else if (status.state != PlaybackState::Closed && status.state != PlaybackState::Opening &&
                status.durationKnown && status.start + status.duration != waveEnd) {
         ReadWaveform(status); // the container had the duration wrong
+    } else if (status.soundStream != waveStream) {
+        ReadWaveform(status);
     }
 }
 
@@ -128,6 +141,7 @@ void PlayerSession::ReadWaveform(PlaybackStatus const& status)
 {
     StopWaveform();
     waveEnd = status.start + status.duration;
+    waveStream = status.soundStream;
     if (status.channels <= 0 || status.duration <= 0)
         return;
     waveform = new WaveformReader(status, this);
@@ -161,4 +175,26 @@ void PlayerSession::SetStreamColours(bool follow)
 {
     engineOptions.colours.followStream = follow;
     engine.SetColours(engineOptions.colours);
+}
+
+void PlayerSession::SetScrubSound(bool on)
+{
+    engineOptions.scrubSound = on;
+    engine.SetScrubSound(on);
+}
+
+// The device stays open for a stream of the same format.
+void PlayerSession::SetSoundStream(int number)
+{
+    PlaybackStatus const status = engine.GetStatus();
+    SoundStreamInfo const wanted = status.soundStreams.value(number);
+    if (!wanted.isDecodable || number == status.soundStream)
+        return;
+    bool const fits = std::min(wanted.channels, AvGlobals::maxAudioOutputChannels) == status.channels &&
+                      wanted.sampleRate == status.sampleRate;
+    if (!fits) {
+        sound->Stop();
+        sounding = false;
+    }
+    engine.SetSoundStream(number);
 }

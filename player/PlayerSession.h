@@ -28,6 +28,7 @@ public:
     PlaybackEngine& GetEngine() { return engine; }
     Transport& GetTransport() { return transport; }
     Playlist const& GetPlaylist() const { return playlist; }
+    PlaybackOptions const& GetEngineOptions() const { return engineOptions; }
 
     void Open(QStringList const& paths);
     bool Move(int entries); // to a later or earlier entry; false where there is none
@@ -41,6 +42,11 @@ public:
 
     bool FollowsStreamColours() const { return engineOptions.colours.followStream; }
     void SetStreamColours(bool follow); // also for what is open
+
+    void SetSoundStream(int number); // of the current entry, see PlaybackEngine
+
+    bool HasScrubSound() const { return engineOptions.scrubSound; } // see PlaybackEngine::SetScrubSound
+    void SetScrubSound(bool on);
 
 signals:
     void Began(); // the current entry is being opened
@@ -68,7 +74,9 @@ private:
     bool startsPaused;
     bool opening = false;
     bool sounding = false; // the current entry's sound has been started
+    bool playing = false;  // as of the last Follow
     bool ended = false;    // the current entry has come to its end
     long long waveEnd = 0; // of the media when the waveform was read
+    int waveStream = -1;   // of sound, of which it was read
     QString soundNote;
 };

@@ -37,8 +37,10 @@ PlayerSettings PlayerSettings::Load()
     double const volume = file.value("sound/volume", settings.volume).toDouble();
     settings.volume = volume >= 0.0 ? std::min(volume, 1.0) : 1.0; // also not a number
     settings.muted = file.value("sound/muted", settings.muted).toBool();
+    settings.scrubSound = file.value("sound/scrub", settings.scrubSound).toBool();
     settings.looping = file.value("play/loop", settings.looping).toBool();
     settings.streamColours = file.value("picture/stream-colours", settings.streamColours).toBool();
+    settings.pixelReadout = file.value("picture/pixel", settings.pixelReadout).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
     settings.geometry = file.value("window/geometry").toByteArray();
@@ -54,9 +56,11 @@ void PlayerSettings::Save() const
     QSettings file(FilePath(), QSettings::IniFormat);
     file.setValue("sound/volume", volume);
     file.setValue("sound/muted", muted);
+    file.setValue("sound/scrub", scrubSound);
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
     file.setValue("picture/stream-colours", streamColours);
+    file.setValue("picture/pixel", pixelReadout);
     file.setValue("picture/folder", pictureFolder);
     file.setValue("window/geometry", geometry);
     file.setValue("files/last-folder", lastFolder);

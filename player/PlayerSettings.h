@@ -11,8 +11,10 @@ class PlayerSettings
 public:
     double volume = 1.0; // 0 to 1
     bool muted = false;
+    bool scrubSound = true; // while stepping and dragging
     bool looping = false;
     bool streamColours = true; // pictures are converted as the stream says
+    bool pixelReadout = false; // the pixel under the pointer is shown
     int cacheMegabytes = 512;
     QByteArray geometry;   // of the window, as QWidget saves it
     QString lastFolder;    // of the open dialog

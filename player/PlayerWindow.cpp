@@ -1,10 +1,12 @@
 #include "player/PlayerWindow.h"
 
+#include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
+#include "player/picture/PictureTools.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -31,6 +33,7 @@ constexpr int pausedBeat = 30;
 constexpr int pointerPatience = 2000; // milliseconds
 constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
+constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
 constexpr QSize minimumWindow(480, 270);
@@ -52,7 +55,7 @@ QStringList LocalFiles(QMimeData const& data)
 } // namespace
 
 PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this)
+    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -64,6 +67,8 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
     ShowControls();
     ApplyGeometry();
     welcome->Show({}, recentFiles.Load());
+    if (!options.compare.isEmpty())
+        tools->Compare(options.compare);
     if (!options.files.isEmpty())
         Open(options.files);
     if (options.fullScreen)
@@ -76,8 +81,10 @@ PlayerWindow::~PlayerWindow()
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
+    settings.scrubSound = session.HasScrubSound();
     settings.looping = transport.IsLooping();
     settings.streamColours = session.FollowsStreamColours();
+    settings.pixelReadout = tools->IsPixelShown();
     if (!isFullScreen())
         settings.geometry = saveGeometry();
     settings.Save();
@@ -125,6 +132,8 @@ void PlayerWindow::BuildLayout()
     statistics->hide();
     help = new HelpOverlay(keys, view);
     help->hide();
+    tools = new PictureTools(session, *view, *timeline, this);
+    tools->SetPixelShown(settings.pixelReadout);
 }
 
 void PlayerWindow::Connect()
@@ -153,6 +162,8 @@ void PlayerWindow::Connect()
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
         ShowControls();
     });
+    connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
@@ -226,7 +237,7 @@ void PlayerWindow::MoveInPlaylist(int entries)
 
 void PlayerWindow::Tick()
 {
-    view->Show(session.GetEngine().GetPicture());
+    tools->ShowPictures();
     PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
@@ -237,11 +248,8 @@ void PlayerWindow::Tick()
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 {
     bar->ShowStatus(status, view->GetShown().get());
-    bool const isOpen = status.state != PlaybackState::Closed && status.state != PlaybackState::Opening;
-    if (isOpen && !session.IsOpening()) {
-        timeline->SetMedia({status.start, status.start + status.duration});
-        timeline->SetPosition(status.position);
-        timeline->SetCached({status.cacheStart, status.cacheEnd});
+    if (!session.IsOpening()) {
+        timeline->Show(status);
         timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
     }
     if (statistics->isVisible())
@@ -258,6 +266,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << status.error;
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
+    if (!tools->GetNote().isEmpty())
+        notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
 }
 
@@ -285,6 +295,10 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
+    if (tools->Perform(action)) {
+        Tick();
+        return;
+    }
     switch (action) {
     case PlayerAction::FullScreen:
         SetFullScreen(!isFullScreen());
@@ -301,8 +315,23 @@ void PlayerWindow::Perform(PlayerAction action)
     case PlayerAction::ZoomOut:
         view->Zoom(1.0 / zoomStep);
         break;
+    case PlayerAction::ZoomTimelineIn:
+        timeline->Zoom(timelineZoomStep);
+        break;
+    case PlayerAction::ZoomTimelineOut:
+        timeline->Zoom(1.0 / timelineZoomStep);
+        break;
+    case PlayerAction::ShowWholeTimeline:
+        timeline->ShowAll();
+        break;
     case PlayerAction::ToggleColours:
         ToggleColours();
+        break;
+    case PlayerAction::NextSoundStream:
+        bar->ShowPassingNote(soundStreams.ChooseNext());
+        break;
+    case PlayerAction::ScrubSound:
+        ToggleScrubSound();
         break;
     case PlayerAction::SavePicture:
         SavePicture();
@@ -340,6 +369,13 @@ void PlayerWindow::ToggleColours()
     bar->ShowPassingNote(session.FollowsStreamColours() ? "Colours as the stream says" : "Plain colours");
 }
 
+void PlayerWindow::ToggleScrubSound()
+{
+    session.SetScrubSound(!session.HasScrubSound());
+    bar->ShowPassingNote(session.HasScrubSound() ? "Sound while stepping and dragging"
+                                                 : "No sound while stepping and dragging");
+}
+
 void PlayerWindow::ShowOpenDialog()
 {
     auto* dialog = new QFileDialog(this, "Open", settings.lastFolder);
@@ -349,11 +385,30 @@ void PlayerWindow::ShowOpenDialog()
     dialog->open();
 }
 
-QString PlayerWindow::FreePictureName() const
+// The number of the picture shown, or its time where the number is not known.
+QString PlayerWindow::PictureMark()
+{
+    long long const start = view->GetShown()->startTime;
+    auto const index = session.GetEngine().GetStatus().index;
+    long long const number = index ? index->NumberFrom(start) : -1;
+    if (number >= 0)
+        return QString("%1").arg(number, 6, 10, QChar('0'));
+    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
+}
+
+void PlayerWindow::ShowCompareDialog()
+{
+    auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
+    dialog->open();
+}
+
+QString PlayerWindow::FreePictureName()
 {
     QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const number = QString("%1").arg(ControlBar::NumberOf(*view->GetShown()), 6, 10, QChar('0'));
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, number));
+    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
     QString name = stem + ".png";
     for (int i = 2; QFileInfo::exists(name); ++i)
         name = QString("%1-%2.png").arg(stem).arg(i);
@@ -471,6 +526,8 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
     addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    soundStreams.AddTo(*menu);
+    addAction(menu, "Compare with…", PlayerAction::Compare);
     addAction(menu, "Statistics", PlayerAction::Statistics);
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();

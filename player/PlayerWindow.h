@@ -4,12 +4,14 @@
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
 #include "player/controls/KeyMap.h"
+#include "player/sound/SoundStreamMenu.h"
 
 #include <QTimer>
 #include <QWidget>
 
 class ControlBar;
 class HelpOverlay;
+class PictureTools;
 class QLabel;
 class StatisticsOverlay;
 class Timeline;
@@ -32,6 +34,7 @@ public:
     PlaybackEngine& GetEngine() { return session.GetEngine(); }
     Transport& GetTransport() { return session.GetTransport(); }
     PictureView& GetView() { return *view; }
+    PictureTools& GetPictureTools() { return *tools; }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -60,25 +63,30 @@ private:
     void ShowNotes(PlaybackStatus const& status);
 
     void ShowOpenDialog();
+    void ShowCompareDialog();
     void SavePicture();
     void CopyPicture();
     void SetFullScreen(bool full);
     void LeaveFullScreen();
     void FollowPointer(QPoint position);
     void ToggleColours();
+    void ToggleScrubSound();
     QString PaintingText() const;
-    QString FreePictureName() const;
+    QString PictureMark();
+    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;
     RecentFiles recentFiles;
     KeyMap keys;
     PlayerSession session;
+    SoundStreamMenu soundStreams;
 
     PictureView* view;
     Timeline* timeline;
     ControlBar* bar;
     QWidget* panel; // timeline and controls
+    PictureTools* tools;
     HelpOverlay* help;
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;

@@ -32,7 +32,8 @@ constexpr long long longestHole = 600 * secondUs;
 
 } // namespace
 
-SoundStream::SoundStream(std::shared_ptr<MediaInfo> newInfo) : info(std::move(newInfo)) {}
+SoundStream::SoundStream(std::shared_ptr<MediaInfo> newInfo, int index) : info(std::move(newInfo)), wantedIndex(index)
+{}
 
 SoundStream::~SoundStream() = default;
 
@@ -45,6 +46,7 @@ bool SoundStream::Restart()
 {
     Forget();
     instance = std::make_unique<MediaInstance>();
+    instance->SetAudioStream(wantedIndex);
     if (!instance->Initialize(info, 0))
         return false;
     // Pictures that cannot be decoded are no reason to be silent: the sound's side is open by then.
@@ -60,6 +62,11 @@ void SoundStream::Forget()
     nextTime = unknown;
     outOfStep = 0;
     ended = false;
+}
+
+int SoundStream::GetIndex() const
+{
+    return instance->GetActiveAudioStreamIndex();
 }
 
 int SoundStream::GetChannelCount() const

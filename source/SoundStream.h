@@ -22,11 +22,13 @@ class SoundStream
 public:
     using Frame = std::shared_ptr<DecodedAudioFrame>; // the caller's to keep
 
-    explicit SoundStream(std::shared_ptr<MediaInfo> info); // of a probed source
+    // Of a probed source; of the container's stream at `index`, or the best one for -1.
+    explicit SoundStream(std::shared_ptr<MediaInfo> info, int index = -1);
     ~SoundStream();
 
     bool Open(); // false when there is no sound that can be decoded
 
+    int GetIndex() const;        // of the stream, in the container
     int GetChannelCount() const; // at output
     int GetSampleRate() const;   // Hz
 
@@ -55,6 +57,7 @@ private:
     static constexpr long long unknown = std::numeric_limits<long long>::min();
 
     std::shared_ptr<MediaInfo> info;
+    int const wantedIndex;
     std::unique_ptr<MediaInstance> instance;
     QList<Frame> ready;
     long long lastStart = unknown; // of the last frame taken since the last landing

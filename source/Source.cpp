@@ -240,6 +240,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
         stream.bitRate = announced.codecpar->bit_rate;
         stream.frameCount = announced.nb_frames;
+        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
         streams.append(stream);
     }
 }
@@ -286,8 +288,34 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
 
 std::unique_ptr<SoundStream> Source::OpenSound() const
 {
-    auto sound = HasSound() ? std::make_unique<SoundStream>(info) : nullptr;
+    return OpenSound(options.soundStream);
+}
+
+std::unique_ptr<SoundStream> Source::OpenSound(int soundStream) const
+{
+    SoundStreamInfo const chosen = GetSoundStreams().value(soundStream);
+    auto sound = HasSound() ? std::make_unique<SoundStream>(info, chosen.isDecodable ? chosen.index : -1) : nullptr;
     return sound && sound->Open() ? std::move(sound) : nullptr;
+}
+
+QList<SoundStreamInfo> Source::GetSoundStreams() const
+{
+    QList<SoundStreamInfo> infos;
+    int const count = wholeInfo ? wholeInfo->GetNumAudioStreams() : 0;
+    for (int i = 0; i < count; ++i) {
+        AudioStream const& record = wholeInfo->GetAudioStreams().at(i);
+        Stream const stream = GetStream(StreamType::Audio, i);
+        SoundStreamInfo described;
+        described.index = stream.index;
+        described.isDecodable = record.valid;
+        described.language = record.metadata.value(QStringLiteral("language"));
+        described.title = record.metadata.value(QStringLiteral("title"));
+        described.codec = stream.codec;
+        described.channels = record.channels;
+        described.sampleRate = record.sampleRate;
+        infos.append(described);
+    }
+    return infos;
 }
 
 bool Source::IsDescribed() const
@@ -367,17 +395,32 @@ int Source::GetHeight() const
     return info ? info->GetVideoHeight() : 0;
 }
 
+double Source::GetSequenceRate() const
+{
+    return SequencePictures::RateFor(options);
+}
+
+// Of the first stream that can be decoded.
+bool Source::IsLowerFieldFirst() const
+{
+    if (!wholeInfo)
+        return false;
+    auto const& records = wholeInfo->GetVideoStreams();
+    auto const shown = std::find_if(records.begin(), records.end(), [](auto const& record) { return record.valid; });
+    return GetStream(StreamType::Video, static_cast<int>(shown - records.begin())).lowerFieldFirst;
+}
+
 double Source::GetFrameRate() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::RateFor(options);
+        return GetSequenceRate();
     return kind == SourceKind::Movie ? std::max(info->GetFrameRate(), 0.0) : 0.0;
 }
 
 long long Source::GetFrameStep() const
 {
     if (!sequence.IsEmpty())
-        return static_cast<long long>(secondUs / SequencePictures::RateFor(options));
+        return static_cast<long long>(secondUs / GetSequenceRate());
     if (kind != SourceKind::Movie)
         return 0;
     return info->GetFrameStep() > 0 ? info->GetFrameStep() : static_cast<long long>(secondUs / options.untimedRate);
@@ -386,7 +429,7 @@ long long Source::GetFrameStep() const
 long long Source::GetDuration() const
 {
     if (kind == SourceKind::Sequence)
-        return SequencePictures::TimeOf(sequence.GetCount(), SequencePictures::RateFor(options));
+        return SequencePictures::TimeOf(sequence.GetCount(), GetSequenceRate());
     return kind == SourceKind::Still ? 0 : info->GetDuration();
 }
 

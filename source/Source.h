@@ -2,6 +2,7 @@
 
 #include "source/ImageSequence.h"
 #include "source/PictureStream.h"
+#include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 
 #include <QList>
@@ -37,6 +38,7 @@ public:
         bool isAttachedPicture = false; // cover art
         long long bitRate = 0;          // bits per second, as the container says or FFmpeg reckons; 0: unknown
         long long frameCount = 0;       // pictures, or packets of sound, as the container says; 0 when it does not
+        bool lowerFieldFirst = false;   // of two fields in a picture, the lower one is shown first
     };
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
@@ -53,6 +55,7 @@ public:
     // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
     std::unique_ptr<SoundStream> OpenSound() const;
+    std::unique_ptr<SoundStream> OpenSound(int soundStream) const; // of this number, see SourceOptions
 
     bool HasPictures() const; // that have a decoder
     bool HasSound() const;    // the same
@@ -67,6 +70,8 @@ public:
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
     long long GetBitRate() const { return bitRate; } // of all streams, bits per second; 0: unknown
+
+    QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
 
     // The container's stream behind the record at `position` in the description's list of that type, which may hold
     // records that are not valid.
@@ -85,9 +90,15 @@ public:
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
     ColourSettings const& GetColours() const { return options.colours; }
 
+    ImageSequence const& GetSequence() const { return sequence; } // empty of a movie and of sound
+    double GetSequenceRate() const;                               // pictures per second, as the options say
+
     // As coded; 0 without pictures, and of a sequence.
     int GetWidth() const;
     int GetHeight() const;
+
+    double GetUntimedRate() const { return options.untimedRate; } // pictures per second where nothing says it
+    bool IsLowerFieldFirst() const; // of two fields in a picture, the lower one is shown first
 
     double GetFrameRate() const;    // pictures per second; 0 when nothing says it, and of one picture
     long long GetFrameStep() const; // from picture to picture, an estimate where nothing says it

@@ -33,6 +33,10 @@ struct SourceOptions
     // Pictures per second of streams that say none and whose pictures bear no times, as raw ones.
     double untimedRate = 25.0;
 
+    // Which stream of sound is read, counted among those from 0; -1, and one that cannot be decoded or does not exist:
+    // the one that FFmpeg thinks best.
+    int soundStream = -1;
+
     // FFmpeg's names of the formats of single pictures beside those of AvGlobals::IsImageFormat. GIF and the like are
     // movies, and so are several pictures one behind the other in a file.
     QStringList furtherImageFormats = {"bmp",   "dds", "fits", "hdr",     "jpeg2000", "jpegls",  "jpegxl", "pam", "pbm",

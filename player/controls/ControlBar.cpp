@@ -57,6 +57,19 @@ QString SpeedText(double speed)
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
 }
 
+// Of which the end is known only by the index.
+QString PictureTime(DecodedVideoFrame const& picture, PictureIndex const* index)
+{
+    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
+    return TimeText::ShortPictureClock(picture.startTime, number >= 0 ? index->EndOf(number) : picture.startTime);
+}
+
+QString PictureNumber(DecodedVideoFrame const& picture, PictureIndex const* index)
+{
+    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
+    return number >= 0 ? QString("#%1 / %2").arg(number).arg(index->GetCount()) : QString();
+}
+
 } // namespace
 
 ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
@@ -103,21 +116,15 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     return button;
 }
 
-long long ControlBar::NumberOf(DecodedVideoFrame const& picture)
-{
-    double const exact = static_cast<double>(picture.startTime) * picture.frameRate / 1000000.0;
-    return std::isfinite(exact) && exact > 0.0 && exact < 1e15 ? std::llround(exact) : 0;
-}
-
 void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
     bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    long long const now = shown && hasMovingPicture ? shown->startTime : status.position;
-    time->setText(isOpen ? QString("%1 / %2").arg(TimeText::ShortClock(now, 3),
-                                                  TimeText::ShortClock(status.start + status.duration, 0))
+    DecodedVideoFrame const* picture = shown && hasMovingPicture ? shown : nullptr;
+    QString const now = picture ? PictureTime(*picture, status.index.get()) : TimeText::ShortClock(status.position, 3);
+    time->setText(isOpen ? QString("%1 / %2").arg(now, TimeText::ShortClock(status.start + status.duration, 0))
                          : QString());
-    number->setText(isOpen && shown && hasMovingPicture ? QString("#%1").arg(NumberOf(*shown)) : QString());
+    number->setText(isOpen && picture ? PictureNumber(*picture, status.index.get()) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
 
     bool const isPlaying = isOpen && status.speed != 0.0 && status.state != PlaybackState::Ended;

@@ -21,7 +21,8 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Shows time and number of the displayed picture, or the engine's position without one.
+    // Shows time and number of the displayed picture, or the engine's position without one. As long as the engine does
+    // not know the true number, none is shown.
     void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
 
     void ShowSound(double volume, bool muted);
@@ -33,9 +34,6 @@ public:
     void ShowPassingNote(QString const& note);
     void ShowLastingNote(QString const& note);
     QString GetNote() const; // the text of the status line
-
-    // The picture's number in its stream, from 0; an estimate if the rate varies.
-    static long long NumberOf(DecodedVideoFrame const& picture);
 
 signals:
     void Triggered(PlayerAction action);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QKeySequence>
 #include <QStringList>
 
@@ -35,11 +37,29 @@ enum class PlayerAction {
     Mute,
     VolumeDown,
     VolumeUp,
+    ScrubSound,
+    NextSoundStream,
     FullScreen,
     LeaveFullScreen,
     ToggleFit,
     ZoomIn,
     ZoomOut,
+    ZoomTimelineIn,
+    ZoomTimelineOut,
+    ShowWholeTimeline,
+    TogglePixel,
+    ShowRed,
+    ShowGreen,
+    ShowBlue,
+    ShowLuma,
+    ShowAllChannels,
+    ExposureUp,
+    ExposureDown,
+    ResetExposure,
+    CycleFields,
+    Compare,
+    Wipe,
+    ToggleSides,
     ToggleColours,
     SavePicture,
     CopyPicture,
@@ -59,7 +79,7 @@ enum class PlayerAction {
 //
 // An action may have several keys or none. A key that the file assigns to one action is removed from all others. One
 // thread at a time.
-class KeyMap
+class TAVOLINWIDGETS_EXPORT KeyMap
 {
 public:
     struct Action

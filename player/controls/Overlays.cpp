@@ -123,6 +123,14 @@ QString SoundText(PlaybackStatus const& status)
     return QString("%1 Hz, %2").arg(status.sampleRate).arg(status.channels == 1 ? "mono" : "stereo");
 }
 
+// By how much the sound heard is ahead of the picture.
+QString SyncText(PlaybackStatus const& status)
+{
+    if (!status.soundOffset)
+        return "–";
+    return QString("sound %1 ms").arg(static_cast<double>(*status.soundOffset) / 1000.0, 0, 'f', 1);
+}
+
 // The welcome panel.
 constexpr int panelWidth = 520;
 constexpr int maxFiles = 6;
@@ -218,7 +226,7 @@ void StatisticsOverlay::Show(PlaybackStatus const& status, QString const& painti
         {"Shown", QString::number(status.picturesShown)},
         {"Dropped", QString::number(status.picturesDropped)},
         {"Cache", CacheText(status)},
-        {"Drift", QString("%1 ms").arg(status.drift / 1000.0, 0, 'f', 1)},
+        {"Sync", SyncText(status)},
         {"Painting", painting},
     };
     resize(cardWidth, 2 * cardPadding + static_cast<int>(rows.size()) * cardRow);

@@ -1,18 +1,28 @@
 #include "player/controls/Timeline.h"
 
 #include "common/TimeText.h"
+#include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
 constexpr int margin = 12;      // left and right of the groove, aligned with the controls below
 constexpr int labelHeight = 18; // above the groove, for the time under the pointer
 constexpr int cachedHeight = 3;
+constexpr int partHeight = 3;           // of the bar that tells which part is shown
+constexpr int widestPicture = 8;        // pixels; the part shown is not made shorter
+constexpr long long stepOfSound = 8000; // microseconds; takes the place of a picture's where there is none
+constexpr double zoomPerNotch = 1.25;
+constexpr double movedPerNotch = 0.1; // of the part shown
+constexpr int notch = 120;            // eighths of a degree
+constexpr double farBeside = 10000.0; // pixels; so far beside the groove lies all that is not shown
 
 } // namespace
 
@@ -27,20 +37,103 @@ QSize Timeline::sizeHint() const
     return {400, labelHeight + 44};
 }
 
+void Timeline::Show(PlaybackStatus const& status)
+{
+    if (status.state == PlaybackState::Closed || status.state == PlaybackState::Opening)
+        return;
+    SetMedia({status.start, status.start + status.duration});
+    SetPictureStep(status.width > 0 ? status.frameStep : 0);
+    SetPosition(status.position);
+    SetCached({status.cacheStart, status.cacheEnd});
+}
+
 void Timeline::SetMedia(Span newMedia)
 {
     if (newMedia.start == media.start && newMedia.end == media.end)
         return;
+    bool const isAll = part.start == media.start && part.end == media.end;
+    bool const isOther = newMedia.start != media.start || newMedia.end < part.end;
     media = newMedia;
+    if (isAll || isOther)
+        part = media;
     update();
+}
+
+void Timeline::SetPictureStep(long long step)
+{
+    pictureStep = step;
 }
 
 void Timeline::SetPosition(long long newPosition)
 {
+    if (newPosition == position)
+        return;
     bool const moved = XAt(newPosition) != XAt(position);
     position = newPosition;
+    FollowPosition();
     if (moved)
         update();
+}
+
+// By whole parts, so that the timeline stands still in between.
+void Timeline::FollowPosition()
+{
+    long long const length = part.end - part.start;
+    if (dragging || length <= 0 || (position >= part.start && position < part.end))
+        return;
+    bool const isNext = position >= part.end && position < part.end + length;
+    bool const isBefore = position < part.start && position >= part.start - length;
+    if (isNext)
+        SetPart(position - length / 20, length);
+    else if (isBefore)
+        SetPart(position - length + length / 20, length);
+    else
+        SetPart(position - length / 2, length);
+}
+
+Timeline::Span Timeline::GetPart() const
+{
+    return part;
+}
+
+// The shortest part in which a picture is at most so wide.
+long long Timeline::ShortestPart() const
+{
+    long long const step = pictureStep > 0 ? pictureStep : stepOfSound;
+    return std::max(1LL, step * Groove().width() / widestPicture);
+}
+
+void Timeline::SetPart(long long start, long long length)
+{
+    long long const all = media.end - media.start;
+    if (all <= 0)
+        return;
+    length = std::clamp(length, std::min(ShortestPart(), all), all);
+    part.start = std::clamp(start, media.start, media.end - length);
+    part.end = part.start + length;
+    NoteHover();
+    update();
+}
+
+void Timeline::Zoom(double factor)
+{
+    FollowPosition();
+    auto const length = static_cast<double>(std::max(1LL, part.end - part.start));
+    ZoomAround(static_cast<double>(position - part.start) / length, factor);
+}
+
+// `place`: of what stays where it is, 0 at the start of the part shown to 1 at its end.
+void Timeline::ZoomAround(double place, double factor)
+{
+    auto const length = static_cast<double>(part.end - part.start);
+    double const shown = std::max(length / factor, static_cast<double>(ShortestPart()));
+    double const start = static_cast<double>(part.start) + std::clamp(place, 0.0, 1.0) * (length - shown);
+    SetPart(std::llround(start), std::llround(shown));
+}
+
+void Timeline::ShowAll()
+{
+    SetPart(media.start, media.end - media.start);
 }
 
 void Timeline::SetCached(Span newCached)
@@ -74,17 +167,17 @@ QRect Timeline::Groove() const
 long long Timeline::TimeAt(int x) const
 {
     QRect const groove = Groove();
-    double const part = static_cast<double>(x - groove.left()) / std::max(1, groove.width() - 1);
-    auto const time = static_cast<long long>(part * static_cast<double>(media.end - media.start));
-    return media.start + std::clamp(time, 0LL, std::max(0LL, media.end - media.start - 1));
+    double const place = static_cast<double>(x - groove.left()) / std::max(1, groove.width() - 1);
+    auto const time = static_cast<long long>(place * static_cast<double>(part.end - part.start));
+    return part.start + std::clamp(time, 0LL, std::max(0LL, part.end - part.start - 1));
 }
 
 int Timeline::XAt(long long time) const
 {
     QRect const groove = Groove();
-    double const length = static_cast<double>(std::max(1LL, media.end - media.start));
-    double const part = std::clamp(static_cast<double>(time - media.start) / length, 0.0, 1.0);
-    return groove.left() + static_cast<int>(part * (groove.width() - 1) + 0.5);
+    double const length = static_cast<double>(std::max(1LL, part.end - part.start));
+    double const x = static_cast<double>(time - part.start) / length * (groove.width() - 1);
+    return groove.left() + static_cast<int>(std::floor(std::clamp(x, -farBeside, farBeside) + 0.5));
 }
 
 void Timeline::paintEvent(QPaintEvent* /*event*/)
@@ -95,6 +188,7 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
     painter.fillRect(groove, Theme::raised.darker(125));
     if (media.end <= media.start)
         return;
+    painter.setClipRect(groove.adjusted(0, -3, 0, 3));
     PaintWave(painter);
     QRect played = groove;
     played.setRight(XAt(position));
@@ -107,8 +201,23 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
+    painter.setClipping(false);
+    PaintPart(painter);
     if (hover)
         PaintHover(painter);
+}
+
+// Where the part shown lies in the whole.
+void Timeline::PaintPart(QPainter& painter) const
+{
+    if (part.start == media.start && part.end == media.end)
+        return;
+    QRect const groove = Groove();
+    double const scale = groove.width() / static_cast<double>(media.end - media.start);
+    double const left = static_cast<double>(part.start - media.start) * scale;
+    double const width = std::max(2.0, static_cast<double>(part.end - part.start) * scale);
+    painter.fillRect(QRectF(groove.left(), groove.bottom() + 2, groove.width(), partHeight), Theme::raised);
+    painter.fillRect(QRectF(groove.left() + left, groove.bottom() + 2, width, partHeight), Theme::quietText);
 }
 
 void Timeline::PaintWave(QPainter& painter) const
@@ -118,12 +227,18 @@ void Timeline::PaintWave(QPainter& painter) const
     QRect const groove = Groove();
     int const here = XAt(position);
     double const middle = groove.top() + groove.height() / 2.0;
+    auto const peakAt = [&](int x) { // its number, of the peaks over the whole media
+        double const place = static_cast<double>(x - groove.left()) / groove.width();
+        double const time =
+            static_cast<double>(part.start - media.start) + place * static_cast<double>(part.end - part.start);
+        auto const number = static_cast<int>(time / static_cast<double>(media.end - media.start) * peaks.size());
+        return std::clamp<int>(number, 0, static_cast<int>(peaks.size()) - 1);
+    };
     for (int x = groove.left(); x <= groove.right(); ++x) {
-        auto const first = static_cast<qint64>(x - groove.left()) * peaks.size() / groove.width();
-        auto const last = static_cast<qint64>(x + 1 - groove.left()) * peaks.size() / groove.width();
-        int peak = peaks[static_cast<int>(first)];
-        for (qint64 i = first; i < last; ++i)
-            peak = std::max<int>(peak, peaks[static_cast<int>(i)]);
+        int const last = peakAt(x + 1);
+        int peak = peaks[peakAt(x)];
+        for (int i = peakAt(x); i < last; ++i)
+            peak = std::max<int>(peak, peaks[i]);
         double const half = peak / 255.0 * (groove.height() / 2.0 - cachedHeight - 1);
         painter.fillRect(QRectF(x, middle - half, 1.0, 2.0 * half), x < here ? Theme::accent.darker(150) : Theme::wave);
     }
@@ -172,8 +287,15 @@ void Timeline::mouseMoveEvent(QMouseEvent* event)
 {
     hover = event->pos().x();
     update();
+    NoteHover();
     if (dragging)
         emit Previewed(TimeAt(*hover));
+}
+
+void Timeline::NoteHover()
+{
+    if (hover && media.end > media.start)
+        emit Hovered(TimeAt(*hover), std::clamp(*hover, Groove().left(), Groove().right()));
 }
 
 void Timeline::mouseReleaseEvent(QMouseEvent* event)
@@ -184,8 +306,34 @@ void Timeline::mouseReleaseEvent(QMouseEvent* event)
     emit Chosen(TimeAt(event->pos().x()));
 }
 
+void Timeline::wheelEvent(QWheelEvent* event)
+{
+    event->accept();
+    QPointF const notches = QPointF(event->angleDelta()) / notch;
+    bool const moves = (event->modifiers() & Qt::ShiftModifier) != 0 || notches.y() == 0.0;
+    if (!moves) {
+        double const place = (event->position().x() - Groove().left()) / std::max(1, Groove().width() - 1);
+        ZoomAround(place, std::pow(zoomPerNotch, notches.y()));
+        return;
+    }
+    auto const length = static_cast<double>(part.end - part.start);
+    double const distance = -(notches.x() + notches.y()) * movedPerNotch * length;
+    SetPart(part.start + static_cast<long long>(distance), part.end - part.start);
+}
+
 void Timeline::leaveEvent(QEvent* /*event*/)
+{
+    EndHover();
+}
+
+void Timeline::hideEvent(QHideEvent* /*event*/)
+{
+    EndHover();
+}
+
+void Timeline::EndHover()
 {
     hover.reset();
     update();
+    emit HoverEnded();
 }

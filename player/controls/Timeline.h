@@ -1,13 +1,20 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QVector>
 #include <QWidget>
 
 #include <optional>
 
-// Shows the whole media from left to right: waveform, cached span, range and position, and the time under the pointer.
+struct PlaybackStatus;
+
+// Shows the media from left to right: waveform, cached span, range and position, and the time under the pointer.
 // Dragging emits Previewed for each place it passes; the release emits Chosen.
-class Timeline : public QWidget
+//
+// It can show a part of the media only, down to a few pictures. The wheel zooms around the pointer, and with Shift it
+// moves the part. When the position moves out of the part, the part follows.
+class TAVOLINWIDGETS_EXPORT Timeline : public QWidget
 {
     Q_OBJECT
 
@@ -21,20 +28,29 @@ public:
 
     explicit Timeline(QWidget* parent = nullptr);
 
+    // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
+    void Show(PlaybackStatus const& status);
+
     void SetMedia(Span media); // empty if nothing is open
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
     void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
+    void SetPictureStep(long long step);         // microseconds from picture to picture; 0: unknown, or no pictures
 
-    long long TimeAt(int x) const; // within the media
-    int XAt(long long time) const;
+    long long TimeAt(int x) const; // within the part shown
+    int XAt(long long time) const; // beside the groove for a time outside the part shown
+    Span GetPart() const;          // that is shown; `end` is its end, not its last moment
+    void Zoom(double factor);      // around the position; above 1 shows less
+    void ShowAll();
 
     QSize sizeHint() const override;
 
 signals:
     void Previewed(long long time);
     void Chosen(long long time);
+    void Hovered(long long time, int x); // the pointer has moved over it, or what lies under the pointer has
+    void HoverEnded();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -42,14 +58,25 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     QRect Groove() const;
+    long long ShortestPart() const;
+    void SetPart(long long start, long long length);
+    void FollowPosition();
+    void ZoomAround(double place, double factor);
+    void NoteHover();
+    void EndHover();
+    void PaintPart(QPainter& painter) const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
     void PaintHover(QPainter& painter) const;
 
     Span media;
+    Span part; // within the media
+    long long pictureStep = 0;
     Span cached;
     long long position = 0;
     std::optional<long long> in;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
 #include "player/controls/KeyMap.h"
 
 #include <optional>
@@ -9,7 +10,7 @@ struct PlaybackStatus;
 
 // Translates keys and controls into calls of the engine: speeds, steps, jumps, the range, the volume. Stores only the
 // user's choices. One thread at a time.
-class Transport
+class TAVOLINWIDGETS_EXPORT Transport
 {
 public:
     explicit Transport(PlaybackEngine& engine); // which must outlive it

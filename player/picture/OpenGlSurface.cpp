@@ -8,6 +8,8 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 
+#include <algorithm>
+
 namespace {
 
 char const* const vertexShader = R"(
@@ -23,10 +25,11 @@ char const* const vertexShader = R"(
 
 char const* const fragmentShader = R"(
     uniform sampler2D picture;
+    uniform highp mat3 look;
     varying highp vec2 place;
     void main()
     {
-        gl_FragColor = vec4(texture2D(picture, place).rgb, 1.0);
+        gl_FragColor = vec4(look * texture2D(picture, place).rgb, 1.0);
     }
 )";
 
@@ -61,16 +64,16 @@ bool OpenGlSurface::IsAvailable()
     return compiles;
 }
 
-void OpenGlSurface::SetPicture(std::shared_ptr<DecodedVideoFrame const> newPicture)
+void OpenGlSurface::SetScene(PictureScene const& newScene)
 {
-    picture = std::move(newPicture);
-    uploaded = false;
-    update();
-}
-
-void OpenGlSurface::SetTransform(QTransform const& pictureToView)
-{
-    transform = pictureToView;
+    for (std::size_t i = 0; i < textures.size(); ++i) {
+        PictureScene::Layer const& before = scene.layers[i];
+        PictureScene::Layer const& now = newScene.layers[i];
+        bool const isSame = now.picture == before.picture && now.lowerFieldFirst == before.lowerFieldFirst &&
+                            newScene.look.fields == scene.look.fields;
+        textures[i].isUploaded = textures[i].isUploaded && isSame;
+    }
+    scene = newScene;
     update();
 }
 
@@ -85,58 +88,67 @@ void OpenGlSurface::initializeGL()
     program->addShaderFromSourceCode(QOpenGLShader::Fragment, fragmentShader);
     program->bindAttributeLocation("corner", cornerAttribute);
     program->link();
-    glGenTextures(1, &texture);
-    textureSize = QSize();
-    uploaded = false;
+    for (Texture& texture : textures) {
+        texture = Texture();
+        glGenTextures(1, &texture.name);
+    }
 }
 
 void OpenGlSurface::Release()
 {
-    if (texture == 0)
+    if (!program)
         return;
     makeCurrent();
-    glDeleteTextures(1, &texture);
-    texture = 0;
+    for (Texture& texture : textures) {
+        glDeleteTextures(1, &texture.name);
+        texture = Texture();
+    }
     program.reset();
     doneCurrent();
 }
 
-void OpenGlSurface::UploadPicture()
+void OpenGlSurface::Upload(PictureScene::Layer const& layer, Texture& texture)
 {
-    glBindTexture(GL_TEXTURE_2D, texture);
-    if (uploaded)
+    glBindTexture(GL_TEXTURE_2D, texture.name);
+    if (texture.isUploaded)
         return;
-    uploaded = true;
-    if (picture->width <= maxTextureSize && picture->height <= maxTextureSize) {
-        UploadBytes(picture->data, QSize(picture->width, picture->height));
+    texture.isUploaded = true;
+    QImage const image = scene.look.ImageOf(*layer.picture, layer.lowerFieldFirst);
+    if (image.width() <= maxTextureSize && image.height() <= maxTextureSize) {
+        UploadBytes(image.constBits(), image.size(), texture);
         return;
     }
-    QImage const smaller = ImageOver(*picture).scaled(maxTextureSize, maxTextureSize, Qt::KeepAspectRatio);
-    UploadBytes(smaller.constBits(), smaller.size());
+    QImage const smaller = image.scaled(maxTextureSize, maxTextureSize, Qt::KeepAspectRatio);
+    UploadBytes(smaller.constBits(), smaller.size(), texture);
 }
 
-void OpenGlSurface::UploadBytes(uint8_t const* bytes, QSize size)
+void OpenGlSurface::UploadBytes(uint8_t const* bytes, QSize size, Texture& texture)
 {
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4); // like the rows of a record and of a QImage
-    if (size == textureSize) {
+    if (size == texture.size) {
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, size.width(), size.height(), GL_RGB, GL_UNSIGNED_BYTE, bytes);
         return;
     }
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, size.width(), size.height(), 0, GL_RGB, GL_UNSIGNED_BYTE, bytes);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    textureSize = size;
+    texture.size = size;
+}
+
+QSize OpenGlSurface::DeviceSize() const
+{
+    return (QSizeF(size()) * devicePixelRatioF()).toSize();
 }
 
 // Texture coordinates run from 0 to 1, screen coordinates from -1 to 1 with y upwards.
-QMatrix4x4 OpenGlSurface::TextureToScreen() const
+QMatrix4x4 OpenGlSurface::TextureToScreen(PictureScene::Layer const& layer) const
 {
     QMatrix4x4 screen;
     screen.ortho(0.0f, static_cast<float>(width() * devicePixelRatioF()),
                  static_cast<float>(height() * devicePixelRatioF()), 0.0f, -1.0f, 1.0f);
     QMatrix4x4 size;
-    size.scale(static_cast<float>(picture->width), static_cast<float>(picture->height));
-    return screen * QMatrix4x4(transform) * size;
+    size.scale(static_cast<float>(layer.picture->width), static_cast<float>(layer.picture->height));
+    return screen * QMatrix4x4(layer.toView) * size;
 }
 
 void OpenGlSurface::paintGL()
@@ -144,20 +156,47 @@ void OpenGlSurface::paintGL()
     glClearColor(static_cast<float>(Theme::backdrop.redF()), static_cast<float>(Theme::backdrop.greenF()),
                  static_cast<float>(Theme::backdrop.blueF()), 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
-    if (!picture || !program->bind())
+    if (!program->bind())
         return;
-    UploadPicture();
-    GLint const filter = HasHardEdges(transform) ? GL_NEAREST : GL_LINEAR;
+    std::array<float, 9> const matrix = scene.look.GetMatrix();
+    program->setUniformValue("picture", 0);
+    program->setUniformValue("look", QMatrix3x3(matrix.data()));
+    for (std::size_t i = 0; i < textures.size(); ++i) {
+        if (!scene.layers[i].picture)
+            continue;
+        Upload(scene.layers[i], textures[i]);
+        if (i == 1 && scene.divider) {
+            glEnable(GL_SCISSOR_TEST);
+            glScissor(*scene.divider, 0, std::max(0, DeviceSize().width() - *scene.divider), DeviceSize().height());
+        }
+        PaintLayer(scene.layers[i]);
+    }
+    program->release();
+    if (scene.divider)
+        PaintDivider();
+    glDisable(GL_SCISSOR_TEST);
+}
+
+// Of the bound texture.
+void OpenGlSurface::PaintLayer(PictureScene::Layer const& layer)
+{
+    GLint const filter = HasHardEdges(layer.toView) ? GL_NEAREST : GL_LINEAR;
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
-
-    program->setUniformValue("picture", 0);
-    program->setUniformValue("textureToScreen", TextureToScreen());
+    program->setUniformValue("textureToScreen", TextureToScreen(layer));
 
     static GLfloat const corners[] = {0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f};
     program->enableAttributeArray(cornerAttribute);
     program->setAttributeArray(cornerAttribute, corners, 2);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     program->disableAttributeArray(cornerAttribute);
-    program->release();
+}
+
+void OpenGlSurface::PaintDivider()
+{
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(*scene.divider - dividerWidth / 2, 0, dividerWidth, DeviceSize().height());
+    glClearColor(static_cast<float>(Theme::text.redF()), static_cast<float>(Theme::text.greenF()),
+                 static_cast<float>(Theme::text.blueF()), 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
 }

@@ -6,8 +6,8 @@
 #include <QOpenGLShaderProgram>
 #include <QOpenGLWidget>
 
-// Paints the picture with OpenGL 2. The record's bytes become a texture unchanged; the GPU rotates and scales. A
-// picture larger than the largest texture is scaled down first.
+// Paints the picture with OpenGL 2. The record's bytes become a texture unchanged; the GPU rotates, scales and applies
+// the look. A picture larger than the largest texture is scaled down first.
 class OpenGlSurface : public QOpenGLWidget, public PictureSurface, private QOpenGLFunctions
 {
     Q_OBJECT
@@ -20,25 +20,31 @@ public:
     static bool IsAvailable();
 
     QWidget* GetWidget() override { return this; }
-    void SetPicture(std::shared_ptr<DecodedVideoFrame const> picture) override;
-    void SetTransform(QTransform const& pictureToView) override;
+    void SetScene(PictureScene const& scene) override;
 
 protected:
     void initializeGL() override;
     void paintGL() override;
 
 private:
+    struct Texture
+    {
+        GLuint name = 0;
+        QSize size;
+        bool isUploaded = false; // the layer's picture is in it
+    };
+
     void Release();
-    void UploadPicture();
-    void UploadBytes(uint8_t const* bytes, QSize size);
-    QMatrix4x4 TextureToScreen() const;
+    void Upload(PictureScene::Layer const& layer, Texture& texture);
+    void UploadBytes(uint8_t const* bytes, QSize size, Texture& texture);
+    void PaintLayer(PictureScene::Layer const& layer);
+    void PaintDivider();
+    QSize DeviceSize() const;
+    QMatrix4x4 TextureToScreen(PictureScene::Layer const& layer) const;
 
-    std::shared_ptr<DecodedVideoFrame const> picture;
-    bool uploaded = false; // `picture` is in the texture
-    QTransform transform;
+    PictureScene scene;
+    std::array<Texture, 2> textures; // of the layers
 
-    std::unique_ptr<QOpenGLShaderProgram> program; // these belong to the OpenGL context
-    GLuint texture = 0;
-    QSize textureSize;
+    std::unique_ptr<QOpenGLShaderProgram> program; // belongs to the OpenGL context, as the textures do
     GLint maxTextureSize = 0;
 };

@@ -1,9 +1,18 @@
 #include "player/picture/PictureGeometry.h"
 
-#include <QRectF>
-
 #include <algorithm>
 #include <cmath>
+
+namespace {
+
+QSize Turned(QSize size, int clockwiseDegrees)
+{
+    QTransform turn;
+    turn.rotate(clockwiseDegrees);
+    return turn.mapRect(QRectF(QPointF(), QSizeF(size))).size().toSize();
+}
+
+} // namespace
 
 void PictureGeometry::SetView(QSize size)
 {
@@ -44,24 +53,35 @@ void PictureGeometry::Pan(QPointF distance)
 
 QTransform PictureGeometry::PictureToView() const
 {
-    double const scale = GetZoom();
-    QSizeF const turned = QSizeF(TurnedSize()) * scale;
+    return PictureToView(picture, degrees);
+}
+
+QTransform PictureGeometry::PictureToView(QSize other, int clockwiseDegrees) const
+{
+    QRectF const place = PlaceInView();
+    QSizeF const turned = QSizeF(Turned(other, clockwiseDegrees));
+    QTransform transform;
+    transform.translate(place.x() + place.width() / 2.0, place.y() + place.height() / 2.0);
+    if (!turned.isEmpty())
+        transform.scale(place.width() / turned.width(), place.height() / turned.height());
+    transform.rotate(clockwiseDegrees);
+    transform.translate(-other.width() / 2.0, -other.height() / 2.0);
+    return transform;
+}
+
+// Of the upright picture.
+QRectF PictureGeometry::PlaceInView() const
+{
+    QSizeF const turned = QSizeF(TurnedSize()) * GetZoom();
     // Whole pixels for the upper left corner make zoom 1 exact.
     QPointF const corner(std::floor(view.width() / 2.0 + offset.x() - turned.width() / 2.0),
                          std::floor(view.height() / 2.0 + offset.y() - turned.height() / 2.0));
-    QTransform transform;
-    transform.translate(corner.x() + turned.width() / 2.0, corner.y() + turned.height() / 2.0);
-    transform.rotate(degrees);
-    transform.scale(scale, scale);
-    transform.translate(-picture.width() / 2.0, -picture.height() / 2.0);
-    return transform;
+    return {corner, turned};
 }
 
 QSize PictureGeometry::TurnedSize() const
 {
-    QTransform turn;
-    turn.rotate(degrees);
-    return turn.mapRect(QRectF(QPointF(), QSizeF(picture))).size().toSize();
+    return Turned(picture, degrees);
 }
 
 double PictureGeometry::FittingZoom() const

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 #include <QPointF>
+#include <QRectF>
 #include <QSize>
 #include <QTransform>
 
 // Places a picture in its view: fitted, or zoomed around a point, rotated as its record says. All lengths are device
 // pixels: at zoom 1 one picture pixel covers one screen pixel.
-class PictureGeometry
+class TAVOLINWIDGETS_EXPORT PictureGeometry
 {
 public:
     static constexpr double minZoom = 1.0 / 64.0;
@@ -27,8 +30,12 @@ public:
     // From picture pixels, with (0, 0) at the upper left before rotation, to view pixels.
     QTransform PictureToView() const;
 
+    // The same for another picture, which is stretched over the upright picture's place.
+    QTransform PictureToView(QSize other, int clockwiseDegrees) const;
+
 private:
     QSize TurnedSize() const;
+    QRectF PlaceInView() const;
     double FittingZoom() const;
     void KeepInView();
 

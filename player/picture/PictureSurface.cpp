@@ -1,7 +1,6 @@
 #include "player/picture/PictureSurface.h"
 
 #include "decode/DecodedVideoFrame.h"
-#include "decode/RowBytes.h"
 #include "player/controls/Theme.h"
 
 #include <QImage>
@@ -19,7 +18,7 @@ PictureSurface::~PictureSurface() = default;
 
 QImage PictureSurface::ImageOver(DecodedVideoFrame const& picture)
 {
-    return QImage(picture.data, picture.width, picture.height, PaddedRowBytes(picture.width), QImage::Format_RGB888);
+    return PictureLook().ImageOf(picture, /*lowerFieldFirst=*/false);
 }
 
 bool PictureSurface::HasHardEdges(QTransform const& pictureToView)
@@ -32,15 +31,18 @@ PainterSurface::PainterSurface(QWidget* parent) : QWidget(parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
-void PainterSurface::SetPicture(std::shared_ptr<DecodedVideoFrame const> newPicture)
+void PainterSurface::SetScene(PictureScene const& newScene)
 {
-    picture = std::move(newPicture);
-    update();
-}
-
-void PainterSurface::SetTransform(QTransform const& pictureToView)
-{
-    transform = pictureToView;
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        PictureScene::Layer const& layer = newScene.layers[i];
+        bool const isSame = layer.picture == scene.layers[i].picture && newScene.look.fields == scene.look.fields &&
+                            layer.lowerFieldFirst == scene.layers[i].lowerFieldFirst;
+        if (!layer.picture)
+            images[i] = QImage();
+        else if (!isSame)
+            images[i] = newScene.look.ImageOf(*layer.picture, layer.lowerFieldFirst);
+    }
+    scene = newScene;
     update();
 }
 
@@ -48,10 +50,36 @@ void PainterSurface::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.fillRect(rect(), Theme::backdrop);
-    if (!picture)
-        return;
     painter.scale(1.0 / devicePixelRatioF(), 1.0 / devicePixelRatioF());
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, !HasHardEdges(transform));
-    painter.setTransform(transform, /*combine=*/true);
-    painter.drawImage(QPointF(0.0, 0.0), ImageOver(*picture));
+    if (!scene.look.ChangesColours()) {
+        PaintLayers(painter);
+    } else {
+        QImage painted((QSizeF(size()) * devicePixelRatioF()).toSize(), QImage::Format_ARGB32_Premultiplied);
+        painted.fill(Qt::transparent); // where there is no picture
+        QPainter inner(&painted);
+        PaintLayers(inner);
+        inner.end();
+        scene.look.Apply(painted);
+        painter.drawImage(0, 0, painted);
+    }
+    if (scene.divider)
+        painter.fillRect(*scene.divider - dividerWidth / 2, 0, dividerWidth,
+                         static_cast<int>(std::ceil(height() * devicePixelRatioF())), Theme::text);
+}
+
+void PainterSurface::PaintLayers(QPainter& painter) const
+{
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (images[i].isNull())
+            continue;
+        painter.save();
+        if (i == 1 && scene.divider)
+            painter.setClipRect(
+                QRectF(*scene.divider, 0, width() * devicePixelRatioF(), height() * devicePixelRatioF()));
+        QTransform const& transform = scene.layers[i].toView;
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, !HasHardEdges(transform));
+        painter.setTransform(transform, /*combine=*/true);
+        painter.drawImage(QPointF(0.0, 0.0), images[i]);
+        painter.restore();
+    }
 }

@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -18,6 +19,25 @@ constexpr int notch = 120; // eighths of a degree
 bool IsPicture(DecodedVideoFrame const* record)
 {
     return record && record->data && record->status == 0 && record->width > 0 && record->height > 0;
+}
+
+QSize SizeOf(DecodedVideoFrame const& picture)
+{
+    return {picture.width, picture.height};
+}
+
+// The pixel of the record that `place`, in its own pixels, lies in; none beside it.
+std::optional<PictureView::Pixel> PixelOf(DecodedVideoFrame const& picture, QPointF place)
+{
+    QPoint const pixel(static_cast<int>(std::floor(place.x())), static_cast<int>(std::floor(place.y())));
+    QRect const area(QPoint(0, 0), SizeOf(picture));
+    if (!area.contains(pixel))
+        return std::nullopt;
+    QTransform turn;
+    turn.rotate(picture.rotation);
+    QPointF const upright = turn.map(QPointF(pixel) + QPointF(0.5, 0.5)) - turn.mapRect(QRectF(area)).topLeft();
+    return PictureView::Pixel{QPoint(static_cast<int>(upright.x()), static_cast<int>(upright.y())),
+                              PictureSurface::ImageOver(picture).pixelColor(pixel)};
 }
 
 } // namespace
@@ -41,8 +61,42 @@ void PictureView::Show(std::shared_ptr<DecodedVideoFrame const> picture)
         return;
     shown = std::move(picture);
     if (shown)
-        geometry.SetPicture(QSize(shown->width, shown->height), shown->rotation);
-    surface->SetPicture(shown);
+        geometry.SetPicture(SizeOf(*shown), shown->rotation);
+    Place();
+}
+
+void PictureView::ShowSecond(std::shared_ptr<DecodedVideoFrame const> picture)
+{
+    if (!IsPicture(picture.get()))
+        picture = nullptr;
+    if (picture == second)
+        return;
+    second = std::move(picture);
+    Place();
+}
+
+void PictureView::SetSides(Sides newSides)
+{
+    if (newSides == sides)
+        return;
+    sides = newSides;
+    Place();
+}
+
+void PictureView::SetLook(PictureLook const& newLook)
+{
+    if (newLook == look)
+        return;
+    look = newLook;
+    Place();
+}
+
+void PictureView::SetLowerFieldFirst(bool first, bool firstOfSecond)
+{
+    if (first == lowerFieldFirst && firstOfSecond == lowerFieldFirstOfSecond)
+        return;
+    lowerFieldFirst = first;
+    lowerFieldFirstOfSecond = firstOfSecond;
     Place();
 }
 
@@ -77,7 +131,46 @@ QImage PictureView::Render(DecodedVideoFrame const& picture)
 
 void PictureView::Place()
 {
-    surface->SetTransform(geometry.PictureToView());
+    PictureScene scene;
+    scene.look = look;
+    if (IsWiped() || !ShowsSecondAt(0.0))
+        scene.layers[0] = {shown, geometry.PictureToView(), lowerFieldFirst};
+    if (IsWiped())
+        scene.divider = static_cast<int>(std::lround(divider * width() * devicePixelRatioF()));
+    if (second && sides != Sides::First)
+        scene.layers[1] = {second, SecondToView(), lowerFieldFirstOfSecond};
+    surface->SetScene(scene);
+}
+
+bool PictureView::IsWiped() const
+{
+    return second && sides == Sides::Both;
+}
+
+bool PictureView::ShowsSecondAt(double x) const
+{
+    if (IsWiped())
+        return x >= divider * width() * devicePixelRatioF();
+    return second && sides == Sides::Second;
+}
+
+QTransform PictureView::SecondToView() const
+{
+    return geometry.PictureToView(SizeOf(*second), second->rotation);
+}
+
+std::optional<PictureView::Pixel> PictureView::PixelAt(QPoint position) const
+{
+    QPointF const place = (QPointF(position) + QPointF(0.5, 0.5)) * devicePixelRatioF();
+    bool const isSecond = ShowsSecondAt(place.x());
+    auto const& picture = isSecond ? second : shown;
+    if (!picture)
+        return std::nullopt;
+    QTransform const toView = isSecond ? SecondToView() : geometry.PictureToView();
+    auto pixel = PixelOf(*picture, toView.inverted().map(place));
+    if (pixel)
+        pixel->isSecond = isSecond;
+    return pixel;
 }
 
 void PictureView::resizeEvent(QResizeEvent* /*event*/)
@@ -97,6 +190,11 @@ void PictureView::mouseMoveEvent(QMouseEvent* event)
     emit PointerMoved(event->pos());
     if ((event->buttons() & Qt::LeftButton) == 0)
         return;
+    if (IsWiped()) {
+        divider = std::clamp(static_cast<double>(event->pos().x()) / std::max(1, width()), 0.0, 1.0);
+        Place();
+        return;
+    }
     geometry.Pan(QPointF(event->pos() - dragFrom) * devicePixelRatioF());
     dragFrom = event->pos();
     Place();
@@ -122,4 +220,9 @@ void PictureView::wheelEvent(QWheelEvent* event)
         wheelRest -= notches * notch;
         emit WheelTurned(notches);
     }
+}
+
+void PictureView::leaveEvent(QEvent* /*event*/)
+{
+    emit PointerLeft();
 }

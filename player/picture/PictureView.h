@@ -1,23 +1,37 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
 #include "player/picture/PictureGeometry.h"
+#include "player/picture/PictureLook.h"
 
+#include <QColor>
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 class PictureSurface;
 class QImage;
 struct DecodedVideoFrame;
 
-// The part of the window that shows the picture. Dragging moves a picture larger than the view; Ctrl and the wheel zoom
-// at the pointer.
-class PictureView : public QWidget
+// The part of the window that shows the picture, or two pictures of the same size on the screen: one of them at a time,
+// or the first one left of a divider and the second one right of it. Dragging moves the divider, or a picture larger
+// than the view; Ctrl and the wheel zoom at the pointer.
+class TAVOLINWIDGETS_EXPORT PictureView : public QWidget
 {
     Q_OBJECT
 
 public:
     enum class Painting { OpenGl, Painter };
+    enum class Sides { First, Second, Both };
+
+    // A pixel of a picture shown, as its record has it: before any change for display.
+    struct Pixel
+    {
+        QPoint place; // in the upright picture, from 0
+        QColor colour;
+        bool isSecond = false; // of the second picture
+    };
 
     // OpenGl falls back to Painter if OpenGL does not work here.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
@@ -28,10 +42,23 @@ public:
     void Show(std::shared_ptr<DecodedVideoFrame const> picture);
     std::shared_ptr<DecodedVideoFrame const> GetShown() const { return shown; }
 
+    // The second picture; null, or a mark, for none.
+    void ShowSecond(std::shared_ptr<DecodedVideoFrame const> picture);
+    std::shared_ptr<DecodedVideoFrame const> GetSecond() const { return second; }
+
+    void SetSides(Sides sides); // as long as there is a second picture
+    Sides GetSides() const { return sides; }
+    double GetDivider() const { return divider; } // 0 at the left edge of the view to 1 at the right one
+
+    void SetLook(PictureLook const& look);
+    void SetLowerFieldFirst(bool first, bool firstOfSecond); // of the pictures that have fields
+
     PictureGeometry const& GetGeometry() const { return geometry; }
     void ToggleFit();         // between fitted and pixel for pixel
     void Zoom(double factor); // around the middle
     void Fit();
+
+    std::optional<Pixel> PixelAt(QPoint position) const; // of the view
 
     // The upright picture in its own size; a null image for a mark. Any thread.
     static QImage Render(DecodedVideoFrame const& picture);
@@ -40,6 +67,7 @@ signals:
     void DoubleClicked();
     void WheelTurned(int notches); // without Ctrl, up is positive
     void PointerMoved(QPoint position);
+    void PointerLeft();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -47,13 +75,23 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
 private:
     void Place();
+    bool IsWiped() const;
+    bool ShowsSecondAt(double x) const; // device pixels
+    QTransform SecondToView() const;
 
     bool openGl = false;
     PictureSurface* surface = nullptr; // a child widget
     std::shared_ptr<DecodedVideoFrame const> shown;
+    std::shared_ptr<DecodedVideoFrame const> second;
+    Sides sides = Sides::First;
+    double divider = 0.5;
+    PictureLook look;
+    bool lowerFieldFirst = false;
+    bool lowerFieldFirstOfSecond = false;
     PictureGeometry geometry;
     QPoint dragFrom;
     int wheelRest = 0; // eighths of a degree short of a notch

@@ -8,7 +8,7 @@ class NullAudioDevice : public AudioDevice
 public:
     bool Start(int /*sampleRate*/, int /*channels*/, Fill /*fill*/) override { return running = true; }
     void Stop() override { running = false; }
-    bool IsRunning() override { return running; }
+    State GetState() override { return running ? State::Running : State::Lost; }
     QString GetNote() const override { return {}; }
 
 private:

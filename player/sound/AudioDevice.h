@@ -9,6 +9,12 @@
 class AudioDevice
 {
 public:
+    enum class State {
+        Running, // calls the fill
+        Stalled, // is open but has not called for two seconds: suspended, or its server is busy; it goes on by itself
+        Lost,    // is not open, or no more: only another Start brings it back
+    };
+
     // Writes `frames` frames of interleaved samples, silence included; the first is heard `delay` microseconds later.
     // Never waits.
     using Fill = std::function<void(short* buffer, int frames, long long delay)>;
@@ -24,9 +30,7 @@ public:
 
     virtual void Stop() = 0; // the fill is not called after the return
 
-    // Whether the device calls the fill; false also after it disappeared while playing.
-    virtual bool IsRunning() = 0;
-
+    virtual State GetState() = 0;        // as of now
     virtual QString GetNote() const = 0; // one sentence why there is no sound; empty if there is, or should not be
 
 private:

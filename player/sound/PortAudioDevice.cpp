@@ -1,6 +1,7 @@
 #include "player/sound/AudioDevice.h"
 
 #include "player/sound/RateConverter.h"
+#include "player/sound/SoundLibraries.h"
 
 #include <algorithm>
 #include <atomic>
@@ -9,8 +10,8 @@
 
 namespace {
 
-// A device that does not call for this long has disappeared, even if it claims to be active.
-constexpr auto patience = std::chrono::seconds(1);
+// A device that does not call for this long has stalled, even if it claims to be active.
+constexpr auto patience = std::chrono::seconds(2);
 
 // Seconds of buffered sound. Prevents gaps on a busy computer and delays only the effect of changes: the engine knows
 // when each block is heard.
@@ -35,7 +36,7 @@ public:
 
     bool Start(int sampleRate, int channels, Fill fill) override;
     void Stop() override;
-    bool IsRunning() override;
+    State GetState() override;
     QString GetNote() const override { return note; }
 
 private:
@@ -66,6 +67,7 @@ PortAudioDevice::~PortAudioDevice()
 bool PortAudioDevice::Start(int sampleRate, int sourceChannels, Fill newFill)
 {
     Stop();
+    SoundLibraries::Silence();
     fill = std::move(newFill);
     if (int const error = Pa_Initialize(); error != paNoError)
         return Fail(error);
@@ -125,19 +127,23 @@ void PortAudioDevice::Stop()
     note.clear();
 }
 
-bool PortAudioDevice::IsRunning()
+// A device that disappears ends its stream; one that is suspended keeps it and only stops calling.
+AudioDevice::State PortAudioDevice::GetState()
 {
     if (!stream)
-        return false;
+        return State::Lost;
     auto const now = std::chrono::steady_clock::now();
     if (unsigned const count = blocks; count != blocksSeen) {
         blocksSeen = count;
         lastBlock = now;
     }
-    if (Pa_IsStreamActive(stream) == 1 && now - lastBlock < patience)
-        return true;
-    note = "The sound device has gone; playing without sound.";
-    return false;
+    if (Pa_IsStreamActive(stream) != 1) {
+        note = "The sound device has gone; playing without sound.";
+        return State::Lost;
+    }
+    bool const hasStalled = now - lastBlock >= patience;
+    note = hasStalled ? "The sound device does not respond; playing without sound." : "";
+    return hasStalled ? State::Stalled : State::Running;
 }
 
 void PortAudioDevice::Fulfil(short* buffer, int frames, PaStreamCallbackTimeInfo const& time)

@@ -2,6 +2,7 @@
 
 #include "playback/PlaybackEngine.h"
 
+#include <QElapsedTimer>
 #include <QThread>
 #include <QTimer>
 
@@ -12,11 +13,12 @@ namespace {
 
 constexpr unsigned long farewell = 2000; // milliseconds that a device gets to close with the window
 constexpr int watchInterval = 300;       // milliseconds between two looks at whether the device is still there
+constexpr int retryInterval = 2000;      // milliseconds between two tries to open a device that was lost or absent
 
 } // namespace
 
-// Owns the sound device, on a thread that may wait for it, and watches it while it plays. Used only on that thread once
-// it runs.
+// Owns the sound device, on a thread that may wait for it, and watches it: says when it stalls, and opens a lost one
+// again. Used only on that thread once it runs.
 class SoundWorker : public QObject
 {
     Q_OBJECT
@@ -28,35 +30,71 @@ public:
         connect(watch, &QTimer::timeout, this, &SoundWorker::Watch);
     }
 
-    void Start(int sampleRate, int channels, AudioDevice::Fill fill)
+    void Start(int newSampleRate, int newChannels, AudioDevice::Fill newFill)
     {
-        bool const started = device->Start(sampleRate, channels, std::move(fill));
-        emit NoteChanged(device->GetNote());
-        if (started)
-            watch->start();
+        sampleRate = newSampleRate;
+        channels = newChannels;
+        fill = std::move(newFill);
+        Open();
+        watch->start();
     }
 
     void Stop()
     {
         watch->stop();
         device->Stop();
+        isOpen = false;
+    }
+
+    void Reopen()
+    {
+        if (watch->isActive() && !isOpen)
+            Open();
     }
 
 signals:
     void NoteChanged(QString const& note);
 
 private:
-    // Without its device, play follows the computer's clock; the next file tries the device again.
+    void Open()
+    {
+        isOpen = device->Start(sampleRate, channels, fill);
+        sinceTry.start();
+        Tell();
+    }
+
+    // Without its device, play follows the computer's clock.
     void Watch()
     {
-        if (device->IsRunning())
+        if (!isOpen) {
+            if (sinceTry.hasExpired(retryInterval))
+                Open();
             return;
-        emit NoteChanged(device->GetNote()); // first: closing a device that has gone may hang in its driver
-        Stop();
+        }
+        isOpen = device->GetState() != AudioDevice::State::Lost;
+        Tell(); // first: closing a device that has gone may hang in its driver
+        if (isOpen)
+            return;
+        device->Stop();
+        sinceTry.start();
+    }
+
+    void Tell()
+    {
+        if (device->GetNote() == note)
+            return;
+        note = device->GetNote();
+        emit NoteChanged(note);
     }
 
     std::unique_ptr<AudioDevice> device;
-    QTimer* watch;
+    QTimer* watch; // runs from Start to Stop
+    int sampleRate = 0;
+    int channels = 0;
+    AudioDevice::Fill fill;
+    bool isOpen = false;
+    QElapsedTimer sinceTry; // to open the device
+    QString note;           // told last
 };
 
 // Between a device's thread and the engine. Close waits for a fill in progress, which takes microseconds.
@@ -118,6 +156,11 @@ void SoundPlayer::Start(int sampleRate, int channels)
     };
     QMetaObject::invokeMethod(
         worker, [worker = worker, sampleRate, channels, fill] { worker->Start(sampleRate, channels, fill); });
+}
+
+void SoundPlayer::Reopen()
+{
+    QMetaObject::invokeMethod(worker, [worker = worker] { worker->Reopen(); });
 }
 
 void SoundPlayer::Stop()

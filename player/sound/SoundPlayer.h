@@ -23,8 +23,11 @@ public:
     SoundPlayer(PlaybackEngine& engine, std::unique_ptr<AudioDevice> device, QObject* parent = nullptr);
     ~SoundPlayer() override;
 
-    // Plays in the engine's current format. Call Stop before the engine opens another file.
+    // Plays in the engine's current format, from now on or as soon as there is a device: one that is absent or lost is
+    // tried again every two seconds. Call Stop before the engine opens another file.
     void Start(int sampleRate, int channels);
+
+    void Reopen(); // tries at once, if the device is absent or lost; for when the user plays
 
     void Stop(); // the engine is not called after the return
 

@@ -26,7 +26,7 @@ public:
 
     bool Start(int sampleRate, int channels, Fill fill) override;
     void Stop() override;
-    bool IsRunning() override;
+    State GetState() override;
     QString GetNote() const override { return note; }
 
 private:
@@ -56,8 +56,9 @@ WavAudioDevice::~WavAudioDevice()
 bool WavAudioDevice::Start(int sampleRate, int channels, Fill newFill)
 {
     Stop();
-    if (!file.isOpen() && !OpenFile({sampleRate, channels}))
+    if (failed || (!file.isOpen() && !OpenFile({sampleRate, channels})))
         return false;
+    note.clear();
     fill = std::move(newFill);
     if (sampleRate != format.sampleRate || channels != format.channels)
         converter = RateConverter::Make(fill, {sampleRate, channels}, format);
@@ -89,11 +90,11 @@ void WavAudioDevice::Stop()
     WriteHeader();
 }
 
-bool WavAudioDevice::IsRunning()
+AudioDevice::State WavAudioDevice::GetState()
 {
     if (failed)
         note = QString("The file %1 takes no more sound.").arg(file.fileName());
-    return thread.joinable() && !failed;
+    return thread.joinable() && !failed ? State::Running : State::Lost;
 }
 
 void WavAudioDevice::Run()

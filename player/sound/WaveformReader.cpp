@@ -18,6 +18,7 @@ constexpr qint64 reportInterval = 250; // milliseconds
 WaveformReader::WaveformReader(PlaybackStatus const& status, QObject* parent)
     : QThread(parent),
       info(status.soundInfo),
+      streamIndex(status.soundStreams.value(status.soundStream).index),
       mediaStart(status.start + status.origin),
       duration(std::max(1LL, status.duration))
 {
@@ -38,7 +39,7 @@ void WaveformReader::Stop()
 void WaveformReader::run()
 {
     peaks.fill(0, peakCount);
-    SoundStream sound(info);
+    SoundStream sound(info, streamIndex);
     if (!sound.Open())
         return;
     sound.ReadThrough();

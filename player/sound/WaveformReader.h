@@ -37,6 +37,7 @@ private:
     void Take(DecodedAudioFrame const& frame);
 
     std::shared_ptr<MediaInfo> const info;
+    int const streamIndex;      // in the container
     long long const mediaStart; // of the peaks, container time, microseconds
     long long const duration;
     std::atomic<bool> stopped{false};

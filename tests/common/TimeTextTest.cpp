@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -125,6 +126,48 @@ TEST(TimeTextTest, PrintsAShortClock)
     EXPECT_EQ(TimeText::ShortClock(-1500000, 3), "-0:00:01.500");
     EXPECT_EQ(TimeText::ShortClock(360000000000, 0), "100:00:00");
     EXPECT_EQ(TimeText::ShortClock(std::numeric_limits<long long>::min(), 6), "-2562047788:00:54.775808");
+}
+
+TEST(TimeTextTest, NamesAPictureByAMomentOfIt)
+{
+    EXPECT_EQ(TimeText::PictureClock(0, 33365), "00:00:00.000");
+    EXPECT_EQ(TimeText::PictureClock(233566, 266932), "00:00:00.234"); // picture 7 at 29.97 a second
+    EXPECT_EQ(TimeText::ShortPictureClock(233566, 266932), "0:00:00.234");
+    EXPECT_EQ(TimeText::PictureClock(40000, 79999), "00:00:00.040");
+    EXPECT_EQ(TimeText::PictureClock(999999, 1000000), "00:00:01.000");
+    EXPECT_EQ(TimeText::PictureClock(59999001, 60040000), "00:01:00.000");
+}
+
+TEST(TimeTextTest, NamesAShortPictureWithAsManyDigitsAsItTakes)
+{
+    EXPECT_EQ(TimeText::PictureClock(1001, 2000), "00:00:00.002");
+    EXPECT_EQ(TimeText::PictureClock(1001, 1999), "00:00:00.0011");
+    EXPECT_EQ(TimeText::PictureClock(1400, 1799), "00:00:00.0014");
+    EXPECT_EQ(TimeText::PictureClock(1401, 1499), "00:00:00.00141");
+    EXPECT_EQ(TimeText::PictureClock(1401, 1409), "00:00:00.001401");
+    EXPECT_EQ(TimeText::PictureClock(1401, 1401), "00:00:00.001401");
+    EXPECT_EQ(TimeText::PictureClock(1400, 1400), "00:00:00.0014");
+    EXPECT_EQ(TimeText::PictureClock(-1500, -500), "-00:00:00.001");
+    constexpr long long latest = std::numeric_limits<long long>::max();
+    EXPECT_EQ(TimeText::Parse(TimeText::PictureClock(latest, latest)), latest);
+}
+
+// Pictures at rates, their starts truncated to microseconds, and at even steps.
+TEST(TimeTextTest, NamesOfPicturesReadBackAsTheSamePicture)
+{
+    std::vector<double> stepsUs = {1000.0, 400.0, 1.0};
+    for (double const rate : {24000 / 1001.0, 30000 / 1001.0, 60000 / 1001.0, 120000 / 1001.0, 24.0, 25.0, 1000.0})
+        stepsUs.push_back(1000000.0 / rate);
+    for (double const step : stepsUs) {
+        for (long long number = 0; number < 20000; ++number) {
+            auto const start = static_cast<long long>(static_cast<double>(number) * step);
+            auto const end = static_cast<long long>(static_cast<double>(number + 1) * step) - 1;
+            for (QString const& name : {TimeText::PictureClock(start, end), TimeText::ShortPictureClock(start, end)}) {
+                long long const time = TimeText::Parse(name).value();
+                ASSERT_TRUE(start <= time && time <= end) << name.toStdString() << ' ' << start << ' ' << end;
+            }
+        }
+    }
 }
 
 TEST(TimeTextTest, PrintsSeconds)

@@ -380,6 +380,25 @@ TEST_F(MediaInstanceTest, OpensTheStreamsOfTheDescription)
     EXPECT_TRUE(log.Lines().empty());
 }
 
+TEST_F(MediaInstanceTest, OpensTheStreamOfSoundThatIsWanted)
+{
+    OutputChannels const two(2);
+    Session session(MakeMedia("two-sounds.mkv", Picture("64x48", 25, 0.4) + Tone(48000, 2, 0.4) + Tone(8000, 1, 0.4) +
+                                                    QStringList{"-map", "0", "-map", "1", "-map", "2"} + h264 + pcm));
+    session.instance.SetAudioStream(2);
+    ASSERT_TRUE(session.instance.OpenInput());
+    EXPECT_EQ(session.instance.GetActiveAudioStreamIndex(), 2);
+    EXPECT_EQ(session.instance.GetSampleRate(), 8000);
+    session.instance.SetAudioStream(-1);
+    EXPECT_EQ(session.instance.GetSampleRate(), 8000); // until it is opened again
+    ASSERT_TRUE(session.instance.OpenInput());
+    EXPECT_EQ(session.instance.GetActiveAudioStreamIndex(), 1);
+    EXPECT_TRUE(log.Lines().empty());
+    session.instance.SetAudioStream(0); // pictures
+    EXPECT_FALSE(session.instance.OpenInput());
+    EXPECT_EQ(log.Lines(), std::vector<LogLine>{ErrorLine("Failed to find audio stream (Stream not found)")});
+}
+
 TEST_F(MediaInstanceTest, OpensASourceWithNeitherSoundNorVideo)
 {
     Session session(WriteMedia("words.srt", "1\n00:00:00,000 --> 00:00:00,400\nWords\n\n"));

@@ -94,7 +94,138 @@ TEST_F(SoundLinkTest, TheClockIsWhatIsHeardNow)
     EXPECT_EQ(Position(), 30000);
     time.Advance(25000);
     EXPECT_EQ(Position(), 55000);
+    EXPECT_EQ(state.drift, -20000.0); // it is heard that much later than at first
+}
+
+// A sample more each second than the time source says; a pause in between counts as nothing.
+TEST_F(SoundLinkTest, DriftIsHowFarTheClocksHaveDiffered)
+{
+    auto const fillSeconds = [this](int seconds) {
+        for (int i = 0; i < 10 * seconds; ++i) {
+            Leave();
+            Fill(i % 10 == 0 ? 101 : 100, /*delay=*/80000);
+            link.TakeReport(state);
+            time.Advance(100000);
+        }
+    };
+    fillSeconds(10);
+    EXPECT_NEAR(state.drift, 10000.0, 1.0);
+    state.SetSpeed(0.0, time.GetTime());
+    Leave();
+    Fill(100, /*delay=*/80000);
+    time.Advance(5000000);
+    Fill(100, /*delay=*/80000);
+    state.SetSpeed(1.0, time.GetTime());
+    state.Begin(time.GetTime());
+    fillSeconds(5);
+    EXPECT_NEAR(state.drift, 5000.0, 1.0);
+}
+
+// 300 ms are missing to the time source, and the sound goes on where play is, 80 ms before it is heard.
+TEST_F(SoundLinkTest, AnOutputThatHasStoodStillGoesOnInTime)
+{
+    Leave();
+    Fill(10, /*delay=*/80000);
+    time.Advance(310000);
+    Leave();
+    EXPECT_EQ(Fill(20, /*delay=*/80000).back(), 10 * (310 + 80 + 19) + 10);
+    EXPECT_EQ(Position(), 310000); // play has not waited
+    time.Advance(20000);
+    Fill(20, /*delay=*/80000);
+    EXPECT_EQ(Position(), 330000);
     EXPECT_EQ(state.drift, 0.0);
+}
+
+TEST_F(SoundLinkTest, PlayWaitsForAnOutputThatFaltersShortly)
+{
+    Leave();
+    Fill(10);
+    time.Advance(200000);
+    EXPECT_EQ(Fill(10).back(), 200); // none is left out
+    state.reported = 0;
+    EXPECT_EQ(Position(), 10000);
+}
+
+TEST_F(SoundLinkTest, AnOutputThatTellsItsDelayBadlyGoesOn)
+{
+    Leave();
+    Fill(10);
+    EXPECT_EQ(Fill(10, /*delay=*/400000).back(), 200);
+    EXPECT_EQ(Fill(10, /*delay=*/0).back(), 300);
+    EXPECT_EQ(Fill(10, /*delay=*/400000).back(), 400);
+}
+
+// What play has shown of the pictures meanwhile is not shown once more.
+TEST_F(SoundLinkTest, AnOutputThatComesLaterJoinsInTime)
+{
+    time.Advance(200000);
+    Leave();
+    EXPECT_EQ(Fill(10, /*delay=*/80000).back(), 10 * (200 + 80 + 9) + 10);
+    time.Advance(10000);
+    Fill(10, /*delay=*/80000);
+    EXPECT_EQ(Position(), 210000);
+}
+
+// While paused, a step asks for a piece of 60 ms at its picture.
+class SoundPieceTest : public SoundLinkTest
+{
+protected:
+    SoundPieceTest()
+    {
+        state.SetScrubSound(true);
+        state.SetSpeed(0.0, time.GetTime());
+    }
+
+    void StepTo(long long position, bool forwards)
+    {
+        state.Step(forwards ? 1 : -1, time.GetTime());
+        state.MakeStep(position, /*isLast=*/false, time.GetTime());
+        state.StartPiece();
+        Leave();
+    }
+};
+
+// By the samples of SoundScene: 10 a millisecond, faded over five at both ends.
+TEST_F(SoundPieceTest, AStepOnGivesAPieceForwards)
+{
+    StepTo(100000, /*forwards=*/true);
+    std::vector<short> expected;
+    for (int i = 0; i < 60; ++i)
+        expected.push_back(static_cast<short>(10 * (100 + i) + 10));
+    for (int i = 0; i < 5; ++i) {
+        expected[static_cast<size_t>(i)] = static_cast<short>(expected[static_cast<size_t>(i)] * i / 5);
+        expected[static_cast<size_t>(59 - i)] = static_cast<short>(expected[static_cast<size_t>(59 - i)] * i / 5);
+    }
+    expected.resize(100, 0);
+    EXPECT_EQ(Fill(100), expected);
+    EXPECT_EQ(Fill(30), std::vector<short>(30, 0)); // once
+    EXPECT_EQ(Position(), 100000);                  // play stands still
+}
+
+TEST_F(SoundPieceTest, AStepBackGivesAPieceBackwardsInBlocksOfAnySize)
+{
+    StepTo(100000, /*forwards=*/false);
+    EXPECT_EQ(Fill(8), (std::vector<short>{0, 318, 632, 942, 1248, 1550, 1540, 1530}));
+    EXPECT_EQ(Fill(48).back(), 840); // four fifths of the one at 104 ms
+    EXPECT_EQ(Fill(6), (std::vector<short>{624, 412, 204, 0, 0, 0}));
+}
+
+TEST_F(SoundPieceTest, AFasterStepFadesTheFormerPieceOut)
+{
+    StepTo(100000, /*forwards=*/true);
+    EXPECT_EQ(Fill(20).back(), 1200);
+    StepTo(300000, /*forwards=*/true);
+    EXPECT_EQ(Fill(12), (std::vector<short>{968, 732, 492, 248, 0, 0, 604, 1212, 1824, 2440, 3060, 3070}));
+}
+
+TEST_F(SoundPieceTest, PlayEndsAPiece)
+{
+    StepTo(100000, /*forwards=*/true);
+    Fill(20);
+    state.SetSpeed(1.0, time.GetTime());
+    state.Begin(time.GetTime());
+    Leave();
+    EXPECT_EQ(Fill(11).back(), 10 * (100 + 10) + 10);
 }
 
 TEST_F(SoundLinkTest, ADelayThatMakesNoSenseIsHeldToWhatDoes)

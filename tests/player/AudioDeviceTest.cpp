@@ -125,12 +125,12 @@ TEST(WavAudioDeviceTest, WritesWhatItIsFilledWithAtThePaceOfADevice)
     auto const device = AudioDevice::Make("wav:" + path);
     auto const start = std::chrono::steady_clock::now();
     ASSERT_TRUE(device->Start(48000, 2, source.AsFill()));
-    EXPECT_TRUE(device->IsRunning());
+    EXPECT_EQ(device->GetState(), AudioDevice::State::Running);
     while (source.position < 14400)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     device->Stop();
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(280));
-    EXPECT_FALSE(device->IsRunning());
+    EXPECT_EQ(device->GetState(), AudioDevice::State::Lost);
 
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -162,7 +162,7 @@ TEST(NullAudioDeviceTest, NeverAsksForSound)
     ToneSource source(48000, 2, 1000.0);
     auto const device = AudioDevice::Make("null");
     EXPECT_TRUE(device->Start(48000, 2, source.AsFill()));
-    EXPECT_TRUE(device->IsRunning());
+    EXPECT_EQ(device->GetState(), AudioDevice::State::Running);
     EXPECT_EQ(device->GetNote(), "");
     device->Stop();
     EXPECT_EQ(source.position, 0);

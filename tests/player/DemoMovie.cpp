@@ -141,6 +141,18 @@ QString DemoMovie::MakeWithLateSound()
     return made ? path : QString();
 }
 
+QString DemoMovie::MakeWithThreeSounds()
+{
+    QString const path = Folder().filePath("three-sounds.mkv");
+    QString const sine = "sine=frequency=%1:duration=10:sample_rate=48000,volume=4,aformat=channel_layouts=%2";
+    QStringList const arguments =
+        QStringList{"-i", Make(10 * rate)} + QStringList{"-f", "lavfi", "-i", sine.arg(700).arg("stereo")} +
+        QStringList{"-f", "lavfi", "-i", sine.arg(300).arg("mono")} +
+        QString("-map 0 -map 1 -map 2 -c:v copy -c:a flac -metadata:s:a:1 language=ger -metadata:s:a:1 title=Kommentar")
+            .split(' ');
+    return QFile::exists(path) || RunFfmpeg(arguments + QStringList{path}) ? path : QString();
+}
+
 QString DemoMovie::MakeSequence(int pictures)
 {
     QDir const folder(Folder().filePath(QString("row-%1").arg(pictures)));

@@ -30,6 +30,10 @@ public:
     // first of them. Empty when ffmpeg cannot make it.
     static QString MakeWithLateSound();
 
+    // The path of such a movie of ten seconds with three streams of sound: its own, German with the title "Kommentar",
+    // a tone of 700 Hz, and mono, a tone of 300 Hz. Empty when ffmpeg cannot make it.
+    static QString MakeWithThreeSounds();
+
     // The first `pictures` pictures as a row of PNG files; the folder.
     static QString MakeSequence(int pictures);
 

@@ -3,11 +3,13 @@
 #include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/PlayerWindow.h"
+#include "player/controls/ControlBar.h"
 #include "player/controls/Timeline.h"
 
 #include <QApplication>
 #include <QDropEvent>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QMimeData>
 #include <QScreen>
 #include <QTemporaryDir>
@@ -131,6 +133,15 @@ protected:
     {
         window->GetEngine().Seek(number * step);
         ASSERT_TRUE(Shows(number));
+    }
+
+    // What the controls say.
+    QStringList Labels()
+    {
+        QStringList texts;
+        for (QLabel const* label : Child<ControlBar>()->findChildren<QLabel*>())
+            texts << label->text();
+        return texts;
     }
 
     template <typename T>

@@ -1,0 +1,85 @@
+#include "player/picture/PixelReadout.h"
+
+#include "player/controls/Theme.h"
+#include "player/picture/PictureView.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+
+namespace {
+
+constexpr int margin = 12; // from the view's corner
+constexpr int padding = 8;
+constexpr int swatch = 14;
+
+} // namespace
+
+PixelReadout::PixelReadout(PictureView& view) : QWidget(&view), view(view)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    hide();
+    connect(&view, &PictureView::PointerMoved, this, [this](QPoint position) {
+        pointer = position;
+        isInside = true;
+        Update();
+    });
+    connect(&view, &PictureView::PointerLeft, this, [this] {
+        isInside = false;
+        Update();
+    });
+}
+
+void PixelReadout::SetOn(bool newOn)
+{
+    on = newOn;
+    Update();
+}
+
+void PixelReadout::Update()
+{
+    auto const pixel = on && isInside ? view.PixelAt(pointer) : std::nullopt;
+    QString newText;
+    if (pixel) {
+        colour = pixel->colour;
+        newText = QString("x %1  y %2   R %3  G %4  B %5")
+                      .arg(pixel->place.x())
+                      .arg(pixel->place.y())
+                      .arg(colour.red())
+                      .arg(colour.green())
+                      .arg(colour.blue());
+        if (view.GetSecond())
+            newText.prepend(pixel->isSecond ? "B   " : "A   ");
+    }
+    setVisible(!newText.isEmpty());
+    if (newText == text)
+        return;
+    text = newText;
+    resize(fontMetrics().horizontalAdvance(text) + swatch + 3 * padding, fontMetrics().height() + padding);
+    Place();
+    update();
+}
+
+// In the lower left corner; in the upper one while the pointer is there.
+void PixelReadout::Place()
+{
+    QRect place(QPoint(margin, view.height() - height() - margin), size());
+    if (place.adjusted(-margin, -margin, margin, margin).contains(pointer))
+        place.moveTop(margin);
+    move(place.topLeft());
+    raise();
+}
+
+void PixelReadout::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor paper = Theme::panel;
+    paper.setAlpha(225);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(paper);
+    painter.drawRoundedRect(rect(), 4.0, 4.0);
+    painter.fillRect(padding, (height() - swatch) / 2, swatch, swatch, colour);
+    painter.setPen(Theme::text);
+    painter.drawText(rect().adjusted(swatch + 2 * padding, 0, 0, 0), Qt::AlignVCenter, text);
+}

@@ -1,0 +1,74 @@
+#include "player/picture/TimelinePreview.h"
+
+#include "playback/PlaybackStatus.h"
+#include "player/controls/Theme.h"
+#include "player/controls/Timeline.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+namespace {
+
+constexpr QSize largestPicture(192, 108);
+constexpr int frameWidth = 3;
+
+} // namespace
+
+TimelinePreview::TimelinePreview(Timeline& timeline, QWidget* window)
+    : QWidget(window), timeline(timeline), thumbnails(largestPicture)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    hide();
+    connect(&timeline, &Timeline::Hovered, this, &TimelinePreview::Follow);
+    connect(&timeline, &Timeline::HoverEnded, this, &TimelinePreview::Hide);
+    connect(&thumbnails, &Thumbnails::Made, this, [this](long long madeFor, QImage const& made) {
+        if (madeFor != time)
+            return;
+        picture = made;
+        Place();
+    });
+}
+
+void TimelinePreview::SetSource(PlaybackStatus const& status, bool isSequence, SourceOptions const& options)
+{
+    bool const hasPictures = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
+    path = hasPictures ? status.path : QString();
+    thumbnails.SetSource(path, isSequence, options);
+    Hide();
+}
+
+void TimelinePreview::Hide()
+{
+    thumbnails.Cancel();
+    picture = QImage();
+    hide();
+}
+
+// The picture made last stays until the next one, as the pointer passes many times between two.
+void TimelinePreview::Follow(long long newTime, int newX)
+{
+    time = newTime;
+    x = newX;
+    if (!path.isEmpty())
+        thumbnails.Request(time);
+    if (!picture.isNull())
+        Place();
+}
+
+void TimelinePreview::Place()
+{
+    resize(picture.size() + QSize(2 * frameWidth, 2 * frameWidth));
+    QPoint const above = timeline.mapTo(parentWidget(), QPoint(x - width() / 2, -height()));
+    move(std::clamp(above.x(), 0, std::max(0, parentWidget()->width() - width())), std::max(0, above.y()));
+    show();
+    raise();
+    update();
+}
+
+void TimelinePreview::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), Theme::raised);
+    painter.drawImage(frameWidth, frameWidth, picture);
+}
