@@ -2,6 +2,7 @@
 
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
+#include "source/PictureIndexReader.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureDamage.h"
@@ -89,11 +90,15 @@ ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
     return request.Write(picture, target);
 }
 
-// Of all pictures of the source, from 0.
+// Of all pictures of the source, from 0. Where no index tells it, the pictures before it are decoded.
 long long FrameSeries::NumberOf(DecodedVideoFrame const& picture)
 {
-    if (!counter)
-        counter = source.OpenPictures();
+    if (!index && !counter) {
+        index = ReadPictureIndex(source);
+        counter = index ? nullptr : source.OpenPictures();
+    }
+    if (index)
+        return index->NumberAt(picture.startTime);
     PictureStream::Picture next;
     while (countedUpTo < picture.startTime && counter && counter->Read(next) == ReadResult::Got) {
         countedUpTo = next->startTime;

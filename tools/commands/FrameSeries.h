@@ -5,9 +5,11 @@
 #include "tools/output/NamePattern.h"
 
 #include <limits>
+#include <memory>
 #include <vector>
 
 class MessageLog;
+class PictureIndex;
 
 // Writes many pictures of a source, each once and to a file of its own: those that show at equal steps of time, or each
 // of so many. One thread.
@@ -39,7 +41,8 @@ private:
     NamePattern pattern;
     std::vector<Shown> shown;
 
-    std::unique_ptr<PictureStream> counter; // reads from the beginning
+    std::shared_ptr<PictureIndex const> index; // null when not read yet, or when packets do not tell
+    std::unique_ptr<PictureStream> counter;    // without an index: reads from the beginning
     long long counted = 0;
     long long countedUpTo = std::numeric_limits<long long>::min(); // start of the last one
 };
