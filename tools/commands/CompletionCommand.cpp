@@ -28,7 +28,7 @@ CompletedProgram Tavolin()
         program.commands.push_back(Completed(command));
         names.append(program.commands.back().name);
     }
-    program.commands.push_back({QStringLiteral("help"), QStringLiteral("all about a command"), {}, names});
+    program.commands.push_back({QStringLiteral("help"), QStringLiteral("describe a command"), {}, names});
     return program;
 }
 
@@ -64,11 +64,11 @@ ExitCode Run(Arguments& arguments, MessageLog& /*log*/)
 Command CompletionCommand()
 {
     return {"completion",
-            "the tab completion of a shell",
+            "print the tab completion for bash or zsh",
             "bash|zsh [tavolin|tavolin-player]",
-            "Prints what bash or zsh needs to complete commands, options and their values, for\n"
-            "both programs or for one. Packages install it. Without them, put one of these\n"
-            "lines into ~/.bashrc or, after compinit, into ~/.zshrc:\n\n"
+            "Prints a script that lets bash or zsh complete commands, options, values and\n"
+            "files, for both programs or for one. The packages install it. Without them, put\n"
+            "one of these lines into ~/.bashrc, or into ~/.zshrc after compinit:\n\n"
             "  source <(tavolin completion bash)\n"
             "  source <(tavolin completion zsh)\n",
             {},
