@@ -14,7 +14,8 @@
 #include <sanitizer/tsan_interface.h>
 #endif
 
-// A mutex held for a scope. ThreadSanitizer does not see into Qt's library and has to be told what the mutex orders.
+// Holds a mutex for a scope. ThreadSanitizer does not instrument Qt's library, so the lock reports acquire and release
+// to it.
 class CacheLock
 {
 public:

@@ -16,8 +16,8 @@ namespace {
 
 constexpr long long driftToleranceUs = 9999;
 constexpr int driftMeasurements = 5;
-constexpr long long uncorrectedSumUs = 50004; // of five measurements, whose average is then within 10000
-constexpr int framesBeyondATurn = 1000;       // short frames at a high speed may give nothing for a while
+constexpr long long uncorrectedSumUs = 50004; // sum of five measurements: their average is then within 10000
+constexpr int framesBeyondATurn = 1000;       // short frames at a high speed may give no output for a while
 
 bool FitsInt(long long value)
 {
@@ -30,9 +30,9 @@ int HeldToInt(long long value)
         std::clamp<long long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
-// Makes `frame` that many microseconds longer, or shorter, so that it meets its neighbour: in its counts only, there
-// are no samples for it. A frame without samples has no channels to go by, and a count beyond 32 bits says that the
-// times are no good; both stay as they are.
+// Lengthens or shortens `frame` from `start` to `end`, so that it meets its neighbour. Changes only its counts, as
+// there are no samples for the difference. Leaves a frame without samples unchanged, because its channels are unknown,
+// and one whose count would exceed 32 bits, because its times are certainly wrong.
 void Stretch(DecodedAudioFrame& frame, long long start, long long end)
 {
     double const roughGap = static_cast<double>(end) - static_cast<double>(start);
@@ -47,7 +47,7 @@ void Stretch(DecodedAudioFrame& frame, long long start, long long end)
     StoreShared(frame.sampleCount, static_cast<int>(frameCount * channels));
 }
 
-// What of the samples may be read: neither beyond those in use nor beyond those that exist.
+// The number of readable values: limited by the count and by the capacity.
 int CountReadable(DecodedAudioFrame const& frame)
 {
     return frame.samples ? std::min(LoadShared(frame.sampleCount), frame.sampleCapacity) : 0;
@@ -111,8 +111,8 @@ std::shared_ptr<DecodedAudioFrame> DecodedAudio::LastFrame() const
 
 // --- Frames come and go (decoding thread) ---
 
-// Appending behind changes the old neighbour, appending in front the newcomer: in both cases the later frame keeps its
-// start and the earlier one's end is moved onto it. A slot is filled before an index says so, for the output thread.
+// PushBack changes the end of the old last frame, PushFront that of the new frame: the later frame keeps its start, and
+// the earlier one's end is moved to meet it. The slot is filled before the index is changed, for the output thread.
 void DecodedAudio::PushBack(std::shared_ptr<DecodedAudioFrame> frame)
 {
     if (!frame || ring.GetCapacity() < 1)
@@ -195,7 +195,7 @@ void DecodedAudio::AppendFrame(std::shared_ptr<DecodedAudioFrame> frame)
         UpdateStartEndTimes();
 }
 
-// False when the frame was turned away before the cached span was looked at as a whole.
+// False when the frame is dropped before the span can have changed.
 bool DecodedAudio::StoreFrame(FramePointer frame)
 {
     if (frame->startTime < 0) {
@@ -227,7 +227,7 @@ void DecodedAudio::PlaceFrame(FramePointer frame)
 
 void DecodedAudio::Grow()
 {
-    auto grown = ring.MakeGrown(); // becomes the old array, released after the mutex
+    auto grown = ring.MakeGrown(); // holds the old array after Adopt; released after the mutex is unlocked
     CacheLock const lock(mutex);
     ring.Adopt(grown);
     IncrementShared(flushCounter);
@@ -295,7 +295,7 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
 {
     if (!buffer || framesPerBuffer <= 0 || channels <= 0)
         return 0;
-    PlayedFrames played; // released when the mutex is free again
+    PlayedFrames played; // destroyed after the mutex is unlocked
     CacheLock const lock(mutex);
     if (reset || LoadShared(flushCounter) != flushCounterSeen)
         ResetOutput(played);
@@ -308,8 +308,8 @@ int DecodedAudio::PaFillBuffer(short* buffer, int framesPerBuffer, int channels,
     return block.written;
 }
 
-// Until the block is full or there is no frame. Frames without samples, or too short for the speed, come to an end as
-// well, even in a ring without one.
+// Plays until the block is full or no frame is left. The loop is bounded, because a full ring of frames without
+// samples, or too short for the speed, gives no output.
 void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate, bool followsDrift,
                               PlayedFrames& played)
 {
@@ -332,7 +332,7 @@ void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate
     }
 }
 
-// The drift measured so far stays.
+// Keeps the drift measurements.
 void DecodedAudio::ResetOutput(PlayedFrames& played)
 {
     flushCounterSeen = LoadShared(flushCounter);
@@ -344,8 +344,8 @@ void DecodedAudio::ResetOutput(PlayedFrames& played)
     speedPhase = 0.0;
 }
 
-// Goes on to the next frame, or to the one at `time` when the place is not known. No frame when there is none, or when
-// the slots came to mean something else in between.
+// Takes the next frame, or the one at `time` if the slot is unknown. Takes none if there is none or if the slot numbers
+// have changed meanwhile.
 void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, PlayedFrames& played)
 {
     played.Take(outputFrame);
@@ -367,8 +367,8 @@ void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, PlayedFrames&
     remainingSamples = HeldToInt(remaining);
 }
 
-// Counts from the end of the frame, which may have moved since: the cache stretches the latest frame when its neighbour
-// comes. True when it gave at least one output frame.
+// Counts from the frame's end, which may have moved: the cache stretches the latest frame when its neighbour arrives.
+// True when at least one output frame was written.
 bool DecodedAudio::PlayOutputFrame(OutputBlock& block)
 {
     int const written = block.written;
@@ -406,8 +406,8 @@ void DecodedAudio::PaSyncAudio(short* buffer, int framesPerBuffer, long long tim
         RepeatFirstSamples(buffer, framesPerBuffer, channels, correction, written);
 }
 
-// Every pass writes the same place and counts values, not frames. Both are meant: the frames that follow take that
-// place, and the block ends by so much sooner.
+// Every pass writes the same place and counts values instead of frames. Both are intended: the following frames
+// overwrite that place, and the block ends earlier by that count.
 void DecodedAudio::RepeatFirstSamples(short* buffer, int framesPerBuffer, int channels, int correction,
                                       int& written) const
 {

@@ -9,14 +9,15 @@
 namespace {
 
 constexpr int leastCapacity = 25;
-constexpr int fewFrames = 30; // below this the cache grows forwards, whichever way the host plays
+constexpr int fewFrames = 30; // below this the cache grows forwards, in any play direction
 
 int WrappedProduct(int a, int b, int c)
 {
     return static_cast<int>(static_cast<unsigned>(a) * static_cast<unsigned>(b) * static_cast<unsigned>(c));
 }
 
-// A fifth more slots than the budget has room for: the budget shall be what binds. A size beyond 32 bits is none.
+// A fifth more slots than the budget has room for, so that the budget is the limit. A size beyond 32 bits gives the
+// minimum.
 int CapacityFor(long long budget, int frameBytes)
 {
     if (frameBytes <= 0)
@@ -28,8 +29,8 @@ int CapacityFor(long long budget, int frameBytes)
     return std::max(static_cast<int>(frames), leastCapacity);
 }
 
-// A walk over so many slots comes to the same when whole rounds are left out; the one that stays meets every slot at
-// which it could end.
+// Removes whole rounds from a walk, which do not change where it ends; keeps one round, which passes every slot where
+// the walk can stop.
 long long WithoutRounds(long long steps, int capacity)
 {
     return steps < 2LL * capacity ? steps : capacity + steps % capacity;
@@ -143,7 +144,7 @@ void DecodedVideo::AppendFrame(std::shared_ptr<DecodedVideoFrame> frame)
     UpdateStartEndTimes();
 }
 
-// The end is held against the last picture's start, so it can also come earlier than it was.
+// Compares the end with the last picture's start, so this can also move the end to an earlier time.
 void DecodedVideo::ExtendLastFrame(long long endTime)
 {
     auto const& last = ring.GetLast();
@@ -254,7 +255,7 @@ void DecodedVideo::GetDirectionalCacheSizes(long long time, long long& forwardSi
     }
 }
 
-// Every picture is asked for its size anew at each tick: a host may have changed it, as the record is shared.
+// Reads every picture's size at each tick: a host shares the record and may have changed it.
 long long DecodedVideo::SumSizes(int first, int last) const
 {
     auto const& slotArray = ring.frameBuffers[ring.currentBuffer];
@@ -343,7 +344,7 @@ std::shared_ptr<DecodedVideoFrame> DecodedVideo::GetFrame(long long time, int of
     return GetFrameAtIndex(index);
 }
 
-// Starts from -1 as well, so that a step from a time in a gap leads to slot 0.
+// Also accepts -1, so that a step from a time in a gap leads to slot 0.
 int DecodedVideo::WalkForwards(int index, long long steps) const
 {
     for (long long i = 0; i < steps; ++i) {

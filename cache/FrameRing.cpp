@@ -8,10 +8,10 @@
 #include <thread>
 #include <utility>
 
-// One slot, two threads. Before it touches a slot, each side says which (slotInWriting, slotInReading) and then looks
-// at what the other said; the order of sequential consistency makes at least one of them see the other. The owner waits
-// for the reader, who needs a slot for a few instructions; the reader never waits, a slot that is about to change
-// counts as empty for it.
+// One slot, two threads. Before it touches a slot, each side announces the slot (slotInWriting, slotInReading) and then
+// checks the other's announcement; sequentially consistent order guarantees that at least one side sees the other. The
+// owner waits for the reader, which needs a slot for a few instructions. The reader never waits: it treats a slot that
+// is being changed as empty.
 
 namespace {
 
@@ -30,7 +30,7 @@ Span SpanOf(Pointer const& frame)
     return {true, LoadShared(frame->startTime), LoadShared(frame->endTime)};
 }
 
-// The middle of two slot numbers, or of whatever else a caller passed.
+// The middle of two slot numbers, without overflow for any arguments.
 int Middle(int low, int high)
 {
     return static_cast<int>(static_cast<unsigned>(low) + static_cast<unsigned>(high)) / 2;
@@ -54,7 +54,7 @@ int Search(SpanAt const& spanAt, long long time, int low, int high)
     return -1;
 }
 
-// `ring` gives the indices and the capacity; a stretch that goes round the end is searched in one of its two parts.
+// `ring` gives the indices and the capacity. If the used slots wrap round, only one of their two parts is searched.
 template <typename Ring, typename SpanAt>
 int SearchStretch(Ring const& ring, SpanAt const& spanAt, long long time)
 {
@@ -152,7 +152,7 @@ template <typename Frame>
 void FrameRing<Frame>::Retire()
 {
     int const next = (currentBuffer + 1) % 2;
-    ReleaseSlots(frameBuffers[next]); // before a reader finds it as the live one
+    ReleaseSlots(frameBuffers[next]); // before a reader sees it as the live array
     SetFirstIndex(-1);
     SetLastIndex(-1);
     releaseBuffer = currentBuffer;
@@ -178,7 +178,7 @@ void FrameRing<Frame>::ReleaseAll()
     IncrementShared(generation);
 }
 
-// Made with a size at once, Qt 6 does not survive a lack of memory.
+// Qt 6's sized constructor crashes when allocation fails; resize() throws.
 template <typename Frame>
 typename FrameRing<Frame>::Slots FrameRing<Frame>::MakeSlots(int length)
 {
@@ -272,7 +272,7 @@ void FrameRing<Frame>::Exchange(Pointer& slot, Pointer frame)
         std::this_thread::yield();
     slot.swap(frame);
     StoreShared(slotInWriting, nullptr);
-} // what the slot held is released here, when no reader is turned away any more
+} // releases the slot's old frame, after the reader may use the slot again
 
 template <typename Frame>
 void FrameRing<Frame>::ReleaseSlots(Slots& slotArray)
@@ -291,7 +291,7 @@ void FrameRing<Frame>::Inspect(View const& view, int index, Read read) const
     Pointer const* const slot = view.slotArray + index;
     StoreShared(slotInReading, slot, std::memory_order_seq_cst);
     if (LoadShared(slotInWriting, std::memory_order_seq_cst) != slot)
-        read(*slot); // cppcheck-suppress nullPointer ; an array of that capacity is there
+        read(*slot); // cppcheck-suppress nullPointer ; the array has more than `index` slots
     StoreShared(slotInReading, nullptr);
 }
 

@@ -7,15 +7,15 @@
 struct DecodedAudioFrame;
 struct DecodedVideoFrame;
 
-// The frames of one cache in time order: a ring of slots inside the live one of two arrays, and what the last clear
-// left behind in the other. Knows slots, order, growth, lazy release and the search by time; times, sizes and the rules
-// by which frames enter and leave are the cache's.
+// The frames of one cache in time order: a ring of slots in the live one of two arrays; the other, retired array holds
+// the frames left by the last clear. FrameRing handles slots, order, growth, delayed release and the search by time.
+// The cache handles times, sizes, and which frames enter and leave.
 //
-//     live array      [ D E . . . A B C ]     A: firstIndex, E: lastIndex; here the stretch goes round the end
-//     retired array   [ . x x x . . . . ]     the last x: releaseIndex; two slots are emptied an append
+//     live array      [ D E . . . A B C ]     A: firstIndex, E: lastIndex; here the used slots wrap round
+//     retired array   [ . x x x . . . . ]     last x: releaseIndex; each append empties two slots
 //
-// One thread at a time owns the ring and calls everything, but for the part named "the reader". One other thread may
-// call that at any moment, as long as a mutex of the cache keeps it away while an array is replaced (Adopt, Resize).
+// One thread at a time owns the ring and calls everything except the part "The reader". One other thread may call that
+// part at any time, provided that a mutex of the cache excludes it while an array is replaced (Adopt, Resize).
 template <typename Frame>
 struct FrameRing
 {
@@ -23,43 +23,43 @@ struct FrameRing
     using Slots = QVector<Pointer>;
 
     int GetCapacity() const;
-    int GetFrameCount() const; // by the indices alone, whatever the slots hold; 0 without indices
+    int GetFrameCount() const; // from the indices only, even over empty slots; 0 without indices
 
-    // The neighbouring slot round the end of the array.
+    // The neighbouring slot, wrapping round the end of the array.
     int GetSlotAfter(int index) const;
     int GetSlotBefore(int index) const;
 
-    Pointer const& GetFrame(int index) const; // of the live array; empty for a slot that does not exist
+    Pointer const& GetFrame(int index) const; // in the live array; empty for an invalid slot
     Pointer const& GetFirst() const { return GetFrame(firstIndex); }
     Pointer const& GetLast() const { return GetFrame(lastIndex); }
 
-    // The slot of the live array takes `frame`, and what it held is released. A slot that does not exist takes nothing.
+    // Stores `frame` in the slot of the live array and releases the slot's old frame. Ignores an invalid slot.
     void SetFrame(int index, Pointer frame);
     void SetFirstIndex(int index);
     void SetLastIndex(int index);
 
-    // The slot of the frame whose span holds `time`, both ends included, or -1. An empty slot ends the search.
+    // The slot of the frame whose span includes `time`, or -1. An empty slot ends the search.
     int Find(long long time) const;
-    int Find(long long time, int low, int high) const; // among these slots, as they lie in the array
+    int Find(long long time, int low, int high) const; // among these slot numbers
 
-    void Retire();         // goes on with the other array, empty; what this one holds is released later
-    void ReleaseRetired(); // two slots at most, so that a clear never frees a whole cache in one call
-    void ReleaseAll();     // of both arrays, at once
+    void Retire();         // makes the other array live, empty; the frames of the old one are released later
+    void ReleaseRetired(); // at most two slots, so that a clear never frees a whole cache in one call
+    void ReleaseAll();     // both arrays, immediately
 
-    // Growth in two steps, so that a reader need not wait for the copy: the frames in order from slot 0 of a new array,
-    // half as long again, and its exchange with the live one.
+    // Growth in two steps, so that a reader need not wait for the copy: MakeGrown copies the frames in order to a new
+    // array, half as long again, from slot 0 on; Adopt exchanges it with the live array.
     Slots MakeGrown() const;
     void Adopt(Slots& grown);
 
-    // The same for a new length; frames beyond it end in `resized`. Indices stay: see FitsInto.
+    // The same for a new length; frames that do not fit end up in `resized`. Indices stay, see FitsInto.
     bool FitsInto(int length) const;
     Slots MakeResized(int buffer, int length) const;
     void Resize(Slots (&resized)[2]);
 
     // --- The reader ---
 
-    // The live array and the indices as they are at one moment. The array lasts until it is replaced; the indices may
-    // be stale or of the other array, so every use is checked against the array.
+    // A snapshot of the live array and the indices. The array stays valid until it is replaced; the indices may be
+    // stale or belong to the other array, so every use is checked against the array.
     struct View
     {
         Pointer const* slotArray = nullptr;
@@ -68,12 +68,12 @@ struct FrameRing
         int lastIndex = -1;
     };
 
-    // Changes after all slots were emptied and before one takes a frame again, or when all frames move: slot numbers
-    // from before mean nothing then.
+    // Changes whenever slot numbers lose their meaning: after all slots were emptied and before one is filled again,
+    // and when all frames move.
     int GetGeneration() const;
     View GetView() const;
     int Find(View const& view, long long time) const;
-    Pointer CopyFrame(View const& view, int index) const; // empty as well while the owner is about to change the slot
+    Pointer CopyFrame(View const& view, int index) const; // also empty while the owner is changing the slot
 
     Slots frameBuffers[2];
     int currentBuffer = 0; // the live array
@@ -89,7 +89,7 @@ private:
     template <typename Read>
     void Inspect(View const& view, int index, Read read) const;
 
-    // Owner and reader meet here, see "One slot, two threads" in the source.
+    // Synchronise owner and reader, see "One slot, two threads" in the source.
     int generation = 0;
     Pointer const* slotInWriting = nullptr;
     mutable Pointer const* slotInReading = nullptr;

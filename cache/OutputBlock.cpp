@@ -15,7 +15,7 @@ double StepOf(double speed)
     return speed < 1.0 ? 1.0 / speed - 1.0 : 0.0;
 }
 
-// Frames that lie inside the input. A fixed number of channels makes the copy of a frame one move.
+// Frames inside the input. With a constant number of channels, copying a frame is one move.
 template <int fixedChannels>
 struct InsideFrames
 {
@@ -35,7 +35,7 @@ struct InsideFrames
     }
 };
 
-// Frames that lie outside the input, or partly.
+// Frames partly or wholly outside the input.
 struct OutsideFrames
 {
     OutputBlock::Input input;
@@ -56,7 +56,7 @@ struct OutsideFrames
     }
 };
 
-// How many of `frames` frames at `index` lie inside, and when it is none, how many do not.
+// How many of `frames` frames at `index` are inside the input; if none, CountOutside gives how many are not.
 int CountInside(long long index, long long end, int channels, int frames)
 {
     return index < 0 || index >= end ? 0 : static_cast<int>(std::min<long long>((end - index) / channels, frames));

@@ -14,7 +14,7 @@ PlayedFrames::~PlayedFrames()
     }
 }
 
-// A frame that is linked already is held by that link, and needs no second one.
+// A frame that is already linked is held by its link and needs no second one.
 void PlayedFrames::Take(std::shared_ptr<DecodedAudioFrame>& frame)
 {
     if (frame && !ExchangeShared(frame->isPlayed, true)) {

@@ -4,8 +4,9 @@
 
 struct DecodedAudioFrame;
 
-// The frames that one fill is done with. They are released with this object, which the fill declares before it takes
-// its mutex, so that no frame is freed under that. Neither allocates nor throws: the frames are linked to each other.
+// Collects the frames that one fill has finished with, and releases them in its destructor. The fill declares it before
+// locking its mutex, so that no frame is freed while the mutex is locked. Neither allocates nor throws: the frames are
+// linked to each other.
 class PlayedFrames
 {
 public:
@@ -14,9 +15,9 @@ public:
     PlayedFrames(PlayedFrames const&) = delete;
     PlayedFrames& operator=(PlayedFrames const&) = delete;
 
-    // Takes the frame over and leaves `frame` empty; an empty one is nothing.
+    // Takes the frame and leaves `frame` empty. Ignores an empty one.
     void Take(std::shared_ptr<DecodedAudioFrame>& frame);
 
 private:
-    std::shared_ptr<DecodedAudioFrame> latest; // and so on by DecodedAudioFrame::playedBefore
+    std::shared_ptr<DecodedAudioFrame> latest; // head of the list linked by DecodedAudioFrame::playedBefore
 };

@@ -15,7 +15,7 @@
 
 namespace {
 
-// From here on every sample but 0 is clipped, and the product still fits 32 bits.
+// From this volume on every sample but 0 is clipped; the product still fits 32 bits.
 constexpr double loudest = 40000.0;
 
 double UsableVolume(double volume)

@@ -3,7 +3,8 @@
 #include <atomic>
 #include <type_traits>
 
-// Plain fields that two threads touch: the header that declares them stays C++17, the sources go through here.
+// Atomic access to plain fields that two threads use: the headers that declare them stay C++17, which has no
+// std::atomic_ref.
 
 template <typename T>
 T LoadShared(T const& field, std::memory_order order = std::memory_order_acquire)
@@ -17,7 +18,7 @@ void StoreShared(T& field, std::type_identity_t<T> value, std::memory_order orde
     std::atomic_ref<T>(field).store(value, order);
 }
 
-// What was there before.
+// Returns the old value.
 template <typename T>
 T ExchangeShared(T& field, std::type_identity_t<T> value)
 {

@@ -1,7 +1,6 @@
 #pragma once
 
-// Arithmetic on times that a file or a host made up: it wraps where it does not fit, as the hardware does, instead of
-// being undefined.
+// Arithmetic on untrusted times from a file or a host: wraps on overflow instead of being undefined.
 
 constexpr long long WrappedSum(long long a, long long b)
 {

@@ -1,7 +1,6 @@
-# Read by CTest when it starts: has it know each test of a program, as Suite.Case. With TAVOLIN_WHOLE_SUITES in the
-# environment a CTest test is rather a whole suite, Suite, or of one with many parameters whatever runs with eight of
-# them, Suite/part1: far fewer processes, which each load all of FFmpeg and Qt. A program that has not been built has no
-# tests.
+# Read by CTest when it starts: adds each test of a program to CTest as Suite.Case. With TAVOLIN_WHOLE_SUITES in the
+# environment it adds whole suites instead (Suite), or groups of eight parameters of a large suite (Suite/part1): far
+# fewer processes, each of which loads all of FFmpeg and Qt. A program that has not been built has no tests.
 
 function(tavolin_add_test_of name program filter)
     add_test("${name}" ${launcher} "${program}" "--gtest_filter=${filter}")
@@ -15,7 +14,7 @@ function(tavolin_add_test_of name program filter)
     endif()
 endfunction()
 
-# What the program tells, kept until it is built anew.
+# Lists the program's tests; the list is kept until the program is rebuilt.
 function(tavolin_list_tests_of program result)
     set(list "${program}.tests")
     if(NOT EXISTS "${list}" OR "${program}" IS_NEWER_THAN "${list}")
@@ -31,7 +30,7 @@ function(tavolin_list_tests_of program result)
     set(${result} "${lines}" PARENT_SCOPE)
 endfunction()
 
-# The suite as one CTest test, or eight of its parameters as one.
+# Adds the suite as one CTest test, or each eight of its parameters as one.
 function(tavolin_add_suite program suite parameters)
     list(LENGTH parameters count)
     if(count LESS_EQUAL 8)
@@ -50,7 +49,7 @@ function(tavolin_add_suite program suite parameters)
     endwhile()
 endfunction()
 
-# With ONE_PROCESS all of the program is one such whole.
+# With ONE_PROCESS the whole program is one such test.
 function(tavolin_add_tests_of program)
     if(NOT EXISTS "${program}")
         return()

@@ -1,5 +1,5 @@
-# What `cmake --install` puts down of the libraries: themselves, their headers, and the package files of CMake and
-# pkg-config. Nothing in it names the prefix, so an installed tree may be moved. The programs install themselves.
+# Installation of the libraries: libraries, headers, and the package files for CMake and pkg-config. None of them
+# contains the prefix, so an installed tree can be moved. The programs have their own rules.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,7 @@ set(TAVOLIN_HEADER_DIR "${CMAKE_INSTALL_INCLUDEDIR}/tavolin")
 set(TAVOLIN_CONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/TavolinAV")
 set(TAVOLIN_PKGCONFIG_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-# How a pkg-config file names an install folder.
+# The form of an install folder in a pkg-config file.
 function(tavolin_pkgconfig_path result folder)
     if(IS_ABSOLUTE "${folder}")
         set(${result} "${folder}" PARENT_SCOPE)
@@ -16,8 +16,8 @@ function(tavolin_pkgconfig_path result folder)
     endif()
 endfunction()
 
-# Adds to the list `result` the headers (paths from the root) and every header of ours that they include, so that a
-# private header goes along exactly when a public one cannot do without it.
+# Adds to the list `result` the headers (paths from the root) and all our headers that they include, so that a private
+# header is installed exactly when a public one needs it.
 function(tavolin_add_headers result)
     set(found ${${result}})
     foreach(header IN LISTS ARGN)
@@ -55,7 +55,7 @@ function(tavolin_install_pkgconfig_file target module component)
         set(PC_DEFINITIONS "")
         set(PC_PRIVATE "Requires.private: ${PC_FFMPEG}")
         set(PC_PUBLIC "")
-    else() # public, because "pkg-config --static" would ask for a static FFmpeg and all that it uses, too
+    else() # public, because "pkg-config --static" would require a static FFmpeg with all its dependencies
         string(TOUPPER ${target} upper)
         set(PC_DEFINITIONS " -D${upper}_STATIC_DEFINE")
         set(PC_PRIVATE "")
@@ -66,7 +66,7 @@ function(tavolin_install_pkgconfig_file target module component)
 endfunction()
 
 # tavolin_install_library(TavolinAV tavolinav [WIDGETS]): the library, its export header and its pkg-config file. With
-# WIDGETS they are components of their own, so that nobody gets Qt's windows who only decodes.
+# WIDGETS they are separate components, so that a decoding host does not need Qt's widgets.
 function(tavolin_install_library target module)
     set(libraries libraries)
     set(development development)
@@ -94,7 +94,7 @@ function(tavolin_install_headers component)
     endforeach()
 endfunction()
 
-# Adds to the list `result` the headers of a folder (paths from the root) that export something.
+# Adds to the list `result` the headers of a folder (paths from the root) with exported declarations.
 function(tavolin_find_exporting_headers folder macro result)
     file(GLOB candidates RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.h")
     foreach(header IN LISTS candidates)
@@ -106,7 +106,7 @@ function(tavolin_find_exporting_headers folder macro result)
     set(${result} ${${result}} PARENT_SCOPE)
 endfunction()
 
-# What a host includes.
+# The public headers.
 set(public
     common/AudioStream.h common/Logger.h common/Settings.h common/VideoStream.h
     media/AvGlobals.h media/MediaInfo.h media/MediaReader.h
@@ -127,7 +127,7 @@ set(headers "")
 tavolin_add_headers(headers ${public})
 tavolin_install_headers(development ${headers})
 
-# The widgets' headers are their own package's, with what only they include.
+# The widgets' headers have a package of their own, with the headers that only they include.
 if(TARGET TavolinWidgets)
     tavolin_install_library(TavolinWidgets tavolinwidgets WIDGETS)
     set(widgets "")
@@ -150,10 +150,10 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.c
 install(FILES "${PROJECT_BINARY_DIR}/TavolinAVConfig.cmake" "${PROJECT_BINARY_DIR}/TavolinAVConfigVersion.cmake"
     DESTINATION "${TAVOLIN_CONFIG_DIR}" COMPONENT development)
 
-# The examples as sources, to read and to begin with.
+# The examples' sources.
 set(examples_dir "${CMAKE_INSTALL_DOCDIR}/examples")
 if(TAVOLIN_PACKAGES)
-    set(examples_dir "${CMAKE_INSTALL_DATAROOTDIR}/doc/libtavolinav-dev/examples") # as Debian has it
+    set(examples_dir "${CMAKE_INSTALL_DATAROOTDIR}/doc/libtavolinav-dev/examples") # Debian's place
 endif()
 file(GLOB examples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/examples/*.cpp")
 install(FILES ${examples} DESTINATION "${examples_dir}" COMPONENT development)

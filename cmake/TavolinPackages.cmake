@@ -24,7 +24,7 @@ if(TARGET tavolin-python)
     list(APPEND components python archive)
 endif()
 
-# What Debian wants of every package.
+# Files that Debian requires in every package.
 set(TAVOLIN_LICENCE "All rights reserved.")
 if(EXISTS "${PROJECT_SOURCE_DIR}/LICENSE")
     file(READ "${PROJECT_SOURCE_DIR}/LICENSE" TAVOLIN_LICENCE)
@@ -55,7 +55,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS # our own libraries, which the programs' packages ask for by name
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS # our own libraries, which the programs' packages depend on by name
     "${PROJECT_BINARY_DIR}" "${PROJECT_BINARY_DIR}/common" "${PROJECT_BINARY_DIR}/playback"
     "${PROJECT_BINARY_DIR}/player")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -115,7 +115,7 @@ Plays movies, sound, still images and image sequences forwards and backwards
 at variable speed, for people who review pictures.")
 
 if(TARGET tavolin-python)
-    # Its byte code is made and removed with the package.
+    # Byte code is compiled and removed with the package.
     foreach(component python archive)
         set(package "${${component}_package}")
         string(TOUPPER ${component} upper)

@@ -1,9 +1,9 @@
-# Whether there is what the widgets need, Qt's, and what the player's window needs besides: PortAudio.
-# TAVOLIN_BUILD_WIDGETS and TAVOLIN_BUILD_PLAYER ask for them.
+# Finds the dependencies of the widgets (Qt's widgets) and of the player's window (also PortAudio).
+# TAVOLIN_BUILD_WIDGETS and TAVOLIN_BUILD_PLAYER request them.
 
 find_package(Qt${TAVOLIN_QT_MAJOR} QUIET OPTIONAL_COMPONENTS Widgets Concurrent)
 set(TAVOLIN_WIDGETS_PARTS_FOUND OFF)
-set(TAVOLIN_OPENGL_WIDGETS "") # in Qt 5 they are part of Gui and Widgets
+set(TAVOLIN_OPENGL_WIDGETS "") # in Qt 5 part of Gui and Widgets
 if(TARGET Qt${TAVOLIN_QT_MAJOR}::Widgets)
     set(TAVOLIN_WIDGETS_PARTS_FOUND ON)
 endif()

@@ -1,6 +1,6 @@
-# Whether there is what the Python module needs: Python's headers and pybind11. TAVOLIN_BUILD_PYTHON asks for it.
+# Finds the dependencies of the Python module: Python's headers and pybind11. TAVOLIN_BUILD_PYTHON requests it.
 
-# Debian's modules belong to Debian's Python, whatever else is first in the path.
+# Debian's modules require Debian's Python, even if another one comes first in the path.
 if(NOT DEFINED Python3_EXECUTABLE AND EXISTS /usr/bin/python3)
     set(Python3_EXECUTABLE /usr/bin/python3)
 endif()

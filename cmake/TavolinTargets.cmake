@@ -1,4 +1,4 @@
-# What every target of ours has in common. Nothing here reaches a project that links us.
+# Settings common to all our targets. Nothing here reaches a project that links us.
 
 add_library(TavolinBuildFlags INTERFACE)
 target_compile_options(TavolinBuildFlags INTERFACE
@@ -15,7 +15,7 @@ if(TAVOLIN_FUZZ_COVERAGE)
     target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
 endif()
 if(TAVOLIN_QUICK_BUILD)
-    find_program(TAVOLIN_MOLD mold) # a linker several times as fast as the usual one
+    find_program(TAVOLIN_MOLD mold) # several times as fast as the default linker
     if(TAVOLIN_MOLD)
         target_link_options(TavolinBuildFlags INTERFACE -fuse-ld=mold)
     endif()
@@ -27,14 +27,14 @@ function(tavolin_use_build_flags target)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
 endfunction()
 
-# tavolin_precompile(HEADERS LIBRARY...): precompiles cmake/headers/HEADERS.h, which includes what these libraries
-# bring, for a quick build.
+# tavolin_precompile(HEADERS LIBRARY...): precompiles cmake/headers/HEADERS.h, which includes headers of these
+# libraries, for a quick build.
 function(tavolin_precompile headers)
     if(NOT TAVOLIN_QUICK_BUILD)
         return()
     endif()
     set(target Tavolin${headers}Headers)
-    set(source "${PROJECT_BINARY_DIR}/generated/${target}.cpp") # a target needs one
+    set(source "${PROJECT_BINARY_DIR}/generated/${target}.cpp") # a target needs a source
     if(NOT EXISTS "${source}")
         file(WRITE "${source}" "")
     endif()
@@ -46,7 +46,7 @@ function(tavolin_precompile headers)
     target_precompile_headers(${target} PRIVATE <headers/${headers}.h>)
 endfunction()
 
-# tavolin_use_precompiled(TARGET HEADERS): the target's sources begin with what tavolin_precompile made.
+# tavolin_use_precompiled(TARGET HEADERS): compiles the target's sources with the headers of tavolin_precompile.
 function(tavolin_use_precompiled target headers)
     if(TAVOLIN_QUICK_BUILD)
         target_precompile_headers(${target} REUSE_FROM Tavolin${headers}Headers)
@@ -54,8 +54,8 @@ function(tavolin_use_precompiled target headers)
     endif()
 endfunction()
 
-# Whoever makes and whoever uses precompiled headers is compiled with the same options. Without the last of them ccache
-# would not keep them.
+# Precompiled headers and their users need the same compiler options. Without the last option ccache would not cache
+# them.
 function(tavolin_set_precompiled_flags target)
     target_compile_options(${target} PRIVATE -fPIC
         $<IF:$<CXX_COMPILER_ID:GNU>,-fpch-preprocess,SHELL:-Xclang -fno-pch-timestamp>)
@@ -65,8 +65,8 @@ function(tavolin_hide_symbols target)
     set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# Lets the fuzzers see which branches of the target an input reaches; in a tree of their own also what it was compared
-# with, which would slow down the tests.
+# Instruments the target for the fuzzers' branch coverage; in the fuzzers' own build also for compared values, which
+# would slow down the tests.
 function(tavolin_lead_fuzzers target)
     if(TAVOLIN_FUZZ_COVERAGE)
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
@@ -76,7 +76,7 @@ function(tavolin_lead_fuzzers target)
 endfunction()
 
 # tavolin_add_library(TavolinAV AV [HEADERS]): the target, its alias Tavolin::AV, hidden symbols and the export header
-# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT. HEADERS: what is precompiled for it, by default "Library".
+# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT. HEADERS: its precompiled headers, "Library" by default.
 function(tavolin_add_library target alias)
     set(headers Library ${ARGN})
     list(GET headers -1 headers)

@@ -1,6 +1,6 @@
-# Programs of GoogleTest, and how CTest comes to know the tests in them.
+# GoogleTest programs and their registration with CTest.
 
-# tavolin_add_test_program(TARGET SOURCE...): a program that is built with the target Tests.
+# tavolin_add_test_program(TARGET SOURCE...): a program built with the target Tests.
 function(tavolin_add_test_program target)
     add_executable(${target} ${ARGN})
     tavolin_use_build_flags(${target})
@@ -8,21 +8,21 @@ function(tavolin_add_test_program target)
     tavolin_discover_tests(${target})
 endfunction()
 
-# tavolin_add_tests(TARGET SOURCE...): one that uses tests/support.
+# tavolin_add_tests(TARGET SOURCE...): the same, with tests/support.
 function(tavolin_add_tests target)
     tavolin_add_test_program(${target} ${ARGN})
     target_link_libraries(${target} PRIVATE TavolinTestSupport)
 endfunction()
 
-# tavolin_optimise(SOURCE...): for sources that calculate so much that it takes less time to optimise them.
+# tavolin_optimise(SOURCE...): optimises sources with long computations, which saves more time than it costs.
 function(tavolin_optimise)
     if(TAVOLIN_QUICK_BUILD)
         set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O2 SKIP_PRECOMPILE_HEADERS ON)
     endif()
 endfunction()
 
-# tavolin_discover_tests(TARGET [ONE_PROCESS] [LAUNCHER COMMAND...] [PROPERTIES NAME VALUE...]): has CTest ask the
-# program for its tests when it starts; see DiscoverTests.cmake.
+# tavolin_discover_tests(TARGET [ONE_PROCESS] [LAUNCHER COMMAND...] [PROPERTIES NAME VALUE...]): CTest asks the program
+# for its tests when it starts, see DiscoverTests.cmake.
 function(tavolin_discover_tests target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "ONE_PROCESS" "" "LAUNCHER;PROPERTIES")
     set(one_process "")
@@ -39,13 +39,13 @@ tavolin_add_tests_of(\"$<TARGET_FILE:${target}>\" ${one_process})
     tavolin_note_test_program(${target})
 endfunction()
 
-# tavolin_define_for(SOURCE DEFINITION...): for one source alone, so that a path in it leaves the others to the compiler
-# cache wherever they are compiled.
+# tavolin_define_for(SOURCE DEFINITION...): definitions for one source only, so that a path in them does not keep the
+# other sources from the shared compiler cache.
 function(tavolin_define_for source)
     set_property(SOURCE ${source} APPEND PROPERTY COMPILE_DEFINITIONS ${ARGN})
 endfunction()
 
-# Has the target Tests build the program, and ./test know what it is made of.
+# Adds the program to the target Tests, and its sources to the list for ./test.
 function(tavolin_note_test_program target)
     add_dependencies(Tests ${target})
     get_target_property(sources ${target} SOURCES)
@@ -55,12 +55,12 @@ function(tavolin_note_test_program target)
     set_property(GLOBAL APPEND_STRING PROPERTY TAVOLIN_TEST_PROGRAMS "${target} ${sources}\n")
 endfunction()
 
-# tavolin_note_plain_tests(TARGET...): these are not built, or skip themselves, under a sanitizer. ./test names the tests.
+# tavolin_note_plain_tests(TARGET...): tests that are not built, or skip themselves, under a sanitizer. ./test names them.
 function(tavolin_note_plain_tests)
     add_dependencies(PlainTests ${ARGN})
 endfunction()
 
-# Writes a line a program: its name and its sources.
+# Writes one line per program: its name and its sources.
 function(tavolin_list_test_programs)
     get_property(programs GLOBAL PROPERTY TAVOLIN_TEST_PROGRAMS)
     string(REPLACE ";" " " programs "${programs}")

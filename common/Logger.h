@@ -15,23 +15,24 @@
 class TAVOLINCOMMON_EXPORT Logger
 {
 public:
-    // Info: worth knowing. Error: an operation failed, and its result says so as well.
+    // Info: no failure. Error: an operation failed; its return value reports the failure too.
     enum class Level { Info, Error };
 
-    // `code` is 0 when the message came without one.
+    // `code` is 0 for a message without one.
     using Sink = std::function<void(Logger::Level level, QString const& message, int code)>;
 
     static Logger& GetInstance(); // the only one, alive until the process ends
 
-    // One message, plain text in UTF-8; `code` is the negative FFmpeg code, left out when there is none.
+    // Log one message, plain text in UTF-8; `code` is the negative FFmpeg error code, if there is one.
     void Error(char const* message);
     void Error(char const* message, int code);
     void Error(QString const& message);
     void Error(QString const& message, int code);
-    void Info(QString const& message); // a message that is no failure
+    void Info(QString const& message);
 
-    // Hands every later message to `sink`, on the thread that logs it, one at a time; an empty sink restores standard
-    // error. On return no other thread is inside the former sink. The sink may log and may set another sink.
+    // Passes every later message to `sink`, on the logging thread, one message at a time; an empty sink restores
+    // standard error. When SetSink returns, no other thread still runs the former sink. The sink may log and may set
+    // another sink.
     void SetSink(std::function<void(Logger::Level level, QString const& message, int code)> sink);
 
     Logger(Logger const&) = delete;

@@ -6,14 +6,14 @@
 // Times are whole microseconds in 64 bits everywhere.
 inline constexpr long long secondUs = 1000000;
 
-// Of FFmpeg's rational time bases; not finite when the base is not usable.
+// Microseconds per tick of an FFmpeg time base; not finite for an unusable time base.
 template <typename Rational>
 double MicrosecondsPerTick(Rational const& timeBase)
 {
     return static_cast<double>(timeBase.num) / static_cast<double>(timeBase.den) * 1000000.0;
 }
 
-// Truncated toward zero, and held to the range of a time: whatever a file says stays defined. Not a number gives 0.
+// Truncates toward zero and clamps to the 64-bit range, so that any time in a file is defined. NaN gives 0.
 inline long long TruncatedTime(double time)
 {
     constexpr double limit = 9223372036854775808.0; // the first value beyond the range

@@ -3,13 +3,13 @@
 #include <QCommandLineOption>
 #include <QStringList>
 
-// A command line option, as both programs list it in their tables.
+// One row of a program's table of command line options.
 struct Option
 {
     char const* name;      // long
-    char const* valueName; // in the help; null: a switch without a value
+    char const* valueName; // shown in the help; null: a switch without a value
     char const* help;
-    char const* valueIfBare = nullptr; // taken for "--loop" alone; null: the option cannot come without a value
+    char const* valueIfBare = nullptr; // value of "--loop" alone; null: the option requires a value
     char const* shortName = nullptr;   // one letter
 
     QCommandLineOption Declared() const
@@ -21,7 +21,7 @@ struct Option
     }
 };
 
-// "--loop" alone as "--loop=yes", which QCommandLineParser cannot do by itself.
+// Replaces "--loop" by "--loop=yes": QCommandLineParser does not support options with an optional value.
 template <typename Options>
 QStringList WithBareValues(QStringList arguments, Options const& options)
 {

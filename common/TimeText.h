@@ -7,18 +7,18 @@
 // Converts between times in microseconds and text. Works for every 64-bit time.
 namespace TimeText {
 
-// Reads seconds ("12.5"), a clock ("0:12.5" or "00:00:12.500"; after the first field, fields are below 60) and
-// microseconds ("12500000us"), all with a "-" in front for times below 0. Digits beyond the microsecond are cut off.
-// Empty for any other text and for a time that does not fit 64 bits.
+// Reads seconds ("12.5"), a clock ("0:12.5" or "00:00:12.500"; fields after the first are below 60) and microseconds
+// ("12500000us"), each with "-" in front for negative times. Digits beyond the microsecond are cut off. Empty for any
+// other text and for a time that does not fit 64 bits.
 std::optional<long long> Parse(QString const& text);
 
-// Of a position in time. Truncated, never rounded up: that moment has not come yet.
+// Of a position in time. Truncated, so that the text never shows a later moment than the position.
 QString Clock(long long time);                    // "00:00:12.500"
 QString ShortClock(long long time, int decimals); // "0:00:12.48" with 2 decimals, "0:00:12" with none; at most 6
 
-// The name of a picture that shows from `start` to `end`: the first moment of it that milliseconds can say, and where
-// it is too short for one, as many digits more as it takes. Read back, it is a time at which just this picture shows.
-// `start` as `end`, where that is not known, gives all digits that `start` has.
+// Names a picture shown from `start` to `end` by the first millisecond within it, or with as many more digits as a
+// shorter picture needs. Parsed again, the text gives a time at which this picture is shown. If the end is unknown, pass
+// `start` as `end`: the text then has all digits of `start`.
 QString PictureClock(long long start, long long end);      // "00:00:00.234" from 233566 to 266932
 QString ShortPictureClock(long long start, long long end); // "0:00:00.234"
 

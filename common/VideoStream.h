@@ -5,12 +5,12 @@
 #include <QMap>
 #include <QString>
 
-// One video stream of a media source. A record whose stream could not be opened stays as it was constructed, not valid.
+// One video stream of a media source. If the stream cannot be opened, its record keeps the defaults and is not valid.
 struct TAVOLINCOMMON_EXPORT VideoStream
 {
     VideoStream(); // not valid
 
-    bool valid = false;              // the decoder could be opened and the record was filled
+    bool valid = false;              // the decoder was opened and the record filled
     int streamIndex = -1;            // position among all streams of the container
     QString codecName;               // the decoder's short name
     int width = 0;                   // pixels, as coded: neither the pixels' aspect ratio nor the rotation is applied
@@ -21,5 +21,5 @@ struct TAVOLINCOMMON_EXPORT VideoStream
     double frameRate = 0.0;          // pictures per second, three decimals; -1.0 for a still image
     long long numFrames = 0;         // pictures in the stream, an estimate; 1 for a still image
     int codecDelay = 0;              // pictures that the decoder holds back; depends on its number of threads
-    QMap<QString, QString> metadata; // tags of the stream, keys as they stand; "rotate" in clockwise degrees
+    QMap<QString, QString> metadata; // tags of the stream, keys unchanged; "rotate" in clockwise degrees
 };

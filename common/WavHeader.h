@@ -6,7 +6,7 @@
 
 inline constexpr int wavHeaderBytes = 44;
 
-// The head of a WAV file (RIFF/WAVE, "fmt " and "data" alone) of 16-bit integer samples, `dataBytes` in all.
+// The header of a WAV file (RIFF/WAVE with only "fmt " and "data") of 16-bit integer samples, `dataBytes` bytes in all.
 inline QByteArray WavHeader(int channels, int sampleRate, unsigned dataBytes)
 {
     struct Number

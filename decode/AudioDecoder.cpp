@@ -21,7 +21,7 @@ extern "C" {
 
 namespace {
 
-// A drain ends by itself; a context that was never opened would answer with errors for ever.
+// A drain normally ends by itself, but a context that was never opened would return errors forever.
 constexpr int mostFruitlessReceives = 100;
 
 bool IsEmpty(AVPacket const& packet)
@@ -41,13 +41,13 @@ short FromSigned16(uint8_t const* source)
     return sample;
 }
 
-// Every four-byte format is read as float, 32-bit integers too, and values beyond 1.0 wrap: no clamp here.
+// Every four-byte format is read as float, even 32-bit integers, and values beyond 1.0 wrap instead of being clamped.
 short FromFloat(uint8_t const* source)
 {
     float sample;
     std::memcpy(&sample, source, sizeof sample);
     float const scaled = sample * 32767.0f;
-    constexpr float multiplesOf65536Beyond = 1099511627776.0f; // 2^40: the low 16 bits are 0 from here on
+    constexpr float multiplesOf65536Beyond = 1099511627776.0f; // 2^40: from here on the low 16 bits are 0
     if (!(std::fabs(scaled) < multiplesOf65536Beyond))
         return 0;
     return static_cast<short>(static_cast<uint16_t>(static_cast<int64_t>(scaled)));
@@ -107,8 +107,8 @@ bool AudioDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     return true;
 }
 
-// With its options as they are. It is of use only where it reads the channels that there are and writes those for which
-// the records have room.
+// Initialises the resampler with its current options. It is usable only if it reads the frames' channels and writes as
+// many channels as the records have.
 void AudioDecoder::SetUpResampler(int inputChannels)
 {
     resamplerReady =
@@ -142,7 +142,7 @@ void AudioDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedA
         appendRecord();
 }
 
-// The next frame that the decoder still holds, errors passed over; false when there is none.
+// Receives the next frame while draining, ignoring errors; false when there is none.
 bool AudioDecoder::DrainFrame()
 {
     for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
@@ -155,7 +155,7 @@ bool AudioDecoder::DrainFrame()
     return false;
 }
 
-// Of the frame just received; empty when memory is out.
+// Makes the record of the frame just received; null when out of memory.
 std::shared_ptr<DecodedAudioFrame> AudioDecoder::MakeRecord(double start)
 {
     long long const values = static_cast<long long>(frame->nb_samples) * outputChannels;
@@ -185,8 +185,9 @@ std::shared_ptr<DecodedAudioFrame> AudioDecoder::MakeRecord(double start)
     return record;
 }
 
-// The step is the first plane's bytes over the bytes of a second, which is the frame's duration for packed 16-bit input
-// alone. Packets with several frames of other formats are rare, and their frames have always been stamped so.
+// The step is the first plane's bytes divided by the bytes of one second, which equals the frame's duration only for
+// packed 16-bit input. Packets with several frames of other formats are rare, so their times stay as they have always
+// been.
 double AudioDecoder::NextStart(double start) const
 {
     auto const bytesPerSecond = static_cast<int32_t>(static_cast<uint32_t>(FfmpegBridge::ChannelCount(codecContext)) *
@@ -194,7 +195,7 @@ double AudioDecoder::NextStart(double start) const
     return start + static_cast<double>(frame->linesize[0]) / bytesPerSecond * 1000000.0;
 }
 
-// Sets the resampler up anew when the stream has changed its sample format or its channels. The output stays as it was.
+// Reconfigures the resampler when the stream changes its sample format or channels. The output format stays.
 void AudioDecoder::FollowInputFormat()
 {
     int const frameChannels = FfmpegBridge::ChannelCount(frame.get());
@@ -212,7 +213,7 @@ void AudioDecoder::FollowInputFormat()
     SetUpResampler(frameChannels);
 }
 
-// The conversion without a resampler: the first channels of each sample, in their order.
+// Conversion without a resampler: takes the first channels of each sample in order.
 void AudioDecoder::ConvertSampleBySample(short* samples) const
 {
     auto const format = static_cast<AVSampleFormat>(frame->format);

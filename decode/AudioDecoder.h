@@ -10,8 +10,8 @@
 struct AVRational;
 struct DecodedAudioFrame;
 
-// Turns the packets of one audio stream into DecodedAudioFrame records: interleaved signed 16-bit samples at the
-// stream's own rate, with AvGlobals::maxAudioOutputChannels channels at most, times in container microseconds. Logs
+// Decodes the packets of one audio stream into DecodedAudioFrame records: interleaved signed 16-bit samples at the
+// stream's own rate, with at most AvGlobals::maxAudioOutputChannels channels; times are container microseconds. Logs
 // nothing. One thread at a time. A decoder that is not initialised does nothing.
 class TAVOLINAV_EXPORT AudioDecoder
 {
@@ -21,18 +21,19 @@ public:
     AudioDecoder(AudioDecoder const&) = delete;
     AudioDecoder& operator=(AudioDecoder const&) = delete;
 
-    // `codecContext` is opened, stays the caller's and must outlive the use; `channelLayout` is FFmpeg's channel mask,
-    // `sampleFormat` its AVSampleFormat. False only for a null context, which changes nothing: where no resampler can
-    // be set up, samples are converted one by one and channels beyond the bound are dropped.
+    // `codecContext` must be open; it stays the caller's and must outlive the decoder's use of it. `channelLayout` is
+    // FFmpeg's channel mask, `sampleFormat` its AVSampleFormat. Returns false only for a null context, and then changes
+    // nothing: without a usable resampler, samples are converted one by one and channels beyond the maximum are
+    // dropped.
     bool Initialize(AVCodecContext* codecContext, AVRational const& timeBase, int channels, long long channelLayout,
                     int sampleRate, int sampleFormat);
 
-    // Appends every record that `packet` completes; an empty packet (no data, no size) drains the decoder, whose last
-    // frames are then stamped from 0, as such a packet bears no time.
+    // Appends every record that `packet` completes. An empty packet (no data, no size) drains the decoder; as it has no
+    // time, the drained frames are stamped from 0.
     void DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedAudioFrame>>& frames);
 
-    // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
-    // negative FFmpeg code of a failure; `endOfStream` is never cleared.
+    // Sends `packet` unless null, then receives one frame into the decoder's own frame. Returns 0 or the negative
+    // FFmpeg error code. Sets `gotFrame`; sets `endOfStream` at the end and never clears it.
     int DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream);
 
     void Shutdown(); // can be initialised again
@@ -50,9 +51,9 @@ private:
     FfmpegPtr<SwrContext> resampler;
     bool resamplerReady = false;
     double timeBase = 0.0;     // microseconds per tick
-    int resamplerChannels = 0; // that the resampler takes
-    int resampledChannels = 0; // that it gives
-    int outputChannels = 0;    // that the records hold
-    int sampleFormat = -1;     // AVSampleFormat that the resampler takes
-    int sampleRate = 0;        // Hz, before and after
+    int resamplerChannels = 0; // resampler input
+    int resampledChannels = 0; // resampler output
+    int outputChannels = 0;    // of the records
+    int sampleFormat = -1;     // AVSampleFormat of the resampler input
+    int sampleRate = 0;        // Hz, input and output
 };

@@ -18,7 +18,7 @@ namespace {
 struct Search
 {
     uintptr_t address;
-    char const* library; // path; empty as long as nothing is found, and for the program itself
+    char const* library; // path; empty until found, and for the program itself
 };
 
 int LookInto(dl_phdr_info* object, size_t, void* data)
@@ -32,8 +32,8 @@ int LookInto(dl_phdr_info* object, size_t, void* data)
     return isHere ? 1 : 0;
 }
 
-// The path of the library that a function's code lies in. Empty where it is the program, into which anything may be
-// linked together.
+// The path of the library that contains a function's code. Empty for the program itself, which may have any allocator
+// linked in.
 template <typename Function>
 char const* LibraryOf(Function* function)
 {
@@ -42,7 +42,7 @@ char const* LibraryOf(Function* function)
     return search.library;
 }
 
-// Whether the library's deletes do nothing but call free.
+// Whether the library is a C++ runtime, whose delete operators only call free.
 bool IsCppRuntime(char const* library)
 {
     char const* const slash = std::strrchr(library, '/');
@@ -50,8 +50,9 @@ bool IsCppRuntime(char const* library)
     return std::strncmp(name, "libstdc++.so", 12) == 0 || std::strncmp(name, "libc++", 6) == 0;
 }
 
-// Whether array delete ends in the allocator that malloc_usable_size asks: by way of the C++ runtime and free, or
-// because it is the allocator's own, as with sanitizers. What array delete frees must come from there, then.
+// Whether array delete frees with the allocator that malloc_usable_size belongs to: through the C++ runtime and free,
+// or because array delete belongs to that allocator itself, as with sanitizers. Every block that array delete accepts
+// then comes from this allocator.
 bool IsAllocatorOfArraysAsked()
 {
     char const* const allocator = LibraryOf(&malloc_usable_size);

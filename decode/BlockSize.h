@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// The bytes that the block at `block`, which array delete is to free, really has: asked of the allocator, so that it
-// does not matter how the block came to its address. 0 for null, and where the allocator of arrays cannot be asked: a
-// program may bring its own array delete or its own free, or hold its whole C++ runtime in itself. Any thread.
+// The real size in bytes of `block`, which is to be freed by array delete. The allocator is asked, so the result holds
+// even if a host has replaced the block at this address. 0 for null, and where the allocator behind array delete cannot
+// be asked: a program may replace array delete or free, or link the C++ runtime statically. Any thread.
 size_t ProvenBlockSize(void const* block);

@@ -4,6 +4,7 @@ struct AVCodecContext;
 struct AVFrame;
 struct AVPacket;
 
-// One step of FFmpeg's interface, as both decoders offer it: sends `packet` unless null, then receives into `frame`. 0
-// or the negative FFmpeg code of a failure, also for a null context or frame; `endOfStream` is never cleared.
+// Sends `packet` unless null, then receives one frame into `frame`; both decoders offer this. Returns 0 or the negative
+// FFmpeg error code, also for a null context or frame. Sets `gotFrame`; sets `endOfStream` at the end and never clears
+// it.
 int TakeCodecStep(AVCodecContext* context, AVPacket const* packet, AVFrame* frame, bool& gotFrame, bool& endOfStream);

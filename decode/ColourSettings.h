@@ -3,14 +3,16 @@
 // How decoded pictures become RGB.
 struct ColourSettings
 {
-    // False: by the converter's defaults, ITU-R BT.601 in limited range, whatever the stream says. The bytes are the
-    // same with every version of the library. True: as the stream says, or as is usual for streams that say nothing.
+    // False: convert as ITU-R BT.601 in limited range, the converter's defaults, whatever the stream is tagged with;
+    // the bytes are the same in every version of the library. True: convert by the stream's tags, or by the usual
+    // values for an untagged stream.
     bool followStream = false;
 
-    // Whether PQ and HLG become SDR. When false, their values are shown as if they were SDR. Only with followStream.
+    // Whether PQ and HLG are tone-mapped to SDR. When false, their values are shown as if they were SDR. Only with
+    // followStream.
     bool toneMapping = true;
 
-    // Whether 8-bit 4:2:0 and 4:2:2 are interpolated and rounded as exactly as everything else, at three times the
+    // Whether 8-bit 4:2:0 and 4:2:2 are interpolated and rounded as exactly as all other formats, at three times the
     // cost of the quick converter. Only with followStream.
     bool exact = false;
 

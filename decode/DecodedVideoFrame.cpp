@@ -23,7 +23,7 @@ DecodedVideoFrame::DecodedVideoFrame(uint8_t const* source, int size, int width,
     if (data)
         std::memcpy(data, source, static_cast<size_t>(size));
     else
-        this->size = 0; // out of memory: nobody may read what is not there
+        this->size = 0; // out of memory: `size` must not promise data
 }
 
 DecodedVideoFrame::~DecodedVideoFrame()

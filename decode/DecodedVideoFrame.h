@@ -9,15 +9,15 @@
 
 class PictureBuffers;
 
-// One decoded picture: packed 24-bit RGB, rows of 3 x width bytes rounded up to a multiple of 4, not yet rotated.
-// Times are microseconds from the stream's first picture, both ends inclusive. Shared between the host and the video
-// cache, which changes its times; the last holder releases it, on any thread.
+// One decoded picture: packed 24-bit RGB, rows of 3 x width bytes rounded up to a multiple of 4, not rotated. Times are
+// microseconds from the stream's first picture, both ends inclusive. Shared between the host and the video cache, which
+// changes its times; the last holder frees it, on any thread.
 //
-// Two kinds are marks and no pictures. The end of the stream: everything zero, `data` null. A change of the coded size:
-// `status` 1, one byte of data, and the new coded width and height; whoever draws checks `status` first.
+// Two kinds of record hold no picture. End of stream: everything zero, `data` null. Change of the coded size: `status`
+// 1, one byte of data, and the new coded width and height. Check `status` before drawing.
 struct TAVOLINAV_EXPORT DecodedVideoFrame
 {
-    DecodedVideoFrame(); // the end of the stream
+    DecodedVideoFrame(); // an end-of-stream record
 
     // Copies `size` bytes from `source`; `data` stays null when `size` is less than 1.
     DecodedVideoFrame(uint8_t const* source, int size, int width, int height, long long startTime, double frameRate,
@@ -26,23 +26,23 @@ struct TAVOLINAV_EXPORT DecodedVideoFrame
     DecodedVideoFrame(DecodedVideoFrame const&) = delete;
     DecodedVideoFrame& operator=(DecodedVideoFrame const&) = delete;
 
-    uint8_t* data = nullptr; // owned, from array new; a host may take it out, or put in another array in its place
+    uint8_t* data = nullptr; // owned, from array new; a host may take it or replace it by another array
     int size = 0;            // bytes in data
-    int width = 0;           // pixels, the aspect ratio of the pixels already applied
+    int width = 0;           // pixels, with the pixel aspect ratio applied
     int height = 0;          // pixels
-    long long startTime = 0; // the first moment at which it shows
-    long long endTime = 0;   // not set by the decoder: 0 until a host or the cache sets it
-    double frameRate = 0.0;  // pictures per second of its stream when it was decoded
-    int rotation = 0;        // clockwise degrees by which to turn the picture for display
-    bool isLinear = false;   // the source is in linear light; the bytes are gamma-encoded already
+    long long startTime = 0; // first microsecond at which it is shown
+    long long endTime = 0;   // 0 until a host or the cache sets it
+    double frameRate = 0.0;  // the stream's pictures per second when it was decoded
+    int rotation = 0;        // degrees to rotate clockwise for display
+    bool isLinear = false;   // the source is in linear light; the bytes are already gamma-encoded
     int status = 0;          // 1: the coded size has changed
-    QString text;            // the host's
+    QString text;            // set by the host
 
 private:
     friend class VideoDecoder;
 
-    // Makes `data` a buffer of the store, which gets it back with the record's end. The store frees what turns out not
-    // to be of that length; a block at another address is freed here.
+    // Takes `data` from the store, which gets it back when the record dies and frees it if it turns out to be shorter
+    // than `bytes`. If a host has set `data` to another address, the record frees that block itself.
     void TakeFromStore(std::shared_ptr<PictureBuffers> const& from, int bytes);
 
     std::shared_ptr<PictureBuffers> store;

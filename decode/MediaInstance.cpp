@@ -29,7 +29,7 @@ struct MissingStreamMessages
 {
     char const* decoderNotFound;
     char const* streamNotFound;
-    char const* otherwise; // with a place for the code
+    char const* otherwise; // with %1 for the error code
 };
 
 constexpr MissingStreamMessages missingAudio = {"Failed to find audio stream (Decoder not found)",
@@ -62,8 +62,8 @@ int RotationOf(VideoStream const& stream)
     return isNumber ? rotation : 0;
 }
 
-// FFmpeg's decoder of VP3 and Theora reads rows of a reference before another thread has finished them: its pictures
-// differ with the number of threads, and from run to run.
+// FFmpeg's decoder of VP3 and Theora reads rows of a reference picture before another thread has finished them: its
+// pictures depend on the number of threads and differ from run to run.
 bool HasExactFrameThreads(AVCodecID codec)
 {
     return codec != AV_CODEC_ID_VP3 && codec != AV_CODEC_ID_VP4 && codec != AV_CODEC_ID_THEORA;
@@ -108,7 +108,7 @@ bool MediaInstance::Initialize(std::weak_ptr<MediaInfo> newMediaInfo, long long 
     return true;
 }
 
-// What was learnt of the source before.
+// Resets everything learnt from the previous source.
 void MediaInstance::ForgetSource()
 {
     audioStreamIndex = -1;
@@ -201,9 +201,9 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
     }
     videoCodecContext->thread_count = mostThreads; // 0: FFmpeg chooses
     if (info.IsImage() || !HasExactFrameThreads(stream->codecpar->codec_id))
-        videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads never work together on one picture
+        videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads do not speed up a single picture
     if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
-        logger.Error("Failed to open video decoder."); // without the code, unlike the sound's
+        logger.Error("Failed to open video decoder."); // without the code, unlike the audio message
         return false;
     }
     VideoStream record;
@@ -300,7 +300,7 @@ bool MediaInstance::HasStoredTimes() const
 {
     if (!formatContext || videoStreamIndex < 0)
         return formatContext != nullptr;
-    constexpr int elementaryTicks = 1200000; // a second, of FFmpeg's demuxers of elementary streams
+    constexpr int elementaryTicks = 1200000; // ticks per second of FFmpeg's demuxers of elementary streams
     AVRational const timeBase = formatContext->streams[videoStreamIndex]->time_base;
     bool const isElementary = timeBase.num == 1 && timeBase.den == elementaryTicks;
     return !isElementary && !QByteArray(formatContext->iformat->name).endsWith("_pipe");

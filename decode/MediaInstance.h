@@ -15,130 +15,129 @@ class VideoDecoder;
 struct DecodedAudioFrame;
 struct DecodedVideoFrame;
 
-// One open decoding session on one media source: the demultiplexer, one video and one audio stream with their decoders,
-// and the one packet in hand.
+// One decoding session on one media source: the demuxer, one video and one audio stream with their decoders, and the
+// current packet.
 //
 //     MediaInstance instance;
 //     instance.Initialize(info, 0);
-//     while (instance.HasPacket())                       // opens the file when it is not
+//     while (instance.HasPacket())                       // opens the file if needed
 //         instance.DecodePacket(sounds, pictures, -1);   // the last call drains both decoders
 //
-// Times are microseconds; pictures count from the first one, sounds and seek targets are the container's. All calls on
-// one instance come from one thread at a time. Failures are logged. Every call is safe in every state.
+// Times are microseconds: picture times count from the first picture, audio times and seek targets are container times.
+// All calls on one instance come from one thread at a time. Failures are logged. Every call is safe in every state.
 class TAVOLINAV_EXPORT MediaInstance
 {
 public:
-    MediaInstance(); // of no source yet: see Initialize
+    MediaInstance(); // has no source before Initialize
     ~MediaInstance();
     MediaInstance(MediaInstance const&) = delete;
     MediaInstance& operator=(MediaInstance const&) = delete;
 
-    // `mediaInfo` is a probed description, which is not kept alive; `instanceId` is the host's own. False when the
-    // description is gone or not probed, and then nothing changes. The file is not opened yet. Again, it replaces the
-    // session by one on the new source.
+    // `mediaInfo` is a probed description, which is not kept alive; `instanceId` is for the host's own use. Returns
+    // false and changes nothing when the description is gone or not probed. Does not open the file yet. A second call
+    // replaces the session by one on the new source.
     bool Initialize(std::weak_ptr<MediaInfo> mediaInfo, long long instanceId);
 
-    // Opens the file and, where it has such streams, the best audio and video stream; no packet is in hand then, so
-    // most hosts leave the opening to HasPacket. An input that is open already gives way to the new one; where the
-    // description is gone or the file cannot be opened, it stays as it is. After any other failure, what was opened
-    // stays open until CloseInput.
+    // Opens the file and, if present, the best audio and video stream, without loading a packet; most hosts leave
+    // opening to HasPacket. Replaces an input that is already open, unless the description is gone or the file cannot
+    // be opened. After any other failure, everything opened so far stays open until CloseInput.
     bool OpenInput();
 
-    void CloseInput(); // can be opened again
-    void Shutdown();   // for good
+    void CloseInput(); // OpenInput may follow
+    void Shutdown();   // final
 
-    // Whether a packet is in hand. Opens the input and loads the first packet when it is not open; false when that
+    // Whether there is a current packet. If the input is closed, opens it and loads the first packet; false when that
     // fails.
     bool HasPacket();
 
-    // Replaces the packet in hand by the next one. After the end of the input only when `force` is set, and then
-    // always by something: the packet that drains the decoders, if nothing else.
+    // Replaces the current packet by the next one. After the end of the input it does so only when `force` is set; it
+    // then always loads a packet, if only an empty one that drains the decoders.
     void PrepareNextPacket(bool force);
 
-    void ClearPacket();         // lets go of the packet in hand
-    bool IsAudioPacket() const; // the packet in hand is one of the chosen audio stream
-    bool IsVideoPacket() const; // of the chosen video stream
-    bool IsKeyPacket() const;   // decoding may begin with the packet in hand
+    void ClearPacket();         // drops the current packet
+    bool IsAudioPacket() const; // whether the current packet belongs to the chosen audio stream
+    bool IsVideoPacket() const; // whether it belongs to the chosen video stream
+    bool IsKeyPacket() const;   // whether decoding can begin with the current packet
 
-    // Presentation time of the packet in hand in the container's time; the lowest possible time when it bears none.
+    // Presentation time of the current packet in container time; the lowest 64-bit value when it has none.
     long long GetPacketTime() const;
 
-    // Whether the pictures' times stand in the file. Those of an elementary stream, and of images one behind the other,
-    // are counted by FFmpeg: they are right from the beginning on, but not after a seek. False before the file is open.
+    // Whether the file stores the pictures' times. FFmpeg counts up the times of an elementary stream and of an image
+    // pipe: they are right when reading from the beginning, wrong after a seek. False before the file is open.
     bool HasStoredTimes() const;
 
-    bool IsEndOfFile() const; // nothing was left to read; the packet in hand may still be the one that drains
+    bool IsEndOfFile() const; // the whole input has been read; the current packet may still be the draining one
 
-    // Whether seeks in this source need to begin well before their target: it has MPEG-1 video.
+    // Whether a seek must start well before its target in this source: it has MPEG-1 video.
     bool RequiresLargeSeekOffset() const;
     std::weak_ptr<MediaInfo> GetMediaInfo() const; // as given to Initialize
 
-    // Decodes the packet in hand and every audio packet that follows it directly, appends the records, and leaves the
-    // first other packet in hand. The packet after the last one drains both decoders. `seekTime` is the target of a
-    // pending seek, negative without one. To be called after HasPacket said true.
+    // Decodes the current packet and every audio packet that directly follows it, appends the records, and makes the
+    // first other packet the current one. The packet after the last one drains both decoders. `seekTime` is the target
+    // of a pending seek, negative without one. Call it after HasPacket returned true.
     void DecodePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                       QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
-    // One turn of DecodePacket: decodes just the packet in hand and takes the next one. For hosts that bound their
-    // memory, since DecodePacket decodes a file of sound alone in one call.
+    // Decodes just the current packet and loads the next one, as one step of DecodePacket. For hosts that limit their
+    // memory: DecodePacket decodes an audio-only file in a single call.
     void DecodeOnePacket(QList<std::shared_ptr<DecodedAudioFrame>>& audioFrames,
                          QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
-    // To be called right after DecodePacket or DecodeOnePacket delivered a record with status 1: sets the video decoder
-    // up for the new coded size and appends the picture that the record stood for. False when that cannot be.
+    // Call this right after DecodePacket or DecodeOnePacket delivered a record with status 1. Sets the video decoder to
+    // the new coded size and appends the picture that the record replaced. False on failure.
     bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames);
 
-    // Drains the video decoder as the end of the input does and leaves the packet in hand alone: appends the pictures
-    // that are held back and the mark of the end. Only a seek makes the decoder take packets again. For hosts that want
-    // a stretch of pictures and nothing after it.
+    // Drains the video decoder as at the end of the input, without touching the current packet: appends the pictures
+    // held back and the end-of-stream record. The decoder then accepts packets only after a seek. For hosts that need a
+    // range of pictures and nothing after it.
     void DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
-    // As VideoDecoder's operations of these names, from Initialize on; the settings outlive seeks and closing.
+    // The same as VideoDecoder's operations of these names; valid after Initialize. The settings outlive seeks and
+    // closing.
     void SetSeekSkipping(bool skips);
     bool HasSkippedInDoubt() const;
     void BeginAtKeyPicture();
     bool IsBeforeKeyPicture() const;
 
-    // Moves to the key frame at or before `time` in the container's time, as far as the container can, and loads the
-    // packet found there. Images are reopened instead. A seek that fails changes nothing.
+    // Moves to the key frame at or before `time` (container time), as far as the container allows, and loads the packet
+    // found there. Images are reopened instead. A failed seek changes nothing in the session; see HasSeekFailed.
     void Seek(long long time);
 
-    // Whether the last seek failed. FFmpeg may have moved in the file all the same: what is read next lies anywhere,
-    // and its time cannot be trusted.
+    // Whether the last seek failed. FFmpeg may have moved within the file nevertheless: the next packet can come from
+    // any place, and its time is unreliable.
     bool HasSeekFailed() const;
 
-    // Whether both sessions deliver sound of the same kind.
+    // Whether both sessions have the same output channels, sample rate, bytes per sample and planar layout.
     bool IsAudioMatched(std::shared_ptr<MediaInstance> other);
 
-    void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; after Initialize
+    void SetDecoderFrameRate(double frameRate); // pictures per second, see VideoDecoder; call after Initialize
 
-    // How many threads decode and convert one picture at most, for a host that decodes several files at the same time;
-    // 0, as at first: as many as the codec can use. Counts from the next opening of the input on, that of Initialize
-    // too.
+    // The maximum number of threads that decode and convert one picture, for a host that decodes several files at the
+    // same time; 0, the default: as many as the codec can use. Takes effect when the input is next opened; outlives
+    // Initialize.
     void SetMostThreads(int threads);
 
-    // Which stream of sound is opened, by its position among the container's streams; -1, as at first: the best one.
-    // The opening fails where that is no stream of sound or has no decoder. Counts from the next opening of the input
-    // on, that of Initialize too.
+    // The audio stream to open, by its index among the container's streams; -1, the default: the best one. Opening fails
+    // if the stream is not audio or has no decoder. Takes effect when the input is next opened; outlives Initialize.
     void SetAudioStream(int streamIndex);
 
-    // How the colours of the pictures from the next one on are converted, also after the input was opened again. By
-    // default by the converter's defaults, whatever the stream says. In every state.
+    // How colours are converted from the next picture on, also after the input is reopened. The default is
+    // ColourSettings'. Callable in every state.
     void SetColours(ColourSettings const& colours);
     QString DescribeColours() const; // see VideoDecoder; empty before the first picture
 
-    // Has the demultiplexer leave out what is not of the stream of sound, where it can: most of a movie is not read
-    // from the file then. For hosts that read sound alone from here to the end. Once the input is open, until it is
-    // closed.
+    // Makes the demuxer discard all streams except the chosen audio stream, so that most of a movie is not read from
+    // the file if the format allows it. For hosts that read only sound from here to the end. Call it while the input is
+    // open; lasts until the input is closed.
     void LeaveOutPictures();
 
-    // Positions among the container's streams, -1 without such a stream.
+    // Indices among the container's streams, -1 without such a stream.
     int GetActiveAudioStreamIndex() const;
     int GetActiveVideoStreamIndex() const;
 
-    // Of the audio stream once it is open; 0 and false before.
+    // Of the audio stream; 0 and false before it is open.
     int GetChannelCount() const;
-    int GetOutputChannelCount() const; // not more than AvGlobals::maxAudioOutputChannels
+    int GetOutputChannelCount() const; // at most AvGlobals::maxAudioOutputChannels
     int GetSampleRate() const;         // Hz
     int GetBytesPerSample() const;     // of one channel, as decoded
     bool IsPlaner() const;             // each channel in a plane of its own, as decoded
@@ -154,21 +153,21 @@ private:
 
     std::weak_ptr<MediaInfo> mediaInfo;
     int instanceId = 0;        // the host's
-    int audioStreamIndex = -1; // or a negative FFmpeg code
+    int audioStreamIndex = -1; // -1 or a negative FFmpeg code: none
     int videoStreamIndex = -1;
     int channelCount = 0;
     int sampleRate = 0;
     int bytesPerSample = 0;
     bool planer = false;
-    bool packetLoaded = false; // the packet in hand holds something
+    bool packetLoaded = false; // there is a current packet
     bool endOfFile = false;
     bool requiresLargeSeekOffset = false;
     bool seekFailed = false;
     ColourSettings colours;
     int mostThreads = 0;
-    int wantedAudioStream = -1; // the best
+    int wantedAudioStream = -1; // -1: the best
 
-    // The decoders use the codec contexts, so they are declared after them and go first.
+    // Declared after the codec contexts, which the decoders use: destroyed before them.
     FfmpegPtr<AVFormatContext> formatContext;
     FfmpegPtr<AVCodecContext> audioCodecContext;
     FfmpegPtr<AVCodecContext> videoCodecContext;

@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr int smallestKept = 128 * 1024; // the allocator serves smaller ones from pages that it has
+constexpr int smallestKept = 128 * 1024; // bytes; the allocator serves smaller blocks from pages it already has
 constexpr size_t mostKeptBytes = 64 * 1024 * 1024;
-constexpr unsigned long long unusedAfter = 32; // buffers taken since
-constexpr size_t spareBytes = 64;              // a converter that rounds its last step up stays inside
+constexpr unsigned long long unusedAfter = 32; // buffers taken since it was given back
+constexpr size_t spareBytes = 64;              // room for a converter that rounds its last step up
 
 } // namespace
 
@@ -38,7 +38,7 @@ uint8_t* PictureBuffers::Take(int size)
 
 PictureBuffers::Buffer PictureBuffers::TakeKept(int size)
 {
-    Buffer unused; // freed after the lock, as it is declared before
+    Buffer unused; // declared before the lock: freed after it is released
     std::lock_guard const lock(mutex);
     ++taken;
     auto const match =
@@ -55,7 +55,7 @@ void PictureBuffers::Give(uint8_t* buffer, int size)
     auto const bytes = static_cast<size_t>(size);
     if (!given || size < smallestKept || bytes > mostKeptBytes || ProvenBlockSize(buffer) < bytes + spareBytes)
         return;
-    std::array<Buffer, std::tuple_size_v<decltype(kept)>> displaced; // freed after the lock
+    std::array<Buffer, std::tuple_size_v<decltype(kept)>> displaced; // freed after the lock is released
     std::lock_guard const lock(mutex);
     for (size_t i = 0; i < displaced.size() && KeptBytes() + bytes > mostKeptBytes; ++i)
         displaced[i] = std::move(Oldest().buffer);
@@ -70,7 +70,7 @@ PictureBuffers::Kept& PictureBuffers::Oldest()
 {
     return *std::min_element(kept.begin(), kept.end(), [](Kept const& a, Kept const& b) {
         if (!a.buffer || !b.buffer)
-            return a.buffer && !b.buffer; // free places come last
+            return a.buffer && !b.buffer; // free entries come last
         return a.givenAt < b.givenAt;
     });
 }

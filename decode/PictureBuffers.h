@@ -6,26 +6,26 @@
 #include <memory>
 #include <mutex>
 
-// Picture buffers between two lives: that of a record which died goes to the next picture of the same size, because the
-// fresh pages of a large picture cost a good part of its conversion.
+// Reuses picture buffers: the buffer of a record that dies serves the next picture of the same size. Fresh pages for a
+// large picture would cost a good part of its conversion.
 //
-// Buffers come from array new, so that one which a host takes out or puts into a record is as good. That makes the
-// address of a buffer no proof of anything: a host may have freed ours and got a shorter one at the same place. What is
-// given back is kept only where the allocator itself says that the whole size is there (see BlockSize.h), and freed
-// otherwise; what the host says of the size plays no part.
+// Buffers come from array new, so a host may take one out of a record or put another in. A buffer's address therefore
+// proves nothing: a host may have freed our buffer and got a shorter one at the same address. A returned buffer is kept
+// only if the allocator confirms its full size (see BlockSize.h), and freed otherwise; the record's size field is
+// ignored.
 //
-// One store for the process, alive while any decoder or any record from it is; it keeps a few buffers at most and lets
-// go of those that nobody asks for. Any thread.
+// One store for the process, alive while any decoder or any of its records is alive. It keeps at most a few buffers and
+// frees those that have not been used for a while. Any thread.
 class PictureBuffers
 {
 public:
-    static std::shared_ptr<PictureBuffers> GetShared(); // null when memory is out
+    static std::shared_ptr<PictureBuffers> GetShared(); // null when out of memory
 
-    // A buffer of `size` bytes and some to spare, with anything in it; null when memory is out.
+    // An uninitialised buffer of at least `size` bytes, with some spare; null when out of memory.
     uint8_t* Take(int size);
 
-    // Takes over a block of array new, of whatever length, in place of the buffer of Take(size); null is nothing. Does
-    // not allocate.
+    // Takes ownership of a block from array new, of any length, in place of the buffer of Take(size). Null is ignored.
+    // Does not allocate.
     void Give(uint8_t* buffer, int size);
 
 private:
@@ -33,9 +33,9 @@ private:
 
     struct Kept
     {
-        Buffer buffer; // null: a free place
+        Buffer buffer; // null: free entry
         int size = 0;
-        unsigned long long givenAt = 0; // `taken` at that moment
+        unsigned long long givenAt = 0; // value of `taken` when the buffer was given back
     };
 
     Buffer TakeKept(int size);

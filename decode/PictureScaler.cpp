@@ -17,15 +17,15 @@ namespace {
 
 constexpr int bytesPerPixel = 3;
 
-// libswscale's fast converters write up to this many pixels at a time. Where a row has no room for the last step, they
+// libswscale's fast converters write up to this many pixels per step. If a row has no room for the last step, they
 // leave its last columns unwritten or write into the next row, depending on the width.
 constexpr int pixelsPerStep = 16;
 
-// Slice threads cost half a millisecond to start, once for each file of an image sequence, and a little to wake. Below
-// this many pixels that is more than they save.
+// Slice threads cost half a millisecond to start, for every file of an image sequence, and some time to wake. Below
+// this many pixels they cost more than they save.
 constexpr long long pixelsWorthThreads = 500000;
 
-// libswscale's brightness that makes its quick converters round limited range, which they otherwise cut off.
+// A libswscale brightness of half a step: its quick converters then round limited range instead of truncating.
 constexpr int halfAStep = 128;
 
 constexpr long long RoundUp(long long value, long long step)
@@ -38,8 +38,8 @@ bool HasRoom(PictureScaler::Layout const& layout)
     return RoundUp(layout.outputWidth, pixelsPerStep) * bytesPerPixel <= layout.outputStride;
 }
 
-// Whether libswscale has a converter of its own for the pictures, as fast as memory: 8-bit RGB, or planar 8-bit 4:2:0
-// and 4:2:2, of unchanged width. Everything else goes through its general path, ten times slower.
+// Whether libswscale has a special converter, as fast as memory: for 8-bit RGB and planar 8-bit 4:2:0 and 4:2:2 of
+// unchanged width. Everything else takes its general path, ten times slower.
 bool IsQuick(PictureScaler::Layout const& layout)
 {
     AVPixFmtDescriptor const* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(layout.format));
@@ -61,7 +61,7 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, int threa
     FfmpegPtr<SwsContext> context(sws_alloc_context());
     if (!context)
         return nullptr;
-    // An option refused would leave its default, and the conversion read another picture than there is.
+    // A refused option would keep its default, and the conversion would misread the picture.
     auto const set = [&context](char const* option, int64_t value) {
         return av_opt_set_int(context.get(), option, value, 0) >= 0;
     };
@@ -76,14 +76,13 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, int threa
     if (layout.matrix >= 0) {
         int const* const coefficients = sws_getCoefficients(layout.matrix);
         int const brightness = layout.isFullRange ? 0 : halfAStep;
-        // RGB has none to set, which is no failure.
+        // Fails for RGB, which has no such details; that is harmless.
         sws_setColorspaceDetails(context.get(), coefficients, layout.isFullRange, coefficients, 1, brightness, 1 << 16,
                                  1 << 16);
     }
     return context;
 }
 
-// The padding behind the pixels of each row.
 void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
 {
     auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
@@ -104,7 +103,7 @@ void CopyRows(uint8_t const* source, size_t sourceStride, uint8_t* target, Pictu
     }
 }
 
-void KeepBuffer(void*, uint8_t*) {} // the memory is not the reference's
+void KeepBuffer(void*, uint8_t*) {} // the reference does not own the memory
 
 } // namespace
 

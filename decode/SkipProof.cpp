@@ -9,8 +9,8 @@ extern "C" {
 
 namespace {
 
-// The bits of a unit of H.264, most significant first, without the bytes that keep start codes out of it. Beyond the
-// end there are zeros.
+// Reads the bits of an H.264 NAL unit, most significant first, without its emulation prevention bytes. Gives zeros
+// beyond the end.
 class BitReader
 {
 public:
@@ -83,14 +83,14 @@ void PassScalingList(BitReader& bits, int length)
     }
 }
 
-// What the profiles from High on say in addition.
+// The fields that only the High profiles have.
 void PassHighProfileFields(BitReader& bits)
 {
     unsigned const chromaFormat = bits.Golomb();
     if (chromaFormat == 3)
-        bits.Bit(); // planes coded by themselves
-    bits.Golomb();  // depth of luma
-    bits.Golomb();  // depth of chroma
+        bits.Bit(); // separate_colour_plane_flag
+    bits.Golomb();  // bit depth of luma
+    bits.Golomb();  // bit depth of chroma
     bits.Bit();     // lossless bypass
     if (bits.Bit() == 0)
         return;
@@ -122,19 +122,20 @@ bool HasHighProfileFields(unsigned profile)
     return std::find(std::begin(profiles), std::end(profiles), profile) != std::end(profiles);
 }
 
-// ITU-T H.264, 7.3.2.1.1: `parameters` begins behind the unit's header.
+// Whether the sequence parameter set has frame_mbs_only_flag (ITU-T H.264, 7.3.2.1.1). `parameters` begins behind the
+// NAL unit header.
 bool SaysFramesOnly(uint8_t const* parameters, size_t size)
 {
     BitReader bits(parameters, size);
     unsigned const profile = bits.Bits(8);
     bits.Bits(16); // constraints and level
-    bits.Golomb(); // number of the parameter set
+    bits.Golomb(); // seq_parameter_set_id
     if (HasHighProfileFields(profile))
         PassHighProfileFields(bits);
-    bits.Golomb(); // length of frame_num
+    bits.Golomb(); // log2_max_frame_num_minus4
     PassPictureOrderFields(bits);
-    bits.Golomb(); // reference frames
-    bits.Bit();    // gaps allowed
+    bits.Golomb(); // max_num_ref_frames
+    bits.Bit();    // gaps_in_frame_num_value_allowed_flag
     bits.Golomb(); // width
     bits.Golomb(); // height
     return !bits.IsAtEnd() && bits.Bit() == 1;
@@ -145,7 +146,7 @@ bool BeginsWithStartCode(uint8_t const* data, size_t size)
     return size >= 4 && data[0] == 0 && data[1] == 0 && (data[2] == 1 || (data[2] == 0 && data[3] == 1));
 }
 
-// Behind the next start code; `end` without one.
+// The position behind the next start code, or `end`.
 uint8_t const* AfterStartCode(uint8_t const* data, uint8_t const* end)
 {
     while (end - data >= 3) {
@@ -199,14 +200,14 @@ void SkipProof::Watch(AVPacket const& packet)
     if (kind == Kind::None || isRefuted || !packet.data || packet.size <= 0)
         return;
     if (av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, nullptr))
-        isRefuted = true; // another stream from here on
+        isRefuted = true; // new parameters, with headers of their own
     pictures = 0;
     ReadUnits(packet.data, static_cast<size_t>(packet.size));
     bool const countsPictures = kind == Kind::Mpeg12 || kind == Kind::Mpeg4;
     isRefuted = isRefuted || (countsPictures && pictures != 1);
 }
 
-// Headers outside of the packets: units with start codes, or a record of ISO/IEC 14496-15 (avcC, hvcC).
+// Reads the extradata: units with start codes, or an ISO/IEC 14496-15 record (avcC, hvcC).
 void SkipProof::ReadHeaders(uint8_t const* data, size_t size)
 {
     bool const isRecord = (kind == Kind::H264 || kind == Kind::Hevc) && !BeginsWithStartCode(data, size);
@@ -220,7 +221,7 @@ void SkipProof::ReadHeaders(uint8_t const* data, size_t size)
         return;
     }
     lengthBytes = (data[lengthAt] & 3U) + 1;
-    size_t const arrays = kind == Kind::H264 ? 1 : data[22]; // of H.264 the sequences alone matter
+    size_t const arrays = kind == Kind::H264 ? 1 : data[22]; // for H.264 only the sequence parameter sets matter
     size_t at = kind == Kind::H264 ? 5 : 23;
     for (size_t array = 0; array < arrays; ++array) {
         size_t const headBytes = kind == Kind::H264 ? 1 : 3;
@@ -253,7 +254,7 @@ void SkipProof::ReadUnits(uint8_t const* data, size_t size)
     }
 }
 
-// A unit with start codes may be taken for longer than it is: only its head is read.
+// `size` may be too large for a unit between start codes; only its header fields are read.
 void SkipProof::ReadUnit(uint8_t const* unit, size_t size)
 {
     if (size == 0)
@@ -286,14 +287,14 @@ void SkipProof::ReadH264Unit(uint8_t const* unit, size_t size)
 
 void SkipProof::ReadHevcUnit(uint8_t const* unit, size_t size)
 {
-    constexpr unsigned firstHeader = 32; // smaller types are slices of pictures
+    constexpr unsigned firstHeader = 32; // smaller types are picture slices
     constexpr unsigned sequence = 33;
     if (size < 3)
         return;
     unsigned const type = unit[0] >> 1 & 63U;
     bool const isBaseLayer = (unit[0] & 1U) == 0 && unit[1] >> 3 == 0;
     if (type == sequence && isBaseLayer)
-        Expect((unit[2] >> 1 & 7U) == 0); // sub-layers beside the first
+        Expect((unit[2] >> 1 & 7U) == 0); // sps_max_sub_layers_minus1
     if (type < firstHeader && (unit[1] & 7U) != 1)
         isRefuted = true;
 }

@@ -6,25 +6,25 @@
 struct AVCodecContext;
 struct AVPacket;
 
-// Tells whether a codec may leave out the pictures of a stream that nothing refers to, without any other picture
-// changing. That is proven where each packet holds one whole frame and "nothing refers to it" holds for all pictures:
+// Proves from a stream's headers that its codec may skip the pictures marked as not used for reference without changing
+// any other picture. This is proven where each packet holds one whole frame and the mark covers all pictures:
 //
 //     H.264 (ITU-T H.264, 7.4.2.1.1)         each sequence says frames only; a field would miss its other field
 //     HEVC (ITU-T H.265, 7.4.2.2)            one sub-layer; "non-reference" speaks of the picture's own sub-layer only
 //     MPEG-1, MPEG-2 (ISO/IEC 13818-2, 6.3)  no interlaced sequence, one picture a packet
 //     MPEG-4 Visual (ISO/IEC 14496-2, 6.3)   one picture a packet
 //
-// For any other codec there is no proof. One thread at a time.
+// Other codecs are never proven. One thread at a time.
 class SkipProof
 {
 public:
-    // For a newly opened codec, whose out-of-band headers are read. Keeps no reference.
+    // Starts a proof for a newly opened codec: reads its extradata. Keeps no reference.
     void Begin(AVCodecContext const& context);
 
-    // Each packet that the codec gets, before it gets it.
+    // Must see each packet before the codec gets it.
     void Watch(AVPacket const& packet);
 
-    // By all headers and packets seen so far.
+    // Whether the proof holds, by all headers and packets seen so far.
     bool Holds() const { return isProven && !isRefuted; }
 
 private:
@@ -39,8 +39,8 @@ private:
     void Expect(bool isHarmless);
 
     Kind kind = Kind::None;
-    size_t lengthBytes = 0; // of the length before each unit; 0: units begin with start codes
-    int pictures = 0;       // in the packet being read, of MPEG-1, 2 and 4
+    size_t lengthBytes = 0; // size of the length field of each unit; 0: units begin with start codes
+    int pictures = 0;       // pictures in the current packet (MPEG-1, 2 and 4 only)
     bool isProven = false;
     bool isRefuted = false;
 };

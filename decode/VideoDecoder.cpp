@@ -27,10 +27,10 @@ namespace {
 
 constexpr int bytesPerPixel = 3;
 
-// A drain ends by itself; a context that was never opened would answer with errors for ever.
+// A drain normally ends by itself, but a context that was never opened would return errors forever.
 constexpr int mostFruitlessReceives = 100;
 
-// A codec that refuses a packet takes it after a few pictures; so many are a fault of its own.
+// A codec that refuses a packet takes it after a few pictures were received; after this many it is faulty.
 constexpr int mostReceivesBeforeSend = 1000;
 
 constexpr int mostScalerThreads = 16;
@@ -45,7 +45,7 @@ void LogDecodingError()
     Logger::GetInstance().Error("Error decoding video packet.");
 }
 
-// Linear light to display gamma: 255 (i / 255)^(1 / 2.2), rounded.
+// Encodes linear light for gamma 2.2: 255 (i / 255)^(1 / 2.2), rounded.
 std::array<uint8_t, 256> MakeGammaTable()
 {
     std::array<uint8_t, 256> table{};
@@ -61,8 +61,8 @@ void EncodeGamma(uint8_t* bytes, int size)
         bytes[i] = table[bytes[i]];
 }
 
-// Pictures are stretched in width only. Single precision on purpose: 640 x 0.7f is 448. 0, which no picture has, when
-// the result is out of range.
+// The aspect ratio changes only the width. Computed in single precision: 640 x 0.7f is 448. Returns 0, an impossible
+// width, when the result is out of range.
 int AspectCorrectedWidth(int width, float aspectRatio)
 {
     float const corrected = static_cast<float>(width) * aspectRatio;
@@ -70,16 +70,16 @@ int AspectCorrectedWidth(int width, float aspectRatio)
     return corrected >= 0.0f && corrected < static_cast<float>(limit) ? static_cast<int>(corrected) : 0;
 }
 
-// The alignment that makes FFmpeg round a row up to a multiple of 4 bytes. Not a power of two, which its rounding by
-// masks turns into just that.
+// The alignment argument that makes FFmpeg pad rows to a multiple of 4 bytes. It is not a power of two: FFmpeg's
+// rounding masks turn it into exactly this padding.
 int RowAlignment(int outputWidth)
 {
     return (4 - outputWidth * bytesPerPixel % 4) % 4 + 1;
 }
 
-// Slices of a picture to convert at the same time: one for each processor. One more, which libswscale would choose,
-// would keep the others waiting. Frame threads use the processors meanwhile; those of a single image have nothing left
-// to do by then.
+// The number of slices converted at the same time: one for each processor. libswscale would choose one more, which
+// would keep the others waiting. Frame threads keep half the processors busy; the threads that decoded a single image
+// are idle by then.
 int ScalerThreadsBeside(AVCodecContext const& context, bool isImage, int mostAsked)
 {
     if (mostAsked > 0)
@@ -99,7 +99,8 @@ bool IsIntraOnly(AVCodecID id)
     return descriptor && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
 }
 
-// Whether the picture was decoded without any other, as far as the codec tells. What is patched up needs others.
+// Whether the picture was decoded without reference to any other, as far as the codec reports it. A concealed picture
+// depends on others.
 bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
 {
     if (IsDamaged(picture))
@@ -108,12 +109,12 @@ bool NeedsNoOther(AVCodecContext const& context, AVFrame const& picture)
         return true;
     switch (context.codec_id) {
     case AV_CODEC_ID_H264:
-        return true; // FFmpeg holds back what comes before a point of recovery
+        return true; // FFmpeg delivers no picture before a recovery point
     case AV_CODEC_ID_HEVC:
     case AV_CODEC_ID_VP8:
     case AV_CODEC_ID_VP9:
     case AV_CODEC_ID_AV1:
-        return false; // an intra picture between groups does not end what the next ones refer to
+        return false; // after an intra picture inside a group, later pictures may still refer to earlier ones
     default:
         return picture.pict_type == AV_PICTURE_TYPE_I || IsIntraOnly(context.codec_id);
     }
@@ -150,7 +151,7 @@ bool VideoDecoder::Initialize(AVCodecContext* newCodecContext, AVRational const&
     return true;
 }
 
-// The coded size, and the size and rows of the pictures that follow from it; false when such pictures cannot be.
+// Sets the coded size and derives the output size and stride; false for an impossible size.
 bool VideoDecoder::SetSize(int codedWidth, int codedHeight)
 {
     int const correctedWidth = AspectCorrectedWidth(codedWidth, aspectRatio);
@@ -174,7 +175,7 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
         return;
     bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
                           newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
-    frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN is neither
+    frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN stays
     frameDuration = 1.0 / frameRate * 1000000.0;
 }
 
@@ -254,7 +255,8 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
     ReceivePictures(frames, seekTime);
 }
 
-// What is ready is received before the codec hears of the end: FFmpeg would drop a packet that waits in front of it.
+// Receives all ready pictures before signalling the end to the codec: FFmpeg would drop a packet that still waits to be
+// decoded.
 void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     Step step = Step::Picture;
@@ -270,7 +272,7 @@ void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVi
     ReceivePictures(frames, seekTime);
 }
 
-// All that is left in a codec that has heard of the end, up to a picture that is left out.
+// Receives all pictures left in a draining codec, until one is dropped.
 void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     Step step = Step::Picture;
@@ -283,15 +285,15 @@ void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& fr
     }
 }
 
-// A packet can complete more than one picture: a VP9 superframe does, behind frame threads. As a call delivers one of
-// them, the codec fills up and refuses a packet now and then, until pictures have been received.
+// A packet can complete more than one picture (a VP9 superframe with frame threads). As one call delivers only one of
+// them, the codec fills up and refuses a packet now and then until pictures have been received.
 int VideoDecoder::SendPacket(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames,
                              long long seekTime)
 {
     int sent = TrySendPacket(packet, seekTime);
     Step step = Step::Picture;
     for (int i = 0; sent == AVERROR(EAGAIN) && step != Step::TryAgain && i < mostReceivesBeforeSend; ++i) {
-        step = ReceivePicture(frames, seekTime); // even where none comes, the codec may have made room
+        step = ReceivePicture(frames, seekTime); // even without a picture the codec may have made room
         sent = TrySendPacket(packet, seekTime);
     }
     return sent;
@@ -320,7 +322,7 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
     int const reorderDepth = codecContext->has_b_frames;
     int const received = FfmpegBridge::ReceiveFrame(codecContext, frame.get());
     if (codecContext->has_b_frames != reorderDepth)
-        hasDoubt = true; // FFmpeg learns the order of pictures from those that it decodes
+        hasDoubt = true; // FFmpeg learns the picture order from the pictures it decodes
     if (received == AVERROR(EAGAIN))
         return Step::TryAgain;
     if (received == AVERROR_EOF) {
@@ -360,7 +362,7 @@ bool VideoDecoder::IsLeftOut(long long time, long long seekTime)
     return awaitsKeyPicture || IsBeforeSeek(time, seekTime);
 }
 
-// The time of the picture just received.
+// The time of the picture just received; also updates lastTime.
 long long VideoDecoder::TakeTime()
 {
     if (frame->best_effort_timestamp == AV_NOPTS_VALUE) {
@@ -377,14 +379,14 @@ long long VideoDecoder::TimeOf(long long timestamp) const
     return TruncatedTime(static_cast<double>(timestamp) * timeBase - static_cast<double>(startTime));
 }
 
-// A few pictures before the target stay, so that the cache holds some behind it.
+// Keeps a few pictures before the target, so that the cache holds some behind it.
 bool VideoDecoder::IsBeforeSeek(long long time, long long seekTime) const
 {
     return seekTime >= 0 && static_cast<double>(seekTime) - Settings::maxTrailingFramesAfterSeek * frameDuration >
                                 static_cast<double>(time);
 }
 
-// A picture that the seek filter would drop is not even decoded when no other one is made from it.
+// Whether to skip decoding the picture: the seek would drop it, and no other picture refers to it.
 bool VideoDecoder::IsSkipped(AVPacket const& packet, long long seekTime) const
 {
     return skipProof->Holds() && packet.pts != AV_NOPTS_VALUE && IsBeforeSeek(TimeOf(packet.pts), seekTime);
@@ -437,8 +439,8 @@ bool VideoDecoder::AppendPicture(QList<std::shared_ptr<DecodedVideoFrame>>& fram
 
 bool VideoDecoder::FillPicture(DecodedVideoFrame& record, AVFrame& picture)
 {
-    // The context tells the picture's size and format. Around a change of either a held-back picture can still be of
-    // the old kind: then the picture's own are what can be read.
+    // The context holds the picture's size and format. Around a change of either, the codec can still deliver a picture
+    // of the old kind: then the picture's own values are valid.
     bool const asContextSays = picture.width >= codecContext->width && picture.height >= codecContext->height &&
                                picture.format == codecContext->pix_fmt;
     PictureScaler::Layout layout;

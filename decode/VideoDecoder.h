@@ -17,10 +17,10 @@ class StreamConverter;
 struct AVRational;
 struct DecodedVideoFrame;
 
-// Turns the packets of one video stream into DecodedVideoFrame records: packed RGB at the width that the pixels' aspect
-// ratio asks for, colours by the converter's defaults (ITU-R BT.601, limited range) unless SetColours asks for the
-// stream's, times in microseconds from the stream's first picture. One thread at a time. A decoder that is not
-// initialised does nothing.
+// Decodes the packets of one video stream into DecodedVideoFrame records: packed RGB, the width corrected by the pixel
+// aspect ratio, times in microseconds from the stream's first picture. Colours are converted by the converter's
+// defaults (ITU-R BT.601, limited range) unless SetColours asks for the stream's. One thread at a time. A decoder that
+// is not initialised does nothing.
 class TAVOLINAV_EXPORT VideoDecoder
 {
 public:
@@ -29,82 +29,84 @@ public:
     VideoDecoder(VideoDecoder const&) = delete;
     VideoDecoder& operator=(VideoDecoder const&) = delete;
 
-    // `codecContext` is opened, stays the caller's and must outlive the use; `width` and `height` are the coded size,
-    // `startTime` is subtracted from every time, `frameRate` serves pictures without a time and is held to the range of
-    // Settings. Images ignore the aspect ratio. False, and not initialised, for a null context or an impossible size.
+    // `codecContext` must be open; it stays the caller's and must outlive the decoder's use of it. `width` and `height`
+    // are the coded size; `startTime` is subtracted from every time; `frameRate` times the pictures that have no time
+    // and is checked as in SetFrameRate. Images ignore the aspect ratio. Returns false, and is not initialised, for a
+    // null context or an impossible size.
     bool Initialize(AVCodecContext* codecContext, AVRational const& timeBase, int width, int height,
                     float pixelAspectRatio, long long startTime, double frameRate, int rotation, bool isImage,
                     bool isLinear);
 
-    // A rate outside the range of Settings is replaced by the default rate, not by the nearer bound. The rate already
-    // set changes nothing, so a new decoder given 0.0 keeps 0.0.
+    // A rate outside the range of Settings is replaced by the default rate, not by the nearer bound. Setting the
+    // current rate changes nothing, so a new decoder given 0.0 keeps 0.0.
     void SetFrameRate(double frameRate);
 
-    // Delivers records without `data`: only times, at a fraction of the cost.
+    // Delivers records without `data`: only times, much faster.
     void SetTimesOnly(bool timesOnly);
 
-    // While a seek is pending, lets the codec leave out pictures before the target that no other picture can refer to,
-    // wherever the stream's own headers prove that there are such pictures (H.264 of frames only, HEVC of one
-    // sub-layer, progressive MPEG-1, MPEG-2, MPEG-4); elsewhere it changes nothing. Off by default: then each packet is
-    // decoded. To be set before the first packet of a seek, which also begins a new answer of HasSkippedInDoubt.
+    // While a seek is pending, lets the codec skip pictures before the target that no other picture refers to, if the
+    // stream's headers prove that this is safe (H.264 of frames only, HEVC of one sub-layer, progressive MPEG-1,
+    // MPEG-2, MPEG-4); no effect on other streams. Off by default: every packet is decoded. Set it before the first
+    // packet of a seek; setting it also resets HasSkippedInDoubt.
     void SetSeekSkipping(bool skips);
 
-    // Whether since the last SetSeekSkipping something was left out and the stream showed a sign of damage: a decoding
-    // error, a corrupt packet or picture, a missing reference, a time that FFmpeg had to guess. What is patched up then
-    // may depend on what was left out: seek again without skipping.
+    // Whether, since the last SetSeekSkipping, a picture was skipped and the stream showed a sign of damage: a decoding
+    // error, a corrupt packet or picture, a missing reference, a time that FFmpeg had to guess. Error concealment may
+    // then depend on the skipped pictures: seek again without skipping.
     bool HasSkippedInDoubt() const;
 
-    // Leaves out pictures until one comes that was decoded without any other, as the codec tells, not the container;
-    // and those that show before the next packet's, which may refer to what was not decoded. To be called after a seek
-    // by a host that wants no picture to be wrong.
+    // Drops pictures until the codec (not the container) delivers one that was decoded without any other, and also
+    // drops pictures shown before the next packet's picture, which may refer to undecoded ones. For a host that must
+    // never show a wrong picture: call it after a seek.
     void BeginAtKeyPicture();
 
-    // Whether BeginAtKeyPicture still waits for its picture.
+    // Whether BeginAtKeyPicture is still waiting for that picture.
     bool IsBeforeKeyPicture() const;
 
-    // How many threads convert one picture at most; 0, as at first: as many as have nothing else to do. In every state,
-    // from the next picture on.
+    // The maximum number of threads that convert one picture; 0, the default: one for each processor, or half
+    // as many beside decoding threads. In every state, from the next picture on.
     void SetMostThreads(int threads);
 
-    // How the colours of the pictures from the next one on are converted. `statedPeak`: the brightest content in cd/m2
-    // as the container says, for HDR pictures that do not say it themselves; 0: unknown. In every state.
-    // OpenEXR is taken for linear light when the stream is followed, whatever Initialize was told.
+    // How colours are converted from the next picture on. `statedPeak`: the brightest content in cd/m2 by the
+    // container, for HDR pictures without their own value; 0: unknown. In every state. With followStream, OpenEXR
+    // counts as linear light, whatever Initialize was told.
     void SetColours(ColourSettings const& colours, double statedPeak = 0.0);
 
-    // What the last picture was converted from, in FFmpeg's names, and what was done to its light: "yuv420p10le
-    // bt2020nc tv arib-std-b67 bt2020, tone-mapped from 1000 to 203 cd/m2". Empty by the converter's defaults.
+    // The last picture's format and colour tags in FFmpeg's names, and the conversion of its light: "yuv420p10le
+    // bt2020nc tv arib-std-b67 bt2020, tone-mapped from 1000 to 203 cd/m2". Empty with the converter's defaults.
     QString DescribeColours() const;
 
-    // Appends the records that `packet` completes: one picture at most for an ordinary packet, after those that the
-    // codec wanted to be rid of before it took the packet; all that are held back and the mark of the end for an empty
-    // one (no data, no size); the whole image, without a mark, for an image. Nothing decoded waits outside of the codec
-    // between calls, so a host may flush its context at any time. Pictures more than
-    // Settings::maxTrailingFramesAfterSeek before `seekTime` are dropped (negative: no seek). A dropped picture, and a
-    // mark of a changed size, end the call: what an empty packet then leaves in the decoder comes with the next one. A
-    // packet that cannot be decoded is lost and logged.
+    // Appends the records that `packet` completes:
+    // - ordinary packet: at most one picture, after those that the codec had to deliver before it took the packet;
+    // - empty packet (no data, no size): all pictures held back and the end-of-stream record;
+    // - image: the whole image, without an end-of-stream record.
+    // No decoded picture waits outside the codec between calls, so a host may flush its context at any time. Drops
+    // pictures that start more than Settings::maxTrailingFramesAfterSeek frame durations before `seekTime` (negative:
+    // no seek). A dropped picture or a record with status 1 ends the call; after an empty packet, the pictures still in
+    // the decoder come with the next empty one. A packet that cannot be decoded is logged and lost.
     void DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
 
-    // To be called right after records with status 1: takes over the coded size that they tell, and appends the
-    // pictures that they stood for. False when that cannot be.
+    // Call this right after records with status 1: sets the new coded size and appends the pictures that the records
+    // replaced. False on failure.
     bool FollowSizeChange(QList<std::shared_ptr<DecodedVideoFrame>>& frames);
 
-    // One step of FFmpeg's interface: sends `packet` unless null, receives into the decoder's own frame. 0 or the
-    // negative FFmpeg code of a failure; `endOfStream` is never cleared.
+    // Sends `packet` unless null, then receives one frame into the decoder's own frame. Returns 0 or the negative
+    // FFmpeg error code. Sets `gotFrame`; sets `endOfStream` at the end and never clears it.
     int DecodeInternal(AVPacket* packet, bool& gotFrame, bool& endOfStream);
 
     void Shutdown(); // can be initialised again
 
 private:
-    // What came of asking the codec for a picture.
+    // The result of asking the codec for a picture.
     enum class Step {
         Picture,  // appended
-        LeftOut,  // before the target, or a mark of a changed size in its place
-        TryAgain, // none without another packet
-        Failed,   // and logged
+        LeftOut,  // dropped, or replaced by a record with status 1
+        TryAgain, // needs another packet first
+        Failed,   // error, logged
         End,
     };
 
-    // A picture that a record with status 1 stands for.
+    // A picture that was replaced by a record with status 1.
     struct ResizedPicture
     {
         FfmpegPtr<AVFrame> frame;
@@ -134,13 +136,13 @@ private:
     int outputWidth = 1;
     int outputStride = 4;     // bytes per row
     int outputSize = 0;       // bytes per picture
-    float aspectRatio = 1.0f; // by which pictures become wider
+    float aspectRatio = 1.0f; // factor on the width
     long long startTime = 0;  // microseconds
     double frameRate = 0.0;
     double frameDuration = 0.0; // microseconds
-    int width = 1;              // coded size that the decoder was initialised for
+    int width = 1;              // coded size, as initialised or last followed
     int height = 1;
-    double lastTime = 0.0; // of the last picture, microseconds; gathers fractions over pictures without a time
+    double lastTime = 0.0; // of the last picture, microseconds; keeps fractions across pictures without a time
     int rotation = 0;
     bool isImage = false;
     bool isLinear = false;
@@ -150,13 +152,13 @@ private:
     bool hasDoubt = false;
     bool awaitsKeyPicture = false;
     bool hasBegun = true;                        // a packet was sent since BeginAtKeyPicture
-    long long beginTime = 0;                     // of its picture
+    long long beginTime = 0;                     // of that packet's picture, microseconds
     FfmpegPtr<AVFrame> frame;                    // the picture being turned into a record
     std::vector<ResizedPicture> resizedPictures; // of the last call, for FollowSizeChange
     std::unique_ptr<SkipProof> skipProof;
     std::shared_ptr<PictureBuffers> pictureBuffers;
-    std::unique_ptr<PictureScaler> scaler; // outlives Shutdown, to serve the next Initialize
+    std::unique_ptr<PictureScaler> scaler; // outlives Shutdown: the next Initialize reuses it
     ColourSettings colours;
     int mostThreads = 0;
-    std::unique_ptr<StreamConverter> converter; // of the stream's colours, once they are asked for; outlives Shutdown
+    std::unique_ptr<StreamConverter> converter; // created by SetColours; outlives Shutdown
 };

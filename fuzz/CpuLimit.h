@@ -5,8 +5,8 @@
 #include <csignal>
 #include <cstdlib>
 
-// Ends the process, with the input as the culprit, when what it guards takes more than `seconds` of the processor's
-// time. Unlike a limit on the clock's time, it holds on a machine that has much else to do.
+// Aborts the process, so that the fuzzer blames the input, when its scope takes more than `seconds` of processor time.
+// Unlike a limit on elapsed time, this also works on a busy machine.
 class CpuLimit
 {
 public:

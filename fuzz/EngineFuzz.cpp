@@ -18,20 +18,20 @@ extern "C" {
 #include <memory>
 #include <vector>
 
-// The engine by any row of orders, in a time that goes on only when an order says so. Whatever has been asked for, the
-// next seek shows the very picture.
+// Drives the engine with any sequence of commands; time advances only by command. After any sequence, the next seek
+// must show exactly the picture asked for.
 
 namespace {
 
-// Twenty pictures of 40 ms each, with sound; sound alone; a still; a row of images, of which one is missing.
+// Movies of twenty pictures of 40 ms with sound; sound alone; a still; an image sequence with a gap.
 char const* const names[] = {"h264.mp4",  "mpeg1.mpg", "vorbis.mkv", "mpeg4.avi",   "sound.wav",
                              "cover.mp3", "still.png", "raw.264",    "missing.mp4", "../row"};
-constexpr size_t exactNames = 3; // whose pictures bear times of their own
+constexpr size_t exactNames = 3; // names of files that store the pictures' times
 constexpr long long step = 40000;
 constexpr long long lastPicture = 19 * step;
 constexpr long long largestBudget = 1 << 20;
-constexpr int patience = 120000; // milliseconds of real time, for a machine that has much else to do
-constexpr int mostSeconds = 20;  // of the processor
+constexpr int patience = 120000; // milliseconds of real time, for a busy machine
+constexpr int mostSeconds = 20;  // of processor time
 constexpr int mostOrders = 60;
 constexpr double speeds[] = {0.0, 1.0, -1.0, 2.0, -2.0, 0.5, -0.5, 16.0, -16.0, 3.7, -0.01, NAN, 1e300};
 

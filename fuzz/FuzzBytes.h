@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Draws numbers from the bytes that a fuzzer hands over; zeros when they are used up.
+// Draws numbers from the fuzzer's bytes; zeros when they are used up.
 class FuzzBytes
 {
 public:
@@ -22,7 +22,7 @@ public:
         return *data++;
     }
 
-    // Both ends inclusive. Takes as many bytes as the range needs.
+    // Both ends inclusive. Consumes as many bytes as the range needs.
     long long Between(long long oneEnd, long long otherEnd)
     {
         auto const [least, most] = std::minmax(oneEnd, otherEnd);

@@ -8,12 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-// Bytes as a file in memory, in a folder that goes with the process. Files of several suffixes may stand there one
-// after the other, as the probe looks at the name, too.
+// Writes bytes to a file in memory, in a folder that is removed with the process. The suffix matters because the probe
+// also looks at the name; files of several suffixes may exist in the folder.
 class FuzzFile
 {
 public:
-    // Null when it cannot be written.
+    // The path; aborts when the file cannot be written.
     static QString Write(QString const& suffix, uint8_t const* data, size_t size)
     {
         static QTemporaryDir const folder(QStringLiteral("/dev/shm/tavolin-fuzz-XXXXXX"));

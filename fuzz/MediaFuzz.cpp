@@ -20,21 +20,21 @@ extern "C" {
 
 #include <cstdlib>
 
-// A file of any bytes: probed, opened, decoded, sought in, by a session or by the streams of a source.
+// Probes, opens, decodes and seeks in a file of any bytes, by a session or by the streams of a source.
 //
-//     byte 0      suffix of the file's name         byte 1      how it is read, see Way
-//     byte 2, 3   where to seek, in 1/8 s           from 4 on   the file
+//     byte 0      suffix of the file's name         byte 1      how to read it, see Way
+//     byte 2, 3   seek target, in 1/8 s             from 4 on   the file
 
 namespace {
 
 using Sounds = QList<std::shared_ptr<DecodedAudioFrame>>;
 using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
 
-constexpr int mostCalls = 24;               // of DecodeOnePacket, from each place
-constexpr long long mostBytes = 24 << 20;   // delivered, from each place
-constexpr size_t largestInside = 64u << 20; // allocation of FFmpeg
+constexpr int mostCalls = 24;               // calls of DecodeOnePacket from each start
+constexpr long long mostBytes = 24 << 20;   // delivered from each start
+constexpr size_t largestInside = 64u << 20; // largest allocation in FFmpeg
 constexpr int mostSeconds = 20;
-constexpr int mostQuestions = 5000; // whether to stop, asked for each packet of a stream
+constexpr int mostQuestions = 5000; // calls of the stop callback, one for each packet of a stream
 
 char const* const suffixes[] = {"",     ".mp4", ".mkv", ".avi",  ".ts",  ".mpg", ".wav", ".mp3", ".flac",
                                 ".ogg", ".flv", ".mov", ".webm", ".mxf", ".png", ".jpg", ".dpx", ".tif",
@@ -58,7 +58,7 @@ void Require(bool condition)
         std::abort();
 }
 
-// What it says of itself is there, to the last byte.
+// Checks the record's fields against its data, reading the data to its end. Returns its bytes.
 long long Check(DecodedVideoFrame const& picture)
 {
     if (picture.status == 1) {

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// Texts that people write on the command line: times, and patterns of image sequences beside files of any names.
+// Parses texts of the command line: times, and patterns of image sequences beside files of any names.
 
 namespace {
 
@@ -25,7 +25,7 @@ void Require(bool condition, char const* what)
     std::abort();
 }
 
-// The next text up to a zero byte.
+// The next text, up to a zero byte.
 QString Text(FuzzBytes& bytes)
 {
     QByteArray text;
@@ -76,7 +76,7 @@ void FindSequence(FuzzBytes& bytes)
     for (int i = 0; i < mostFiles && !bytes.IsOver(); ++i) {
         QFile file(folder.filePath(Text(bytes).remove(QLatin1Char('/'))));
         if (file.open(QIODevice::WriteOnly))
-            file.write("P6\n1 1\n255\n123"); // so that a folder of them is one of images
+            file.write("P6\n1 1\n255\n123"); // a valid image, so that a folder of them is an image sequence
     }
     ImageSequence::IsPattern(pattern);
     QString error;

@@ -1,7 +1,7 @@
 #include "fuzz/FuzzBytes.h"
 #include "tests/cache/DecodedVideoWalk.h"
 
-// The cache of pictures and its plain model, through any row of operations: they have to agree after each of them.
+// Drives the picture cache and its model through any sequence of operations; they must agree after each one.
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

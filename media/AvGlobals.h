@@ -4,7 +4,7 @@
 
 #include <QString>
 
-// What the whole library shares.
+// Settings and helpers of the whole library.
 namespace AvGlobals {
 
 // The largest number of channels that decoded sound may have. The host sets it once, before any decoding thread starts
@@ -14,9 +14,9 @@ extern TAVOLINAV_EXPORT int maxAudioOutputChannels;
 // Wall-clock time in microseconds since the Unix epoch. Any thread.
 TAVOLINAV_EXPORT long long GetTime();
 
-// Whether `name`, a demuxer's or decoder's name in any case, is one of the still image formats "dpx", "exr", "mjpeg",
-// "png", "targa" and "tiff". A Motion-JPEG movie has such a decoder too: the demuxer decides (image2, or *_pipe). Any
-// thread.
+// Whether `name`, the name of a demuxer or decoder in any case, is one of the still image formats "dpx", "exr",
+// "mjpeg", "png", "targa" and "tiff". A Motion-JPEG movie has the decoder "mjpeg" too: look at the demuxer, which is
+// image2 or *_pipe for images. Any thread.
 TAVOLINAV_EXPORT bool IsImageFormat(QString const& name);
 
 } // namespace AvGlobals

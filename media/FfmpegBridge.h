@@ -1,6 +1,6 @@
 #pragma once
 
-// One name for what FFmpeg 4.3, 5.1 and 7.1 each call differently. No other file asks for FFmpeg's version.
+// Gives one name to what FFmpeg 4.3, 5.1 and 7.1 name differently. No other file tests FFmpeg's version.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -20,7 +20,7 @@ namespace FfmpegBridge {
 #define TAVOLIN_HAS_CHANNEL_LAYOUT_TYPE (LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 28, 100))
 #define TAVOLIN_HAS_SCALER_THREADS (LIBSWSCALE_VERSION_INT >= AV_VERSION_INT(6, 1, 100))
 
-// What av_find_best_stream hands back.
+// The decoder type that av_find_best_stream returns.
 #if LIBAVFORMAT_VERSION_MAJOR >= 59
 using DecoderPtr = AVCodec const*;
 #else
@@ -54,7 +54,7 @@ inline uint64_t ChannelLayoutMask(AVFrame const* frame)
     return MaskOf(frame->ch_layout);
 }
 
-// 0 when there is none for so many channels.
+// The mask of the default layout for `channels` channels; 0 when there is none.
 inline uint64_t DefaultChannelLayout(int channels)
 {
     if (channels <= 0)
@@ -74,7 +74,7 @@ inline int ChannelsInLayout(uint64_t mask)
     return layout.nb_channels;
 }
 
-// Writes the layout's name, nothing for a mask of 0.
+// Writes the layout's name to `text`; leaves `text` alone for a mask of 0.
 inline void DescribeChannelLayout(uint64_t mask, char* text, size_t size)
 {
     AVChannelLayout layout{};
@@ -87,7 +87,7 @@ inline void SetResamplerLayout(SwrContext* resampler, char const* option, uint64
 {
     AVChannelLayout layout{};
     if (mask != 0)
-        av_channel_layout_from_mask(&layout, mask); // a mask of 0 is an error; the layout stays empty
+        av_channel_layout_from_mask(&layout, mask); // FFmpeg refuses a mask of 0; the layout then stays empty
     av_opt_set_chlayout(resampler, option, &layout, 0);
     av_channel_layout_uninit(&layout);
 }
@@ -152,7 +152,7 @@ inline void SetResamplerOutputLayout(SwrContext* resampler, uint64_t mask)
 
 #endif
 
-// What the container says beside the stream, of at least `least` bytes; null when it says nothing of that kind.
+// Side data that the container stores for the stream, of at least `least` bytes; null when there is none of that type.
 inline uint8_t const* StreamSideData(AVStream const* stream, AVPacketSideDataType type, size_t least)
 {
 #if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
@@ -170,16 +170,16 @@ inline uint8_t const* StreamSideData(AVStream const* stream, AVPacketSideDataTyp
 #endif
 }
 
-// The nine 32-bit numbers that turn the stream's pictures upright; null when it carries none.
+// The display matrix (nine 32-bit numbers) that turns the stream's pictures upright; null when the stream has none.
 inline int32_t const* DisplayMatrix(AVStream const* stream)
 {
     return reinterpret_cast<int32_t const*>(StreamSideData(stream, AV_PKT_DATA_DISPLAYMATRIX, 36));
 }
 
-// Whether the demuxer leaves it to us to write the "rotate" tag of a turned stream: FFmpeg 4 wrote it itself.
+// Whether we must write the "rotate" tag of a rotated stream. FFmpeg 4's demuxer writes it; later versions do not.
 constexpr bool mustWriteRotateTag = LIBAVFORMAT_VERSION_MAJOR >= 59;
 
-// The container's index of the stream, as far as it has been read.
+// The number of entries in the container's index of the stream, as far as it has been read.
 inline int IndexEntryCount(AVStream const* stream)
 {
 #if LIBAVFORMAT_VERSION_MAJOR >= 59
@@ -189,7 +189,7 @@ inline int IndexEntryCount(AVStream const* stream)
 #endif
 }
 
-// `position`: from 0, below the count. Valid until the next packet is read.
+// `position` is from 0 to below the count. Valid until the next packet is read.
 inline AVIndexEntry const* IndexEntryAt(AVStream* stream, int position)
 {
 #if LIBAVFORMAT_VERSION_MAJOR >= 59
@@ -199,13 +199,13 @@ inline AVIndexEntry const* IndexEntryAt(AVStream* stream, int position)
 #endif
 }
 
-// FFmpeg 7 takes it that the codec is open; earlier versions ask.
+// FFmpeg 7 does not check whether the codec is open; earlier versions do.
 inline int ReceiveFrame(AVCodecContext* context, AVFrame* frame)
 {
     return avcodec_is_open(context) ? avcodec_receive_frame(context, frame) : AVERROR(EINVAL);
 }
 
-// Whether the codec calls it a picture at which decoding can begin.
+// Whether the codec marks the picture as a key picture, at which decoding can begin.
 inline bool IsKeyPicture(AVFrame const& picture)
 {
 #if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
@@ -215,7 +215,7 @@ inline bool IsKeyPicture(AVFrame const& picture)
 #endif
 }
 
-// Whether the rows of the picture were taken as two fields, one after the other.
+// Whether the picture is interlaced: its rows belong to two fields.
 inline bool IsInterlaced(AVFrame const* picture)
 {
 #if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
@@ -234,11 +234,10 @@ inline void MarkInterlaced(AVFrame* picture)
 #endif
 }
 
-// Whether a scaler can cut a picture into slices for threads of its own.
+// Whether libswscale can convert slices of a picture on threads of its own.
 constexpr bool hasScalerThreads = TAVOLIN_HAS_SCALER_THREADS;
 
-// Converts the whole of `source`, with the scaler's own threads where it has some. Both pictures must be reference
-// counted.
+// Converts the whole of `source`, on libswscale's threads where it has them. Both pictures must be reference counted.
 inline int ScaleFrame(SwsContext* scaler, AVFrame* target, AVFrame const* source)
 {
 #if TAVOLIN_HAS_SCALER_THREADS

@@ -11,13 +11,13 @@ struct AVPacket;
 struct SwrContext;
 struct SwsContext;
 
-// Frees FFmpeg's objects the way each of them wants it, so that any header can hold one without FFmpeg's own headers.
+// Frees FFmpeg objects, each by its own function. Needs no FFmpeg header, so any header can hold an FfmpegPtr.
 struct TAVOLINAV_EXPORT FfmpegDeleter
 {
-    void operator()(AVCodecContext* context) const;  // closes the codec, too
+    void operator()(AVCodecContext* context) const;  // closes the codec as well
     void operator()(AVFormatContext* context) const; // of an opened input
     void operator()(AVFrame* frame) const;
-    void operator()(AVPacket* packet) const; // unreferences what it holds
+    void operator()(AVPacket* packet) const; // unreferences its data as well
     void operator()(SwrContext* context) const;
     void operator()(SwsContext* context) const;
 };

@@ -10,7 +10,6 @@ namespace {
 constexpr long long secondUs = 1000000;
 constexpr long long hundredthUs = 10000;
 
-// The record of the container's stream `index`, copied to `out`.
 template <typename Stream>
 void CopyStream(QList<Stream> const& streams, int index, Stream& out)
 {
@@ -83,7 +82,7 @@ QString MediaInfo::GetDurationAsString() const
 {
     long long const time = RoundedToHundredths(GetDuration());
     auto const seconds = static_cast<int32_t>(time / secondUs);
-    // Both products may leave 32 bits; their difference is small again.
+    // Both values may exceed 32 bits and wrap; their difference fits again.
     auto const fraction = static_cast<int32_t>(static_cast<uint32_t>(time) -
                                                static_cast<uint32_t>(seconds) * static_cast<uint32_t>(secondUs));
     auto const field = [](qlonglong value, QString const& pattern) { return pattern.arg(value, 2, 10, QChar('0')); };

@@ -26,15 +26,15 @@ extern "C" {
 
 namespace {
 
-// The packets at the start of a file, read as they are asked for. Every reader gets all of its stream's packets, and an
-// empty one where the file ends among them.
+// Reads the packets at the start of a file on demand and hands each stream's reader all packets of its stream. If the
+// file ends within these packets, each reader gets an empty closing packet.
 class FileHead
 {
 public:
     explicit FileHead(AVFormatContext* newFormatContext) : formatContext(newFormatContext) {}
 
-    // The next packet of the stream that was not returned yet, or the closing empty one, which is returned once for
-    // each reader; null when there is none. Valid until the next call.
+    // The next packet of the stream, then once for each reader the empty closing packet; null when there is none. Valid
+    // until the next call.
     AVPacket* Next(int streamIndex)
     {
         current = TakeKept(streamIndex);
@@ -46,9 +46,9 @@ public:
         return closing.get();
     }
 
-    // Whether no picture that the stream decodes after `first`, its first packet, is shown before it, and a codec that
-    // holds back `delay` pictures would deliver it within the head. The packets that tell so are read and kept: a later
-    // picture is never shown before its own decoding time, nor before an earlier one's.
+    // Whether `first`, the stream's first packet, holds the picture that is shown first, and a codec that holds back
+    // `delay` pictures would deliver it within the head. Looks at later packets, which are kept: a later picture is
+    // shown neither before its own decoding time nor before an earlier picture's decoding time.
     bool IsShownFirst(AVPacket const& first, int streamIndex, int delay)
     {
         if ((first.flags & AV_PKT_FLAG_KEY) == 0 || first.pts == AV_NOPTS_VALUE)
@@ -70,7 +70,7 @@ private:
     using Packets = std::list<FfmpegPtr<AVPacket>>;
 
     static constexpr int mostPackets = 250;
-    static constexpr int mostAhead = 40; // two fields of each picture that a codec can hold back, and some
+    static constexpr int mostAhead = 40; // two fields for each picture that a codec can hold back, and some spare
 
     Packets::iterator FindKept(int streamIndex, int position = 0)
     {
@@ -78,7 +78,7 @@ private:
                             [&](auto const& packet) { return packet->stream_index == streamIndex && position-- == 0; });
     }
 
-    // The packet of the stream that has `position` others before it, all of them kept; null when there is none.
+    // The packet at `position` among the kept packets of the stream, read and kept if needed; null when there is none.
     AVPacket const* Peek(int streamIndex, int position)
     {
         auto packet = FindKept(streamIndex, position);
@@ -99,7 +99,7 @@ private:
         return found;
     }
 
-    // The next packet of the file when it belongs to the stream. One of another video stream is kept for its reader.
+    // Reads one packet: returns it if it belongs to the stream, keeps it if it belongs to another video stream.
     FfmpegPtr<AVPacket> Read(int streamIndex)
     {
         FfmpegPtr<AVPacket> packet(av_packet_alloc());
@@ -120,13 +120,13 @@ private:
     AVFormatContext* formatContext; // not owned
     int packetsRead = 0;
     bool ended = false;
-    int closingReader = -1; // the stream that got the closing packet last
+    int closingReader = -1; // stream of the reader that got the closing packet last
     FfmpegPtr<AVPacket> closing;
     FfmpegPtr<AVPacket> current;
     Packets kept;
 };
 
-// The stream's rate, rounded to three decimals; 0.0 when it says none that can be used.
+// The stream's frame rate, rounded to three decimals; 0.0 when it has no usable one.
 double FrameRateOf(AVStream const* stream)
 {
     AVRational const rate = stream->avg_frame_rate.num != 0 ? stream->avg_frame_rate : stream->r_frame_rate;
@@ -136,8 +136,8 @@ double FrameRateOf(AVStream const* stream)
     return static_cast<int32_t>(thousandths) / 1000.0;
 }
 
-// The pictures of `duration`, a partial last one counted. The container's own count is taken where it differs by just
-// one; a larger disagreement is the container's mistake.
+// The number of pictures in `duration`, counting a partial last one. Takes the container's own count if it differs by
+// just one; a larger difference means that the container's count is wrong.
 long long FrameCountOf(AVStream const* stream, long long duration, long long frameStep)
 {
     long long const count = duration / frameStep + (duration % frameStep > 0 ? 1 : 0);
@@ -168,8 +168,8 @@ float PixelAspectRatioOf(AVRational const& ratio)
     return value > 0.0f ? value : 1.0f;
 }
 
-// FFmpeg 5 dropped the "rotate" tag that FFmpeg 4 wrote for a turned stream of a QuickTime or MP4 file; the display
-// matrix says the same.
+// FFmpeg 5 dropped the "rotate" tag that FFmpeg 4 wrote for a rotated stream of a QuickTime or MP4 file. The display
+// matrix holds the same angle.
 void AddRotateTag(AVFormatContext const* formatContext, AVStream const* stream, QMap<QString, QString>& metadata)
 {
     if (!FfmpegBridge::mustWriteRotateTag || std::strcmp(formatContext->iformat->name, "mov,mp4,m4a,3gp,3g2,mj2") != 0)
@@ -192,7 +192,7 @@ FfmpegPtr<AVCodecContext> OpenVideoCodec(AVStream const* stream)
     if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0 ||
         avcodec_open2(context.get(), avcodec_find_decoder(context->codec_id), nullptr) < 0)
         return nullptr;
-    context->skip_loop_filter = AVDISCARD_ALL; // nobody looks at the pictures
+    context->skip_loop_filter = AVDISCARD_ALL; // only the pictures' times are used
     context->skip_idct = AVDISCARD_ALL;
     return context;
 }
@@ -214,8 +214,8 @@ bool HasValid(QList<Stream> const& streams)
     return std::any_of(streams.begin(), streams.end(), [](Stream const& stream) { return stream.valid; });
 }
 
-// Takes the picture of the stream's first packet out of a codec that would deliver it only after the pictures that it
-// decodes meanwhile. A codec that has none to give starts anew with that packet.
+// Drains the codec to get the picture of the stream's first packet without decoding the pictures that the codec would
+// hold it back for. If the codec has no picture to give, it is flushed and gets that packet again.
 void DrainFirstPicture(VideoDecoder& decoder, AVCodecContext* context, AVPacket const* first,
                        QList<std::shared_ptr<DecodedVideoFrame>>& frames)
 {
@@ -229,8 +229,8 @@ void DrainFirstPicture(VideoDecoder& decoder, AVCodecContext* context, AVPacket 
     avcodec_send_packet(context, first);
 }
 
-// Decodes until `frames` holds a record. The list is the caller's for all video streams and is never emptied: with
-// several of them, the later ones start when the first record of all starts.
+// Decodes until `frames` holds a record. All video streams share one list, which is never emptied: with several
+// streams, the later ones get the start time of the first record.
 void FindStartTime(VideoStream& record, MediaInfo const& info, AVFormatContext* formatContext, FileHead& head,
                    QList<std::shared_ptr<DecodedVideoFrame>>& frames)
 {
@@ -429,7 +429,7 @@ bool MediaReader::ParseInput(std::shared_ptr<MediaInfo> info, FfmpegPtr<AVFormat
     info->videoStreams.clear();
     int const result = avformat_find_stream_info(input.get(), nullptr);
     if (result < 0) {
-        input.reset(); // before the log, so that its sink may do with the file what it likes
+        input.reset(); // before the log, so that its sink can use the file
         Logger::GetInstance().Error(
             QStringLiteral("Failed to find stream information for \"%1\"").arg(info->GetFileName()), result);
         return false;

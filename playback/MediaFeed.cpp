@@ -139,6 +139,8 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.timecode = source.GetStartTimecode().text;
+        status.timecodeRate = source.GetStartTimecode().rate;
         status.lowerFieldFirst = source.IsLowerFieldFirst();
         PictureCache::Span const span = pictures->GetSpan();
         status.cacheStart = span.start;

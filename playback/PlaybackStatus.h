@@ -45,6 +45,11 @@ struct PlaybackStatus
     double frameRate = 0.0;  // pictures per second, 0 when the stream says none
     long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
 
+    // The SMPTE timecode of the first picture as the source says it ("01:00:10;02" for drop frame), and how many of its
+    // frames a second has, which may be half of the pictures'; empty and 0 when the source says none.
+    QString timecode;
+    double timecodeRate = 0.0;
+
     // The true numbers and times of all pictures; null for sound, and as long as it is not known, which for a movie
     // takes as long as reading the file. Some files never tell: no picture has a number then.
     std::shared_ptr<PictureIndex const> index;

@@ -40,6 +40,7 @@ public:
     bool IsOpening() const { return opening; }                // from Began to Opened or Failed
     QString const& GetSoundNote() const { return soundNote; } // why there is no sound; empty when there is
 
+    SourceOptions const& GetSourceOptions() const { return engineOptions; } // with which files are opened
     bool FollowsStreamColours() const { return engineOptions.colours.followStream; }
     void SetStreamColours(bool follow); // also for what is open
 

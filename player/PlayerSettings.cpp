@@ -43,6 +43,7 @@ PlayerSettings PlayerSettings::Load()
     settings.pixelReadout = file.value("picture/pixel", settings.pixelReadout).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
+    settings.reading = ReadingNamed(file.value("window/reading").toString());
     settings.geometry = file.value("window/geometry").toByteArray();
     settings.lastFolder = file.value("files/last-folder").toString();
     settings.pictureFolder =
@@ -62,6 +63,7 @@ void PlayerSettings::Save() const
     file.setValue("picture/stream-colours", streamColours);
     file.setValue("picture/pixel", pixelReadout);
     file.setValue("picture/folder", pictureFolder);
+    file.setValue("window/reading", NameOf(reading));
     file.setValue("window/geometry", geometry);
     file.setValue("files/last-folder", lastFolder);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "player/review/Reading.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -16,9 +18,10 @@ public:
     bool streamColours = true; // pictures are converted as the stream says
     bool pixelReadout = false; // the pixel under the pointer is shown
     int cacheMegabytes = 512;
-    QByteArray geometry;   // of the window, as QWidget saves it
-    QString lastFolder;    // of the open dialog
-    QString pictureFolder; // where pictures are saved
+    Reading reading = Reading::Time; // of the place in the file
+    QByteArray geometry;             // of the window, as QWidget saves it
+    QString lastFolder;              // of the open dialog
+    QString pictureFolder;           // where pictures are saved
 
     // From player.ini; missing or invalid values keep their defaults.
     static PlayerSettings Load();

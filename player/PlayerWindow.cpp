@@ -7,6 +7,8 @@
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
 #include "player/picture/PictureTools.h"
+#include "player/review/EntryField.h"
+#include "player/review/Review.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -114,7 +116,11 @@ void PlayerWindow::BuildLayout()
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(view, 1);
+    review = new Review({session, settings, *view, *timeline, *bar}, this);
+    auto* middle = new QHBoxLayout;
+    middle->addWidget(view, 1);
+    middle->addWidget(review->GetPanel());
+    column->addLayout(middle, 1);
     column->addWidget(panel);
 
     soundTitle = new QLabel(view);
@@ -150,6 +156,8 @@ void PlayerWindow::Connect()
     connect(&session, &PlayerSession::PeaksRead, timeline, &Timeline::SetPeaks);
     connect(timeline, &Timeline::Previewed, this, [this](long long time) { session.GetEngine().SeekPreview(time); });
     connect(timeline, &Timeline::Chosen, this, [this](long long time) { session.GetEngine().Seek(time); });
+    connect(review, &Review::PanelToggled, this, &PlayerWindow::FitOverlays);
+    connect(review->GetField(), &EntryField::Opened, panel, &QWidget::show);
     connect(bar, &ControlBar::Triggered, this, &PlayerWindow::Perform);
     connect(bar, &ControlBar::VolumeChanged, this, [this](double volume) {
         session.GetTransport().SetVolume(volume);
@@ -247,7 +255,8 @@ void PlayerWindow::Tick()
 
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)
 {
-    bar->ShowStatus(status, view->GetShown().get());
+    bar->ShowStatus(status);
+    review->Follow(status);
     if (!session.IsOpening()) {
         timeline->Show(status);
         timeline->SetRange(session.GetTransport().GetIn(), session.GetTransport().GetOut());
@@ -266,6 +275,8 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
         notes << status.error;
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
+    if (!review->GetNote().isEmpty())
+        notes << review->GetNote();
     if (!tools->GetNote().isEmpty())
         notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
@@ -295,6 +306,8 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
+    if (review->Perform(action))
+        return;
     if (tools->Perform(action)) {
         Tick();
         return;
@@ -458,6 +471,8 @@ void PlayerWindow::SetFullScreen(bool full)
 
 void PlayerWindow::LeaveFullScreen()
 {
+    if (review->Cancel())
+        return;
     if (help->isVisible())
         help->hide();
     else if (isFullScreen())
@@ -490,6 +505,11 @@ bool PlayerWindow::focusNextPrevChild(bool /*next*/)
 void PlayerWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
+    FitOverlays();
+}
+
+void PlayerWindow::FitOverlays()
+{
     // After the layout has run, the view has its new size.
     QTimer::singleShot(0, this, [this] {
         for (QWidget* overlay :
@@ -507,7 +527,9 @@ void PlayerWindow::dragEnterEvent(QDragEnterEvent* event)
 void PlayerWindow::dropEvent(QDropEvent* event)
 {
     event->acceptProposedAction();
-    Open(LocalFiles(*event->mimeData()));
+    QStringList const files = LocalFiles(*event->mimeData());
+    if (!review->TakeFile(files))
+        Open(files);
 }
 
 void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
@@ -522,6 +544,8 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     for (QString const& path : recentFiles.Load())
         recent->addAction(QFileInfo(path).fileName(), this, [this, path] { Open({path}); });
     recent->setEnabled(!recent->isEmpty());
+    menu->addSeparator();
+    review->AddTo(*menu, keys);
     menu->addSeparator();
     addAction(menu, "Full screen", PlayerAction::FullScreen);
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);

@@ -13,6 +13,7 @@ class ControlBar;
 class HelpOverlay;
 class PictureTools;
 class QLabel;
+class Review;
 class StatisticsOverlay;
 class Timeline;
 class WelcomePanel;
@@ -60,6 +61,7 @@ private:
     void Tick();
     void ShowStatus(PlaybackStatus const& status);
     void ShowControls();
+    void FitOverlays();
     void ShowNotes(PlaybackStatus const& status);
 
     void ShowOpenDialog();
@@ -91,6 +93,8 @@ private:
     StatisticsOverlay* statistics;
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
+
+    Review* review;
 
     QTimer beat;
     QTimer pointerRest; // hides the pointer in full screen

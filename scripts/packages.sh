@@ -1,5 +1,6 @@
 # shellcheck shell=bash disable=SC2034
-# Sourced by run and test. Debian and its relatives get what is missing; elsewhere it is only named.
+# Sourced by the scripts run and test. Installs missing packages on Debian and its derivatives; elsewhere only lists
+# them.
 
 build_packages=(
     cmake ninja-build g++ pkg-config qtbase5-dev portaudio19-dev
@@ -18,7 +19,7 @@ is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | head -n 1) == installed ]]
 }
 
-# need_packages NAME...: installs those that are missing, and does nothing when none is.
+# need_packages NAME...: installs the missing ones.
 need_packages() {
     local name missing=() as_root=()
     if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
@@ -43,15 +44,15 @@ need_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
-# use_ccache: compiles by way of it where there is one; what was compiled in one checkout then serves in another. It
-# takes precompiled headers for what they hold, whatever their time.
+# use_ccache: uses ccache if present, shared by all checkouts. ccache identifies precompiled headers by content,
+# ignoring their time.
 use_ccache() {
     command -v ccache >/dev/null || return 0
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
     export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
 }
 
-# configure PRESET: quietly unless it fails.
+# configure PRESET: prints output only on failure.
 configure() {
     local log=build/$1.log
     use_ccache
@@ -62,7 +63,7 @@ configure() {
     fi
 }
 
-# build PRESET [TARGET...]: configures and builds, quietly unless it fails.
+# build PRESET [TARGET...]: configures and builds; prints output only on failure.
 build() {
     local preset=$1 target options=() log=build/$1.log
     configure "$preset"

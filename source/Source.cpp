@@ -178,6 +178,8 @@ Source Source::OpenSequence(QString const& path, SourceOptions const& options)
     source.options = options;
     source.sequence = ImageSequence::Find(path, options.sequenceHoles, source.error);
     source.kind = source.sequence.IsEmpty() ? SourceKind::None : SourceKind::Sequence;
+    if (!source.sequence.IsEmpty())
+        source.startTimecode = StartTimecode::OfImage(source.sequence.GetFile(0), source.GetFrameRate());
     return source;
 }
 
@@ -224,6 +226,8 @@ bool Source::DescribeFile()
     packetsBearTimes = (input->iformat->flags & AVFMT_NOTIMESTAMPS) == 0;
     MediaReader::ParseMetadata(input->metadata, tags);
     TakeStreams(*input);
+    startTimecode = wholeInfo->IsImage() ? StartTimecode::OfImage(path, options.sequenceRate)
+                                         : StartTimecode::Of(*input, path, wholeInfo->GetFrameRate());
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "source/PictureStream.h"
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
+#include "source/StartTimecode.h"
 
 #include <QList>
 #include <QMap>
@@ -90,6 +91,10 @@ public:
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
     ColourSettings const& GetColours() const { return options.colours; }
 
+    // Which stream of sound is opened later, see SourceOptions.
+    void SetSoundStream(int number) { options.soundStream = number; }
+    int GetSoundStream() const { return options.soundStream; }
+
     ImageSequence const& GetSequence() const { return sequence; } // empty of a movie and of sound
     double GetSequenceRate() const;                               // pictures per second, as the options say
 
@@ -105,6 +110,9 @@ public:
     long long GetDuration() const;  // as the container says, -1 when it does not; 0 of a still image
     long long GetOrigin() const;    // the container's time of media time 0, as far as the description tells
     long long ToMediaTime(long long containerTime) const { return containerTime - GetOrigin(); }
+
+    // Of the first picture, by SMPTE ST 12-1; without text when the file says none.
+    StartTimecode const& GetStartTimecode() const { return startTimecode; }
 
     // When the last picture of all is gone: it stays until the file ends, or for the time of one picture where the file
     // does not tell its end.
@@ -130,6 +138,7 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;
 };

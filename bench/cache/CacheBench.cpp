@@ -5,7 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-// What does not belong to the fill: clearing, appending, looking up, and the tick, with few and with many frames.
+// The cache operations other than the fill: clearing, appending, looking up and updating, with few and with many
+// frames.
 namespace {
 
 constexpr int pictureBytes = 1920 * 1080 * 3;
@@ -27,7 +28,7 @@ void FillCache(DecodedVideo& cache, int count, int bytes, bool touched)
         cache.AppendFrame(MakePicture(i * duration, bytes, touched));
 }
 
-// A clear with real pictures, at once and lazily, and what the appends after it then pay.
+// A clear with real pictures, immediate and deferred, and the cost of the appends after the deferred one.
 void TimeClear(int pictures)
 {
     std::vector<double> lazy;

@@ -6,14 +6,14 @@
 #include <cstdlib>
 #include <cstring>
 
-// Blocks of 512 frames out of frames of 1024 at 48 kHz: the fill beside the plain one, and beside a bare copy of the
+// Fills blocks of 512 frames from frames of 1024 at 48 kHz, compared with a plain fill and with a bare copy of the
 // block.
 namespace {
 
 constexpr int framesPerBlock = 512;
 constexpr int framesPerFrame = 1024;
 constexpr int frameCount = 60;
-constexpr int blocksPerRound = 20; // 4 times as many frames are read at the highest speed, and none runs out
+constexpr int blocksPerRound = 20; // at the highest speed a round reads 4 times as many frames; the cache has enough
 constexpr int sampleRate = 48000;
 
 std::shared_ptr<DecodedAudioFrame> MakeFrame(int number, int channels)
@@ -68,7 +68,7 @@ struct Scene
     {
         for (size_t i = 0; i < blocksPerRound; ++i) {
             std::memcpy(block.data(), source.data() + i * block.size(), block.size() * sizeof(short));
-            asm volatile("" : : "r"(block.data()) : "memory"); // every copy is wanted
+            asm volatile("" : : "r"(block.data()) : "memory"); // keeps the compiler from removing a copy
         }
     }
 

@@ -4,10 +4,10 @@
 #include <chrono>
 #include <vector>
 
-// Two ways to do the same work, timed in turns, so that a busy machine burdens both alike.
+// Times two ways to do the same work in alternation, so that other load on the machine affects both equally.
 struct PairedTimes
 {
-    double first = 0.0; // nanoseconds a round: medians
+    double first = 0.0; // median nanoseconds per round
     double second = 0.0;
     double ratio = 0.0; // median of first / second of neighbouring rounds
 };

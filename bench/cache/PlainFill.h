@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-// The fill as one would write it down first: value by value, with the frames in a plain vector. It finds its frames for
-// nothing, which is in its favour.
+// The simplest fill: value by value, with the frames in a plain vector. It needs no time to find its frames, which
+// favours it.
 class PlainFill
 {
 public:

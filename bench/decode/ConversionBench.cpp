@@ -1,7 +1,6 @@
-// The conversion that follows the stream against libswscale's default one, on one core and side by side, without any
-// decoding:
+// Compares the conversion by the stream's colours with libswscale's default one, on one core, without decoding:
 //
-//     ConversionBench [PAIRS] [FORMAT]     pictures of 1080p; FORMAT: a part of a name
+//     ConversionBench [PAIRS] [FORMAT]     1080p pictures; FORMAT: part of a format's name
 
 #include "bench/decode/PairedRuns.h"
 

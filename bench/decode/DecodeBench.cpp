@@ -1,6 +1,6 @@
-// Decoding to RGB records against the least that FFmpeg itself needs, and against the `ffmpeg` command:
+// Compares decoding to RGB records with the least that FFmpeg needs, and with the `ffmpeg` command:
 //
-//     DecodeBench CLIPS [PAIRS] [CASE]     the table; CLIPS is the folder that make-clips fills
+//     DecodeBench CLIPS [PAIRS] [CASE]     prints the table; make-clips fills the folder CLIPS
 //     DecodeBench --decode FILE...         probes and decodes, the process that is compared with `ffmpeg`
 //     DecodeBench --decode-images FILE...  the same, each file an image
 //     DecodeBench --probe FILE             probes, the process that is compared with `ffprobe`
@@ -22,14 +22,14 @@ extern "C" {
 
 namespace {
 
-constexpr size_t window = 4; // pictures that the host holds
+constexpr size_t window = 4; // pictures that the host keeps
 constexpr int defaultPairs = 11;
 
 struct Case
 {
     char const* clip;  // a movie, or a folder of images
     int outputWidth;   // 0: as coded
-    bool isComparable; // with the command, which leaves the pixels' aspect ratio alone
+    bool isComparable; // with the command, which ignores the pixel aspect ratio
 };
 
 constexpr Case cases[] = {
@@ -84,7 +84,7 @@ QStringList FfmpegArguments(Source const& source)
             "-f", "null",  "-"};
 }
 
-// Process against process: ours probes, too.
+// Compares processes; ours also probes.
 void CompareWithCommand(Case const& one, Source const& source, int pairs)
 {
     QString const self = QCoreApplication::applicationFilePath();
@@ -97,7 +97,7 @@ void CompareWithCommand(Case const& one, Source const& source, int pairs)
     std::fflush(stdout);
 }
 
-// A row of images that the host has probed before, decoded on all processors, against the whole process.
+// Compares an image sequence, already probed and decoded on all processors, with the whole process.
 void CompareProbedWithCommand(Case const& one, Source const& source, int pairs)
 {
     auto const infos = HostDecode::Probe(source.files, source.isImage);

@@ -15,13 +15,13 @@ namespace {
 
 using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
 
-// Moves the pictures that came into the window; how many they were.
+// Moves the new pictures into the window; returns how many there were.
 int TakePictures(Pictures& pictures, std::deque<std::shared_ptr<DecodedVideoFrame>>& window, size_t windowSize)
 {
     int count = 0;
     for (auto const& picture : pictures) {
         if (!picture->data)
-            continue; // the mark of the end
+            continue; // end-of-stream record
         ++count;
         window.push_back(picture);
     }

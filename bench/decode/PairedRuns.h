@@ -4,7 +4,7 @@
 
 #include <functional>
 
-// The middle of several figures and their ends.
+// The median of several figures, with the lowest and the highest.
 struct Spread
 {
     double lowest = 0.0;
@@ -12,17 +12,17 @@ struct Spread
     double highest = 0.0;
 };
 
-// Two ways to do one thing, measured in alternation, so that a machine with other work to do slows down both alike.
+// Measures two ways to do one thing in alternation, so that other load on the machine affects both equally.
 struct PairedRuns
 {
     Spread ratio;      // of wall time, ours to theirs, over the pairs
-    Spread cpuRatio;   // of this process's processor time; without meaning when the work is done in other processes
+    Spread cpuRatio;   // of this process's processor time; meaningless for work in other processes
     double ours = 0.0; // median seconds
     double theirs = 0.0;
 
-    // Runs each once unmeasured, then `pairs` times both; every other pair begins with theirs.
+    // Runs each once unmeasured, then both `pairs` times; every other pair starts with theirs.
     static PairedRuns Measure(int pairs, std::function<void()> const& ours, std::function<void()> const& theirs);
 
-    // For measuring whole processes: waits for the program, without its output; a failure is said on standard error.
+    // Runs a program without its output and waits for it; reports a failure on standard error.
     static void RunProcess(QString const& program, QStringList const& arguments);
 };

@@ -1,5 +1,6 @@
-// Exact random seeks in a long group of pictures, against a plain seek that decodes every picture up to the target and
-// converts only that one: by a session as it is, by one that leaves out pictures that nobody needs, and by the engine.
+// Compares exact random seeks in a long group of pictures with a plain seek, which decodes every picture up to the
+// target and converts only that one. The seeks are a session's, a session's that skips unneeded pictures, and the
+// engine's.
 //
 //     SeekBench MOVIE [PAIRS]     each pair is one target, the same for both
 
@@ -29,8 +30,8 @@ namespace {
 constexpr int defaultPairs = 40;
 constexpr int patience = 60000; // milliseconds
 
-// The first picture that is not before `time`, found as a host does; its time, -1 when there is none. What a dropped
-// picture leaves in the decoder at the end comes with further packets.
+// Seeks as a host does; returns the time of the first picture not before `time`, -1 when there is none. The pictures
+// that a dropped picture left in the decoder at the end come with further forced packets.
 long long SeekExactly(MediaInstance& instance, long long startTime, long long time)
 {
     instance.Seek(time + startTime);
@@ -42,7 +43,7 @@ long long SeekExactly(MediaInstance& instance, long long startTime, long long ti
         instance.DecodePacket(sounds, pictures, time);
         for (auto const& picture : pictures) {
             if (!picture->data)
-                return -1; // the mark of the end
+                return -1; // end-of-stream record
             if (picture->startTime >= time)
                 return picture->startTime;
         }
@@ -50,13 +51,13 @@ long long SeekExactly(MediaInstance& instance, long long startTime, long long ti
     }
 }
 
-// Of the picture after that which shows at the target: what the others stop at.
+// The start of the picture after `picture`: the other seeks stop there.
 long long NextStart(DecodedVideoFrame const& picture)
 {
     return picture.endTime + 1;
 }
 
-// Prints the ratio to the plain seek; how many targets were not found alike.
+// Prints the ratio to the plain seek; returns the number of targets at which the two found different pictures.
 int MeasureSeeks(char const* name, int pairs, MediaInfo const& info, PlainDecode& plain,
                  std::function<long long(long long)> const& seek)
 {
@@ -118,7 +119,7 @@ int main(int argc, char** argv)
 
     PlaybackOptions options;
     options.withSound = false;
-    options.cacheBudget = 1; // so that no picture comes out of the cache
+    options.cacheBudget = 1; // so that no picture comes from the cache
     PlaybackEngine engine(options);
     engine.Open(path);
     engine.WaitUntilReady(patience);

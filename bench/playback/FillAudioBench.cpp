@@ -11,13 +11,13 @@
 #include <thread>
 #include <vector>
 
-// How long one FillAudio takes while the engine plays, alone and while two other threads use the engine all the time:
+// Measures one FillAudio call while the engine plays, alone and while two other threads use the engine continuously:
 //
 //     FillAudioBench MOVIE [BLOCKS]
 //
-// Blocks of 256 frames, asked for as often as they play, in turns of 250: alone, and with two threads that call
-// GetPicture and GetStatus in a tight loop; alone, and with two that seek as well. BLOCKS of each, 2000 if not given.
-// A turn by turn comparison, as the machine may have other work to do.
+// Asks for blocks of 256 frames in real time, in turns of 250 blocks: alone, and with two threads that call GetPicture
+// and GetStatus in a tight loop; alone, and with two threads that also seek. BLOCKS of each, 2000 by default. The turns
+// alternate because the machine may have other load.
 
 namespace {
 
@@ -27,7 +27,7 @@ constexpr int framesOfABlock = 256;
 constexpr int blocksOfATurn = 250;
 constexpr int patience = 60000; // milliseconds
 
-// Calls what it is told in a tight loop on two threads, as long as it lives.
+// Calls a function in a tight loop on two threads during its lifetime.
 class Crowd
 {
 public:
@@ -76,13 +76,13 @@ public:
     explicit Bench(QString const& path)
     {
         PlaybackOptions options;
-        options.cacheBudget = 64LL * 1024 * 1024; // so that it has to decode all the time
+        options.cacheBudget = 64LL * 1024 * 1024; // so that it decodes all the time
         engine = std::make_unique<PlaybackEngine>(options);
         engine->Open(path);
         Wait();
         PlaybackStatus const status = engine->GetStatus();
         if (status.channels == 0 || status.duration <= 0) {
-            std::fprintf(stderr, "There is no sound in it. %s\n", qPrintable(status.error));
+            std::fprintf(stderr, "The movie has no sound. %s\n", qPrintable(status.error));
             std::exit(1);
         }
         duration = status.duration;
@@ -93,7 +93,7 @@ public:
         Wait();
     }
 
-    // Adds the microseconds of each call of a turn.
+    // Runs a turn and adds the microseconds of each call.
     void Turn(std::vector<double>& times)
     {
         auto due = SteadyClock::now();

@@ -13,22 +13,22 @@
 #include <thread>
 #include <vector>
 
-// How fast the engine plays backwards beside forwards, steps, seeks and opens:
+// Measures how fast the engine plays backwards compared with forwards, steps, seeks and opens:
 //
 //     PlaybackBench MOVIE GROUP
 //
-// GROUP is the number of pictures from key picture to key picture in the movie. Time goes on as fast as pictures are
-// decoded. Each figure stands on a line of its own.
+// GROUP is the number of pictures between key pictures in the movie. The engine's time advances as fast as pictures are
+// decoded. Prints one figure per line.
 //
 //     PlaybackBench --sound MOVIE SILENT
 //
-// compares how long a seek while paused takes until its picture is there, in a movie with sound and in the same one
-// without: rows of ten seeks in turns, each seek as soon as the one before shows its picture.
+// compares how long a seek while paused takes to show its picture, in a movie with sound and in the same movie without:
+// rows of ten seeks in alternation, each starting when the one before shows its picture.
 //
 //     PlaybackBench --seeks MOVIE
 //
-// prints how many pictures there are, and then for each number on standard input the milliseconds that an exact seek to
-// that picture takes, for seeks-beside-others.
+// prints the number of pictures, and then for each number on standard input the milliseconds that an exact seek to that
+// picture takes, for seeks-beside-others.
 
 namespace {
 
@@ -76,7 +76,7 @@ struct Bench
         }
     }
 
-    // Pictures a second over `count` pictures from `position` on.
+    // Pictures per second over `count` pictures from `position` on.
     double Play(double speed, long long position, int count)
     {
         engine->Seek(position);
@@ -96,7 +96,7 @@ struct Bench
         return count / seconds;
     }
 
-    // So that nothing but the picture showing is decoded already.
+    // Drops the cached pictures except a few around the position.
     void DropCache()
     {
         engine->SetCacheBudget(0);
@@ -143,7 +143,7 @@ void MeasureSteps(QString const& path)
     Bench bench(path);
     bench.engine->Seek(40 * bench.step);
     Wait(*bench.engine);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the cache fills around it
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the cache fills around the position
     std::vector<double> times;
     for (int i = 0; i < 1000; ++i) {
         auto const begin = SteadyClock::now();
@@ -188,7 +188,7 @@ void ServeSeeks(QString const& path)
     }
 }
 
-// Milliseconds of ten seeks while paused, one right after the other.
+// Milliseconds of ten successive seeks while paused.
 double Scrub(PlaybackEngine& engine, std::mt19937 random)
 {
     PlaybackStatus const status = engine.GetStatus();

@@ -1,7 +1,7 @@
-// Everything from the file to RGB in the stream's colours, process against process: probing, decoding and converting,
-// sequences on all processors, against `ffmpeg -i X -an -pix_fmt rgb24 -f null -`:
+// Compares whole processes from the file to RGB in the stream's colours: probing, decoding and converting, sequences on
+// all processors, with `ffmpeg -i X -an -pix_fmt rgb24 -f null -`:
 //
-//     WholeBench CLIPS [PAIRS] [CASE]    the table; CLIPS is the folder that bench/decode/make-clips fills
+//     WholeBench CLIPS [PAIRS] [CASE]    prints the table; bench/decode/make-clips fills the folder CLIPS
 //     WholeBench --read FILE             reads all pictures, the process that is compared
 
 #include "bench/decode/PairedRuns.h"
@@ -37,7 +37,7 @@ constexpr Case cases[] = {
     {"vp9-1080.webm", 1.0}, {"mjpeg-1080.avi", 1.0},
 };
 
-// A movie as it is, a folder as the pattern of its row.
+// The path of a movie; for a folder, the pattern of its image sequence.
 QString InputOf(QString const& path)
 {
     if (!QFileInfo(path).isDir())

@@ -1,6 +1,6 @@
 #pragma once
 
-// What most of our sources include, precompiled for a quick build.
+// Headers that most of our sources include, precompiled for a quick build.
 
 #include <QByteArray>
 #include <QDir>

@@ -5,13 +5,13 @@
 #include <memory>
 #include <new>
 
-// Memory that begins at a multiple of 64 bytes, as wide registers want it.
+// Memory aligned to 64 bytes, for vector registers.
 class AlignedBytes
 {
 public:
     static constexpr size_t alignment = 64;
 
-    // At least `size` bytes with anything in them; those of an earlier call are gone. Null when memory is out.
+    // At least `size` uninitialised bytes; invalidates the result of an earlier call. Null when out of memory.
     uint8_t* Get(size_t size)
     {
         if (size > capacity || !bytes) {

@@ -118,13 +118,13 @@ size_t AlignedStride(size_t bytes)
     return (bytes + AlignedBytes::alignment - 1) / AlignedBytes::alignment * AlignedBytes::alignment;
 }
 
-// Rows between zimg and us: as many of each plane as it holds at a time, in a ring.
+// The ring of rows of each plane through which zimg reads or writes.
 struct Ring
 {
     size_t rows;
     unsigned mask;
 
-    // `count`: as zimg says, `height`: of the whole.
+    // `count`: rows that zimg needs; `height`: rows of the picture.
     Ring(unsigned count, unsigned height) : rows(height), mask(zimg_select_buffer_mask(count))
     {
         if (mask == ZIMG_BUFFER_MAX || mask + 1 >= height)
@@ -134,7 +134,7 @@ struct Ring
     }
 };
 
-// The two ends of one conversion, which zimg calls for rows.
+// Source and sink of one conversion; zimg's callbacks for rows.
 struct Ends
 {
     FrameRows const* source;
@@ -194,7 +194,7 @@ zimg_image_buffer_const Constant(zimg_image_buffer const& buffer)
     return constant;
 }
 
-// Lets zimg read the samples where they lie; false when they must be brought into its form first.
+// Lets zimg read the picture's own planes; false when the samples must be unpacked first.
 bool PointInto(FrameRows const& rows, FrameRows::Shape const& shape, zimg_image_buffer& buffer)
 {
     for (int plane = 0; plane < shape.planes; ++plane) {
@@ -208,7 +208,7 @@ bool PointInto(FrameRows const& rows, FrameRows::Shape const& shape, zimg_image_
     return true;
 }
 
-// Cuts rings for all planes out of `memory`.
+// Divides `memory` into a ring for each plane.
 bool Divide(AlignedBytes& memory, zimg_image_buffer& buffer, int planes, size_t stride, Ring const& ring,
             int log2ChromaHeight)
 {

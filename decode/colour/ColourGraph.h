@@ -8,34 +8,34 @@
 
 struct zimg_filter_graph;
 
-// Takes the rows of a finished picture, stretch by stretch.
+// Receives the converted picture, one part of a row at a time.
 class RowSink
 {
 public:
-    // The samples of `row` from column `left` on: red, green and blue, or grey three times.
+    // `count` samples of `row` from column `left` on, in three planes: red, green and blue, or grey three times.
     virtual void Take(int row, int left, int count, void const* const* planes) = 0;
 
 protected:
     ~RowSink() = default;
 };
 
-// zimg's conversion of one kind of picture to RGB planes: matrix, range, depth, places of chroma, width. Making one
-// costs about a millisecond, so that it is kept for the pictures that follow. Any number of threads at a time, each
-// with memory of its own.
+// A zimg filter graph that converts one kind of picture to RGB planes: matrix, range, depth, chroma location, width.
+// Making one costs about a millisecond, so keep it for later pictures. Any number of threads at a time, each with its
+// own Memory.
 class ColourGraph
 {
 public:
-    enum class Output { Bytes, Words, Floats }; // Words: of LightMap::depth bits; all full range
+    enum class Output { Bytes, Words, Floats }; // Words have LightMap::depth bits; all are full range
     enum class Scan { Progressive, TopField, BottomField };
 
     struct Kind
     {
-        int format = -1; // AVPixelFormat, one with a shape
+        int format = -1; // AVPixelFormat that FrameRows can read
         int width = 0;
         int height = 0;
         int outputWidth = 0;
         AVColorSpace matrix = AVCOL_SPC_BT709;
-        AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED; // asked for by constant luminance only
+        AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED; // only where the matrix needs it
         AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
         AVChromaLocation chromaLocation = AVCHROMA_LOC_LEFT;
         bool isFullRange = false;
@@ -45,15 +45,15 @@ public:
         bool operator==(Kind const& other) const = default;
     };
 
-    // What one thread needs while it converts.
+    // Working memory of one thread.
     struct Memory
     {
         AlignedBytes input, output, graph;
     };
 
-    static bool IsAvailable(); // whether the library was built with zimg
+    static bool IsAvailable(); // whether this build has zimg
 
-    // Null when zimg cannot do it, or is not there.
+    // Null when zimg does not support the conversion or this build has no zimg.
     static std::unique_ptr<ColourGraph> Make(Kind const& kind);
     ~ColourGraph();
     ColourGraph(ColourGraph const&) = delete;
@@ -61,7 +61,7 @@ public:
 
     Kind const& GetKind() const { return kind; }
 
-    // Hands all rows of the converted picture to `sink`. False when memory is out or zimg fails.
+    // Converts the picture and passes all rows to `sink`. False when out of memory or when zimg fails.
     bool Process(FrameRows const& rows, Memory& memory, RowSink& sink) const;
 
 private:

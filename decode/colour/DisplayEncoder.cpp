@@ -35,7 +35,7 @@ TAVOLIN_INLINE void EncodeLoop(DisplayEncoder const& encoder, float const* const
 {
     constexpr int stretch = 64;
     for (int i = 0; i < count; i += stretch, target += 3 * stretch) {
-        if (count - i >= stretch) // a length that the compiler knows
+        if (count - i >= stretch) // a constant length for the compiler
             encoder.EncodeStretch(rows[0] + i, rows[1] + i, rows[2] + i, stretch, target);
         else
             encoder.EncodeStretch(rows[0] + i, rows[1] + i, rows[2] + i, count - i, target);

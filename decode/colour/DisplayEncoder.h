@@ -7,16 +7,15 @@
 #include <cstdint>
 #include <cstring>
 
-// Linear light to the bytes of a display of some gamma: 255 x^(1 / gamma), rounded, for x from 0 to 1; what lies
-// outside becomes 0 or 255. By a table over the bits of the float: steps of 1/512 of the value, less than a quarter of
-// a byte's step.
+// Encodes linear light for a display of the given gamma: 255 x^(1 / gamma), rounded, with x clamped to 0..1. Uses a
+// table indexed by the float's bits: its steps are 1/512 of the value, less than a quarter of one byte step.
 class DisplayEncoder
 {
 public:
     explicit DisplayEncoder(double gamma);
 
-    static DisplayEncoder const& ForGamma22(); // of sources in linear light
-    static DisplayEncoder const& ForGamma24(); // ITU-R BT.1886, what SDR video is made for
+    static DisplayEncoder const& ForGamma22(); // for sources in linear light
+    static DisplayEncoder const& ForGamma24(); // ITU-R BT.1886, the display of SDR video
 
     uint8_t Encode(float value) const
     {
@@ -25,10 +24,10 @@ public:
         return table[static_cast<size_t>(place)];
     }
 
-    // Three rows into one of packed RGB.
+    // Encodes and interleaves three rows into one row of packed RGB.
     void EncodeRow(float const* red, float const* green, float const* blue, int count, uint8_t* target) const;
 
-    // The same of at most 64 pixels, for a loop that is compiled for some processor.
+    // The same for at most 64 pixels, for use inside a TAVOLIN_BOTH loop.
     TAVOLIN_INLINE void EncodeStretch(float const* red, float const* green, float const* blue, int count,
                                       uint8_t* target) const
     {
@@ -46,7 +45,8 @@ public:
 private:
     TAVOLIN_INLINE static void FindPlaces(float const* values, int count, int32_t* places)
     {
-        // The bits of positive floats are in the order of the values, those of negative ones below 0.
+        // As integers, the bits of positive floats are ordered like the values, and those of negative floats are below
+        // 0.
         std::memcpy(places, values, static_cast<size_t>(count) * sizeof(float));
         for (int i = 0; i < count; ++i) {
             int32_t const above = places[i] < lowest ? lowest : places[i];
@@ -54,8 +54,8 @@ private:
         }
     }
 
-    static constexpr int octaves = 22; // 2^-22 is less than half a byte's step for both gammas
-    static constexpr int shift = 14;   // leaves 9 bits of the fraction
+    static constexpr int octaves = 22; // 2^-22 encodes to less than half a byte step for both gammas
+    static constexpr int shift = 14;   // keeps 9 bits of the fraction
     static constexpr int32_t one = 127 << 23;
     static constexpr int32_t lowest = (127 - octaves) << 23;
 

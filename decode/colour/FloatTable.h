@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-// A function of a positive float by a table over the float's own bits: 2^precision places for each power of two from
-// 2^lowest to 2^highest, and straight lines between them. Beyond them the value at the end.
+// A table of a function of a positive float, indexed by the float's bits: 2^precision entries for each power of two
+// from 2^lowest to 2^highest, interpolated linearly. Arguments outside get the value at the nearer end.
 template <int lowest, int highest, int precision>
 class FloatTable
 {
@@ -24,10 +24,10 @@ public:
         }
     }
 
-    // Of `count` arguments; at most 64, `results` may be the same.
+    // Looks up `count` arguments, at most 64; `results` may be the same array.
     TAVOLIN_INLINE void LookUp(float const* arguments, int count, float* results) const
     {
-        int32_t places[64]; // the bits are in the order of the values, those of negative floats below 0
+        int32_t places[64]; // bits of floats are ordered like the values, negative ones below 0
         float fractions[64];
         std::memcpy(places, arguments, static_cast<size_t>(count) * sizeof(float));
         for (int i = 0; i < count; ++i) {
@@ -42,7 +42,7 @@ public:
         }
     }
 
-    // The same without the lines, the value at the nearest place: half the cost, for tables of many places.
+    // The same without interpolation, by the nearest entry: half the cost, for tables with many entries.
     TAVOLIN_INLINE void LookUpNearest(float const* arguments, int count, float* results) const
     {
         int32_t places[64];

@@ -20,7 +20,7 @@ constexpr bool machineIsBigEndian = true;
 constexpr bool machineIsBigEndian = false;
 #endif
 
-// XYZ is no RGB, and the luma of the other format does not lie at equal distances.
+// XYZ is not RGB, and the luma samples of UYYVYY411 are not equally spaced.
 bool IsOdd(int pixelFormat)
 {
     return pixelFormat == AV_PIX_FMT_XYZ12LE || pixelFormat == AV_PIX_FMT_XYZ12BE ||
@@ -32,7 +32,7 @@ bool IsSwapped(AVPixFmtDescriptor const& format, FrameRows::Type type)
     return type != FrameRows::Type::Byte && ((format.flags & AV_PIX_FMT_FLAG_BE) != 0) != machineIsBigEndian;
 }
 
-// Whether a sample lies within as many bytes as it has when read.
+// Whether a stored sample fits the type it is read as.
 bool IsWithin(AVComponentDescriptor const& component, FrameRows::Type type)
 {
     int const bits = 8 * FrameRows::BytesOf(type);

@@ -8,19 +8,19 @@ extern "C" {
 #include <cstddef>
 #include <cstdint>
 
-// Reads the samples of a picture's luma and chroma, or red, green and blue, as rows of one plane each, in the machine's
-// byte order: whatever FFmpeg's format packs together, swaps or shifts. Alpha is left out.
+// Reads a picture's samples as rows of one component each (luma and chroma, or red, green and blue) in the machine's
+// byte order, however FFmpeg's format packs, swaps or shifts them. Ignores alpha.
 //
-// A view of the picture in which the rows of one field, or those from some row on, are all that there is.
+// A view: can be restricted to the rows of one field, or to those from some row on.
 class FrameRows
 {
 public:
-    enum class Type { Byte, Word, Half, Float }; // of a sample as it is read
+    enum class Type { Byte, Word, Half, Float }; // of a sample after reading
 
-    // What the rows of a format hold.
+    // The layout of a format's rows.
     struct Shape
     {
-        int planes = 0; // 1 or 3; 0: not to be read so
+        int planes = 0; // 1 or 3; 0: the format is not supported
         Type type = Type::Byte;
         int depth = 0; // bits of a sample
         int log2ChromaWidth = 0;
@@ -31,19 +31,20 @@ public:
     static Shape ShapeOf(int format);
     static int BytesOf(Type type);
 
-    // Of the first `width` x `height` pixels of `picture`, which must outlive this, and whose format has a shape.
+    // Views the first `width` x `height` pixels of `picture`, which must outlive this object and have a supported
+    // format.
     FrameRows(AVFrame const& picture, int width, int height);
 
     void TakeField(int field); // 0: the rows 0, 2, 4, ...; 1: the others
-    void SkipRows(int rows);   // a multiple of the rows that share their chroma
+    void SkipRows(int rows);   // a multiple of the rows that share one chroma row
     int Height() const { return height; }
 
-    // The plane of component `component`, where its samples lie there as they would be read, in rows that start at
-    // multiples of `alignment`; null otherwise.
+    // The component's plane if its samples need no unpacking and its rows are aligned to `alignment`; null otherwise.
     uint8_t const* DirectPlane(int component, size_t alignment) const;
     ptrdiff_t StrideOf(int component) const;
 
-    // Reads `count` samples from `left` on of row `row` of the component. Places beyond the picture repeat its edge.
+    // Reads `count` samples of `row` of the component, from column `left` on. Positions beyond the picture repeat its
+    // edge.
     void Read(int component, int row, int left, int count, void* target) const;
 
 private:

@@ -11,8 +11,8 @@
 namespace {
 
 constexpr double referenceWhite = 203.0; // cd/m2
-constexpr double hlgPeak = 1000.0;       // cd/m2, of the display for which the OOTF is
-constexpr double hlgGamma = 1.2;         // of the OOTF for that display
+constexpr double hlgPeak = 1000.0;       // cd/m2, of the OOTF's display
+constexpr double hlgGamma = 1.2;         // the OOTF's exponent for that display
 constexpr double sdrGamma = 2.4;
 
 // SMPTE ST 2084.
@@ -35,7 +35,7 @@ double PqOfLuminance(double luminance)
     return std::pow((c1 + c2 * power) / (1.0 + c3 * power), m2);
 }
 
-// The inverse OETF of HLG, ITU-R BT.2100: light of the scene from 0 to 1.
+// The inverse OETF of HLG (ITU-R BT.2100): scene light from 0 to 1.
 double SceneOfHlg(double value)
 {
     constexpr double a = 0.17883277;
@@ -44,7 +44,7 @@ double SceneOfHlg(double value)
     return value <= 0.5 ? value * value / 3.0 : (std::exp((value - c) / a) + b) / 12.0;
 }
 
-// The EETF of ITU-R BT.2390 from black and `peak` to black and reference white; cd/m2 in and out.
+// The EETF of ITU-R BT.2390 with black unchanged, from `peak` to reference white; cd/m2 in and out.
 double ToneMapped(double luminance, double peak)
 {
     if (peak <= referenceWhite)
@@ -63,7 +63,7 @@ double ToneMapped(double luminance, double peak)
     return LuminanceOfPq(bent * top);
 }
 
-// Of a value from 0 to 1; see LightMap::Tables.
+// Linear light of a value from 0 to 1, see LightMap::Tables.
 double LightOf(double value, PictureColours const& colours)
 {
     switch (colours.transfer) {
@@ -76,7 +76,7 @@ double LightOf(double value, PictureColours const& colours)
     }
 }
 
-constexpr int stretch = 64; // pixels; what lies between two steps stays in the nearest cache
+constexpr int stretch = 64; // pixels; the intermediate values stay in the first-level cache
 
 using Stretch = float[stretch];
 
@@ -95,7 +95,7 @@ TAVOLIN_INLINE void MultiplyBy(float const* factors, float* values)
         values[i] *= factors[i];
 }
 
-// From light of the scene to that of the display: the OOTF multiplies by a power of the luminance.
+// Converts scene light to display light: the OOTF multiplies by a power of the luminance.
 TAVOLIN_INLINE void ShowScene(LightMap::Tables const& tables, Stretch* light)
 {
     Stretch gains;
@@ -107,11 +107,11 @@ TAVOLIN_INLINE void ShowScene(LightMap::Tables const& tables, Stretch* light)
     }
 }
 
-// Stretch by stretch and step by step: only the look-ups go pixel by pixel.
+// Works in stretches, one operation at a time: all but the look-ups are vectorised.
 template <bool isScene>
 TAVOLIN_INLINE void ConvertLoop(LightMap::Tables const& tables, uint16_t const* const* rows, int count, uint8_t* target)
 {
-    constexpr unsigned mask = (1u << LightMap::depth) - 1u; // zimg gives no more bits
+    constexpr unsigned mask = (1u << LightMap::depth) - 1u; // zimg writes no higher bits
     Stretch light[3] = {};
     Stretch mixed[3];
     for (int first = 0; first < count; first += stretch, target += 3 * stretch) {
@@ -123,7 +123,7 @@ TAVOLIN_INLINE void ConvertLoop(LightMap::Tables const& tables, uint16_t const* 
             ShowScene(tables, light);
         for (size_t row = 0; row < 3; ++row)
             Mix(tables, row, light, mixed[row]);
-        if (here == stretch) // a length that the compiler knows
+        if (here == stretch) // a constant length for the compiler
             DisplayEncoder::ForGamma24().EncodeStretch(mixed[0], mixed[1], mixed[2], stretch, target);
         else
             DisplayEncoder::ForGamma24().EncodeStretch(mixed[0], mixed[1], mixed[2], here, target);

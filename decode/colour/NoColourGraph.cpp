@@ -1,7 +1,6 @@
 #include "decode/colour/ColourGraph.h"
 
-// Built where there is no zimg: no graph can be made, and libswscale converts everything by the stream's matrix and
-// range.
+// For builds without zimg: no graph can be made, and libswscale converts everything by the stream's matrix and range.
 
 bool ColourGraph::IsAvailable()
 {

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int linesOfHighDefinition = 720;
 
-constexpr double usualPeak = 1000.0;    // cd/m2
-constexpr double highestPeak = 10000.0; // where PQ ends
+constexpr double usualPeak = 1000.0;    // cd/m2, for content that states none
+constexpr double highestPeak = 10000.0; // cd/m2, the highest value of PQ
 
 bool IsJpegFormat(int format)
 {
@@ -73,7 +73,7 @@ AVChromaLocation ChromaLocationOf(AVFrame const& picture)
     return IsJpegFormat(picture.format) ? AVCHROMA_LOC_CENTER : AVCHROMA_LOC_LEFT;
 }
 
-// Of FFmpeg's records; null for those that are not there.
+// The arguments are FFmpeg's structures, or null.
 double PeakOf(uint8_t const* contentLight, uint8_t const* masteringDisplay)
 {
     auto const* levels = reinterpret_cast<AVContentLightMetadata const*>(contentLight);
@@ -104,7 +104,7 @@ PictureColours PictureColours::Of(AVFrame const& picture, double statedPeak)
     if (colours.IsHdr()) {
         double const ownPeak = StatedPeak(picture);
         double const peak = ownPeak > 0.0 ? ownPeak : statedPeak;
-        // HLG is shown as on a display of the usual peak, which is all that it can reach.
+        // HLG is rendered for a display of the usual peak, so its light never exceeds that.
         double const limit = colours.transfer == AVCOL_TRC_ARIB_STD_B67 ? usualPeak : highestPeak;
         colours.peak = std::min(peak > 0.0 ? peak : usualPeak, limit);
     }

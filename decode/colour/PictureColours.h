@@ -7,27 +7,27 @@ extern "C" {
 
 struct AVStream;
 
-// How the colours of one picture are coded: what its tags say, and the usual where they say nothing.
+// How the colours of one picture are coded: by its tags, with the usual values for an untagged picture.
 struct PictureColours
 {
-    // ITU-T H.273. Untagged: BT.709 from 720 lines on, BT.601 below, BT.2020 with its primaries or an HDR transfer.
+    // ITU-T H.273. Untagged: BT.709 from 720 lines on, BT.601 below; BT.2020 with BT.2020 primaries or an HDR transfer.
     AVColorSpace matrix = AVCOL_SPC_BT709;
     AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
     AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;  // untagged: BT.2020 with an HDR transfer
     AVChromaLocation chromaLocation = AVCHROMA_LOC_LEFT; // of subsampled formats only
-    bool isFullRange = false;                            // RGB and the formats of JPEG always
-    bool isInterlaced = false;                           // the rows of chroma belong to one field each
-    double peak = 0.0; // cd/m2, of an HDR transfer: the brightest content, or what its display could show
+    bool isFullRange = false;                            // always for RGB and JPEG formats
+    bool isInterlaced = false;                           // each chroma row belongs to one field
+    double peak = 0.0; // cd/m2, for an HDR transfer: of the content or the mastering display
 
-    // `statedPeak`: what the container says, for pictures that say nothing; 0: nothing.
+    // `statedPeak`: the container's peak in cd/m2, for pictures without one; 0: none.
     static PictureColours Of(AVFrame const& picture, double statedPeak);
 
-    // cd/m2 as the picture's own light levels say: of the content, else of the mastering display; 0 when it says none.
+    // The peak in cd/m2 by the light level of the content, else by the mastering display; 0 when there is neither.
     static double StatedPeak(AVFrame const& picture);
-    static double StatedPeak(AVStream const& stream); // the same as the container says
+    static double StatedPeak(AVStream const& stream); // by the container
 
     bool IsHdr() const; // PQ or HLG
 
-    // Whether the primaries are known and others than those of BT.709.
+    // Whether the primaries are known and differ from BT.709's.
     bool HasOtherPrimaries() const;
 };

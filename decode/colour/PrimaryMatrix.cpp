@@ -5,7 +5,7 @@ namespace {
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;
 
-// Places in the diagram of CIE 1931.
+// CIE 1931 xy coordinates.
 struct Chromaticities
 {
     double redX, redY, greenX, greenY, blueX, blueY, whiteX, whiteY;
@@ -81,7 +81,7 @@ Vector WhiteOf(Chromaticities const& c)
     return {c.whiteX / c.whiteY, 1.0, (1.0 - c.whiteX - c.whiteY) / c.whiteY};
 }
 
-// From red, green and blue to XYZ, so that all three make white.
+// The matrix from RGB to XYZ; equal amounts of red, green and blue make white.
 Matrix ToXyz(Chromaticities const& c)
 {
     Matrix const directions = {{{c.redX, c.greenX, c.blueX},

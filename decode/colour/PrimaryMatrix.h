@@ -7,14 +7,13 @@ extern "C" {
 #include <array>
 #include <cstddef>
 
-// What turns linear light of red, green and blue of some primaries into that of others (ITU-T H.273). White stays
-// white, by the adaptation of Bradford.
+// Converts linear light of one set of primaries to another (ITU-T H.273). White stays white, by Bradford adaptation.
 class PrimaryMatrix
 {
 public:
-    static PrimaryMatrix ToBt709(AVColorPrimaries from); // nothing changes for unknown ones
+    static PrimaryMatrix ToBt709(AVColorPrimaries from); // the identity for unknown primaries
 
-    // How much red, green and blue add to the luminance of white, which is 1.
+    // The contributions of red, green and blue to the luminance of white, which is 1.
     static std::array<double, 3> LuminanceOf(AVColorPrimaries primaries);
 
     double At(size_t row, size_t column) const { return rows[row][column]; }

@@ -1,6 +1,6 @@
 #pragma once
 
-// One loop compiled twice, for any processor of the kind and for those with AVX2:
+// Compiles one loop twice, for AVX2 and for any processor, and selects one at run time:
 //
 //     TAVOLIN_INLINE void WorkLoop(int count) {...}
 //     TAVOLIN_BOTH(Work, (int count), WorkLoop(count))

@@ -34,7 +34,7 @@ TAVOLIN_INLINE Sample LoadAs(uint8_t const* source)
         return sample;
 }
 
-// A step known to the compiler makes the loop many times faster.
+// A constant step makes the loop many times faster.
 template <int step>
 TAVOLIN_INLINE void Gather8Loop(uint8_t const* source, int count, uint8_t* __restrict target)
 {
@@ -92,7 +92,7 @@ TAVOLIN_INLINE void NarrowWithoutFourthLoop(uint8_t const* source, int pixels, u
     }
 }
 
-// Each step that formats in use have, known to the compiler.
+// Uses a constant step for those of common formats.
 TAVOLIN_INLINE void Gather8Steps(uint8_t const* source, int step, int count, uint8_t* target)
 {
     switch (step) {

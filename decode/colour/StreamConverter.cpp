@@ -19,13 +19,13 @@ namespace {
 
 constexpr int bytesPerPixel = 3;
 
-// A thread costs a few dozen microseconds to start. Below this many pixels that is more than it saves.
+// A thread costs a few dozen microseconds to start. Below this many pixels it costs more than it saves.
 constexpr long long pixelsWorthThreads = 500000;
 
-// Interpolated chroma at the border of a slice needs rows from beyond it.
+// Chroma interpolation at a slice's border needs rows beyond it.
 constexpr int rowsAroundSlice = 8;
 
-// Two fields, and two heights of slices of each, twice over.
+// Two fields x two slice heights, for two kinds of picture.
 constexpr size_t mostGraphs = 8;
 
 bool IsScaled(PictureScaler::Layout const& layout)
@@ -38,7 +38,7 @@ bool IsPlanar(AVPixFmtDescriptor const& format)
     return format.comp[1].plane == 1 && format.comp[2].plane == 2;
 }
 
-// libswscale has tables for these; the rest it would take for BT.601.
+// libswscale has tables for these matrices; it would treat all others as BT.601.
 bool IsKnownToScaler(AVColorSpace matrix)
 {
     switch (matrix) {
@@ -54,7 +54,8 @@ bool IsKnownToScaler(AVColorSpace matrix)
     }
 }
 
-// Constant luminance and ICtCp are not linear in the values.
+// Whether the conversion depends on the transfer function or the primaries: constant luminance, ICtCp, and matrices
+// derived from the primaries.
 bool NeedsTransfer(AVColorSpace matrix)
 {
     return matrix == AVCOL_SPC_BT2020_CL || matrix == AVCOL_SPC_CHROMA_DERIVED_NCL ||
@@ -68,14 +69,14 @@ bool IsQuick(FrameRows::Shape const& shape, AVPixFmtDescriptor const& format, Pi
            IsKnownToScaler(colours.matrix);
 }
 
-// Red, green, blue and perhaps something behind them, each in 16 bits.
+// 16-bit packed RGB, with or without alpha.
 bool IsPackedRgb16(int format)
 {
     return format == AV_PIX_FMT_RGB48LE || format == AV_PIX_FMT_RGB48BE || format == AV_PIX_FMT_RGBA64LE ||
            format == AV_PIX_FMT_RGBA64BE;
 }
 
-// Red, green and blue in floats as this machine reads them, each in a plane of its own.
+// Planar float RGB in this machine's byte order.
 bool IsPlainFloatRgb(AVFrame const& source)
 {
     FrameRows const rows(source, source.width, source.height);
@@ -101,7 +102,7 @@ bool IsBigEndian(AVPixFmtDescriptor const& format)
     return (format.flags & AV_PIX_FMT_FLAG_BE) != 0;
 }
 
-// The other byte order than this machine's.
+// Whether the format has the other byte order than this machine.
 bool IsSwapped(AVPixFmtDescriptor const& format)
 {
     uint16_t const one = 1;
@@ -123,7 +124,7 @@ void NarrowRows(AVFrame const& source, PictureScaler::Layout const& layout, int 
     }
 }
 
-// The values of linear light, already rounded to bytes, for the display.
+// Encodes linear light, already rounded to bytes, for the display.
 void EncodeBytes(PictureScaler::Layout const& layout, uint8_t* target)
 {
     uint8_t table[256];
@@ -136,7 +137,8 @@ void EncodeBytes(PictureScaler::Layout const& layout, uint8_t* target)
         }
 }
 
-// Does all jobs, by one thread each; where the system gives none, one after the other. False when any failed.
+// Does all jobs in parallel: the first on this thread, the others on a thread each, or here if no thread can be
+// started. False when any failed.
 template <typename Work>
 bool DoAll(int jobs, Work const& work)
 {
@@ -152,7 +154,7 @@ bool DoAll(int jobs, Work const& work)
         for (; started < jobs; ++started)
             threads.emplace_back(run, started);
     } catch (std::exception const&) {
-        // The rest is done here.
+        // The remaining jobs run on this thread.
     }
     run(0);
     for (; started < jobs; ++started)
@@ -167,12 +169,11 @@ bool DoAll(int jobs, Work const& work)
 // One slice of a picture, or of one field of it.
 struct StreamConverter::Job final : RowSink
 {
-    // A conversion by loops alone has no graph.
     ColourGraph const* graph = nullptr;
     FrameRows rows;
     LightMap const* lightMap = nullptr;
     int outputWidth = 0;
-    int rowsBefore = 0; // rows of the graph that belong to the slice before
+    int rowsBefore = 0; // leading rows of the graph that belong to the previous slice
     int count = 0;      // rows of the slice
     uint8_t* target = nullptr;
     ptrdiff_t stride = 0;
@@ -277,7 +278,7 @@ QString StreamConverter::Describe() const
     return text;
 }
 
-// Whether libswscale converts exactly enough, and quicker than anything else, or is the only one that can.
+// Whether libswscale is exact enough and fastest, or the only one that supports the format.
 bool StreamConverter::IsPlain(PictureScaler::Layout const& layout, PictureColours const& colours) const
 {
     FrameRows::Shape const shape = FrameRows::ShapeOf(layout.format);
@@ -309,7 +310,7 @@ bool StreamConverter::ConvertPackedRgb16(AVFrame const& source, PictureScaler::L
     });
 }
 
-// Needs nothing of what a graph does.
+// Planar float RGB needs no graph.
 bool StreamConverter::ConvertLinearRgb(AVFrame const& source, PictureScaler::Layout const& layout, uint8_t* target)
 {
     FrameRows const rows(source, layout.width, layout.height);
@@ -349,7 +350,7 @@ bool StreamConverter::ConvertByGraph(AVFrame const& source, PictureScaler::Layou
     else if (map)
         kind.output = ColourGraph::Output::Words;
 
-    // Chroma of interlaced pictures belongs to the rows of its own field.
+    // In interlaced pictures, chroma rows belong to one field.
     int const fields = colours.isInterlaced && layout.height > 1 << shape.log2ChromaHeight ? 2 : 1;
     int const slices = SlicesOf(layout);
     if (graphs.size() > mostGraphs)
@@ -410,7 +411,7 @@ ColourGraph const* StreamConverter::GraphOf(ColourGraph::Kind const& kind)
     return graphs.back().get();
 }
 
-// Null when the values mean the light of SDR video as they are. RGB is left as it is unless it is HDR.
+// Null when the values need no map. RGB is mapped only if it is HDR.
 LightMap const* StreamConverter::MapOf(PictureColours const& colours, bool isRgb)
 {
     if (isRgb && !colours.IsHdr())

@@ -12,30 +12,31 @@
 #include <memory>
 #include <vector>
 
-// Converts decoded pictures to packed RGB as their stream says: matrix, range, primaries, HDR, places of chroma,
-// fields. Straight into the caller's rows: every pixel is written, the padding of each row is 0, and nothing beside the
-// rows changes. Each kind of picture goes the quickest way that is exact enough:
+// Converts decoded pictures to packed RGB by their stream's colours: matrix, range, primaries, HDR, chroma location,
+// fields. Writes directly into the caller's rows: every pixel, 0 in each row's padding, and nothing else. Uses the
+// fastest method that is exact enough for the picture:
 //
-//     8-bit RGB, palettes, what zimg cannot read     libswscale, as PictureScaler does
-//     8-bit planar 4:2:0 and 4:2:2, of frames        libswscale's quick converter with the stream's matrix and range
-//     16-bit packed RGB, linear light in floats      a loop
-//     everything else                                zimg; then linear light for HDR and other primaries
+//     8-bit RGB, palettes, formats zimg cannot read  libswscale, as PictureScaler does
+//     8-bit planar 4:2:0 and 4:2:2, progressive      libswscale's quick converter with the stream's matrix and range
+//     16-bit packed RGB, float RGB in linear light   a loop
+//     everything else                                zimg, then a LightMap for HDR and other primaries
 //
-// Keeps what it made for the next picture of the same kind. One thread at a time.
+// Keeps its contexts for the next picture of the same kind. One thread at a time.
 class StreamConverter
 {
 public:
-    void SetSettings(ColourSettings const& settings); // toneMapping and exact count
-    void SetStatedPeak(double peak);                  // cd/m2, of HDR pictures that do not say; 0: unknown
-    void SetMostThreads(int threads);                 // how many slices are converted at the same time; 1 at first
+    void SetSettings(ColourSettings const& settings); // uses only toneMapping and exact
+    void SetStatedPeak(double peak);                  // cd/m2, for HDR pictures without a peak; 0: unknown
+    void SetMostThreads(int threads);                 // slices converted at the same time; 1 by default
 
-    // Converts `source`, whose picture is at least as large as the layout says, into `target` of outputStride x
-    // outputHeight bytes; outputHeight is the layout's height. `isLinear`: the source is in linear light, whatever it
-    // says. The source's size fields are changed to the layout's. False when the conversion is not possible; `target`
-    // then holds anything.
+    // Converts `source`, which is at least as large as the layout's size, into `target` of outputStride x outputHeight
+    // bytes; outputHeight must equal the layout's height. `isLinear`: the source is in linear light, whatever its tags
+    // are. Changes the size fields of `source` to the layout's. False when the conversion is not possible; the content
+    // of `target` is then undefined.
     bool Convert(AVFrame& source, PictureScaler::Layout const& layout, bool isLinear, uint8_t* target);
 
-    // What the last picture was converted from, in FFmpeg's names, and what was done to its light; empty before.
+    // The last picture's format and colour tags in FFmpeg's names, and the conversion of its light; empty before the
+    // first.
     QString Describe() const;
 
 private:
@@ -53,7 +54,7 @@ private:
     LightMap const* MapOf(PictureColours const& colours, bool isRgb);
 
     ColourSettings settings;
-    PictureColours last; // of the picture converted last
+    PictureColours last; // of the last picture
     int lastFormat = -1;
     bool lastIsLinear = false;
     double statedPeak = 0.0;
@@ -61,5 +62,5 @@ private:
     PictureScaler scaler;
     std::unique_ptr<LightMap> lightMap;
     std::vector<std::unique_ptr<ColourGraph>> graphs;
-    std::vector<ColourGraph::Memory> memories; // one a thread
+    std::vector<ColourGraph::Memory> memories; // one for each thread
 };

@@ -1,7 +1,5 @@
 #include "player/controls/ControlBar.h"
 
-#include "common/TimeText.h"
-#include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
 
@@ -18,6 +16,7 @@ namespace {
 
 constexpr int noteDuration = 4000; // milliseconds
 constexpr int sliderWidth = 90;
+constexpr int widthForBoth = 640; // of the bar, for two readings
 constexpr char const* styleRules = R"(
     QToolButton { border: none; border-radius: 4px; padding: 4px; }
     QToolButton:hover { background: #2b2d30; }
@@ -57,27 +56,16 @@ QString SpeedText(double speed)
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
 }
 
-// Of which the end is known only by the index.
-QString PictureTime(DecodedVideoFrame const& picture, PictureIndex const* index)
-{
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    return TimeText::ShortPictureClock(picture.startTime, number >= 0 ? index->EndOf(number) : picture.startTime);
-}
-
-QString PictureNumber(DecodedVideoFrame const& picture, PictureIndex const* index)
-{
-    long long const number = index ? index->NumberFrom(picture.startTime) : -1;
-    return number >= 0 ? QString("#%1 / %2").arg(number).arg(index->GetCount()) : QString();
-}
-
 } // namespace
 
 ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
 {
     setStyleSheet(styleRules);
     play = MakeButton(Symbols::Symbol::Play, PlayerAction::PlayPause, "Play or pause");
-    time = MakeFigures(this, Theme::text);
-    number = MakeFigures(this, Theme::quietText);
+    reading = MakeFigures(this, Theme::text);
+    reading->setCursor(Qt::PointingHandCursor);
+    reading->installEventFilter(this);
+    otherReading = MakeFigures(this, Theme::quietText);
     title = MakeText(this, Theme::quietText);
     note = MakeText(this, Theme::warning);
     speed = MakeFigures(this, Theme::quietText);
@@ -92,10 +80,11 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
     connect(volume, &QSlider::valueChanged, this, [this](int value) { emit VolumeChanged(value / 100.0); });
     auto* fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
 
-    auto* row = new QHBoxLayout(this);
+    row = new QHBoxLayout(this);
     row->setContentsMargins(8, 0, 8, 8);
     row->setSpacing(10);
-    for (QWidget* widget : {static_cast<QWidget*>(play), static_cast<QWidget*>(time), static_cast<QWidget*>(number)})
+    for (QWidget* widget :
+         {static_cast<QWidget*>(play), static_cast<QWidget*>(reading), static_cast<QWidget*>(otherReading)})
         row->addWidget(widget);
     row->addWidget(title, 1);
     for (QWidget* widget :
@@ -116,15 +105,34 @@ QToolButton* ControlBar::MakeButton(Symbols::Symbol symbol, PlayerAction action,
     return button;
 }
 
-void ControlBar::ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown)
+void ControlBar::ShowReading(QString const& newReading, QString const& other, QString const& tip)
+{
+    reading->setText(newReading);
+    otherReading->setText(other);
+    otherReading->setVisible(width() >= widthForBoth);
+    reading->setToolTip(tip);
+}
+
+QString ControlBar::GetReading() const
+{
+    return reading->text();
+}
+
+void ControlBar::AddField(QWidget* field)
+{
+    row->insertWidget(row->indexOf(title), field);
+}
+
+bool ControlBar::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == reading && event->type() == QEvent::MouseButtonRelease)
+        emit Triggered(PlayerAction::SwitchReading);
+    return QWidget::eventFilter(watched, event);
+}
+
+void ControlBar::ShowStatus(PlaybackStatus const& status)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
-    bool const hasMovingPicture = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    DecodedVideoFrame const* picture = shown && hasMovingPicture ? shown : nullptr;
-    QString const now = picture ? PictureTime(*picture, status.index.get()) : TimeText::ShortClock(status.position, 3);
-    time->setText(isOpen ? QString("%1 / %2").arg(now, TimeText::ShortClock(status.start + status.duration, 0))
-                         : QString());
-    number->setText(isOpen && picture ? PictureNumber(*picture, status.index.get()) : QString());
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
 
     bool const isPlaying = isOpen && status.speed != 0.0 && status.state != PlaybackState::Ended;

@@ -7,10 +7,10 @@
 
 #include <memory>
 
+class QHBoxLayout;
 class QLabel;
 class QSlider;
 class QToolButton;
-struct DecodedVideoFrame;
 struct PlaybackStatus;
 
 // The row of controls below the timeline: title, position, speed and volume.
@@ -21,9 +21,14 @@ class ControlBar : public QWidget
 public:
     explicit ControlBar(QWidget* parent = nullptr);
 
-    // Shows time and number of the displayed picture, or the engine's position without one. As long as the engine does
-    // not know the true number, none is shown.
-    void ShowStatus(PlaybackStatus const& status, DecodedVideoFrame const* shown);
+    void ShowStatus(PlaybackStatus const& status);
+
+    // Which picture is shown: by the reading that the user has chosen, by another one where there is room, and by
+    // what both do not tell in the tip.
+    void ShowReading(QString const& reading, QString const& other, QString const& tip);
+    QString GetReading() const;
+
+    void AddField(QWidget* field); // takes the title's place while it is visible
 
     void ShowSound(double volume, bool muted);
     void ShowLooping(bool looping);
@@ -43,10 +48,12 @@ private:
     QToolButton* MakeButton(Symbols::Symbol symbol, PlayerAction action, QString const& tip);
     void UpdateNote();
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override; // clicks on the reading
 
     QToolButton* play;
-    QLabel* time;
-    QLabel* number;
+    QHBoxLayout* row;
+    QLabel* reading;
+    QLabel* otherReading;
     QLabel* title;
     QLabel* note;
     QLabel* speed;

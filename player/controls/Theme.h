@@ -17,6 +17,7 @@ inline QColor const quietText(146, 149, 154); // secondary text
 inline QColor const accent(94, 160, 232);     // played part, selection
 inline QColor const cached(92, 168, 122);     // cached span
 inline QColor const range(226, 170, 74);      // in and out points
+inline QColor const mark(208, 120, 208);      // markers
 inline QColor const wave(76, 82, 90);         // sound not yet played
 inline QColor const warning(236, 132, 106);   // notes about something missing
 

@@ -10,12 +10,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace {
 
 constexpr int margin = 12;      // left and right of the groove, aligned with the controls below
 constexpr int labelHeight = 18; // above the groove, for the time under the pointer
 constexpr int cachedHeight = 3;
+constexpr int markHeight = 4;           // of a mark's triangle, and how near the pointer has to be
 constexpr int partHeight = 3;           // of the bar that tells which part is shown
 constexpr int widestPicture = 8;        // pixels; the part shown is not made shorter
 constexpr long long stepOfSound = 8000; // microseconds; takes the place of a picture's where there is none
@@ -153,6 +155,12 @@ void Timeline::SetRange(std::optional<long long> newIn, std::optional<long long>
     update();
 }
 
+void Timeline::SetMarks(QVector<Mark> const& newMarks)
+{
+    marks = newMarks;
+    update();
+}
+
 void Timeline::SetPeaks(QVector<quint8> const& newPeaks)
 {
     peaks = newPeaks;
@@ -200,6 +208,7 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(QRect(QPoint(XAt(cached.start), groove.bottom() - cachedHeight + 1),
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
+    PaintMarks(painter);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
     painter.setClipping(false);
     PaintPart(painter);
@@ -261,6 +270,28 @@ void Timeline::PaintRange(QPainter& painter) const
     }
 }
 
+void Timeline::PaintMarks(QPainter& painter) const
+{
+    QRect const groove = Groove();
+    int last = -1;
+    for (Mark const& mark : marks) {
+        int const x = XAt(mark.time);
+        if (x == last)
+            continue; // the same place
+        last = x;
+        painter.fillRect(x, groove.top(), 1, groove.height(), Theme::mark);
+        for (int row = 0; row < markHeight; ++row) // a small triangle that points down
+            painter.fillRect(x - markHeight + row, groove.top() + row, 2 * (markHeight - row) + 1, 1, Theme::mark);
+    }
+}
+
+QString Timeline::NoteAt(int x) const
+{
+    auto const isNear = [&](Mark const& mark) { return std::abs(XAt(mark.time) - x) <= markHeight; };
+    auto const found = std::find_if(marks.begin(), marks.end(), isNear);
+    return found == marks.end() ? QString() : found->note;
+}
+
 void Timeline::PaintHover(QPainter& painter) const
 {
     QRect const groove = Groove();
@@ -268,9 +299,10 @@ void Timeline::PaintHover(QPainter& painter) const
     QColor mark = Theme::text;
     mark.setAlpha(110);
     painter.fillRect(x, groove.top(), 1, groove.height(), mark);
-    QString const text = TimeText::ShortClock(TimeAt(x), 3);
-    int const width = painter.fontMetrics().horizontalAdvance(text);
-    int const left = std::clamp(x - width / 2, groove.left(), groove.right() - width);
+    QString const note = NoteAt(x);
+    QString const text = TimeText::ShortClock(TimeAt(x), 3) + (note.isEmpty() ? QString() : "  " + note);
+    int const width = std::min(painter.fontMetrics().horizontalAdvance(text), groove.width());
+    int const left = std::clamp(x - width / 2, groove.left(), groove.right() - width + 1);
     painter.setPen(Theme::text);
     painter.drawText(QRect(left, 0, width, labelHeight - 2), Qt::AlignCenter | Qt::TextDontClip, text);
 }

@@ -26,6 +26,13 @@ public:
         long long end = -1;
     };
 
+    // A marked moment and what is said about it.
+    struct Mark
+    {
+        long long time = 0;
+        QString note;
+    };
+
     explicit Timeline(QWidget* parent = nullptr);
 
     // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
@@ -35,6 +42,7 @@ public:
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
+    void SetMarks(QVector<Mark> const& marks);   // in the order of their times
     void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
     void SetPictureStep(long long step);         // microseconds from picture to picture; 0: unknown, or no pictures
 
@@ -72,6 +80,8 @@ private:
     void PaintPart(QPainter& painter) const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
+    void PaintMarks(QPainter& painter) const;
+    QString NoteAt(int x) const; // of the mark there; empty without one
     void PaintHover(QPainter& painter) const;
 
     Span media;
@@ -82,6 +92,7 @@ private:
     std::optional<long long> in;
     std::optional<long long> out;
     QVector<quint8> peaks;
+    QVector<Mark> marks;
     std::optional<int> hover; // x of the pointer
     bool dragging = false;
 };

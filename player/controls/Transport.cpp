@@ -2,6 +2,7 @@
 
 #include "common/Microseconds.h"
 #include "playback/PlaybackEngine.h"
+#include "source/PictureIndex.h"
 
 #include <algorithm>
 #include <cmath>
@@ -207,7 +208,8 @@ void Transport::Jump(long long distance, bool stepsWhilePaused)
 
 void Transport::MarkIn()
 {
-    in = engine.GetStatus().position;
+    PlaybackStatus const status = engine.GetStatus();
+    in = status.index ? status.index->TimeOf(status.index->NumberAt(status.position)) : status.position;
     if (out && *out <= *in)
         out.reset();
     ApplyLoop();
@@ -217,9 +219,19 @@ void Transport::MarkIn()
 void Transport::MarkOut()
 {
     PlaybackStatus const status = engine.GetStatus();
-    out = status.position + (status.width > 0 ? std::max(1LL, status.frameStep) : 1);
+    if (status.index)
+        out = status.index->EndOf(status.index->NumberAt(status.position)) + 1;
+    else
+        out = status.position + (status.width > 0 ? std::max(1LL, status.frameStep) : 1);
     if (in && *in >= *out)
         in.reset();
+    ApplyLoop();
+}
+
+void Transport::SetRange(std::optional<long long> newIn, std::optional<long long> newOut)
+{
+    in = newIn;
+    out = newOut;
     ApplyLoop();
 }
 

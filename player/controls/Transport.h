@@ -29,6 +29,7 @@ public:
 
     void SetLooping(bool looping);
     bool IsLooping() const { return looping; }
+    void SetRange(std::optional<long long> newIn, std::optional<long long> newOut); // in before out
     std::optional<long long> GetIn() const { return in; }   // microseconds, the first picture of the range
     std::optional<long long> GetOut() const { return out; } // the first moment after the range
 

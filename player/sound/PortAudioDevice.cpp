@@ -142,7 +142,7 @@ AudioDevice::State PortAudioDevice::GetState()
         return State::Lost;
     }
     bool const hasStalled = now - lastBlock >= patience;
-    note = hasStalled ? "The sound device does not respond; playing without sound." : "";
+    note = hasStalled ? "The sound device does not respond." : "";
     return hasStalled ? State::Stalled : State::Running;
 }
 

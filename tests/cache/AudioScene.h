@@ -6,7 +6,7 @@
 #include <numeric>
 #include <vector>
 
-// A frame as the decoder makes it: `values` at `start`, whose end follows from the rate.
+// A frame like the decoder's: `values` at `start`; the rate gives its end.
 inline std::shared_ptr<DecodedAudioFrame> SoundOf(std::vector<short> const& values, long long start, int channels = 1,
                                                   int sampleRate = 1000)
 {
@@ -22,7 +22,7 @@ inline std::shared_ptr<DecodedAudioFrame> SoundOf(std::vector<short> const& valu
     return frame;
 }
 
-// `count` values that count up from `first`.
+// `count` values, counting up from `first`.
 inline std::vector<short> Counting(int count, short first = 1)
 {
     std::vector<short> values(static_cast<size_t>(count));
@@ -30,7 +30,7 @@ inline std::vector<short> Counting(int count, short first = 1)
     return values;
 }
 
-// At 1000 Hz a mono frame of 10 values lasts 10 ms: value n of the sound is at (n - 1) ms.
+// At 1000 Hz a mono frame of 10 values lasts 10 ms: value n plays at (n - 1) ms.
 inline std::shared_ptr<DecodedAudioFrame> CountingFrame(int number)
 {
     return SoundOf(Counting(10, static_cast<short>(number * 10 + 1)), number * 10000LL);
@@ -48,7 +48,7 @@ struct Block
     std::vector<short> values;
 };
 
-// One mono block at 1000 Hz, over a pattern of -7.
+// Fills one mono block at 1000 Hz, preset to -7.
 inline Block Fill(DecodedAudio& cache, int frames, long long time, bool reset = false, double speed = 1.0,
                   double volume = 1.0)
 {

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdlib>
 
-// Everything that allocates comes down to these; sanitizers bring their own and a hook instead.
+// Every allocation goes through these functions; sanitizers replace them and offer a hook instead.
 namespace {
 
 std::atomic<long long> allocations{0};
@@ -87,10 +87,10 @@ TEST(DecodedAudioAllocationTest, CountsWhatAllocates)
     EXPECT_EQ(CountAllocations([] {}), 0);
     EXPECT_GT(CountAllocations([] { CountingFrame(0); }), 0);
     DecodedAudio cache;
-    EXPECT_GT(CountAllocations([&cache] { cache.SetMaxFrameCount(100); }), 0); // inside the library and Qt as well
+    EXPECT_GT(CountAllocations([&cache] { cache.SetMaxFrameCount(100); }), 0); // inside the library and Qt too
 }
 
-// Every way through the fill: lookup, next frame, silence, speeds, volumes, resets, drift both ways, frames let go of.
+// Every path through the fill: lookup, next frame, silence, speeds, volumes, resets, drift both ways, dropped frames.
 TEST(DecodedAudioAllocationTest, FillsWithoutAllocating)
 {
     DecodedAudio cache;
@@ -108,10 +108,10 @@ TEST(DecodedAudioAllocationTest, FillsWithoutAllocating)
             for (int const channels : {1, 2})
                 for (long long time = -20000; time < 1100000; time += 250000)
                     fill(100, channels, time, volume, time == -20000, speed);
-    for (int i = 0; i < 12; ++i) // the clock runs away, first one way, then the other
+    for (int i = 0; i < 12; ++i) // the clock drifts one way, then the other
         fill(10, 1, i < 6 ? 500000 + i * 40000 : 100000 - i * 30000, 1.0, i == 0, 1.0);
     fill(10, 1, 0, 1.0, true, 1.0);
     cache.ForceClear();
-    fill(10, 1, 10000, 1.0, false, 1.0); // the last holder of its frame
+    fill(10, 1, 10000, 1.0, false, 1.0); // releases the frame as its last holder
     EXPECT_EQ(count, 0);
 }

@@ -4,12 +4,11 @@
 #include <memory>
 #include <vector>
 
-// The sound cache and its fill written down as plainly as they can be said, value by value, for a comparison step by
-// step.
+// A simple model of the audio cache and its fill, value by value, for comparison after each step.
 struct SoundModel
 {
     int id = 0;
-    std::vector<short> samples; // as many as are allocated
+    std::vector<short> samples; // as many as allocated
     int sampleCount = 0;
     int sampleRate = 0;
     int frameCount = 0;
@@ -41,7 +40,7 @@ struct DecodedAudioModel
     long long diffSum = 0;
     int flushesSeen = 0;
     double phase = 0.0;
-    int corrections[2] = {0, 0}; // ahead, back: that the walk met both
+    int corrections[2] = {0, 0}; // ahead, back: shows that the walk covered both
 
     std::vector<Sound>& Ring() { return arrays[live]; }
     int Capacity() { return static_cast<int>(Ring().size()); }
@@ -253,7 +252,7 @@ struct DecodedAudioModel
 
     // --- The fill ---
 
-    // A frame's value as it sounds; what a frame does not have is silent.
+    // The value that a frame plays; silent beyond its samples.
     static short Value(SoundModel const& sound, long long index, int channel, double volume)
     {
         long long const at = index + channel;

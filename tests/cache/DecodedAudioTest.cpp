@@ -23,7 +23,7 @@ std::shared_ptr<DecodedAudioFrame> FrameAt(long long start, long long end, int t
     return frame;
 }
 
-// In time order, found through the public lookups.
+// The starts in time order, found through the public lookups.
 Starts StartsOf(DecodedAudio const& cache)
 {
     Starts starts;
@@ -90,7 +90,7 @@ TEST(DecodedAudioTest, KeepsFramesInOrderAndWithoutGaps)
     cache.AppendFrame(FrameAt(200, 250));
     cache.AppendFrame(FrameAt(50, 60));
     EXPECT_EQ(StartsOf(cache), (Starts{50, 100, 200}));
-    EXPECT_EQ(cache.FirstFrame()->endTime, 99); // the newcomer in front is moved
+    EXPECT_EQ(cache.FirstFrame()->endTime, 99); // the end of the new frame in front is moved
     EXPECT_EQ(cache.GetStartTime(), 50);
     EXPECT_EQ(cache.GetEndTime(), 250);
     EXPECT_EQ(cache.GetSize(), 12);
@@ -105,7 +105,7 @@ TEST(DecodedAudioTest, LeavesEverythingAsItIsForADuplicate)
     cache.SetMaxFrameCount(10);
     cache.AppendFrame(FrameAt(100, 150));
     cache.AppendFrame(FrameAt(200, 250));
-    cache.LastFrame()->endTime = 300; // so that new times would show
+    cache.LastFrame()->endTime = 300; // so that updated times would show
     cache.AppendFrame(FrameAt(100, 120));
     cache.AppendFrame(FrameAt(200, 220));
     EXPECT_EQ(StartsOf(cache), (Starts{100, 200}));
@@ -162,12 +162,12 @@ TEST(DecodedAudioTest, StretchesTheEarlierFrameToMeetOneOfAnotherTag)
     EXPECT_EQ(first->sampleCount, 10);
     EXPECT_EQ(first->sampleCapacity, 4);
     EXPECT_EQ(first->endTime, 5499);
-    EXPECT_EQ(cache.GetSize(), 8);               // as they came
-    cache.AppendFrame(FrameAt(20000, 21999, 3)); // the same tag: only the end moves
+    EXPECT_EQ(cache.GetSize(), 8);               // as they were appended
+    cache.AppendFrame(FrameAt(20000, 21999, 3)); // same tag: only the end moves
     EXPECT_EQ(cache.GetFrameCount(), 3);
     EXPECT_EQ(cache.GetSize(), 12);
     cache.PopFront();
-    EXPECT_EQ(cache.GetSize(), 2); // leaves with what it has become
+    EXPECT_EQ(cache.GetSize(), 2); // subtracts its present size
 }
 
 TEST(DecodedAudioTest, ShrinksTheEarlierFrameThatOverlapsOneOfAnotherTag)
@@ -358,7 +358,7 @@ TEST(DecodedAudioTest, ClearsAtOnceAndReleasesTwoFramesAnAppend)
     cache.AppendFrame(CountingFrame(0)); // slot 19, which is empty, and slot 18
     EXPECT_EQ(CountAlive(frames), 18);
     for (int i = 0; i < 4; ++i)
-        cache.AppendFrame(CountingFrame(0)); // duplicates, which release as well
+        cache.AppendFrame(CountingFrame(0)); // duplicates, which also release
     EXPECT_EQ(CountAlive(frames), 10);
     EXPECT_TRUE(frames[10].expired());
     EXPECT_FALSE(frames[9].expired());
@@ -394,7 +394,7 @@ TEST(DecodedAudioTest, KeepsWhatStillFitsANewLength)
     cache.SetMaxFrameCount(20);
     EXPECT_EQ(cache.GetMaxFrameCount(), 20);
     EXPECT_EQ(cache.GetFrameCount(), 5);
-    EXPECT_EQ(FilledValues(cache, 3, 0), (Values{12, 13, 14})); // the place is as it was
+    EXPECT_EQ(FilledValues(cache, 3, 0), (Values{12, 13, 14})); // the play position is unchanged
     cache.SetMaxFrameCount(4);
     EXPECT_EQ(cache.GetFrameCount(), 0);
     EXPECT_EQ(cache.GetSize(), 0);
@@ -493,7 +493,7 @@ TEST(DecodedAudioTest, StepsThroughTheSlotsOfTheRing)
     AppendCountingFrames(cache, 4);
     EXPECT_EQ(cache.GetNextFrameIndex(-1), -1);
     EXPECT_EQ(cache.GetNextFrameIndex(0), 1);
-    EXPECT_EQ(cache.GetNextFrameIndex(3), 4); // beside the end
+    EXPECT_EQ(cache.GetNextFrameIndex(3), 4); // next to the end
     EXPECT_EQ(cache.GetNextFrameIndex(4), 0);
     EXPECT_EQ(cache.GetNextFrameIndex(INT_MAX), 0);
     EXPECT_EQ(cache.GetPreviousFrameIndex(0), -1);
@@ -531,7 +531,7 @@ TEST(DecodedAudioTest, StartsAtTheTimeAndGoesOnWithoutAGap)
     AppendCountingFrames(cache, 3);
     EXPECT_EQ(FilledValues(cache, 4, 4000), (Values{5, 6, 7, 8}));
     EXPECT_EQ(FilledValues(cache, 4, 8000), (Values{9, 10, 11, 12}));
-    EXPECT_EQ(FilledValues(cache, 3, 20000), (Values{13, 14, 15})); // the time only serves to measure drift
+    EXPECT_EQ(FilledValues(cache, 3, 20000), (Values{13, 14, 15})); // the time is only used to measure drift
     EXPECT_EQ(FilledValues(cache, 3, 20999, true), (Values{21, 22, 23}));
     cache.FlushPaBuffer();
     EXPECT_EQ(FilledValues(cache, 2, 21000), (Values{22, 23}));
@@ -637,7 +637,7 @@ TEST(DecodedAudioTest, HoldsItsFrameWhileTheCacheLetsItGo)
     cache.UpdateCache(20000, 30000);
     EXPECT_FALSE(frames[0].expired());
     EXPECT_TRUE(frames[1].expired());
-    EXPECT_EQ(FilledValues(cache, 8, 4000), (Values{5, 6, 7, 8, 9, 10, 0, 0})); // its neighbour is gone
+    EXPECT_EQ(FilledValues(cache, 8, 4000), (Values{5, 6, 7, 8, 9, 10, 0, 0})); // its neighbour has been removed
     EXPECT_TRUE(frames[0].expired());
     EXPECT_EQ(FilledValues(cache, 2, 20000), (Values{21, 22}));
     cache.ForceClear();
@@ -719,7 +719,7 @@ TEST(DecodedAudioTest, EndsARingOfFramesWithoutSamplesInSilence)
     DecodedAudio cache;
     cache.SetMaxFrameCount(3);
     for (int i = 0; i < 3; ++i)
-        cache.PushBack(SoundOf({}, i * 10)); // every slot taken: the ring has no end
+        cache.PushBack(SoundOf({}, i * 10)); // every slot is used: the ring has no end
     cache.PopFront();
     cache.PushBack(SoundOf({}, 30));
     for (int slot = 0; slot < 3; ++slot)
@@ -739,7 +739,7 @@ TEST(DecodedAudioTest, EndsARingOfFramesWithoutSamplesInSilence)
 TEST(DecodedAudioTest, EndsASpeedThatNothingCanFollowInSilence)
 {
     DecodedAudio cache;
-    cache.SetMaxFrameCount(1); // its only frame follows itself
+    cache.SetMaxFrameCount(1); // its only frame is its own successor
     cache.AppendFrame(SoundOf({1, 2, 3}, 0));
     EXPECT_EQ(FilledValues(cache, 5, 0, true, 1.0), (Values{1, 2, 3, 1, 2}));
     EXPECT_EQ(FilledValues(cache, 4, 0, true, 4.0), (Values{1, 2, 3, 1}));
@@ -806,8 +806,7 @@ TEST(DecodedAudioTest, TakesTimesAtTheEndsOfTheRange)
 
 namespace {
 
-// A cache that is playing the frame at 0, and what five or more measurements of `diffs` do to a block of which nothing
-// is written yet.
+// A cache that is playing the frame at 0, and the effect of five or more measurements `diffs` on an empty block.
 struct SyncScene
 {
     explicit SyncScene(int sampleRate = 48000) : sampleRate(sampleRate)
@@ -847,7 +846,7 @@ TEST(DecodedAudioTest, JumpsAheadAfterFiveLateMeasurements)
     scene.Measure({20000});
     EXPECT_EQ(scene.written, 0);
     EXPECT_EQ(scene.buffer[0], -7);
-    // One frame was read and one more is dropped at double speed, then 960 are jumped over.
+    // One frame was read, one more is dropped at double speed, then 960 are skipped.
     EXPECT_EQ(scene.Next(1), (Values{2 * 963 + 1, 2 * 963 + 2}));
 }
 
@@ -860,7 +859,7 @@ TEST(DecodedAudioTest, RepeatsTheFirstSamplesAfterFiveEarlyMeasurements)
     EXPECT_EQ(scene.written, 960); // 480 passes of two values
     EXPECT_EQ(scene.buffer[0], 1);
     EXPECT_EQ(scene.buffer[1], 2);
-    EXPECT_EQ(scene.buffer[2], -7); // always the same place
+    EXPECT_EQ(scene.buffer[2], -7); // always written at the same place
 }
 
 TEST(DecodedAudioTest, StopsRepeatingWhenTheBlockIsFull)
@@ -874,7 +873,7 @@ TEST(DecodedAudioTest, StopsRepeatingWhenTheBlockIsFull)
     EXPECT_EQ(scene.buffer[2], -7);
 }
 
-// Each value is written before the count is looked at.
+// Each value is written before the count is checked.
 TEST(DecodedAudioTest, RepeatsOneValueWhereTheBlockIsFullAlready)
 {
     for (int const written : {2000, 2001, INT_MAX}) {
@@ -890,7 +889,7 @@ TEST(DecodedAudioTest, RepeatsOneValueWhereTheBlockIsFullAlready)
 TEST(DecodedAudioTest, MeasuresDriftWithATolerance)
 {
     SyncScene scene;
-    scene.Measure({10000, 10000, 10000, 10000, 10000}); // too little on average
+    scene.Measure({10000, 10000, 10000, 10000, 10000}); // average 10000: no correction
     scene.Measure({10001, 10001, 10001, 10001, 10000}); // 50004
     EXPECT_EQ(scene.Next(1), (Values{3, 4}));
     scene.Measure({10001, 10001, 10001, 10001, 10001}); // 50005: 480 frames
@@ -946,7 +945,7 @@ TEST(DecodedAudioTest, TakesAnyMeasurement)
     for (long long const time : {std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
         SyncScene scene(INT_MAX);
         scene.Measure({time, time, time, time, time, time, time, time, time, time});
-        EXPECT_LE(scene.written, 2001); // the tenth finds a full block
+        EXPECT_LE(scene.written, 2001); // a full block of 2000 and the one value that is always written
         DecodedAudio nothingPlayed;
         int written = 0;
         for (int i = 0; i < 5; ++i) {
@@ -964,9 +963,9 @@ TEST(DecodedAudioTest, TakesAnyMeasurement)
     EXPECT_EQ(values, (Values{0, 0, -7, -7}));
 }
 
-// Mono frames of 10 ms at 1000 Hz and blocks of 10 frames, whose time runs 20 ms behind the frames: each block takes
-// one frame and makes one measurement of -20000. The fifth repeats the frame's first value 20 times, more than the
-// block takes.
+// Mono frames of 10 ms at 1000 Hz and blocks of 10 frames, whose time is 20 ms behind the frames: each block plays one
+// frame and makes one measurement of -20000. The fifth repeats the frame's first value 20 times, more than the block
+// has room for.
 TEST(DecodedAudioTest, MeasuresAtEachChangeOfFrameAtNormalSpeedOnly)
 {
     DecodedAudio cache;
@@ -986,8 +985,8 @@ TEST(DecodedAudioTest, MeasuresAtEachChangeOfFrameAtNormalSpeedOnly)
         EXPECT_NE(FilledValues(cache, 10, 0, false, 1.0000001)[9], -7);
 }
 
-// Fifth measurement of -12 ms in the middle of a block of 20: 12 repetitions are counted, the position stays, and so
-// the last 12 frames of the block keep what was in it.
+// The fifth measurement of -12 ms in the middle of a block of 20 counts 12 repetitions without moving the position, so
+// the last 12 frames of the block keep their old content.
 TEST(DecodedAudioTest, LeavesTheEndOfABlockAloneForWhatItRepeated)
 {
     DecodedAudio cache;

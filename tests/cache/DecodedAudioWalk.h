@@ -13,8 +13,7 @@
 #include <utility>
 #include <vector>
 
-// One cache and its model, side by side, led by `Choices` (see WalkRandom). At 1000 Hz a frame of sound lasts a
-// millisecond.
+// A cache and its model, driven by `Choices` (see WalkRandom). At 1000 Hz an audio frame lasts a millisecond.
 template <typename Choices>
 class DecodedAudioWalk : public RingWalk<DecodedAudio, DecodedAudioModel, DecodedAudioFrame, SoundModel, Choices>
 {
@@ -154,7 +153,7 @@ private:
         channels = random.AnyOf(counts);
     }
 
-    // So that the ring does not stay empty for long after a change of its length.
+    // So that the ring does not stay empty for long after its length changes.
     void Refill()
     {
         for (int i = 0; i < 5; ++i)
@@ -178,7 +177,7 @@ private:
             volume = random.OneIn(2) ? 1.0 : random.AnyOf(volumes);
         if (random.OneIn(25))
             position = random.Between(model.start - 5000, std::max(model.start, model.end) + 5000);
-        if (random.OneIn(15)) // the clock drifts away from the sound
+        if (random.OneIn(15)) // the clock drifts
             position += random.Between(-60000, 60000);
         bool const reset = random.OneIn(20);
         int const frames = static_cast<int>(random.Between(1, random.OneIn(5) ? 150 : 40));
@@ -224,7 +223,7 @@ private:
         for (int index = -1; index <= model.Capacity(); ++index) {
             ASSERT_EQ(cache.GetNextFrameIndex(index), model.Next(index)) << "after " << index;
             ASSERT_EQ(cache.GetPreviousFrameIndex(index), model.Previous(index)) << "before " << index;
-            // Every slot by the time it holds, so that no frame hides in another one.
+            // Looks up every slot by its time, so that no frame is missed.
             if (auto const planned = model.At(index)) {
                 ASSERT_EQ(cache.GetFrameIndex(planned->startTime), model.Index(planned->startTime)) << index;
                 ASSERT_EQ(cache.GetFrameIndexBinarySearch(planned->endTime, index, index),

@@ -1,4 +1,4 @@
-#include <QObject> // first, as a program with windows may: its keywords must not meet names in our headers
+#include <QObject> // first, as in a program with windows: its keywords must not clash with names in our headers
 
 #include "tests/cache/DecodedAudioWalk.h"
 #include "tests/cache/WalkOptions.h"
@@ -13,7 +13,9 @@ TEST(DecodedAudioWalkTest, DoesAtEachStepWhatAPlainModelDoes)
         if (testing::Test::HasFatalFailure())
             return;
     }
-    EXPECT_GE(walk.MostFrames(), 12); // it has grown, gone round the end and met drift both ways
+    // The walk has covered growth (SetMax gives at most 12 slots), wrapping round and drift both ways. Other seeds give
+    // 43 frames, 285 corrections ahead and 118 back or more.
+    EXPECT_GT(walk.MostFrames(), 12);
     EXPECT_TRUE(walk.HasWrapped());
     EXPECT_GE(walk.CorrectionsAhead(), 10);
     EXPECT_GE(walk.CorrectionsBack(), 10);

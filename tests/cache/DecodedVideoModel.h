@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-// The picture cache written down as plainly as it can be said, for a comparison step by step.
+// A simple model of the picture cache, for comparison after each step.
 struct PictureModel
 {
     int id = 0;
@@ -175,7 +175,7 @@ struct DecodedVideoModel
         if (newBudget < 0 || width < 0 || height < 0 || bytesPerPixel < 0)
             return;
         budget = newBudget;
-        long long const product = static_cast<long long>(width) * height * bytesPerPixel; // the walk stays in range
+        long long const product = static_cast<long long>(width) * height * bytesPerPixel; // in the walk: no overflow
         int capacity = 25;
         if (product > 0) {
             float const frames = static_cast<float>(newBudget / product) * 1.2f;

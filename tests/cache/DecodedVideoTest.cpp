@@ -228,14 +228,14 @@ TEST(DecodedVideoTest, ClearsAtOnceAndReleasesTwoPicturesAnAppend)
     EXPECT_EQ(cache.GetStartTime(), 0);
     EXPECT_EQ(cache.GetEndTime(), 0);
     EXPECT_EQ(CountAlive(pictures), 10);
-    // From the top of the 25 slots: slots 24 to 11 are empty, slot 10 and 9 go with the eighth append.
+    // Released from the top of the 25 slots: slots 24 to 11 are empty, slots 10 and 9 go with the eighth append.
     for (int i = 0; i < 7; ++i)
         cache.AppendFrame(PictureAt(i * 40000LL));
     EXPECT_EQ(CountAlive(pictures), 10);
     cache.AppendFrame(PictureAt(7 * 40000LL));
     EXPECT_EQ(CountAlive(pictures), 9);
     EXPECT_TRUE(pictures[9].expired());
-    cache.AppendFrame(PictureAt(0)); // dropped, and still releases
+    cache.AppendFrame(PictureAt(0)); // dropped, but still releases
     EXPECT_EQ(CountAlive(pictures), 7);
     EXPECT_TRUE(pictures[8].expired());
     EXPECT_TRUE(pictures[7].expired());
@@ -357,7 +357,7 @@ TEST(DecodedVideoTest, CountsTheSlotsOfADrainedRingUntilItIsCleared)
 
 TEST(DecodedVideoTest, SurvivesEveryOperationOnADrainedRing)
 {
-    for (int const pictures : {1, 25}) { // popped in the middle of the array, and round its end
+    for (int const pictures : {1, 25}) { // popped in the middle of the array, and across its end
         DecodedVideo cache;
         for (int i = 0; i < pictures; ++i)
             cache.PushBack(PictureAt(i * 40000LL));
@@ -383,7 +383,7 @@ TEST(DecodedVideoTest, SurvivesEveryOperationOnADrainedRing)
         for (int i = 0; i < 60; ++i)
             i % 2 ? cache.PopFront() : cache.PopBack();
         EXPECT_EQ(cache.GetSize(), 0);
-        cache.AppendFrame(PictureAt(40000)); // not before a start of 0, no latest to come after
+        cache.AppendFrame(PictureAt(40000)); // not before the start 0, and there is no latest to follow
         EXPECT_EQ(cache.GetSize(), 0);
         cache.PushBack(PictureAt(40000));
         cache.PushFront(PictureAt(20000));
@@ -430,7 +430,7 @@ TEST(DecodedVideoTest, TakesTimesAtTheEndsOfTheRange)
     constexpr long long most = std::numeric_limits<long long>::max();
     DecodedVideo cache;
     cache.PushBack(PictureAt(0));
-    cache.PushBack(PictureAt(least, most)); // the end of the other wraps
+    cache.PushBack(PictureAt(least, most)); // the end of the first one wraps
     cache.PushFront(PictureAt(most));
     cache.UpdateStartEndTimes();
     EXPECT_EQ(cache.GetFrameAtIndex(0)->endTime, most);
@@ -475,7 +475,7 @@ TEST(DecodedVideoTest, FallsBackToTwentyFiveSlotsWithoutAUsablePictureSize)
     EXPECT_EQ(cache.GetMaxFrameCount(), 25);
     cache.SetMaxCacheSize(1000000000, 65536, 65536, 3); // the 32-bit product is 0
     EXPECT_EQ(cache.GetMaxFrameCount(), 25);
-    cache.SetMaxCacheSize(1000000000, 40000, 40000, 3); // and here 505032704, so that one picture fits
+    cache.SetMaxCacheSize(1000000000, 40000, 40000, 3); // the 32-bit product is 505032704: one picture fits
     EXPECT_EQ(cache.GetMaxFrameCount(), 25);
     cache.SetMaxCacheSize(std::numeric_limits<long long>::max(), 1, 1, 1); // more slots than 32 bits
     EXPECT_EQ(cache.GetMaxFrameCount(), 25);
@@ -593,7 +593,7 @@ TEST(DecodedVideoTest, DropsTheEarliestWhilePlayingOnlyWithEnoughBehindThePositi
     cache.SetMaxCacheSize(4000, 10, 10, 1);
     AppendPictures(cache, 40);
     ASSERT_TRUE(cache.IsCacheFull());
-    cache.UpdateCache(3 * 40000, 10000000, true, true); // 300 bytes behind, 400 are wanted
+    cache.UpdateCache(3 * 40000, 10000000, true, true); // 300 bytes behind, 400 wanted
     EXPECT_FALSE(cache.CanCacheForwards());
     EXPECT_EQ(cache.GetFrameCount(), 40);
     cache.UpdateCache(4 * 40000, 10000000, true, true);
@@ -645,7 +645,7 @@ TEST(DecodedVideoTest, FollowsThePositionThatHasRunPastTheCache)
     EXPECT_TRUE(cache.CanCacheBackwards());
 }
 
-// 100 pictures of 100 bytes, the budget 20000 bytes: 8000 are wanted in the direction of the last move and 2000 the
+// 100 pictures of 100 bytes and a budget of 20000 bytes: 8000 are wanted in the direction of the last move and 2000 the
 // other way.
 TEST(DecodedVideoTest, SharesThePausedBudgetByTheDirectionOfTheLastMove)
 {
@@ -661,7 +661,7 @@ TEST(DecodedVideoTest, SharesThePausedBudgetByTheDirectionOfTheLastMove)
     EXPECT_EQ(advice(at(19)), 'b'); // moved backwards: 8000 ahead are enough, 1900 of 8000 behind
     EXPECT_EQ(advice(at(80)), 'f');
     EXPECT_EQ(advice(at(79)), 'b'); // 2000 ahead are enough now, 7900 of 8000 behind
-    EXPECT_EQ(advice(at(79)), 'b'); // not moved: the direction stays
+    EXPECT_EQ(advice(at(79)), 'b'); // no move: the direction stays
     EXPECT_EQ(advice(at(80) - 1), 'f');
 }
 
@@ -677,7 +677,7 @@ TEST(DecodedVideoTest, AsksForMoreAheadWhenBothSharesAreThere)
     EXPECT_FALSE(cache.CanCacheBackwards());
 }
 
-// The third position lies between the first, which is remembered, and the second, which is not: it counts as a move
+// The third position is after the first, which is remembered, and before the second, which is not: it counts as a move
 // forwards, for which 3400 bytes ahead are too few.
 TEST(DecodedVideoTest, ForgetsAPositionAtWhichAFullCacheStoppedIt)
 {
@@ -767,7 +767,7 @@ TEST(DecodedVideoTest, StopsStepsAtTheEndsOfAWrappedRingOnly)
     EXPECT_EQ(unwrapped.GetNextFrameIndex(2), 3);
     EXPECT_EQ(unwrapped.GetFrameAtIndex(3), nullptr);
     EXPECT_EQ(unwrapped.GetPreviousFrameIndex(0), -1);
-    EXPECT_EQ(unwrapped.GetNextFrameIndex(-1), -1); // onto the earliest
+    EXPECT_EQ(unwrapped.GetNextFrameIndex(-1), -1); // would reach the earliest
     EXPECT_EQ(unwrapped.GetNextFrameIndex(24), 0);
     unwrapped.PopFront();
     EXPECT_EQ(unwrapped.GetPreviousFrameIndex(1), 0);
@@ -822,7 +822,7 @@ TEST(DecodedVideoTest, StepsFromAGapToSlotZero)
     EXPECT_EQ(StartOf(wrapped.GetFrame(860000, -1)), 960000);
 }
 
-// An unwrapped ring that starts in slot 0 is walked round and round.
+// In an unwrapped ring that starts in slot 0 the walk goes round and round.
 TEST(DecodedVideoTest, AnswersAnyOffsetWithoutWalkingItAll)
 {
     DecodedVideo cache;
@@ -834,5 +834,5 @@ TEST(DecodedVideoTest, AnswersAnyOffsetWithoutWalkingItAll)
     EXPECT_EQ(cache.GetFrame(0, INT_MIN), nullptr);
     cache.PopFront();
     cache.UpdateStartEndTimes();
-    EXPECT_EQ(cache.GetFrame(40000, 25), nullptr); // would come onto the earliest
+    EXPECT_EQ(cache.GetFrame(40000, 25), nullptr); // would reach the earliest
 }

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-// One cache and its model, side by side, led by `Choices` (see WalkRandom). A picture is known by the number in its
-// `rotation`, which the cache does not look at.
+// A cache and its model, driven by `Choices` (see WalkRandom). The number in a picture's `rotation`, which the cache
+// ignores, identifies it.
 template <typename Choices>
 class DecodedVideoWalk : public RingWalk<DecodedVideo, DecodedVideoModel, DecodedVideoFrame, PictureModel, Choices>
 {
@@ -66,7 +66,7 @@ private:
         onModel(model);
     }
 
-    // The same record for both sides; null now and then, or without data.
+    // The same record for the cache and the model; now and then null or without data.
     std::pair<std::shared_ptr<DecodedVideoFrame>, std::shared_ptr<PictureModel>> NewRecord(long long start)
     {
         auto real = std::make_shared<DecodedVideoFrame>();

@@ -1,4 +1,4 @@
-#include <QObject> // first, as a program with windows may: its keywords must not meet names in our headers
+#include <QObject> // first, as in a program with windows: its keywords must not clash with names in our headers
 
 #include "tests/cache/DecodedVideoWalk.h"
 #include "tests/cache/WalkOptions.h"
@@ -13,7 +13,9 @@ TEST(DecodedVideoWalkTest, DoesAtEachStepWhatAPlainModelDoes)
         if (testing::Test::HasFatalFailure())
             return;
     }
-    EXPECT_GE(walk.MostFrames(), 37); // it has grown, gone round the end and run dry
+    // The walk has covered growth (the first growth of 25 slots gives 37; other seeds give 900 pictures or more),
+    // wrapping round and draining.
+    EXPECT_GE(walk.MostFrames(), 37);
     EXPECT_TRUE(walk.HasWrapped());
     EXPECT_TRUE(walk.HasDrained());
 }

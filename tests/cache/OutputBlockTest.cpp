@@ -16,7 +16,7 @@ Values Counting(int count)
     return values;
 }
 
-// One frame at a time, as the rule has it: what `frames` input frames become at `speed`, from phase 0.
+// A simple model of the speed rule, one frame at a time: the output for `frames` input frames at `speed`, from phase 0.
 struct PlainFollower
 {
     Values output;
@@ -74,7 +74,7 @@ TEST(OutputBlockTest, FillsTheRestWithSilenceFromItsPosition)
     Values output(6, -7);
     OutputBlock block(output.data(), 6, 1, 1.0, 1.0, 0.0);
     block.Play({input.data(), 4}, 0, 2);
-    block.written += 3; // counted, but not moved
+    block.written += 3; // counted, without moving the position
     block.FillWithSilence();
     EXPECT_TRUE(block.IsFull());
     EXPECT_EQ(output, (Values{1, 2, 0, -7, -7, -7}));

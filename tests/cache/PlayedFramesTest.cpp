@@ -63,7 +63,7 @@ TEST(PlayedFramesTest, LeavesAFrameThatSomebodyHoldsWithoutLinks)
     EXPECT_EQ(kept.use_count(), 1);
 }
 
-// One inside the other, they would end the stack.
+// A recursive release would overflow the stack.
 TEST(PlayedFramesTest, ReleasesAnyNumberOfFrames)
 {
     PlayedFrames played;

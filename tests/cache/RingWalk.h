@@ -4,7 +4,8 @@
 #include <utility>
 #include <vector>
 
-// A ring of records and its model: what a walk does to either of the two caches alike, and what it sees on the way.
+// A ring of records and its model: the operations that a walk does in the same way on either cache, and what it has
+// covered.
 template <typename Cache, typename Model, typename Record, typename RecordModel, typename Choices>
 class RingWalk
 {
@@ -14,7 +15,7 @@ public:
     bool HasWrapped() const { return hasWrapped; }
 
 protected:
-    // A record on both sides, for as long as the two caches hold it.
+    // A record of the cache and its model's, as long as the two caches hold them.
     struct Lives
     {
         std::weak_ptr<Record> real;
@@ -23,7 +24,7 @@ protected:
 
     explicit RingWalk(Choices newChoices) : random(newChoices) {}
 
-    // The same record for both sides, as a pair.
+    // The same record for the cache and the model.
     template <typename Records>
     void Append(Records const& records)
     {
@@ -58,7 +59,7 @@ protected:
         }
     }
 
-    // Hands each record that still lives to `compare`, with its model, and forgets the others.
+    // Passes each live record to `compare`, with its model, and removes the others.
     template <typename Compare>
     void CompareLives(Compare const& compare)
     {

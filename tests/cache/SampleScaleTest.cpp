@@ -18,7 +18,7 @@ Samples EverySample()
     return samples;
 }
 
-// The rule, one value at a time.
+// A model of the rule for one value.
 short Scaled(short sample, double volume)
 {
     double const value = static_cast<double>(sample) * volume;
@@ -29,7 +29,7 @@ short Scaled(short sample, double volume)
     return static_cast<short>(value);
 }
 
-// Around every place where truncation or clipping turns: products next to whole numbers, and far out.
+// Volumes at which truncation or clipping changes the result: products next to whole numbers, and very large ones.
 std::vector<double> Volumes()
 {
     std::vector<double> volumes = {0.0,       -0.0,    1.0,     -1.0,    0.5,     2.0,
@@ -86,7 +86,7 @@ TEST(SampleScaleTest, TakesVolumesThatAreNotFinite)
     }
 }
 
-// Any number of samples at any place, and nothing beside them.
+// Any number of samples at any alignment; nothing beside them is written.
 TEST(SampleScaleTest, TouchesOnlyWhatItIsGiven)
 {
     for (int offset = 0; offset < 17; ++offset) {

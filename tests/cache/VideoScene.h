@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-// A picture as the decoder makes it, of `size` bytes.
+// A picture like the decoder's, of `size` bytes.
 inline std::shared_ptr<DecodedVideoFrame> PictureAt(long long start, long long end = 0, int size = 100)
 {
     auto picture = std::make_shared<DecodedVideoFrame>();
@@ -57,8 +57,8 @@ inline long long StartOf(std::shared_ptr<DecodedVideoFrame> const& frame)
     return frame ? frame->startTime : -1;
 }
 
-// A ring of 25 slots that goes round the end: 9 pictures of 40 ms from 800000 on, the earliest in slot 20, the one at
-// 1000000 in slot 0, the latest in slot 3.
+// A ring of 25 slots that wraps round: 9 pictures of 40 ms from 800000 on, the earliest in slot 20, the one at 1000000
+// in slot 0, the latest in slot 3.
 inline void WrapRing(DecodedVideo& cache)
 {
     AppendPictures(cache, 20);

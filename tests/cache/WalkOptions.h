@@ -5,9 +5,10 @@
 #include <random>
 #include <string>
 
-// What leads a walk: numbers within bounds, both inclusive. Whoever leads one by other means offers the same.
+// Makes the choices of a walk: numbers within bounds, both inclusive. A fuzzer's choices (FuzzBytes) have the same
+// interface.
 //
-// A random walk repeats itself exactly: TAVOLIN_WALK_SEED and TAVOLIN_WALK_STEPS in the environment choose another one.
+// A walk is repeatable; TAVOLIN_WALK_SEED and TAVOLIN_WALK_STEPS in the environment select another one.
 class WalkRandom
 {
 public:

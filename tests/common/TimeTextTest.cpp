@@ -121,7 +121,7 @@ TEST(TimeTextTest, PrintsAShortClock)
 {
     EXPECT_EQ(TimeText::ShortClock(0, 3), "0:00:00.000");
     EXPECT_EQ(TimeText::ShortClock(12480000, 3), "0:00:12.480");
-    EXPECT_EQ(TimeText::ShortClock(59999999, 3), "0:00:59.999"); // cut: that second is not over
+    EXPECT_EQ(TimeText::ShortClock(59999999, 3), "0:00:59.999"); // truncated: that second is not over
     EXPECT_EQ(TimeText::ShortClock(3723004000, 3), "1:02:03.004");
     EXPECT_EQ(TimeText::ShortClock(-1500000, 3), "-0:00:01.500");
     EXPECT_EQ(TimeText::ShortClock(360000000000, 0), "100:00:00");

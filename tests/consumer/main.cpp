@@ -13,8 +13,8 @@
 #include <memory>
 #include <string>
 
-// What anybody's first program with the library does: probes a file, decodes it and prints what was found. The file is
-// one of sound that it writes itself: 1.5 seconds of silence.
+// A typical first program with the library: probes a file, decodes it and prints the result. It writes the file itself:
+// 1.5 seconds of silence.
 
 namespace {
 

@@ -20,7 +20,7 @@ extern "C" {
 
 namespace {
 
-constexpr long long noLayout = 0; // leaves the resampler without a set-up, so that samples are converted one by one
+constexpr long long noLayout = 0; // leaves the resampler unusable, so that samples are converted one by one
 constexpr long long monoLayout = 0x4;
 constexpr long long stereoLayout = 0x3;
 
@@ -37,7 +37,7 @@ QByteArray BytesOf(std::vector<Value> const& values)
     return QByteArray(reinterpret_cast<char const*>(values.data()), static_cast<int>(values.size() * sizeof(Value)));
 }
 
-// A sound file with its decoder, which the tested one drives.
+// A sound file, its codec, and the tested decoder that uses the codec.
 class Sound
 {
 public:
@@ -47,7 +47,7 @@ public:
         : Sound(WriteMedia("samples.wav", WavBytes(formatTag, channels, sampleRate, bits, data)))
     {}
 
-    // With the layout that the file or the channel count gives, or the one given.
+    // With the channel layout given.
     bool Initialize(long long channelLayout, int sampleFormat)
     {
         return decoder.Initialize(Codec(), TimeBase(), FfmpegBridge::ChannelCount(Codec()), channelLayout,
@@ -84,7 +84,7 @@ Samples ConvertFloats(std::vector<float> const& values)
     return ConvertOneByOne(3, 1, 32, BytesOf(values));
 }
 
-// What the resampler makes of a whole file, channel layouts given.
+// A whole file converted by FFmpeg's resampler with these channel layouts.
 Samples Resampled(QString const& path, uint64_t inputLayout, uint64_t outputLayout, int outputChannels)
 {
     ReferenceInput input(path, AVMEDIA_TYPE_AUDIO);
@@ -122,7 +122,7 @@ Samples DecodedWhole(Sound& sound)
     return all;
 }
 
-// `packets` packets of a file in one.
+// `packets` packets of a file joined to one.
 FfmpegPtr<AVPacket> JoinedPackets(ReferenceInput& input, int packets)
 {
     auto first = input.NextPacket();
@@ -143,13 +143,13 @@ FfmpegPtr<AVPacket> WrongPacket()
     return packet;
 }
 
-// Planar float, frames of 1152 samples, one a packet.
+// Planar float, one frame of 1152 samples per packet.
 QString Layer3(int rate, int channels)
 {
     return MakeMedia("layer3.mka", Tone(rate, channels, 0.5) + QStringList{"-c:a", "libmp3lame", "-b:a", "64k"});
 }
 
-// Everything that the decoder logs, which is nothing.
+// Checks that the decoder logs nothing.
 class AudioDecoderTest : public testing::Test
 {
 protected:
@@ -220,7 +220,7 @@ TEST_F(AudioDecoderTest, FillsTheRecord)
     EXPECT_EQ(record.sampleCapacity, 2048);
     EXPECT_EQ(record.sampleRate, 48000);
     EXPECT_EQ(record.startTime, 0);
-    EXPECT_EQ(record.endTime, 21332); // 21333.33 - 1, cut
+    EXPECT_EQ(record.endTime, 21332); // 21333.33 - 1, truncated
     EXPECT_EQ(record.tag, -1);
 }
 
@@ -248,8 +248,8 @@ TEST_F(AudioDecoderTest, StartsAtZeroWithoutATime)
     EXPECT_EQ(sound.Decode(packet.get()).at(0)->startTime, 0);
 }
 
-// The step between the frames of one packet is the bytes of a plane over those of a second of 16-bit sound, which is
-// twice the true one for mono float.
+// The step between the frames of one packet is the first plane's bytes divided by the bytes of one second of 16-bit
+// sound, for mono float twice the frame's duration.
 TEST_F(AudioDecoderTest, StepsFramesOfOnePacketByTheirBytes)
 {
     Sound sound(Layer3(48000, 1));
@@ -268,7 +268,7 @@ TEST_F(AudioDecoderTest, StepsFramesOfOnePacketByTheirBytes)
     }
 }
 
-// 21333.33 microseconds a step: the fractions add up.
+// A step of 21333.33 microseconds: fractions add up.
 TEST_F(AudioDecoderTest, GathersFractionsBetweenFramesOfOnePacket)
 {
     Sound sound(Layer3(44100, 2));
@@ -285,20 +285,20 @@ TEST_F(AudioDecoderTest, GathersFractionsBetweenFramesOfOnePacket)
     EXPECT_EQ(sounds[3]->endTime, 78367 + 26121);
 }
 
-// The packet that drains bears no time.
+// The draining packet has no time.
 TEST_F(AudioDecoderTest, StampsDrainedFramesFromZero)
 {
     Sound sound(Layer3(48000, 1));
     sound.Initialize(monoLayout);
     sound.DecodeNext();
     sound.DecodeNext();
-    avcodec_send_packet(sound.Codec(), sound.input.NextPacket().get()); // left in the codec
+    avcodec_send_packet(sound.Codec(), sound.input.NextPacket().get()); // stays in the codec
     Sounds const sounds = sound.Decode(EmptyPacket().get());
     ASSERT_EQ(sounds.size(), 1);
     EXPECT_EQ(sounds[0]->startTime, 0);
     EXPECT_EQ(sounds[0]->endTime, 23999);
     EXPECT_TRUE(sound.Decode(EmptyPacket().get()).isEmpty());
-    EXPECT_TRUE(sound.DecodeNext().isEmpty()); // past the end
+    EXPECT_TRUE(sound.DecodeNext().isEmpty()); // after the end
 }
 
 TEST_F(AudioDecoderTest, DrainsAFullCodec)
@@ -415,7 +415,7 @@ TEST_F(AudioDecoderTest, FollowsAFormatThatIsNotTheOneAnnounced)
     }
 }
 
-// A layout of more channels than the records hold keeps the resampler out, whatever else becomes known later.
+// A layout with more channels than the records keeps the resampler unusable, whatever the frames hold later.
 TEST_F(AudioDecoderTest, WritesNoMoreChannelsThanTheRecordHoldsWhenTheFormatChanges)
 {
     std::vector<float> stereo;
@@ -451,7 +451,7 @@ TEST_F(AudioDecoderTest, ReadsNoMoreChannelsThanTheFrameHasWhenTheFormatChanges)
     }
 }
 
-// The conversion one by one
+// Conversion without a resampler
 
 TEST_F(AudioDecoderTest, ConvertsUnsignedBytes)
 {
@@ -482,7 +482,7 @@ TEST_F(AudioDecoderTest, SilencesWhatIsNoNumber)
               (Samples{0, 0, 0, 0, 32767}));
 }
 
-// Every format of four bytes counts as float here.
+// Every four-byte format is read as float.
 TEST_F(AudioDecoderTest, ReadsIntegersOfFourBytesAsFloats)
 {
     EXPECT_EQ(ConvertOneByOne(1, 1, 32, BytesOf(std::vector<int32_t>{0x3f800000, 0x3f000000, 1000})),
@@ -500,7 +500,7 @@ TEST_F(AudioDecoderTest, DropsPackedChannelsBeyondTheBound)
     EXPECT_EQ(ConvertOneByOne(1, 3, 16, BytesOf(Samples{1, 2, 3, 4, 5, 6})), (Samples{1, 2, 4, 5}));
 }
 
-// Eleven planes, three more than a frame's own list of them holds.
+// Eleven planes, three more than AVFrame::data holds.
 TEST_F(AudioDecoderTest, InterleavesMorePlanesThanEight)
 {
     Samples values;
@@ -545,7 +545,7 @@ TEST_F(AudioDecoderTest, ConvertsOneByOneWhereTheBoundHasNoLayout)
     EXPECT_EQ(SamplesOf(*sound.DecodeNext().at(0)), expected);
 }
 
-// One step of the codec's interface
+// DecodeInternal
 
 TEST_F(AudioDecoderTest, TellsAboutEachStep)
 {
@@ -553,7 +553,7 @@ TEST_F(AudioDecoderTest, TellsAboutEachStep)
     sound.Initialize(monoLayout);
     bool gotFrame = true;
     bool endOfStream = false;
-    EXPECT_EQ(sound.decoder.DecodeInternal(nullptr, gotFrame, endOfStream), 0); // nothing yet: try again
+    EXPECT_EQ(sound.decoder.DecodeInternal(nullptr, gotFrame, endOfStream), 0); // no frame yet
     EXPECT_FALSE(gotFrame);
     EXPECT_EQ(sound.decoder.DecodeInternal(sound.input.NextPacket().get(), gotFrame, endOfStream), 0);
     EXPECT_TRUE(gotFrame);

@@ -1,4 +1,4 @@
-// Real clips of cameras, phones, programs and encoders, against what is known of each.
+// Tests with real clips of cameras, phones, programs and encoders, compared with the facts known of each.
 
 #include "tests/support/Clips.h"
 
@@ -29,16 +29,16 @@ extern "C" {
 
 namespace {
 
-// Their pictures depend on how FFmpeg conceals the damage.
+// Clips whose pictures depend on FFmpeg's error concealment.
 QSet<QString> const damaged = {"corrupt-h264.mp4", "cut-in-packet.ts", "ps-mpeg1-sar64x45-cut.mpg"};
 
-// Longer durations than a frame's are estimates, other ones in other versions.
+// Clips whose duration FFmpeg estimates, each version differently.
 QSet<QString> const estimated = {"ps-mpeg1-sar64x45-cut.mpg"};
 
-// Sounds of which FFmpeg 4.3 decodes far more or less than later versions.
+// Clips whose sound FFmpeg 4.3 decodes to a very different length.
 QSet<QString> const countedDifferently = {"phone-h263-amr-vfr.3gp"};
 
-// What FFmpeg itself decodes of the sound.
+// Sample frames that FFmpeg itself decodes.
 long long SampleCount(QString const& path)
 {
     long long count = 0;
@@ -73,7 +73,7 @@ double RateOf(QString const& text)
     return denominator != 0.0 ? parts.value(0).toDouble() / denominator : 0.0;
 }
 
-// Of a pixel, as the codec has it: the container's own opinion does not count. 1 where neither says anything.
+// The pixel aspect ratio by the codec; the container's is ignored. 1 without one.
 float AspectOf(QString const& path, int streamIndex)
 {
     ReferenceInput const input(path, AVMEDIA_TYPE_VIDEO);
@@ -86,7 +86,7 @@ long long Microseconds(QJsonValue const& seconds)
     return std::llround(seconds.toDouble() * 1000000.0);
 }
 
-// One picture of a stream as it was delivered.
+// One delivered picture.
 struct Seen
 {
     long long time = 0;
@@ -112,7 +112,7 @@ public:
         return streams;
     }
 
-    // Still or movie, by what a host can see before probing.
+    // Decides by demuxer and codec, as a host does before probing.
     bool IsImage() const
     {
         QString const demuxer = facts["format"].toObject()["name"].toString();
@@ -125,7 +125,7 @@ public:
     QJsonObject facts;
 };
 
-// The MD5 sums of the plain conversion of some pictures of a clip, by their number.
+// MD5 sums of the plain conversion of some pictures of a clip, by picture number.
 std::map<int, QByteArray> PlainSums(QString const& path, QSet<int> const& numbers, float aspect)
 {
     std::map<int, QByteArray> sums;
@@ -198,7 +198,7 @@ TEST_P(ClipsTest, IsDescribedAsItIs)
     if (info->IsImage() || format["duration"].isNull()) {
         EXPECT_EQ(info->GetDuration(), -1);
     } else if (!estimated.contains(clip.name)) {
-        EXPECT_EQ(info->GetDuration(), OpenPlainly(clip.path)->duration); // versions differ where edit lists are
+        EXPECT_EQ(info->GetDuration(), OpenPlainly(clip.path)->duration); // versions differ with edit lists
     }
 
     auto const videos = clip.Streams("video");
@@ -256,7 +256,7 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
     }
     instance.Initialize(info, 0);
     if (!instance.HasPacket()) {
-        ASSERT_EQ(log.Lines().size(), 1u); // a stream without decoder
+        ASSERT_EQ(log.Lines().size(), 1u); // a stream without a decoder
         EXPECT_TRUE(log.Lines()[0].message.startsWith("Failed to find ")) << log.Lines()[0];
         EXPECT_TRUE(clip.name.contains("unknown") || clip.name.contains("without-decoder"));
         return;
@@ -269,7 +269,7 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
     for (QJsonValue const& picture : decodedVideo["pictures"].toArray())
         numbers.insert(picture.toObject()["index"].toInt());
 
-    // A picture at a time: together they would fill the memory.
+    // Checks the pictures one at a time; together they would fill the memory.
     std::map<int, Seen> seen;
     std::vector<long long> times;
     long long sampleFrames = 0;
@@ -303,7 +303,7 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
     };
     decodeOn();
     for (int forced = 0; sizeMarks > 0 && endMarks == 0 && forced < 200; ++forced) {
-        instance.PrepareNextPacket(true); // a mark of the size ends the drain
+        instance.PrepareNextPacket(true); // a record with status 1 ends the drain
         decodeOn();
     }
 
@@ -312,7 +312,9 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
             if (sound["index"].toInt() != instance.GetActiveAudioStreamIndex())
                 continue;
             auto const known = sound["decoded"].toObject()["samples"].toInt();
-            // Versions differ in what they make of the last block; without damage FFmpeg itself tells.
+            // FFmpeg's versions differ in the length of the last frame: up to 1024 samples of AAC. The expected value
+            // is that of this FFmpeg, except for a damaged clip: there versions differ by up to two MPEG audio frames
+            // of 1152.
             long long const expected = damaged.contains(clip.name) ? known : SampleCount(clip.path);
             EXPECT_NEAR(static_cast<double>(sampleFrames), static_cast<double>(expected),
                         damaged.contains(clip.name) ? 2304 : 0);
@@ -331,7 +333,7 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
         EXPECT_NEAR(static_cast<double>(times.size()), frames, 3.0);
         return;
     }
-    if (frames == 0) { // by a decoder that came after the facts
+    if (frames == 0) { // by a decoder that is newer than the facts
         int known = 0;
         ReferenceInput(clip.path, AVMEDIA_TYPE_VIDEO).DecodeAll([&known](AVFrame&) { ++known; });
         EXPECT_EQ(static_cast<int>(times.size()) + sizeMarks, known);
@@ -346,15 +348,15 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
         EXPECT_NEAR(static_cast<double>(times.back()), Microseconds(decodedVideo["last_pts_time"]) - start, 1.0);
     }
 
-    // The sums that are known hold for one processor's arithmetic. Where they do not, or the pixels are not square,
-    // FFmpeg's plain conversion on this one tells.
+    // The known sums are those of one processor's arithmetic. Where they do not match, or the pixels are not square,
+    // the plain conversion on this processor must match.
     float const aspect = info->IsImage() ? 1.0f : AspectOf(clip.path, video["index"].toInt());
     std::map<int, QByteArray> plain;
     for (QJsonValue const& value : decodedVideo["pictures"].toArray()) {
         QJsonObject const picture = value.toObject();
         int const number = picture["index"].toInt();
         if (picture["width"].toInt() != video["width"].toInt())
-            continue; // of a changed size: marked instead
+            continue; // of a changed size: replaced by a record with status 1
         ASSERT_EQ(seen.count(number), 1u);
         EXPECT_EQ(seen[number].width, static_cast<int>(static_cast<float>(picture["width"].toInt()) * aspect));
         EXPECT_EQ(seen[number].height, picture["height"].toInt());
@@ -366,7 +368,7 @@ TEST_P(ClipsTest, IsDecodedAsFFmpegDoes)
     }
 }
 
-// Wherever the host jumps, the session gives an answer and ends.
+// Any seek is answered, and decoding ends.
 TEST_P(ClipsTest, TakesSeeksAnywhere)
 {
     Clip const clip(QString::fromStdString(GetParam()));

@@ -24,7 +24,7 @@ double Sample(AVFrame const& picture, AVPixFmtDescriptor const& format, int comp
     return (isBigEndian ? at[0] << 8 | at[1] : at[1] << 8 | at[0]) >> place.shift;
 }
 
-// The plane's value between four samples; outside it repeats its edge.
+// Interpolates the plane between four samples; outside it repeats its edge.
 double Between(AVFrame const& picture, AVPixFmtDescriptor const& format, int component, double row, double column,
                int firstRow, int rowStep, int rows, int columns)
 {
@@ -48,7 +48,7 @@ double PqToLuminance(double value)
     return 10000.0 * std::pow(std::max(power - c1, 0.0) / (c2 - c3 * power), 1.0 / m1);
 }
 
-// ITU-R BT.2390, 5.4.1, black at 0 on both sides.
+// ITU-R BT.2390, 5.4.1, with black at 0 on both sides.
 double Eetf(double luminance, double peak)
 {
     double const white = 203.0;
@@ -116,7 +116,7 @@ std::vector<double> Convert(AVFrame const& picture, Coding const& coding)
     for (int y = 0; y < picture.height; ++y) {
         int const field = coding.isInterlaced ? y % 2 : 0;
         int const fieldRows = (rows - field + step - 1) / step;
-        // A field sees the sample that lies between the frame's rows nearer to its own row, or farther from it.
+        // The chroma sample's distance below the row of its field: 1/4 row in the first field, 3/4 in the second.
         double const down = !coding.isInterlaced ? coding.siting.down : field == 0 ? 0.25 : 0.75;
         for (int x = 0; x < picture.width; ++x) {
             double const row = stepDown > 1.0 ? (y / step - down) / stepDown : y / step;

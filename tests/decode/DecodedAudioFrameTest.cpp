@@ -17,7 +17,7 @@ TEST(DecodedAudioFrameTest, StartsWithoutSamplesAndWithoutTag)
     EXPECT_EQ(frame.tag, -1);
 }
 
-// The sanitized build judges the release.
+// AddressSanitizer checks the release.
 TEST(DecodedAudioFrameTest, ReleasesSamplesFromArrayNewHoweverTheyWereCounted)
 {
     auto frame = std::make_shared<DecodedAudioFrame>();
@@ -26,7 +26,7 @@ TEST(DecodedAudioFrameTest, ReleasesSamplesFromArrayNewHoweverTheyWereCounted)
     frame->sampleCount = 250; // the cache may stretch it beyond its capacity
     frame.reset();
     frame = std::make_shared<DecodedAudioFrame>();
-    frame->samples = new short[static_cast<size_t>(frame->sampleCapacity)]; // of none
+    frame->samples = new short[static_cast<size_t>(frame->sampleCapacity)]; // an array of length 0
     EXPECT_NE(frame->samples, nullptr);
     frame.reset();
 }

@@ -58,7 +58,7 @@ TEST(DecodedVideoFrameTest, HasNoDataForLessThanOneByte)
     EXPECT_EQ(one.data[0], 5);
 }
 
-// The sanitized build judges the release.
+// AddressSanitizer checks the release.
 TEST(DecodedVideoFrameTest, ReleasesWhateverDataItHolds)
 {
     auto frame = std::make_shared<DecodedVideoFrame>(bytes, 12, 2, 2, 0, 25.0, 0, false);

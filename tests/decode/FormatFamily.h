@@ -13,9 +13,9 @@ extern "C" {
 #include <string>
 #include <vector>
 
-// For tests that go through many formats of pixels.
+// For tests over many pixel formats.
 
-// Formats that the converters treat alike.
+// Formats that the converters treat in the same way.
 struct Family
 {
     char const* name;

@@ -50,7 +50,7 @@ TEST(PictureBuffersTest, NeverHandsABufferToTwo)
     }
 }
 
-// The buffers are array new's, so that a host may release them itself.
+// The buffers come from array new, so that a host may delete them itself.
 TEST(PictureBuffersTest, DealsInArrays)
 {
     PictureBuffers store;

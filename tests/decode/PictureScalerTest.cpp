@@ -21,7 +21,7 @@ namespace {
 constexpr uint8_t guard = 0xa5;
 constexpr size_t guardBytes = 256;
 
-constexpr int pixelsOfALargePicture = 500000; // where the scaler begins to share the work between threads
+constexpr int pixelsOfALargePicture = 500000; // the scaler's limit for threads
 
 Family const families[] = {
     {"LimitedYuv",
@@ -37,7 +37,7 @@ Family const families[] = {
     {"GrayAndPalette", {AV_PIX_FMT_GRAY8, AV_PIX_FMT_GRAY16LE, AV_PIX_FMT_PAL8}},
 };
 
-// Converts a picture of noise and compares each byte, and those around it; an empty text when all is well.
+// Converts a noise picture and compares every byte and the bytes beside it; the text is empty when all are equal.
 std::string Difference(PictureScaler& scaler, int format, int width, int height, int outputWidth)
 {
     auto const source = NoisePicture(width, height, format, static_cast<uint32_t>(width * 7 + height));
@@ -118,7 +118,7 @@ TEST_P(PictureScalerFormatTest, ConvertsLargePicturesAsThePlainCallDoes)
 
 INSTANTIATE_TEST_SUITE_P(All, PictureScalerFormatTest, testing::ValuesIn(families), FamilyName);
 
-// The quick converters leave the last columns out or write beside the row, depending on the width.
+// libswscale's quick converters leave the last columns unwritten or write beside the row, depending on the width.
 TEST(PictureScalerTest, ConvertsLargePicturesOfEveryNarrowWidth)
 {
     for (int width = 8; width <= 130; ++width) {
@@ -154,7 +154,7 @@ TEST(PictureScalerTest, FollowsPicturesOfChangingKinds)
     EXPECT_EQ(Difference(scaler, AV_PIX_FMT_YUV420P, 642, 20, 642), "");
 }
 
-// A decoder's picture can be larger than what is to be shown of it.
+// A decoder's picture can be larger than the part to be shown.
 TEST(PictureScalerTest, ConvertsThePartThatTheLayoutNames)
 {
     auto const source = NoisePicture(64, 32, AV_PIX_FMT_RGB24, 5);

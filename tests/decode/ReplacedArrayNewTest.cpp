@@ -12,8 +12,8 @@ extern "C" {
 #include <mutex>
 #include <new>
 
-// A program that brings its own array new and array delete: a header before each block, and the block freed last given
-// out again where it is long enough. What the C library's allocator says of such a block means nothing.
+// A program with its own array new and array delete: they put a header before each block and reuse the block freed last
+// where it is long enough. The C library's allocator knows nothing true about such a block.
 namespace {
 
 constexpr size_t headerSize = 64;

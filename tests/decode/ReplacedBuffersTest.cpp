@@ -17,8 +17,8 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-// A program of its own, because AddressSanitizer keeps freed blocks back by default: their addresses would not come
-// again for a long time, and that they do is what these tests are about.
+// A program of its own: by default AddressSanitizer does not reuse freed blocks for a long time, and these tests need
+// their addresses to be reused.
 extern "C" char const* __asan_default_options()
 {
     return "quarantine_size_mb=0:thread_local_quarantine_size_kb=0";
@@ -29,11 +29,11 @@ namespace {
 constexpr int rounds = 20;
 constexpr int pictureSize = 320 * 240 * 3;
 
-// Lengths that allocators put where the longer picture was: of AddressSanitizer's and of glibc's.
+// Lengths for which AddressSanitizer's and glibc's allocators reuse the larger picture's address.
 constexpr int closeSize = 320 * 239 * 3;
 constexpr int halfSize = 115208;
 
-// Uncompressed pictures, 320 pixels wide, one a call.
+// Decodes uncompressed pictures, 320 pixels wide, one per call.
 class Movie
 {
 public:
@@ -61,13 +61,13 @@ private:
     VideoDecoder decoder;
 };
 
-// Of the block, as the allocator tells; AddressSanitizer's tells to the byte.
+// The block's size by the allocator; exact with AddressSanitizer.
 int RoomOf(DecodedVideoFrame const& record)
 {
     return static_cast<int>(malloc_usable_size(record.data));
 }
 
-// A block at `address` where the allocator gives one within a few attempts, else one anywhere.
+// A block at `address` if the allocator gives it within a few attempts, otherwise anywhere.
 uint8_t* NewArrayAt(uintptr_t address, int size)
 {
     std::vector<std::unique_ptr<uint8_t[]>> elsewhere;
@@ -80,7 +80,7 @@ uint8_t* NewArrayAt(uintptr_t address, int size)
     return elsewhere.back().release();
 }
 
-// Frees the record's bytes and puts in others. Whether these lie where the old ones did.
+// Replaces the record's bytes; returns whether the new ones are at the old address.
 bool Replace(DecodedVideoFrame& record, int size)
 {
     auto const old = reinterpret_cast<uintptr_t>(record.data);
@@ -113,7 +113,7 @@ TEST(ReplacedBuffersTest, TheStoreNeverTakesAShorterBlockAtTheSameAddressForItsO
         GTEST_SKIP() << "the allocator never gave the address again";
 }
 
-// The record of the large picture gets the small one's bytes, which lie where its own lay.
+// The large picture's record gets the small one's bytes, at the same address.
 TEST(ReplacedBuffersTest, TheStoreNeverTakesABlockMovedFromASmallerPictureForAFullOne)
 {
     Movie movie(240);
@@ -145,7 +145,7 @@ TEST(ReplacedBuffersTest, RecordsFreeWhateverTheHostPutsIn)
         emptied.reset();
         auto replaced = movie.Next();
         EXPECT_NE(replaced->data, taken);
-        delete[] std::exchange(replaced->data, taken); // the one record's bytes die with the other
+        delete[] std::exchange(replaced->data, taken); // this record's bytes are freed with the other record
         auto longer = movie.Next();
         Replace(*longer, 2 * pictureSize);
         auto gone = movie.Next();
@@ -158,7 +158,7 @@ TEST(ReplacedBuffersTest, RecordsFreeWhateverTheHostPutsIn)
     EXPECT_GE(RoomOf(*movie.Next()), pictureSize);
 }
 
-// Exactly a picture long, without the bytes to spare that the store's own blocks have.
+// Exactly one picture long, without the spare bytes of the store's own blocks.
 TEST(ReplacedBuffersTest, TheStoreHandsOutRoomToSpareWhateverItWasGiven)
 {
     PictureBuffers store;
@@ -178,7 +178,7 @@ TEST(ReplacedBuffersTest, TheStoreStillKeepsWhatNobodyReplaced)
     store.Give(buffer, pictureSize);
     if (!isProven)
         GTEST_SKIP() << "the allocator cannot be asked";
-    uint8_t* const other = new uint8_t[pictureSize + 64]; // which would lie there if the store had freed its own
+    uint8_t* const other = new uint8_t[pictureSize + 64]; // would get that address if the store had freed its own block
     EXPECT_NE(other, buffer);
     EXPECT_EQ(store.Take(pictureSize), buffer);
     delete[] other;

@@ -25,7 +25,7 @@ AVRational const microseconds = {1, 1000000};
 
 LogLine const decodingError = ErrorLine("Error decoding video packet.");
 
-// Uncompressed pictures: what goes in comes out, one for each packet, at the packet's time.
+// An uncompressed stream: the decoder delivers each packet's picture unchanged at the packet's time.
 class RawVideo
 {
 public:
@@ -58,7 +58,7 @@ public:
     FfmpegPtr<AVCodecContext> context;
 };
 
-// A decoder of small uncompressed pictures at 25 a second, with times in microseconds unless said otherwise.
+// A decoder of small uncompressed pictures at 25 per second; times are microseconds unless noted.
 class Scene
 {
 public:
@@ -67,7 +67,7 @@ public:
         decoder.Initialize(video.context.get(), timeBase, 16, 8, 1.0f, start, frameRate, 0, false, false);
     }
 
-    // What the decoder makes of the packets of these times, one call each.
+    // Decodes packets of these times, one call each.
     Pictures Decode(std::vector<int64_t> const& times, long long seekTime = -1)
     {
         Pictures pictures;
@@ -92,7 +92,7 @@ std::vector<long long> StartsOf(Pictures const& pictures)
     return starts;
 }
 
-// A movie whose decoder holds pictures back: 10 at 25 a second.
+// A movie of 10 pictures at 25 per second whose codec holds pictures back.
 QString DelayedMovie()
 {
     return MakeMedia("delayed.mkv",
@@ -120,7 +120,7 @@ FfmpegPtr<AVCodecContext> OpenedCodec(QString const& path, int threads)
     return context;
 }
 
-// A packet that no decoder takes: data, but none of it.
+// A packet that no codec accepts: data of size 0.
 FfmpegPtr<AVPacket> WrongPacket()
 {
     FfmpegPtr<AVPacket> packet(av_packet_alloc());
@@ -136,7 +136,7 @@ QString Vp9Movie()
                                                                            "0", "-threads", "1"});
 }
 
-// Two pictures in one packet, the second behind the first, with the index that tells their sizes.
+// Two pictures in one packet, followed by the index of their sizes.
 FfmpegPtr<AVPacket> PairOf(AVPacket const& first, AVPacket const& second)
 {
     FfmpegPtr<AVPacket> pair(av_packet_alloc());
@@ -154,7 +154,7 @@ FfmpegPtr<AVPacket> PairOf(AVPacket const& first, AVPacket const& second)
     return pair;
 }
 
-// Puts packets into the codec behind the decoder's back until it takes no more.
+// Sends packets directly to the codec until it accepts no more; returns their number.
 int Fill(Scene& scene)
 {
     int sent = 0;
@@ -323,7 +323,7 @@ TEST(VideoDecoderTest, FillsThePictureRecord)
 
 TEST(VideoDecoderTest, EncodesLinearLightForTheDisplay)
 {
-    RawVideo video(85, 2); // a row of 255 values and a byte of padding
+    RawVideo video(85, 2); // a row of 255 bytes and one byte of padding
     auto const ramp = NoisePicture(85, 2, AV_PIX_FMT_RGB24, 1);
     for (int i = 0; i < 255; ++i) {
         ramp->data[0][i] = static_cast<uint8_t>(i);
@@ -350,7 +350,7 @@ TEST(VideoDecoderTest, EncodesLinearLightForTheDisplay)
     EXPECT_TRUE(HasBytes(*pictures[0], EncodeGammaPlainly(ConvertPlainly(*ramp, 85))));
 }
 
-// Buffers go round between records. Whatever the host does to a record's data must not disturb that.
+// Buffers are reused between records. Nothing that the host does to a record's data may disturb that.
 TEST(VideoDecoderTest, LetsTheHostTakeAndReplaceTheData)
 {
     RawVideo video(320, 240);
@@ -431,7 +431,7 @@ TEST(VideoDecoderTest, StepsByTheFrameDurationWithoutATime)
     EXPECT_EQ(StartsOf(Scene().Decode({noTime, noTime})), (std::vector<long long>{40000, 80000}));
 }
 
-// 33366.7 microseconds a picture: the fractions add up, while a time from the file begins without one.
+// 33366.7 microseconds per picture: the fractions add up, and a time from the file starts again without one.
 TEST(VideoDecoderTest, GathersFractionsBetweenTimes)
 {
     EXPECT_EQ(StartsOf(Scene({1, 30}, 0, 29.97).Decode({30, noTime, noTime, noTime, 1, noTime})),
@@ -472,11 +472,11 @@ TEST(VideoDecoderTest, KeepsARateOfZeroThatItWasGivenFirst)
     EXPECT_EQ(StartsOf(pictures), (std::vector<long long>{500, 500}));
     scene.decoder.SetFrameRate(50.0);
     EXPECT_EQ(scene.TimeOf(noTime), 20500);
-    scene.decoder.SetFrameRate(0.0); // no longer the stored rate
+    scene.decoder.SetFrameRate(0.0); // differs from the current rate
     EXPECT_EQ(scene.Decode({0}).at(0)->frameRate, 24.0);
 }
 
-// It is neither above nor below the range. Pictures without a time then have the time 0.
+// NaN is neither above nor below the range. Pictures without a time then have the time 0.
 TEST(VideoDecoderTest, StoresARateThatIsNotANumber)
 {
     Scene scene;
@@ -544,7 +544,7 @@ TEST(VideoDecoderTest, MarksEveryPictureOfAnotherCodedSize)
         EXPECT_EQ(marks[i]->frameRate, 25.0);
     }
     context->width = 16;
-    EXPECT_EQ(scene.Decode({120000}).at(0)->status, 1); // the height alone
+    EXPECT_EQ(scene.Decode({120000}).at(0)->status, 1); // only the height differs
     context->height = 8;
     EXPECT_EQ(scene.Decode({160000}).at(0)->status, 0);
 }
@@ -588,9 +588,9 @@ TEST(VideoDecoderTest, EndsAnEmptyInputWithTheMark)
     EXPECT_EQ(pictures[0]->startTime, 0);
     EXPECT_EQ(pictures[0]->status, 0);
     scene.decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
-    EXPECT_EQ(pictures.size(), 2); // and with one more for each further request
+    EXPECT_EQ(pictures.size(), 2); // each further request adds one
     scene.decoder.DecodePacket(scene.video.Packet(0).get(), pictures, -1);
-    EXPECT_EQ(pictures.size(), 2); // a packet after the end is passed over
+    EXPECT_EQ(pictures.size(), 2); // a packet after the end is ignored
     EXPECT_TRUE(log.Lines().empty());
 }
 
@@ -614,7 +614,7 @@ TEST(VideoDecoderTest, DeliversWhatTheDecoderHeldBackAndThenTheMark)
         EXPECT_EQ(starts[i] - starts[i - 1], 40000);
 }
 
-// One picture of a pair stays in the codec, which refuses the next pair until it has been received.
+// The second picture of a pair stays in the codec, which refuses the next pair until that picture is received.
 TEST(VideoDecoderTest, LeavesTheSecondPictureOfAPacketInTheCodecUntilItRefusesTheNextPacket)
 {
     LogCapture log;
@@ -626,7 +626,7 @@ TEST(VideoDecoderTest, LeavesTheSecondPictureOfAPacketInTheCodecUntilItRefusesTh
         auto const first = input.NextPacket();
         auto const second = input.NextPacket();
         decoder.DecodePacket(PairOf(*first, *second).get(), pictures, -1);
-        EXPECT_EQ(pictures.size(), std::max(2 * call - 2, 1)); // the first pair waits where FFmpeg cuts packets up
+        EXPECT_EQ(pictures.size(), std::max(2 * call - 2, 1)); // FFmpeg splits the first pair with a delay of one
     }
     decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
     ASSERT_EQ(pictures.size(), 11);
@@ -658,7 +658,8 @@ TEST(VideoDecoderTest, DeliversNothingStaleAfterTheHostHasFlushedItsContext)
     EXPECT_TRUE(IsEndMark(*pictures[2]));
 }
 
-// A picture dropped while draining ends the call and leaves the others inside; each further empty packet goes on.
+// A picture dropped while draining ends the call; the others stay in the codec, and each further empty packet
+// continues.
 TEST(VideoDecoderTest, EndsADrainAtADroppedPicture)
 {
     ReferenceInput input(DelayedMovie(), AVMEDIA_TYPE_VIDEO);
@@ -699,7 +700,7 @@ TEST(VideoDecoderTest, EndsADrainAtAMarkOfTheSize)
     EXPECT_EQ(pictures.last()->width, 64);
 }
 
-// A context that was never opened answers with errors for ever.
+// A context that was never opened returns errors forever.
 TEST(VideoDecoderTest, DoesNotHangInADrainThatNeverEnds)
 {
     LogCapture log;
@@ -786,7 +787,7 @@ TEST(VideoDecoderTest, ReportsAPacketThatIsRefusedAndGoesOn)
     EXPECT_TRUE(log.Lines().empty());
 }
 
-// A full decoder answers try-again, which counts as a failed send: nothing is received, and the packet is lost.
+// A full codec answers EAGAIN: the decoder receives the waiting pictures, then sends the packet again.
 TEST(VideoDecoderTest, DeliversWhatAFullCodecHoldsBeforeThePacketThatItRefusedAtFirst)
 {
     LogCapture log;
@@ -819,7 +820,7 @@ TEST(VideoDecoderTest, DropsPicturesBeforeASeekTargetOutOfAFullCodec)
     Scene scene;
     int const sent = Fill(scene);
     Pictures pictures;
-    scene.decoder.DecodePacket(scene.video.Packet(777000).get(), pictures, 777000); // keeps those from 697000 on
+    scene.decoder.DecodePacket(scene.video.Packet(777000).get(), pictures, 777000); // keeps pictures from 697000 on
     EXPECT_GE(sent, 2);
     EXPECT_EQ(StartsOf(pictures), (std::vector<long long>{777000}));
 }
@@ -842,21 +843,21 @@ TEST(VideoDecoderTest, ReportsAPictureThatCannotBeDecodedAndGoesOn)
         }
         decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
         EXPECT_EQ(log.Lines(), (std::vector<LogLine>{decodingError}));
-        ASSERT_EQ(pictures.size(), 10) << threads; // nine pictures and the mark
+        ASSERT_EQ(pictures.size(), 10) << threads; // nine pictures and the end-of-stream record
         EXPECT_TRUE(IsEndMark(*pictures.takeLast()));
         EXPECT_EQ(StartsOf(pictures),
                   (std::vector<long long>{0, 40000, 80000, 120000, 200000, 240000, 280000, 320000, 360000}));
     }
 }
 
-// One step of the codec's interface
+// DecodeInternal
 
 TEST(VideoDecoderTest, TellsAboutEachStep)
 {
     Scene scene;
     bool gotFrame = true;
     bool endOfStream = false;
-    EXPECT_EQ(scene.decoder.DecodeInternal(nullptr, gotFrame, endOfStream), 0); // nothing yet: try again
+    EXPECT_EQ(scene.decoder.DecodeInternal(nullptr, gotFrame, endOfStream), 0); // no picture yet
     EXPECT_FALSE(gotFrame);
     EXPECT_EQ(scene.decoder.DecodeInternal(scene.video.Packet(0).get(), gotFrame, endOfStream), 0);
     EXPECT_TRUE(gotFrame);
@@ -866,7 +867,7 @@ TEST(VideoDecoderTest, TellsAboutEachStep)
     EXPECT_EQ(scene.decoder.DecodeInternal(EmptyPacket().get(), gotFrame, endOfStream), 0);
     EXPECT_FALSE(gotFrame);
     EXPECT_TRUE(endOfStream);
-    EXPECT_EQ(scene.decoder.DecodeInternal(scene.video.Packet(0).get(), gotFrame, endOfStream), 0); // past the end
+    EXPECT_EQ(scene.decoder.DecodeInternal(scene.video.Packet(0).get(), gotFrame, endOfStream), 0); // after the end
     EXPECT_FALSE(gotFrame);
     avcodec_flush_buffers(scene.video.context.get());
     EXPECT_EQ(scene.decoder.DecodeInternal(scene.video.Packet(0).get(), gotFrame, endOfStream), 0);
@@ -883,5 +884,5 @@ TEST(VideoDecoderTest, ReceivesNothingWhereASingleStepFindsTheEnd)
     endOfStream = false;
     EXPECT_EQ(scene.decoder.DecodeInternal(EmptyPacket().get(), gotFrame, endOfStream), 0);
     EXPECT_FALSE(gotFrame);
-    EXPECT_FALSE(endOfStream); // a send past the end ends the step before it receives
+    EXPECT_FALSE(endOfStream); // a send after the end returns before receiving
 }

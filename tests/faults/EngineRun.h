@@ -9,7 +9,8 @@
 
 #include <vector>
 
-constexpr int patience = 60000; // milliseconds of real time, for a machine that has much else to do
+// Milliseconds of real time. A run takes less than a second; the rest is for sanitizers and other load.
+constexpr int patience = 60000;
 
 // Plays both ways, steps and seeks. False when the engine does not become ready.
 inline bool PlayAround(PlaybackEngine& engine, VirtualTime& time, QString const& path)
@@ -31,7 +32,7 @@ inline bool PlayAround(PlaybackEngine& engine, VirtualTime& time, QString const&
     return engine.WaitUntilReady(patience);
 }
 
-// The start of the picture that it shows after opening the file anew and seeking; -1 when there is none.
+// The start of the picture shown after reopening the file and seeking; -1 when there is none.
 inline long long StartShownAt(PlaybackEngine& engine, QString const& path, long long position)
 {
     engine.Open(path);

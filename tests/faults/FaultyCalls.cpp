@@ -43,8 +43,8 @@ constexpr int noMemory = AVERROR(ENOMEM);
 
 } // namespace
 
-// FAULTY(result, function, failure, parameters, arguments). The names of the pair are the linker's. Structures pass as
-// what they are to the processor, pointers, because their constness differs between FFmpeg's versions.
+// FAULTY(result, function, failure, parameters, arguments). The linker defines the names __real_ and __wrap_.
+// Structures are passed as void pointers, because their constness differs between FFmpeg's versions.
 #define FAULTY(result, function, failure, parameters, arguments)                                                       \
     extern "C" result __attribute__((weak)) __real_##function parameters;                                              \
     extern "C" result __wrap_##function parameters;                                                                    \
@@ -53,9 +53,9 @@ constexpr int noMemory = AVERROR(ENOMEM);
         return Fails(#function) ? (failure) : __real_##function arguments;                                             \
     }
 
-// A seek that fails has moved in the file all the same, as FFmpeg's may: to the last key picture.
+// As FFmpeg may do, a failing seek moves within the file: to the last key picture.
 //
-// clang-format off: one a line, which the build reads.
+// clang-format off: the build reads one name per line.
 FAULTY(int, avformat_open_input, inputError, (void** context, char const* path, void const* format, void** options),
        (context, path, format, options))
 FAULTY(int, avformat_find_stream_info, inputError, (void* context, void** options), (context, options))

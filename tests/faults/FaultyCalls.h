@@ -3,19 +3,19 @@
 #include <string>
 #include <vector>
 
-// The library's calls of FFmpeg, some of which fail without reaching it; a seek only after it. The linker puts these in
-// between, so FFmpeg's calls of itself are as ever. Any thread.
+// Makes some of the library's calls of FFmpeg fail instead of reaching FFmpeg; a seek fails after reaching it. The
+// linker redirects the library's calls only, so FFmpeg's calls of its own functions are unaffected. Any thread.
 namespace FaultyCalls {
 
-std::vector<std::string> Names(); // of the functions that can fail
+std::vector<std::string> Names(); // the functions that can fail
 
-// From now on the call number `nth` of `name`, counted from 1, fails the way that the function fails for want of
-// memory or for an error of input; with `every`, so do each `nth` further ones.
+// From now on, call number `nth` of `name`, counted from 1, fails as the function does when out of memory or on an
+// input error; with `every`, so does each `nth` call after it.
 void Fail(std::string const& name, int nth, bool every);
 
 void Stop();
 
-int CallCount();   // of the chosen function since Fail
-int FailedCount(); // of those
+int CallCount();   // calls of the chosen function since Fail
+int FailedCount(); // those of them that failed
 
 } // namespace FaultyCalls

@@ -22,18 +22,18 @@ extern "C" {
 #include <iostream>
 #include <set>
 
-// Every call of FFmpeg that can fail does, at every place of a probe, a decode and two seeks: nothing crashes, hangs or
-// leaks, what is logged is what is meant to be, and afterwards the file plays as if nothing had happened.
+// Every call of FFmpeg that can fail fails once, during a probe, a decode and two seeks: nothing crashes, hangs or
+// leaks, the log has exactly the expected lines, and afterwards the file plays as before.
 
 namespace {
 
-constexpr int mostCalls = 2000; // of DecodeOnePacket; the clips have a tenth of that in packets
+constexpr int mostCalls = 2000; // calls of DecodeOnePacket; the clips have a tenth as many packets
 
 struct Clip
 {
     QString path;
     bool isImage = false;
-    int channels = 2; // at output
+    int channels = 2; // output channels
 };
 
 Clip Movie()
@@ -43,13 +43,13 @@ Clip Movie()
                                                     "-threads", "1", "-c:a", "aac"})};
 }
 
-// More channels than are asked for.
+// Has more channels than the output.
 Clip Sound()
 {
     return {MakeMedia("faulty.mka", Tone(8000, 6, 0.5) + QStringList{"-c:a", "flac"})};
 }
 
-// Of a width that needs a buffer for its rows, large enough and deep enough for threads of the converter.
+// Its width needs the scaler's buffer with room in the rows; its size and depth are worth scaler threads.
 Clip Still()
 {
     return {MakeMedia("faulty.tif", Picture("1002x500", 1, 1) + QStringList{"-frames:v", "1", "-pix_fmt", "rgb48le",
@@ -89,8 +89,8 @@ void Decode(MediaInstance& instance, long long seekTime, Outcome& outcome)
     }
 }
 
-// From the start, from the middle and from the start again. HasPacket is asked for no more than mostCalls times, as an
-// input that cannot be opened is tried anew each time.
+// Plays from the start, from the middle and from the start again. HasPacket is called at most mostCalls times: it
+// retries an input that cannot be opened in each call.
 Outcome Play(MediaInstance& instance)
 {
     Outcome outcome;
@@ -127,7 +127,7 @@ QString PathOf(Clip const& clip)
     return QFileInfo(clip.path).absoluteFilePath();
 }
 
-// What a failure of the function may have as its consequences.
+// The possible consequences of a failure of the function.
 std::set<QString> LinesOf(std::string const& name, Clip const& clip)
 {
     if (name == "avformat_open_input")
@@ -181,7 +181,7 @@ void FailAndRecover(Clip const& clip, std::string const& name, int nth, bool eve
     EXPECT_TRUE(log.Lines().empty());
 }
 
-// The calls of an undisturbed run.
+// The number of calls in an undisturbed run.
 int CountCalls(Clip const& clip, std::string const& name)
 {
     FaultyCalls::Fail(name, 1000000000, false);
@@ -191,7 +191,7 @@ int CountCalls(Clip const& clip, std::string const& name)
     return calls;
 }
 
-// Each one of the first, some of the others, the last, and every second, third...
+// Fails each of the first calls, some of the others, the last ones, and every second, third...
 void FailEverywhere(Clip const& clip)
 {
     Outcome const sound = ProbeAndPlay(clip);
@@ -222,7 +222,7 @@ void FailEverywhere(Clip const& clip)
     std::cout << failures << " runs with failures\n";
 }
 
-// What is logged when just the call number `nth` fails.
+// The lines logged when only call number `nth` fails.
 std::vector<LogLine> LinesWhen(std::string const& name, int nth, Clip const& clip)
 {
     LogCapture log;
@@ -265,7 +265,8 @@ TEST(FaultyCallsTest, AProbeSaysOnceWhatFailed)
     EXPECT_EQ(LinesWhen("avformat_find_stream_info", 1, movie),
               (Lines{ErrorLine("Failed to find stream information for \"" + QFileInfo(movie.path).fileName() + "\"",
                                inputError)}));
-    // The picture is the first stream, the sound the second. What was not probed cannot be opened, which is told, too.
+    // The video is the first stream, the audio the second. A stream that could not be probed cannot be opened either,
+    // which is logged as well.
     EXPECT_EQ(LinesWhen("avcodec_alloc_context3", 1, movie),
               (Lines{ErrorLine("Failed to get video codec context."), noVideo}));
     EXPECT_EQ(LinesWhen("avcodec_alloc_context3", 2, movie), (Lines{ErrorLine("Failed to get audio codec."), noAudio}));
@@ -275,7 +276,7 @@ TEST(FaultyCallsTest, AProbeSaysOnceWhatFailed)
               (Lines{ErrorLine("Failed to open video codec.", noMemory), noVideo}));
     EXPECT_EQ(LinesWhen("avcodec_open2", 2, movie),
               (Lines{ErrorLine("Failed to open audio codec.", noMemory), noAudio}));
-    EXPECT_EQ(LinesWhen("avcodec_open2", 3, movie), Lines()); // of the first picture, whose time is left at 0
+    EXPECT_EQ(LinesWhen("avcodec_open2", 3, movie), Lines()); // for the first picture: its time stays 0
 }
 
 TEST(FaultyCallsTest, ASessionSaysOnceWhatFailed)
@@ -283,7 +284,7 @@ TEST(FaultyCallsTest, ASessionSaysOnceWhatFailed)
     Clip const movie = Movie();
     EXPECT_EQ(LinesWhen("avformat_open_input", 2, movie),
               (Lines{ErrorLine("Failed to open input for parsing: " + PathOf(movie), inputError)}));
-    EXPECT_EQ(LinesWhen("avformat_find_stream_info", 2, movie), Lines()); // the probe knew it all
+    EXPECT_EQ(LinesWhen("avformat_find_stream_info", 2, movie), Lines()); // the probe has found everything
     EXPECT_EQ(LinesWhen("av_find_best_stream", 1, movie), (Lines{ErrorLine("Failed to find audio stream index: -5")}));
     EXPECT_EQ(LinesWhen("av_find_best_stream", 2, movie), (Lines{ErrorLine("Failed to find video stream index: -5")}));
     EXPECT_EQ(LinesWhen("avcodec_alloc_context3", 4, movie),
@@ -298,7 +299,7 @@ TEST(FaultyCallsTest, ASessionSaysOnceWhatFailed)
 
 TEST(FaultyCallsTest, AStillSaysOnceWhatFailed)
 {
-    Clip const still = Still(); // sent, received, converted once for each of three openings
+    Clip const still = Still(); // sent, received and converted once for each of three openings
     for (char const* name : {"avcodec_send_packet", "avcodec_receive_frame", "sws_alloc_context", "sws_init_context"})
         EXPECT_EQ(LinesWhen(name, 1, still), (Lines{ErrorLine("Error decoding video packet.")})) << name;
 }
@@ -321,7 +322,7 @@ TEST(FaultyCallsTest, AnEngineSurvivesEveryFailureOfFFmpeg)
     }
 }
 
-// Any packet of these pictures could be taken for the one that was sought.
+// All pictures are key pictures, so any packet could be mistaken for the target.
 TEST(FaultyCallsTest, PicturesAreTheRightOnesThoughSeeksFail)
 {
     QString const path =
@@ -337,7 +338,7 @@ TEST(FaultyCallsTest, PicturesAreTheRightOnesThoughSeeksFail)
             EXPECT_EQ(picture->startTime, start);
         };
         engine.Open(path);
-        engine.SetCacheBudget(0); // so that what has been seen is decoded anew
+        engine.SetCacheBudget(0); // so that pictures already shown are decoded again
         FaultyCalls::Fail("avformat_seek_file", every, true);
         for (long long const picture : {0, 20, 40, 2, 32, 10, 26, 49}) {
             engine.Seek(picture * 40000 + 10000);
@@ -352,7 +353,7 @@ TEST(FaultyCallsTest, PicturesAreTheRightOnesThoughSeeksFail)
     }
 }
 
-// The head of a file is 250 packets, however long the first picture is in coming.
+// The head of a file is 250 packets, no matter how late the first picture comes.
 TEST(FaultyCallsTest, AProbeReadsNoMoreThan250Packets)
 {
     QString const late =

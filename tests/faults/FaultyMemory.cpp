@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <new>
 
-// Nothing in here may allocate.
+// Nothing in this file may allocate.
 
 extern "C" {
 void* __libc_malloc(size_t size);

@@ -24,9 +24,9 @@ extern "C" {
 #include <iostream>
 #include <new>
 
-// Each allocation of a probe, a decode, a seek and a growing cache fails once, and every second, third... of them. What
-// fails either throws std::bad_alloc out of the call or is told by what the call returns or logs: nothing crashes,
-// hangs or leaks, and afterwards everything works as if nothing had happened.
+// Each allocation of a probe, a decode, a seek and a growing cache fails once, and every second, third... of them. The
+// call then throws std::bad_alloc or reports the failure by its result or the log: nothing crashes, hangs or leaks, and
+// afterwards everything works as before.
 
 namespace {
 
@@ -34,7 +34,7 @@ using FaultyMemory::Of;
 
 constexpr int mostCalls = 2000;
 
-// Counts lines without an allocation of its own.
+// Counts logged lines without allocating.
 class LineCount
 {
 public:
@@ -56,7 +56,7 @@ struct Outcome
     long long pictures = 0;
     long long sampleFrames = 0;
     bool endless = false;
-    bool broken = false; // a record without the memory that it says it has
+    bool broken = false; // a record lacks the data that its size promises
 
     bool operator==(Outcome const& other) const
     {
@@ -114,18 +114,18 @@ QString Still()
     return MakeMedia("faulty.png", Picture("66x48", 1, 1) + QStringList{"-frames:v", "1"});
 }
 
-// What came of a row of runs, each in a process of its own.
+// The results of a series of runs, each in a process of its own.
 struct Tally
 {
     int runs = 0;
     int insideOthers = 0;
 };
 
-// Every place, or one in `stride`, and every second, third... of them. TAVOLIN_FAULT_STRIDE in the environment is
-// another stride; TAVOLIN_FAULT the one place of a run in this process, for a debugger.
+// Fails each allocation, or one in `stride`, and every second, third... of them. TAVOLIN_FAULT_STRIDE in the
+// environment sets another stride; TAVOLIN_FAULT selects one allocation and runs in this process, for a debugger.
 //
-// FFmpeg and Qt do not survive each allocation of their own that fails. Where only ours do, a crash inside them is
-// ours.
+// FFmpeg and Qt crash on some of their own allocation failures. When only our allocations fail, a crash inside them
+// counts as ours.
 void FailEach(int allocations, int stride, bool mayCrashInside, std::function<int(int nth, bool every)> const& run)
 {
     if (char const* only = std::getenv("TAVOLIN_FAULT")) { // for a debugger
@@ -150,14 +150,14 @@ void FailEach(int allocations, int stride, bool mayCrashInside, std::function<in
               << " of them crashed in FFmpeg or Qt\n";
 }
 
-// Does `work` with the allocation failing.
+// Does `work` while the allocation fails.
 void DoWithFault(std::function<void()> const& work, Of of, int nth, bool every)
 {
     FaultyMemory::Fail(of, nth, every);
     try {
         work();
     } catch (std::bad_alloc const&) {
-        // as it is meant to be
+        // expected
     }
     FaultyMemory::Stop();
 }
@@ -170,7 +170,7 @@ int CountAllocations(std::function<void()> const& work, Of of)
     return FaultyMemory::AllocationCount();
 }
 
-// Not 0, and a reason on standard error, unless `isTrue`.
+// Returns 0 if `isTrue`; otherwise 1, with the reason on standard error.
 int Check(bool isTrue, char const* what)
 {
     if (!isTrue)
@@ -203,7 +203,7 @@ int PlayWithFault(QString const& path, bool isImage, Outcome const& sound, Of of
         failures += Check(outcome == sound, "it does not play as before");
     }
     failures += Check(FaultyMemory::LiveCppBlocks() == cppBefore, "objects are left");
-    if (of == Of::Cpp) // FFmpeg leaves some of its own when it runs out of memory
+    if (of == Of::Cpp) // FFmpeg leaks some of its own memory when out of memory
         failures += Check(FaultyMemory::LiveBlocks() == before, "blocks are left");
     return failures;
 }
@@ -211,7 +211,7 @@ int PlayWithFault(QString const& path, bool isImage, Outcome const& sound, Of of
 void FailEachWhilePlaying(QString const& path, bool isImage, Of of, int stride)
 {
     LineCount const log;
-    Play(path, isImage); // what is made once is there from now on
+    Play(path, isImage); // makes the objects that live until the process ends
     Outcome const sound = Play(path, isImage);
     EXPECT_TRUE(sound.probed);
     EXPECT_GT(sound.pictures, 0);
@@ -220,7 +220,7 @@ void FailEachWhilePlaying(QString const& path, bool isImage, Of of, int stride)
              [&](int nth, bool every) { return PlayWithFault(path, isImage, sound, of, nth, every); });
 }
 
-// Pictures and sounds until both rings have grown twice.
+// Appends pictures and sounds until both rings have grown twice.
 void GrowCaches(DecodedVideo& pictures, DecodedAudio& sounds)
 {
     for (int i = 0; i < 60; ++i) {
@@ -249,7 +249,7 @@ int GrowWithFault(Of of, int nth, bool every)
         DecodedAudio sounds;
         sounds.SetMaxFrameCount(10);
         DoWithFault([&] { GrowCaches(pictures, sounds); }, of, nth, every);
-        // What is in them is whole and in order, and they go on from there.
+        // The caches hold whole frames in order, and take more.
         for (int i = 1; i < pictures.GetFrameCount(); ++i)
             failures += Check(pictures.GetFrameAtIndex(i)->startTime == pictures.GetFrameAtIndex(i - 1)->endTime + 1,
                               "pictures are not in order");
@@ -262,7 +262,7 @@ int GrowWithFault(Of of, int nth, bool every)
     return failures + Check(FaultyMemory::LiveBlocks() == before, "blocks are left");
 }
 
-// The allocations of the engine's own threads fail, those of whoever calls it do not.
+// The allocations of the engine's own threads fail, those of the calling thread do not.
 int PlayEngineWithFault(QString const& path, int nth, bool every)
 {
     auto const time = std::make_shared<VirtualTime>();

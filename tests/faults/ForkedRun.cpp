@@ -26,7 +26,7 @@ bool IsNamed(char const* path, std::initializer_list<char const*> names)
     return false;
 }
 
-// Where it stood, or, after a call of what is no code at all, from where it was called; null where that is not known.
+// The instruction that crashed, or the caller after a jump to an invalid address; null if unknown.
 void* PlaceOfCrash(void* context)
 {
 #if defined(__x86_64__)
@@ -39,13 +39,13 @@ void* PlaceOfCrash(void* context)
 #endif
 }
 
-// Our allocator's free stands between the C library and whoever calls it.
+// Our own free() appears between the C library and its caller.
 bool IsOurFree(Dl_info const& place)
 {
     return place.dli_sname && std::strcmp(place.dli_sname, "free") == 0;
 }
 
-// The innermost frame that is not the C library's, which is called with what the caller has, tells whose fault it is.
+// The innermost frame outside the C library is responsible, because it passed the arguments.
 bool IsInsideOthers(void* const* frames, int count)
 {
     for (int i = 0; i < count; ++i) {
@@ -61,7 +61,7 @@ void OnCrash(int, siginfo_t*, void* context)
 {
     std::array<void*, 64> frames{};
     int const count = backtrace(frames.data(), static_cast<int>(frames.size()));
-    frames[1] = PlaceOfCrash(context); // in place of the signal's own frame
+    frames[1] = PlaceOfCrash(context); // replaces the signal handler's frame
     bool const isInside = IsInsideOthers(frames.data() + 1, count - 1);
     if (!isInside)
         backtrace_symbols_fd(frames.data(), count, STDERR_FILENO);
@@ -71,7 +71,7 @@ void OnCrash(int, siginfo_t*, void* context)
 void CatchCrashes()
 {
     std::array<void*, 1> frame{};
-    backtrace(frame.data(), 1); // loads what it needs while there is memory
+    backtrace(frame.data(), 1); // loads its library while there is memory
     struct sigaction action = {};
     action.sa_sigaction = OnCrash;
     action.sa_flags = SA_SIGINFO;

@@ -8,8 +8,7 @@
 
 #include <gtest/gtest.h>
 
-// Output that no longer fits: a limit on the size of files stands in for the disk, a device that is always full for
-// standard output.
+// Output to a full disk: a limit on the size of files simulates the disk, /dev/full a full standard output.
 
 namespace {
 
@@ -19,7 +18,7 @@ struct ToolEnd
     QString errors;
 };
 
-// `line` is shell; "$1" is the command, "$2" and further are `arguments`.
+// `line` is a shell command; "$1" is our program, "$2" and further are `arguments`.
 ToolEnd RunInShell(QString const& line, QStringList const& arguments)
 {
     QProcess process;
@@ -31,7 +30,8 @@ ToolEnd RunInShell(QString const& line, QStringList const& arguments)
     return run;
 }
 
-// Of a kibibyte, with the signal ignored that would end the program before it could say so.
+// Limits files to 1 KiB (dash counts blocks of 512 bytes) and ignores SIGXFSZ, which would end the program before it
+// could report the error.
 QString const onFullDisk = QStringLiteral("trap '' XFSZ; ulimit -f 2; exec \"$1\" ");
 
 QString Movie()
@@ -43,7 +43,7 @@ QString Movie()
 class FullDiskTest : public testing::Test
 {
 protected:
-    // What the folder holds after writing `name` has failed, and what was said.
+    // Checks that a failed write of `name` reports the error and leaves no file, and that it keeps a former one.
     void ExpectNothingHalfWritten(QString const& name, QString const& command)
     {
         SCOPED_TRACE(name.toStdString());

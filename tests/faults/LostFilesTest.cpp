@@ -16,13 +16,13 @@
 
 #include <vector>
 
-// Files that are there when they are opened, and then vanish, shrink or cannot be read any more.
+// Files that vanish, shrink or become unreadable after they were opened.
 
 namespace {
 
 constexpr int patience = 60000; // milliseconds
 
-// Larger than what FFmpeg reads ahead, so that what is lost is missed.
+// Larger than FFmpeg's read-ahead, so that the lost part is noticed.
 QString LargeMovie(char const* name)
 {
     return MakeMedia(name,
@@ -30,7 +30,7 @@ QString LargeMovie(char const* name)
                          QStringList{"-c:v", "mpeg4", "-q:v", "1", "-g", "10", "-threads", "1", "-c:a", "pcm_s16le"});
 }
 
-// Bears no times, so that each seek reads it from its start, and opens it for that.
+// Stores no times, so that each seek reopens the file and reads it from its start.
 QString RawMovie()
 {
     return MakeMedia("large.264", Picture("320x240", 25, 4) + QStringList{"-c:v", "libx264", "-preset", "ultrafast",
@@ -87,10 +87,10 @@ TEST_F(LostFilesTest, ASessionComesToAnEndAndOpensTheFileThatIsBack)
                 instance.DecodeOnePacket(sounds, pictures, -1);
             Lose(path, loss);
             {
-                LogCapture const log; // pictures cut off in their middle
+                LogCapture const log; // of truncated pictures
                 Decoded const rest = DecodeAll(instance);
                 if (loss == Loss::ShrinksToNothing) {
-                    EXPECT_LT(rest.pictures.size(), 95);
+                    EXPECT_LT(rest.pictures.size(), 20); // 6 from FFmpeg's read buffer; 99 if nothing were lost
                 }
             }
             {
@@ -124,14 +124,14 @@ TEST_F(LostFilesTest, AnEngineKeepsItsFootingAndOpensTheFileThatIsBack)
             QString const path = Copy(original);
             auto const time = std::make_shared<VirtualTime>();
             PlaybackOptions options;
-            options.cacheBudget = 8 * 320 * 240 * 3; // so that pictures are read again and again
+            options.cacheBudget = 8 * 320 * 240 * 3; // so small that pictures are decoded repeatedly
             PlaybackEngine engine(options, time);
             engine.Open(path);
             engine.Seek(2000000);
             ASSERT_TRUE(engine.WaitUntilReady(patience));
             Lose(path, loss);
             std::vector<short> block(4096);
-            bool seeks = false; // first from what is cached
+            bool seeks = false; // the first round plays from the cache
             for (double const speed : {-1.0, 1.0, 2.0, -4.0}) {
                 engine.SetSpeed(speed);
                 if (seeks)

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Read while the program starts, before any test plays the host.
+// Read during static initialisation, before any test sets it.
 int const channelsBeforeAnyHost = AvGlobals::maxAudioOutputChannels;
 
 } // namespace

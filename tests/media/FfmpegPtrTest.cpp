@@ -52,7 +52,7 @@ TEST(FfmpegPtrTest, FreesAFrameWithWhatItHolds)
     EXPECT_EQ(freed, 1);
 }
 
-// The leak check of the sanitized build judges these.
+// AddressSanitizer's leak check verifies these.
 TEST(FfmpegPtrTest, FreesContextsOfEveryKind)
 {
     FfmpegPtr<AVCodecContext> const codec(avcodec_alloc_context3(nullptr));

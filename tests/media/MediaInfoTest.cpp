@@ -33,10 +33,10 @@ std::shared_ptr<MediaInfo> MovieOf(double milliseconds)
     return Probed(WithMatroskaDuration("movie.mkv", SmallMovie(), milliseconds));
 }
 
-// A movie of a duration in nanoseconds.
+// A movie with its duration in nanoseconds.
 std::shared_ptr<MediaInfo> MovieOfNanoseconds(double nanoseconds)
 {
-    QByteArray const inMilliseconds("\x2a\xd7\xb1\x83\x0f\x42\x40", 7); // the unit of the header's times
+    QByteArray const inMilliseconds("\x2a\xd7\xb1\x83\x0f\x42\x40", 7); // TimestampScale, the unit of the times
     QByteArray const inNanoseconds("\x2a\xd7\xb1\x83\x00\x00\x01", 7);
     QString const movie = PatchMedia("fine.mkv", SmallMovie(), inMilliseconds, inNanoseconds);
     return Probed(WithMatroskaDuration("movie.mkv", movie, nanoseconds));
@@ -76,7 +76,7 @@ TEST(MediaInfoTest, StartsEmptyWithItsPathAsItStands)
     EXPECT_TRUE(info.GetVideoStreams().isEmpty());
 }
 
-// In declared order, without gaps between these: sourceId, duration, isImage.
+// The fields sourceId, duration and isImage in declared order, without gaps.
 TEST(MediaInfoTest, HasItsDurationBetweenTheSecondIdentityAndTheFlags)
 {
     auto const info = Probed(SmallSound());
@@ -176,15 +176,15 @@ TEST(MediaInfoTest, PrintsLongFieldsInFull)
     EXPECT_EQ(MovieOf(359999995.0)->GetDurationAsString(), "100:00:360000.00");
 }
 
-// 2147483648 seconds no longer fit the seconds field, which keeps the low 32 bits.
+// 2147483648 seconds no longer fit the 32-bit seconds field, which keeps the low 32 bits.
 TEST(MediaInfoTest, CutsTheSecondsTo32Bits)
 {
     EXPECT_EQ(MovieOf(2147483647000.0)->GetDurationAsString(), "596523:14:2147483647.00");
     EXPECT_EQ(MovieOf(4294967301000.0)->GetDurationAsString(), "00:00:05.00");
 }
 
-// 9223372036854770808 is the first time to which 5000 are not added, as a little later they would not fit. These are
-// its nearest neighbours that a Matroska header can state.
+// 9223372036854770808 is the first time to which 5000 are not added, because larger ones would overflow. These are the
+// nearest times that a Matroska header can store.
 TEST(MediaInfoTest, LeavesTheLongestDurationsUnrounded)
 {
     auto const rounded = MovieOfNanoseconds(9223372036854770688e3);
@@ -237,7 +237,7 @@ TEST(MediaInfoTest, LeavesTheRecordAloneWhenNoStreamHasTheIndex)
     video.width = 7;
     video.codecName = "mine";
     info->GetVideoStream(5, video);
-    info->GetVideoStream(0, video); // a position, but not an index
+    info->GetVideoStream(0, video); // a position in the list, but no stream index
     EXPECT_EQ(video.width, 7);
     EXPECT_EQ(video.codecName, "mine");
     EXPECT_FALSE(video.valid);

@@ -33,7 +33,7 @@ QString SmallMovie()
     return MakeMedia("movie.mkv", Picture("64x48", 25, 1) + mpeg4);
 }
 
-// Ten seconds and half a picture: the sound is longer than the picture.
+// Ten seconds and half a picture: the sound is longer than the video.
 QString MovieOf250Pictures()
 {
     return MakeMedia("movie.mov", Picture("64x48", 25, 10) + Tone(8000, 1, 10.02) + mpeg4 + pcm);
@@ -54,7 +54,7 @@ QString MovieWithUnknownSound()
     return PatchMedia("unknown-sound.mkv", MovieWithSound(), "A_PCM/INT/LIT", "A_QCM/INT/LIT");
 }
 
-// A movie whose picture claims three bits a pixel, which its decoder refuses to open for.
+// A movie whose video has three bits per pixel, which its decoder refuses to open.
 QString MovieWithUnusableVideo()
 {
     QString const movie =
@@ -62,7 +62,7 @@ QString MovieWithUnusableVideo()
     return PatchMedia("unusable.mov", movie, QByteArray("\0\x18\xff\xff", 4), QByteArray("\0\x03\xff\xff", 4));
 }
 
-// A probed movie whose stream 0 can be changed before its properties are read once more.
+// A probed movie whose stream 0 can be changed before its properties are parsed again.
 class Reread
 {
 public:
@@ -84,7 +84,7 @@ public:
     FfmpegPtr<AVFormatContext> context;
 };
 
-// The first record of a movie with these rates and a stream count of pictures, 10.02 s long.
+// The first video record of a movie of 10.02 s with these rates and this stored number of pictures.
 VideoStream VideoWith(AVRational average, AVRational real, int64_t pictures = 0)
 {
     Reread reread(MovieOf250Pictures());
@@ -100,20 +100,20 @@ VideoStream VideoAt(int numerator, int denominator)
     return VideoWith({numerator, denominator}, {0, 0});
 }
 
-// A transport stream of nothing but stuffing.
+// A transport stream of stuffing only.
 QByteArray Stuffing()
 {
     return (QByteArray("\x47\x1f\xff\x10", 4) + QByteArray(184, '\xff')).repeated(50);
 }
 
-// Whether a stream of this rate leaves the record as it was: 25 a second, from the first probe.
+// Whether a stream of this rate leaves the record at the 25 pictures per second of the first probe.
 bool LeavesTheTimingAlone(int numerator, int denominator)
 {
     VideoStream const record = VideoAt(numerator, denominator);
     return record.valid && record.frameRate == 25.0 && record.frameStep == 40000 && record.numFrames == 250;
 }
 
-// Of a coding that has no ratio of its own.
+// A movie in a codec without an aspect ratio of its own.
 float AspectRatioOf(AVRational ratio)
 {
     Reread reread(MakeMedia("uncompressed.avi", Picture("64x48", 25, 0.2) + QStringList{"-c:v", "rawvideo"}));
@@ -247,7 +247,7 @@ TEST(MediaReaderTest, ClosesAFileBeforeItReportsItsMissingStreamInformation)
     MediaReader::ParseMedia(std::make_shared<MediaInfo>(path));
     Logger::GetInstance().SetSink({});
     EXPECT_EQ(reports, 1);
-    EXPECT_EQ(openFiles, 1); // the test's own
+    EXPECT_EQ(openFiles, 1); // the test's own file
 }
 
 TEST(MediaReaderTest, SaysNothingAboutAGoodFile)
@@ -290,7 +290,7 @@ TEST(MediaReaderTest, ReadsNothingIntoNoPacket)
     EXPECT_FALSE(MediaReader::GetPacket(context, nullptr));
     FfmpegPtr<AVPacket> const packet(av_packet_alloc());
     EXPECT_TRUE(MediaReader::GetPacket(context, packet.get()));
-    EXPECT_EQ(packet->pts, 0); // still the first
+    EXPECT_EQ(packet->pts, 0); // still the first packet
     MediaReader::CloseInput(&context);
     EXPECT_EQ(context, nullptr);
 }
@@ -404,7 +404,7 @@ TEST(MediaReaderTest, FillsTheRecordOfAPlanarSound)
     EXPECT_TRUE(record.valid);
     EXPECT_EQ(record.codecName, "aac");
     EXPECT_EQ(record.channels, 6);
-    EXPECT_EQ(record.channelLayout, 0x3fu); // 5.1, as the file says
+    EXPECT_EQ(record.channelLayout, 0x3fu); // 5.1, by the file
     EXPECT_TRUE(record.isPlanar);
     EXPECT_EQ(record.bytesPerSample, 4);
     EXPECT_EQ(record.sampleRate, 48000);
@@ -512,7 +512,7 @@ TEST(MediaReaderTest, FillsNoRecordWhereTheListHasNone)
     EXPECT_TRUE(log.Lines().empty());
 }
 
-// Parameters whose codec data cannot be allocated.
+// Codec parameters whose extradata cannot be allocated.
 TEST(MediaReaderTest, ReportsParametersThatCannotBeCopied)
 {
     LogCapture log;
@@ -565,7 +565,7 @@ TEST(MediaReaderTest, CountsAPartialLastPictureUnlessTheStreamCountsOneLess)
     auto const info = Probed(MovieOf250Pictures());
     EXPECT_EQ(info->GetDuration(), 10020000);
     EXPECT_EQ(info->GetFrameStep(), 40000);
-    EXPECT_EQ(info->GetNumFrames(), 250); // 250.5, rounded up to 251, but the stream says 250
+    EXPECT_EQ(info->GetNumFrames(), 250); // 250.5, rounded up to 251, but the stream stores 250
     EXPECT_EQ(VideoWith({25, 1}, {25, 1}, 0).numFrames, 251);
     EXPECT_EQ(VideoWith({25, 1}, {25, 1}, 250).numFrames, 250);
     EXPECT_EQ(VideoWith({25, 1}, {25, 1}, 252).numFrames, 252);
@@ -583,7 +583,7 @@ TEST(MediaReaderTest, OverrulesAStreamsCountThatIsFurtherOff)
     EXPECT_EQ(info->GetNumFrames(), 251);
 }
 
-// The difference of one is that of the low 32 bits, so this count passes as one less.
+// The difference is computed in the low 32 bits, so this count passes as one less.
 TEST(MediaReaderTest, ComparesTheCountsIn32Bits)
 {
     EXPECT_EQ(VideoWith({25, 1}, {25, 1}, 4294967296 + 250).numFrames, 4294967546);
@@ -592,7 +592,7 @@ TEST(MediaReaderTest, ComparesTheCountsIn32Bits)
 
 TEST(MediaReaderTest, CountsAWholeNumberOfPicturesExactly)
 {
-    auto const info = Probed(SmallMovie()); // 1 s, no count in the stream
+    auto const info = Probed(SmallMovie()); // 1 s; the stream stores no count
     EXPECT_EQ(info->GetNumFrames(), 25);
 }
 
@@ -648,7 +648,7 @@ TEST(MediaReaderTest, DescribesAnImageWithoutDecodingIt)
     EXPECT_EQ(info->GetVideoStreams().first().frameStep, -1);
     EXPECT_TRUE(log.Lines().empty());
 
-    Probed(damaged); // as a movie, it is decoded
+    Probed(damaged); // a movie is decoded
     EXPECT_EQ(log.Lines(), (std::vector<LogLine>{ErrorLine("Error decoding video packet.")}));
 }
 
@@ -701,7 +701,7 @@ TEST(MediaReaderTest, DrainsAShortFileForItsFirstPicture)
     EXPECT_GE(Probed(path)->GetStartTime(), 3000000);
 }
 
-// A key frame that others lead is not the first one to be shown, though the first to be decoded.
+// A key frame that other pictures precede on screen: decoded first, but not shown first.
 TEST(MediaReaderTest, StartsAtAPictureThatLeadsTheFirstKeyFrame)
 {
     QString const whole =
@@ -716,7 +716,7 @@ TEST(MediaReaderTest, StartsAtAPictureThatLeadsTheFirstKeyFrame)
     EXPECT_EQ(Probed(cut)->GetStartTime(), firstPacket - 80000);
 }
 
-// The head of a file is 250 packets. Sound comes first here, and then the only pictures.
+// The head of a file is 250 packets. Here the sound fills it; the pictures come after it.
 TEST(MediaReaderTest, SeesAPictureInTheLastPacketOfTheHeadAndNoneBehind)
 {
     auto const withSoundPackets = [](int count) {
@@ -732,7 +732,7 @@ TEST(MediaReaderTest, SeesAPictureInTheLastPacketOfTheHeadAndNoneBehind)
     EXPECT_EQ(Probed(withSoundPackets(250))->GetStartTime(), 0);
 }
 
-// With 250 packets the end of the file lies behind the head, so nothing drains the decoder; with 249 it does.
+// With 250 packets the end of the file is behind the head, so nothing drains the decoder; with 249 it is inside.
 TEST(MediaReaderTest, DrainsTheDecoderOnlyWhereTheHeadReachesTheEnd)
 {
     auto const withSoundPackets = [](int count) {
@@ -748,7 +748,7 @@ TEST(MediaReaderTest, DrainsTheDecoderOnlyWhereTheHeadReachesTheEnd)
     EXPECT_EQ(Probed(withSoundPackets(248))->GetStartTime(), 0);
 }
 
-// One list of pictures serves all video streams and is never emptied: the later ones start when its first one does.
+// All video streams share one list of pictures, which is never emptied: the later streams get the first one's start.
 TEST(MediaReaderTest, StartsEveryVideoStreamAtTheFirstPictureOfAll)
 {
     auto const info = Probed(MakeMedia(

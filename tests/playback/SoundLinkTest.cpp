@@ -155,6 +155,16 @@ TEST_F(SoundLinkTest, AnOutputThatTellsItsDelayBadlyGoesOn)
     EXPECT_EQ(Fill(10, /*delay=*/400000).back(), 400);
 }
 
+TEST_F(SoundLinkTest, PlayThatHasJustBegunWaitsForTheSound)
+{
+    time.Advance(20000);
+    Leave();
+    EXPECT_EQ(Fill(10, /*delay=*/80000).back(), 10 * (20 + 9) + 10);
+    Fill(10, /*delay=*/80000);
+    link.TakeReport(state);
+    EXPECT_EQ(state.clock.GetPosition(time.GetTime()), 30000 - 80000); // what is heard now
+}
+
 // What play has shown of the pictures meanwhile is not shown once more.
 TEST_F(SoundLinkTest, AnOutputThatComesLaterJoinsInTime)
 {

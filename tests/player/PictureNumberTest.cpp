@@ -78,7 +78,7 @@ TEST_F(PictureNumberTest, NamesPicturesByTimesThatReadBackAsTheSame)
     for (int i = 0; i < 7; ++i)
         Press(Qt::Key_Period);
     EXPECT_TRUE(Says("#7 / 30"));
-    EXPECT_TRUE(Says("0:00:00.234 / 0:00:01"));
+    EXPECT_TRUE(Says("0:00:00.234 / 0:00:01.000"));
 }
 
 // The times begin anew in the middle, which decoding passes over; packets cannot tell how many pictures that leaves.

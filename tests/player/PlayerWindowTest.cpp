@@ -60,7 +60,7 @@ TEST_P(PlayerWindowTest, TellsTimeAndNumberOfThePictureShown)
     StartDemo();
     SeekTo(137);
     EXPECT_TRUE(Eventually([&] { return Labels().contains("#137 / 250"); })) << qPrintable(Labels().join('|'));
-    EXPECT_TRUE(Labels().contains("0:00:05.480 / 0:00:10")) << qPrintable(Labels().join('|'));
+    EXPECT_TRUE(Labels().contains("0:00:05.480 / 0:00:10.000")) << qPrintable(Labels().join('|'));
 }
 
 TEST_P(PlayerWindowTest, StepsWithCommaAndPeriodOverGroupsOfPictures)

@@ -58,7 +58,7 @@ std::vector<Recipe> const& Recipes()
 
 std::map<QString, QString> const otherRecipes = {
     {"offset.mkv", "-i {gop12.mp4} -c copy -output_ts_offset 10"},
-    {"tone.wma", tone.arg(6) + "-ac 2 -c:a wmav2"}, // of which the last frame comes out with the drain
+    {"tone.wma", tone.arg(6) + "-ac 2 -c:a wmav2"}, // its last frame comes with the drain
     {"large.mp4", "-f lavfi -i testsrc2=size=1280x720:rate=25:duration=5 -c:v libx264 -preset ultrafast -g 60"},
     {"crimson.mp4", "-f lavfi -i color=c=0xC81E3C:size=1280x720:rate=25:duration=0.6 -vf "
                     "scale=out_color_matrix=bt709:flags=accurate_rnd -c:v libx264 -qp 0 -pix_fmt yuv420p "
@@ -75,7 +75,7 @@ std::map<QString, QString> const otherRecipes = {
                                     "-c:v png -disposition:v attached_pic -c:a libmp3lame"},
 };
 
-// Streams that are hard to enter in the middle. `edit` changes the file that FFmpeg made.
+// Streams in which decoding cannot easily start in the middle. `edit` changes the file that FFmpeg made.
 struct DifficultRecipe
 {
     QString name;
@@ -83,7 +83,7 @@ struct DifficultRecipe
     void (*edit)(QByteArray& bytes) = nullptr;
 };
 
-// Without this box of an MP4 file, all pictures are key pictures.
+// An MP4 file without this box has only key pictures.
 void DropKeyTable(QByteArray& bytes)
 {
     int const at = bytes.indexOf("stss");
@@ -92,7 +92,7 @@ void DropKeyTable(QByteArray& bytes)
     bytes.replace(at, 4, "free");
 }
 
-// A few bytes of every so many, the head and the tail with the index left alone.
+// Damages a few bytes at regular distances, except in the header and in the tail with the index.
 void Damage(QByteArray& bytes)
 {
     int const end = bytes.indexOf("moov") > 100000 ? bytes.indexOf("moov") - 100 : bytes.size() - 2000;
@@ -102,8 +102,8 @@ void Damage(QByteArray& bytes)
     }
 }
 
-// Turns the one sub-layer of an HEVC stream into three: pictures that B pictures refer to become those of the second,
-// where nothing of their own sub-layer refers to them, the others those of the third.
+// Turns the one sub-layer of an HEVC stream into three: B pictures that others refer to move to the second, where
+// nothing of their own sub-layer refers to them; the other B pictures move to the third.
 void AddSubLayers(QByteArray& bytes)
 {
     int at = bytes.indexOf("mdat") + 4;
@@ -113,9 +113,9 @@ void AddSubLayers(QByteArray& bytes)
         auto const* unit = reinterpret_cast<uint8_t const*>(bytes.constData()) + at;
         int const length = unit[0] << 24 | unit[1] << 16 | unit[2] << 8 | unit[3];
         int const type = unit[4] >> 1;
-        bool const isB = (unit[6] & 0xe0) == 0xe0; // first slice of the picture, first parameter set, type B
+        bool const isB = (unit[6] & 0xe0) == 0xe0; // first slice of the picture, parameter set 0, type B
         if (type == 1 && isB) {
-            bytes[at + 4] = 0; // may be left out, as far as its own sub-layer goes
+            bytes[at + 4] = 0; // marked as not referred to within its sub-layer
             bytes[at + 5] = 2;
             ++middles;
         } else if (type == 0) {
@@ -184,7 +184,7 @@ bool HasEdit(QString const& name)
     return std::any_of(all.begin(), all.end(), [&](auto const& recipe) { return recipe.name == name && recipe.edit; });
 }
 
-// One thread encodes, so that the bytes are the same everywhere.
+// Encodes with one thread, so that the bytes are the same everywhere.
 QStringList Words(QString arguments)
 {
     return arguments.remove('\'').split(' ', Qt::SkipEmptyParts) + QStringList{"-threads", "1"};

@@ -12,7 +12,7 @@ struct LogLine
 {
     Logger::Level level = Logger::Level::Error;
     QString message;
-    int code = 0; // 0: logged without one
+    int code = 0; // 0: none
 };
 
 bool operator==(LogLine const& a, LogLine const& b);
@@ -21,7 +21,7 @@ std::ostream& operator<<(std::ostream& stream, LogLine const& line);
 LogLine ErrorLine(QString const& message, int code = 0);
 LogLine InfoLine(QString const& message);
 
-// Keeps what is logged while it lives, instead of standard error.
+// Captures the log during its lifetime, instead of standard error.
 class LogCapture
 {
 public:
@@ -31,7 +31,7 @@ public:
     LogCapture& operator=(LogCapture const&) = delete;
 
     std::vector<LogLine> Lines() const;
-    std::vector<LogLine> Take(); // and forgets them
+    std::vector<LogLine> Take(); // and removes them
 
 private:
     mutable std::mutex mutex;

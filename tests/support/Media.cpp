@@ -20,8 +20,8 @@ namespace {
     throw std::runtime_error(what.toStdString());
 }
 
-// The file for a recipe; `make` writes it to the path that it gets. Each recipe has a folder of its own, so that the
-// file can bear its plain name.
+// The file for a recipe; `make` writes it to the path that it gets. Each recipe has its own folder, so the file can
+// keep its plain name.
 QString Cached(QString const& name, QByteArray const& recipe, std::function<void(QString const&)> const& make)
 {
     QByteArray const key = QCryptographicHash::hash(recipe, QCryptographicHash::Md5).toHex().left(12);

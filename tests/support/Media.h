@@ -6,29 +6,30 @@
 
 #include <vector>
 
-// Media made by the `ffmpeg` command, once for a build; the name of a file tells its recipe, so that a changed one is
-// made anew. Several test programs may ask at the same time. A file that cannot be made throws, which fails the test.
+// Media made by the `ffmpeg` command, once per build tree; the file's folder is named by its recipe, so a changed
+// recipe makes a new file. Several test programs may ask at the same time. If a file cannot be made, it throws, which
+// fails the test.
 
-// The file that `arguments` make; `name` is its last component, with the suffix that chooses the container.
+// The file made with `arguments`; `name` is its last path component, whose suffix chooses the container.
 QString MakeMedia(QString const& name, QStringList const& arguments);
 
-// The same for a folder `name` of numbered pictures; the path of their printf pattern.
+// The same for a folder `name` of numbered pictures; returns the path of their printf pattern.
 QString MakeMediaRow(QString const& name, QString const& pattern, QStringList const& arguments);
 
-// A file of these bytes.
+// A file with these bytes.
 QString WriteMedia(QString const& name, QByteArray const& bytes);
 
 QByteArray ReadMedia(QString const& path);
 
-// `source` with the only occurrence of `from` replaced by the equally long `to`.
+// `source` with the only occurrence of `from` replaced by `to`, of the same length.
 QString PatchMedia(QString const& name, QString const& source, QByteArray const& from, QByteArray const& to);
 
-// The arguments of a moving test picture and of a tone, both small.
+// The `ffmpeg` arguments of a moving test picture and of a tone, both small.
 QStringList Picture(QString const& size, int rate, double seconds);
 QStringList Tone(int rate, int channels, double seconds);
 
-// `source`, an MP4, with another name for its codec ("avc1", "mp4a") that no decoder answers to, nor to what a box
-// "esds" says of it.
+// `source`, an MP4 file, with its codec name ("avc1", "mp4a") replaced by one without a decoder, also in the "esds"
+// box.
 QString WithoutDecoder(QString const& name, QString const& source, QByteArray const& codec);
 
 // `source`, a Matroska file, with another duration in its header, in milliseconds.

@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-// Without FFmpeg's header, as its versions differ in a "const".
+// Without FFmpeg's header, because its versions differ in a "const".
 
 namespace {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// Counts how often FFmpeg is asked to open a file: the program that links this stands in front of avformat_open_input.
+// Counts the calls of avformat_open_input, which a program that links this replaces by a counting one.
 namespace OpenedInputs {
 
-int Count(); // since the program began; any thread
+int Count(); // since the program started; any thread
 
 } // namespace OpenedInputs

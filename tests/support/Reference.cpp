@@ -39,7 +39,7 @@ FfmpegPtr<AVFormatContext> OpenPlainly(QString const& path)
 {
     AVFormatContext* opened = nullptr;
     AVDictionary* options = nullptr;
-    av_dict_set(&options, "start_number_range", "1000", 0); // of rows of images
+    av_dict_set(&options, "start_number_range", "1000", 0); // for image sequences
     int const result = avformat_open_input(&opened, path.toUtf8().constData(), nullptr, &options);
     av_dict_free(&options);
     Require(result >= 0, "cannot open the input");
@@ -60,7 +60,7 @@ ReferenceInput::ReferenceInput(FfmpegPtr<AVFormatContext> opened, int mediaType,
     AVCodecParameters const* parameters = format->streams[streamIndex]->codecpar;
     codec.reset(avcodec_alloc_context3(nullptr));
     Require(avcodec_parameters_to_context(codec.get(), parameters) >= 0, "no codec context");
-    codec->thread_count = codec->codec_id == AV_CODEC_ID_THEORA ? 1 : threads; // not exact behind frame threads
+    codec->thread_count = codec->codec_id == AV_CODEC_ID_THEORA ? 1 : threads; // its frame threads are not exact
     AVCodec const* decoder = avcodec_find_decoder(parameters->codec_id);
     Require(decoder && avcodec_open2(codec.get(), decoder, nullptr) >= 0, "cannot open the decoder");
 }
@@ -197,7 +197,7 @@ FfmpegPtr<AVFrame> NoisePicture(int width, int height, int pixelFormat, uint32_t
 
 namespace {
 
-// Null where the file has no such stream.
+// Null if the file has no such stream.
 std::unique_ptr<ReferenceInput> OpenBest(QString const& path, AVMediaType type, int threads)
 {
     auto format = OpenPlainly(path);
@@ -218,7 +218,7 @@ QByteArray HashFrame(AVFrame const* frame, AVCodecContext const* codec, float as
     auto const format = static_cast<AVPixelFormat>(frame->format);
     scaler.reset(sws_getCachedContext(scaler.release(), codec->width, codec->height, format, width, codec->height,
                                       AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    static std::vector<uint8_t> rows; // fresh pages for each picture would cost more than the picture
+    static std::vector<uint8_t> rows; // static: fresh pages for each picture would cost more than the conversion
     rows.resize(std::max(rows.size(), static_cast<size_t>(stride) * static_cast<size_t>(codec->height) + 256));
     uint8_t* planes[4] = {rows.data(), nullptr, nullptr, nullptr};
     int strides[4] = {stride, 0, 0, 0};
@@ -233,7 +233,7 @@ float AspectOf(AVCodecContext const* codec)
     return aspect > 0.0 ? static_cast<float>(aspect) : 1.0f;
 }
 
-// A picture that is over before 0 is no part of the media, and one that reaches into it begins there.
+// Drops pictures that end before 0, and moves the start of one that reaches into it to 0.
 void BeginAtZero(std::vector<Reference::Picture>& pictures)
 {
     while (pictures.size() > 1 && pictures[1].time <= 0)

@@ -15,7 +15,7 @@ class MediaInstance;
 using Sounds = QList<std::shared_ptr<DecodedAudioFrame>>;
 using Pictures = QList<std::shared_ptr<DecodedVideoFrame>>;
 
-// Sets AvGlobals::maxAudioOutputChannels while it lives.
+// Sets AvGlobals::maxAudioOutputChannels during its lifetime.
 class OutputChannels
 {
 public:
@@ -28,7 +28,7 @@ private:
     int before;
 };
 
-// A probed description, not null; whether the probe went well is for the test to see.
+// A probed description, not null; the test checks whether the probe succeeded.
 std::shared_ptr<MediaInfo> Probed(QString const& path, bool isImage = false);
 
 struct Decoded
@@ -37,11 +37,11 @@ struct Decoded
     Pictures pictures;
 
     long long SampleFrames() const;        // samples per channel of all sounds
-    std::vector<long long> Starts() const; // of the pictures, marks left out
-    int Marks() const;                     // of the end of the stream
+    std::vector<long long> Starts() const; // of the pictures, without end-of-stream records
+    int Marks() const;                     // end-of-stream records
 };
 
-// Decodes until nothing is in hand.
+// Decodes until there is no packet.
 Decoded DecodeAll(MediaInstance& instance, long long seekTime = -1);
 
 bool IsEndMark(DecodedVideoFrame const& record);

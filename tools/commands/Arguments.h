@@ -24,6 +24,8 @@ inline constexpr Option common[] = { // of every command
     {"verbose", nullptr, "Show FFmpeg's own messages, too."},
     {"help", nullptr, "Show this help.", nullptr, "h"}};
 Option Colours(bool followsStream); // what a command does when the option is not given
+inline constexpr Option soundStream = {"sound-stream", "NUMBER", "Take this stream of sound, counted from 1."};
+inline constexpr int mostSoundStreams = 10000; // more than any file has
 inline constexpr Option noToneMapping = {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."};
 
 } // namespace Options
@@ -53,6 +55,7 @@ public:
     double Decimal(char const* option,
                    double usual) const;                  // NaN for anything but a number; the command checks the range
     long long Time(char const* option, long long usual); // microseconds from the first picture, not below 0
+    int SoundStream() { return Number("sound-stream", 1, Options::mostSoundStreams, 0); } // 0 when not given
     TimeRange Range();
     ColourSettings Colours(bool followsStream, bool exact); // `exact`: see ColourSettings
 

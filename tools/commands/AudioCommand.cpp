@@ -20,6 +20,7 @@ struct Request
     QString path;
     QString wavPath;
     TimeRange range;
+    int soundStream = 0; // from 1; 0: the best
     double speed = 1.0;
     double volume = 1.0;
 };
@@ -35,6 +36,7 @@ Request RequestIn(Arguments& arguments)
     request.volume = arguments.Decimal("volume", 1.0);
     if (!(request.volume >= 0.0 && request.volume <= loudest))
         arguments.Reject(QStringLiteral("--volume is from 0 to 100; 1 leaves the samples as they are"));
+    request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
     return request;
 }
@@ -86,7 +88,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenSound(request.path, log);
-    if (!source)
+    if (!source || !ChooseSound(*source, request.soundStream))
         return ExitCode::CannotOpen;
     SoundRender render(*source);
     if (!render.Open()) {
@@ -121,6 +123,7 @@ Command AudioCommand()
             {Options::Output("WAV"),
              {"speed", "S", "From -16 to 16; below 0 plays backwards."},
              {"volume", "V", "Factor of every sample, 0 to 100."},
+             Options::soundStream,
              Options::from,
              Options::to},
             Run};

@@ -20,6 +20,7 @@ namespace {
 struct Request
 {
     TimeRange range;
+    int soundStream = 0; // from 1; 0: the best
     bool withSums = false;
     ColourSettings colours;
 };
@@ -98,7 +99,7 @@ ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
 ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
 {
     auto const source = OpenSource(path, log, request.colours);
-    if (!source)
+    if (!source || !ChooseSound(*source, request.soundStream))
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
     QElapsedTimer timer;
@@ -121,6 +122,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 {
     Request request;
     request.withSums = arguments.Has("md5");
+    request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
     request.colours = arguments.Colours(/*followsStream=*/false, /*exact=*/false);
     if (arguments.AreWrong())
@@ -146,6 +148,7 @@ Command DecodeCommand()
             "TIME is in microseconds from the first picture.\n\n"
             "Exit code 4 when something could not be decoded, even if the rest was.\n",
             {{"md5", nullptr, "Print a line with an MD5 sum for each record."},
+             Options::soundStream,
              Options::from,
              Options::to,
              Options::Colours(/*followsStream=*/false),

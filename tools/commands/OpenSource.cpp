@@ -68,6 +68,19 @@ std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log)
     return WithHalf(std::move(source), hasSound, ": there is no sound in it");
 }
 
+bool ChooseSound(Source& source, int number)
+{
+    source.SetSoundStream(number - 1);
+    auto const streams = source.GetSoundStreams();
+    if (number == 0 || streams.value(number - 1).isDecodable)
+        return true;
+    Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded, of %3 in it")
+                     .arg(source.GetPath())
+                     .arg(number)
+                     .arg(streams.size()));
+    return false;
+}
+
 QList<Source::Stream> UndecodableStreams(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();

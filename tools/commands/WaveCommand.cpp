@@ -19,6 +19,7 @@ struct Request
     QString path;
     PictureTarget target;
     TimeRange range;
+    int soundStream = 0; // from 1; 0: the best
     int width = 0;
     int height = 0; // 0: the default for the number of channels
 };
@@ -30,6 +31,7 @@ Request RequestIn(Arguments& arguments)
     request.target = arguments.PictureOutput();
     request.width = arguments.Number("width", smallestWidth, largestSide, 1280);
     request.height = arguments.Number("height", 1, largestSide, 0);
+    request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
     return request;
 }
@@ -85,7 +87,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenSound(request.path, log);
-    if (!source)
+    if (!source || !ChooseSound(*source, request.soundStream))
         return ExitCode::CannotOpen;
     return WithoutErrors(log, [&] {
         SoundLevels levels(*source);
@@ -115,6 +117,7 @@ Command WaveCommand()
              Options::format,
              {"width", "PIXELS", "Of the picture; 1280 if not given."},
              {"height", "PIXELS", "Of the picture; 120 a lane if not given."},
+             Options::soundStream,
              Options::from,
              Options::to},
             Run};

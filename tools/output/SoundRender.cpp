@@ -22,9 +22,10 @@ constexpr long long farthestUs = 100000000 * secondUs;
 // At every speed there is sound.
 constexpr double fastest = 16.0;
 
-PlaybackOptions SoundOnly()
+PlaybackOptions SoundOnly(int soundStream)
 {
     PlaybackOptions options;
+    options.soundStream = soundStream;
     options.withPictures = false;
     options.muteAboveSpeed = fastest;
     return options;
@@ -43,7 +44,7 @@ private:
 };
 
 SoundRender::SoundRender(Source const& newSource)
-    : source(newSource), time(std::make_shared<BlockTime>()), engine(SoundOnly(), time)
+    : source(newSource), time(std::make_shared<BlockTime>()), engine(SoundOnly(newSource.GetSoundStream()), time)
 {}
 
 SoundRender::~SoundRender() = default;

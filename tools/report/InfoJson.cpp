@@ -179,19 +179,22 @@ QJsonObject DescribeOwnValues(Source const& source)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     auto const orientation = info.IsImage() ? ImageOrientation::Of(source.GetPath()) : ImageOrientation();
-    return {{"schema", Info::schemaVersion},
-            {"kind", source.Describe()},
-            {"is_image", info.IsImage()},
-            {"is_linear_color_space", info.IsLinearColorSpace()},
-            {"duration_us", info.GetDuration()},
-            {"start_time_us", info.GetStartTime()},
-            {"frame_step_us", info.GetFrameStep()},
-            {"frame_rate", info.GetFrameRate()},
-            {"frame_count", info.GetNumFrames()},
-            {"width", info.GetVideoWidth()},
-            {"height", info.GetVideoHeight()},
-            {"is_video_rotated", info.IsVideoRotated() || orientation.rotation % 180 != 0},
-            {"is_video_mirrored", orientation.isMirrored}};
+    QJsonObject own{{"schema", Info::schemaVersion},
+                    {"kind", source.Describe()},
+                    {"is_image", info.IsImage()},
+                    {"is_linear_color_space", info.IsLinearColorSpace()},
+                    {"duration_us", info.GetDuration()},
+                    {"start_time_us", info.GetStartTime()},
+                    {"frame_step_us", info.GetFrameStep()},
+                    {"frame_rate", info.GetFrameRate()},
+                    {"frame_count", info.GetNumFrames()},
+                    {"width", info.GetVideoWidth()},
+                    {"height", info.GetVideoHeight()},
+                    {"is_video_rotated", info.IsVideoRotated() || orientation.rotation % 180 != 0},
+                    {"is_video_mirrored", orientation.isMirrored}};
+    if (!source.GetStartTimecode().text.isEmpty())
+        own["timecode"] = source.GetStartTimecode().text;
+    return own;
 }
 
 } // namespace

@@ -140,6 +140,15 @@ QString AudioLine(Source const& source, int position)
            TagLines(stream.metadata);
 }
 
+QString TimecodeLine(Source const& source)
+{
+    StartTimecode const& start = source.GetStartTimecode();
+    if (start.text.isEmpty())
+        return {};
+    return Line(QStringLiteral("timecode"),
+                {QStringLiteral("starts at %1").arg(start.text), QStringLiteral("%1 frames a second").arg(start.rate)});
+}
+
 } // namespace
 
 QString Info::AsText(Source const& source)
@@ -148,7 +157,8 @@ QString Info::AsText(Source const& source)
     QString const size = QLocale::c().formattedDataSize(QFileInfo(info.GetFilePath()).size());
     QString text = info.GetFilePath() + QLatin1Char('\n') +
                    Line(QStringLiteral("kind"), {source.Describe(), DurationText(info), size}) +
-                   Line(QStringLiteral("format"), {source.GetFormatName()}) + TagLines(source.GetTags());
+                   Line(QStringLiteral("format"), {source.GetFormatName()}) + TimecodeLine(source) +
+                   TagLines(source.GetTags());
     QList<StreamColours> const colours = StreamColours::Probe(source);
     int video = 0;
     int audio = 0;

@@ -36,6 +36,7 @@ long long DurationOf(DecodedAudioFrame const& sound)
 SessionWalk::SessionWalk(Source const& newSource) : source(newSource)
 {
     instance.SetColours(source.GetColours());
+    instance.SetAudioStream(source.GetSoundStreams().value(source.GetSoundStream()).index);
     instance.Initialize(source.GetInfo(), 0);
 }
 

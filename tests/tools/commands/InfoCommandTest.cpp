@@ -151,6 +151,18 @@ TEST(InfoCommandTest, GivesOurOwnValuesInMicroseconds)
     EXPECT_EQ(own["is_image"], false);
 }
 
+TEST(InfoCommandTest, TellsTheTimecode)
+{
+    QString const path =
+        MakeMedia("timecode.mov", {"-f", "lavfi", "-i", "testsrc=size=64x48:rate=30000/1001:duration=1", "-c:v",
+                                   "mpeg4", "-timecode", "01:00:10;02"});
+    EXPECT_EQ(DescriptionOf(path)["tavolin"].toObject()["timecode"], "01:00:10;02");
+    EXPECT_TRUE(RunTavolin({"info", path}).output.contains("timecode   starts at 01:00:10;02, 29.97"));
+    QString const without = MovingPicture("plain.mp4", {"-c:v", "libx264"});
+    EXPECT_FALSE(DescriptionOf(without)["tavolin"].toObject().contains("timecode"));
+    EXPECT_FALSE(RunTavolin({"info", without}).output.contains("timecode"));
+}
+
 TEST(InfoCommandTest, GivesAnArrayForSeveralFilesAndAnObjectForOne)
 {
     QString const path = MovingPicture("plain.mp4", {"-c:v", "libx264"});

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+// How the player calls a picture.
+enum class Reading { Time, Timecode, Number };
+
+// As the settings keep it.
+inline QString NameOf(Reading reading)
+{
+    return reading == Reading::Number ? "number" : reading == Reading::Timecode ? "timecode" : "time";
+}
+
+inline Reading ReadingNamed(QString const& name)
+{
+    return name == "number" ? Reading::Number : name == "timecode" ? Reading::Timecode : Reading::Time;
+}
