@@ -64,7 +64,7 @@ void Reports::CollectMessages()
 
 QByteArray Reports::Describe(QString const& path)
 {
-    return QJsonDocument(Info::AsJson(Open(path))).toJson(QJsonDocument::Compact);
+    return QJsonDocument(Info::AsJson(Open(path), std::nullopt)).toJson(QJsonDocument::Compact);
 }
 
 Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)

@@ -6,6 +6,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
 #include "media/AvGlobals.h"
+#include "media/FfmpegBridge.h"
 #include "media/FfmpegPtr.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
@@ -224,6 +225,8 @@ bool Source::DescribeFile()
         return false;
     formatName = QString::fromUtf8(input->iformat->name);
     packetsBearTimes = (input->iformat->flags & AVFMT_NOTIMESTAMPS) == 0;
+    FfmpegBridge::DecoderPtr decoder = nullptr; // as a session chooses
+    pictureStream = std::max(av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0), -1);
     MediaReader::ParseMetadata(input->metadata, tags);
     TakeStreams(*input);
     startTimecode = wholeInfo->IsImage() ? StartTimecode::OfImage(path, options.sequenceRate)

@@ -74,6 +74,9 @@ public:
 
     QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
 
+    // The container's index of the stream that pictures are decoded from; -1 without one.
+    int GetPictureStream() const { return pictureStream; }
+
     // The container's stream behind the record at `position` in the description's list of that type, which may hold
     // records that are not valid.
     Stream GetStream(StreamType type, int position) const;
@@ -141,4 +144,5 @@ private:
     StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;
+    int pictureStream = -1;
 };

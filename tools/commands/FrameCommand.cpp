@@ -7,6 +7,7 @@
 #include "tools/commands/OpenSource.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
 
 #include <algorithm>
@@ -22,6 +23,22 @@ struct Found
     bool hasErrors = false; // while it was decoded, and others beside it
     QString firstError;
 };
+
+// The time of the picture that is asked for by its number; false, having said why, when there is none.
+bool FindTime(Source const& source, FrameRequest& request)
+{
+    if (!request.number)
+        return true;
+    long long count = 0;
+    auto const time = PictureCount::TimeOf(source, *request.number, count);
+    request.time = time.value_or(0);
+    if (!time && count == 0)
+        Console::Say(request.path + QStringLiteral(": no picture could be decoded"));
+    else if (!time)
+        Console::Say(QStringLiteral("%1: there is no picture %2; the numbers are 0 to %3")
+                         .arg(request.path, QString::number(*request.number), QString::number(count - 1)));
+    return time.has_value();
+}
 
 ExitCode Find(Source const& source, FrameRequest const& request, MessageLog const& log, Found& found)
 {
@@ -42,7 +59,8 @@ ExitCode Find(Source const& source, FrameRequest const& request, MessageLog cons
     if (!source.IsOver(*found.picture, request.time))
         return ExitCode::Ok;
     Console::Say(QStringLiteral("%1: %2 is past the end; the last picture starts at %3")
-                     .arg(request.path, TimeText::Clock(request.time), TimeText::Clock(found.picture->startTime)));
+                     .arg(request.path, TimeText::Clock(request.time),
+                          TimeText::PictureClock(found.picture->startTime, found.picture->endTime)));
     return ExitCode::DecodingFailed;
 }
 
@@ -58,8 +76,9 @@ bool IsWhole(Source const& source, FrameRequest const& request, Found const& fou
     auto const lost = damage ? damage->FindLost(start, request.time) : std::nullopt;
     isLost = lost.has_value();
     if (lost)
-        Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
-                         .arg(request.path, TimeText::Clock(*lost), TimeText::Clock(start)));
+        Console::Say(
+            QStringLiteral("%1: the picture at %2 cannot be decoded; the one before it starts at %3")
+                .arg(request.path, TimeText::PictureClock(*lost, *lost), TimeText::PictureClock(start, start)));
     else if (!damage)
         request.SayDamaged(start, found.firstError); // it, or one near it: its packets do not tell
     else if (damage->IsDamaged(start))
@@ -95,13 +114,15 @@ ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog 
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    FrameRequest const request = FrameRequest::From(arguments);
+    FrameRequest request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenPictures(request.path, log, request.colours);
     if (!source)
         return ExitCode::CannotOpen;
     SayWhatItIs(*source, request.path);
+    if (!FindTime(*source, request))
+        return ExitCode::DecodingFailed;
     return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
 }
 
@@ -111,10 +132,12 @@ Command FrameCommand()
 {
     return {"frame",
             "write the exact picture at a time, or many pictures",
-            "FILE --at T | --every STEP [--from T] [--to T] -o PICTURE",
+            "FILE --at T | --number N | --every STEP [...] -o PICTURE",
             "Writes the picture of FILE shown at T: the last one that starts at or before T.\n"
             "Pixels are square and the picture is upright. The ending of PICTURE selects the\n"
             "format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
+            "--number N writes picture N, counted from 0 as in the player. For most formats\n"
+            "this reads the file up to its end, for some it decodes the pictures before N.\n\n"
             "--every, --from and --to write many pictures, each once and to its own file.\n"
             "--every 2.5 writes the pictures shown every 2.5 seconds, --every 10p every tenth\n"
             "picture. Without --every all pictures of the range are written. PICTURE then\n"
@@ -126,6 +149,7 @@ Command FrameCommand()
             "cannot be decoded, nothing is written and the exit code is 4. A damaged picture\n"
             "is written as far as it could be decoded, and the exit code is 4.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
+             {"number", "N", "The number of the picture, from 0, instead of a time."},
              {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
              Options::from,
              Options::to,

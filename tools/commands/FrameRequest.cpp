@@ -6,6 +6,8 @@
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 
+#include <limits>
+
 namespace {
 
 // "2.5" is a time, "10p" a number of pictures.
@@ -29,10 +31,15 @@ FrameRequest FrameRequest::From(Arguments& arguments)
     FrameRequest request;
     request.path = arguments.OnlyFile();
     request.isSeries = arguments.Has("every") || arguments.Has("from") || arguments.Has("to");
-    if (arguments.Has("at") == request.isSeries)
-        arguments.Reject(request.isSeries ? QStringLiteral("--at does not go with --every, --from and --to")
-                                          : QStringLiteral("frame needs --at TIME, or --every, --from or --to"));
+    int const choices = (arguments.Has("at") ? 1 : 0) + (arguments.Has("number") ? 1 : 0) + (request.isSeries ? 1 : 0);
+    if (choices > 1)
+        arguments.Reject(QStringLiteral("--at, --number, and --every with --from and --to exclude each other"));
+    else if (choices == 0)
+        arguments.Reject(QStringLiteral("frame needs --at TIME, --number N, or --every, --from or --to"));
     request.time = arguments.Time("at", 0);
+    int const number = arguments.Number("number", 0, std::numeric_limits<int>::max(), 0);
+    if (arguments.Has("number"))
+        request.number = number;
     TakeStep(arguments, request);
     request.range = arguments.Range();
     request.target = arguments.PictureOutput();
@@ -50,17 +57,21 @@ ExitCode FrameRequest::Write(DecodedVideoFrame const& picture, PictureTarget con
     if (degrees % 90 != 0)
         Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
     return WritePicture(RgbPicture::FromRecord(picture).TurnedClockwise(degrees), to,
-                        QStringLiteral("the picture at %1 (%2us)")
-                            .arg(TimeText::Clock(picture.startTime), QString::number(picture.startTime)));
+                        QStringLiteral("%1 at %2 (%3us)")
+                            .arg(number ? QStringLiteral("picture %1").arg(*number) : QStringLiteral("the picture"),
+                                 TimeText::PictureClock(picture.startTime, picture.endTime),
+                                 QString::number(picture.startTime)));
 }
 
 void FrameRequest::SayDamaged(long long start, QString const& reason) const
 {
     Console::Say(QStringLiteral("%1: the picture at %2 is damaged%3")
-                     .arg(path, TimeText::Clock(start), reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
+                     .arg(path, TimeText::PictureClock(start, start),
+                          reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
 }
 
 void FrameRequest::SayLost(long long start) const
 {
-    Console::Say(QStringLiteral("%1: the picture at %2 cannot be decoded").arg(path, TimeText::Clock(start)));
+    Console::Say(
+        QStringLiteral("%1: the picture at %2 cannot be decoded").arg(path, TimeText::PictureClock(start, start)));
 }

@@ -6,18 +6,21 @@
 
 #include <QString>
 
+#include <optional>
+
 struct DecodedVideoFrame;
 
 // What `tavolin frame` is asked for. Times are microseconds.
 struct FrameRequest
 {
     QString path;
-    PictureTarget target;   // of a series: a pattern, or standard output
-    bool isSeries = false;  // several pictures instead of the one at `time`
-    long long time = 0;     // of the one
-    TimeRange range;        // of the series
-    long long timeStep = 0; // of the series; 0: by pictures
-    int pictureStep = 1;    // of the series: every so many pictures
+    PictureTarget target;      // of a series: a pattern, or standard output
+    bool isSeries = false;     // several pictures instead of the one at `time`
+    long long time = 0;        // of the one
+    std::optional<int> number; // of the one, from which its time is to be found; empty: the time is given
+    TimeRange range;           // of the series
+    long long timeStep = 0;    // of the series; 0: by pictures
+    int pictureStep = 1;       // of the series: every so many pictures
     bool asStored = false;
     ColourSettings colours;
 

@@ -2,9 +2,9 @@
 
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
-#include "source/PictureIndexReader.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
 
 #include <algorithm>
@@ -93,12 +93,12 @@ ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
 // Of all pictures of the source, from 0. Where no index tells it, the pictures before it are decoded.
 long long FrameSeries::NumberOf(DecodedVideoFrame const& picture)
 {
-    if (!index && !counter) {
-        index = ReadPictureIndex(source);
-        counter = index ? nullptr : source.OpenPictures();
+    if (!counter) {
+        counter = source.OpenPictures();
+        index = PictureCount::ReadIndex(source);
     }
-    if (index)
-        return index->NumberAt(picture.startTime);
+    if (index && index->Has(picture.startTime, picture.endTime))
+        return index->NumberFrom(picture.startTime);
     PictureStream::Picture next;
     while (countedUpTo < picture.startTime && counter && counter->Read(next) == ReadResult::Got) {
         countedUpTo = next->startTime;

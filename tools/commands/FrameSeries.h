@@ -1,5 +1,6 @@
 #pragma once
 
+#include "source/PictureIndex.h"
 #include "source/Source.h"
 #include "tools/commands/FrameRequest.h"
 #include "tools/output/NamePattern.h"
@@ -41,8 +42,8 @@ private:
     NamePattern pattern;
     std::vector<Shown> shown;
 
-    std::shared_ptr<PictureIndex const> index; // null when not read yet, or when packets do not tell
-    std::unique_ptr<PictureStream> counter;    // without an index: reads from the beginning
+    std::shared_ptr<PictureIndex const> index; // null where packets do not tell numbers
+    std::unique_ptr<PictureStream> counter;    // reads from the beginning
     long long counted = 0;
     long long countedUpTo = std::numeric_limits<long long>::min(); // start of the last one
 };

@@ -79,7 +79,7 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
         if (isTooLarge)
             return;
         sheet.Add(RgbPicture::FromRecord(*record).TurnedClockwise(record->rotation),
-                  hasTime ? TimeText::Clock(record->startTime) : QString());
+                  hasTime ? TimeText::PictureClock(record->startTime, record->endTime) : QString());
         isTooLarge = hasTime && IsTooLarge(sheet, request);
     });
     if (isTooLarge) {

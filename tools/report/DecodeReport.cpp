@@ -5,6 +5,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/RowBytes.h"
 #include "media/MediaInfo.h"
+#include "source/PictureIndex.h"
 #include "source/Source.h"
 #include "tools/report/Console.h"
 
@@ -13,6 +14,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -67,6 +69,11 @@ void DecodeReport::TakePicture(DecodedVideoFrame const& record)
         Console::WriteData(SumLine("video", record.startTime, size, RecordSum::Of(record)));
 }
 
+void DecodeReport::SetNumbers(std::shared_ptr<PictureIndex const> newIndex)
+{
+    index = std::move(newIndex);
+}
+
 void DecodeReport::Finish()
 {
     Console::ClearProgress();
@@ -114,9 +121,22 @@ QString DecodeReport::PictureLine() const
 {
     if (pictureCount == 0)
         return Title("pictures") + QStringLiteral("none\n");
-    return QStringLiteral("%1%2, %3, %4 to %5\n")
-        .arg(Title("pictures"), QString::number(pictureCount), pictureSizes.join(QStringLiteral(" and ")),
-             TimeText::Clock(pictureSpan.start), TimeText::Clock(pictureSpan.end));
+    long long const number = index ? index->NumberFrom(pictureSpan.start) : -1;
+    long long const firstEnd = number >= 0 ? index->EndOf(number) : pictureSpan.start;
+    return QStringLiteral("%1%2%3, %4, %5 to %6\n")
+        .arg(Title("pictures"), QString::number(pictureCount), NumbersText(),
+             pictureSizes.join(QStringLiteral(" and ")), TimeText::PictureClock(pictureSpan.start, firstEnd),
+             TimeText::Clock(pictureSpan.end));
+}
+
+// Empty where the numbers are not known.
+QString DecodeReport::NumbersText() const
+{
+    long long const first = index ? index->NumberFrom(pictureSpan.start) : -1;
+    long long const last = index ? index->NumberFrom(pictureReached) : -1;
+    if (first < 0 || last - first + 1 != pictureCount)
+        return {};
+    return QStringLiteral(" (#%1 to #%2 of %3)").arg(first).arg(last).arg(index->GetCount());
 }
 
 QString DecodeReport::SoundLine() const

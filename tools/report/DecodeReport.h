@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 
+class PictureIndex;
 class Source;
 struct DecodedAudioFrame;
 struct DecodedVideoFrame;
@@ -27,6 +28,9 @@ public:
     void TakeSound(DecodedAudioFrame const& record);
     void Finish(); // call after the last
 
+    // The true numbers of the pictures, for a report that does not begin with the first; may be null.
+    void SetNumbers(std::shared_ptr<PictureIndex const> index);
+
     bool IsEmpty() const { return pictureCount == 0 && soundCount == 0; }
     long long GetReachedTime() const; // of the latest record
 
@@ -45,11 +49,13 @@ private:
 
     long long StepAfter(DecodedVideoFrame const& record) const;
     QString PictureLine() const;
+    QString NumbersText() const;
     QString SoundLine() const;
     QString SpeedLine(double elapsedSeconds) const;
 
     Source const& source;
     bool withSums;
+    std::shared_ptr<PictureIndex const> index;
 
     long long pictureCount = 0;
     QStringList pictureSizes; // different ones, in the order of their first picture

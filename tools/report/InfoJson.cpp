@@ -152,16 +152,29 @@ QJsonObject DescribeAudio(Source::Stream const& announced, AudioStream const& st
     return object;
 }
 
+// Of the pictures, to our own values; not when it is unknown.
+void AddCount(QJsonObject& object, Info::Count count)
+{
+    if (!count)
+        return;
+    QJsonObject own = object["tavolin"].toObject();
+    own["picture_count"] = *count;
+    object["tavolin"] = own;
+}
+
 // Both kinds in the container's order.
-QJsonArray DescribeStreams(Source const& source)
+QJsonArray DescribeStreams(Source const& source, Info::Count count)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QList<StreamColours> const colours = StreamColours::Probe(source);
     std::vector<std::pair<int, QJsonObject>> streams;
     for (int i = 0; i < info.GetNumVideoStreams(); ++i) {
         auto const announced = source.GetStream(Source::StreamType::Video, i);
-        streams.emplace_back(announced.index, DescribeVideo(announced, info.GetVideoStreams()[i],
-                                                            StreamColours::Of(announced.index, colours)));
+        QJsonObject stream =
+            DescribeVideo(announced, info.GetVideoStreams()[i], StreamColours::Of(announced.index, colours));
+        if (announced.index == source.GetPictureStream())
+            AddCount(stream, count);
+        streams.emplace_back(announced.index, stream);
     }
     for (int i = 0; i < info.GetNumAudioStreams(); ++i) {
         auto const announced = source.GetStream(Source::StreamType::Audio, i);
@@ -199,10 +212,10 @@ QJsonObject DescribeOwnValues(Source const& source)
 
 } // namespace
 
-QJsonObject Info::AsJson(Source const& source)
+QJsonObject Info::AsJson(Source const& source, Count count)
 {
     return {{"format", DescribeFormat(source)},
-            {"streams", DescribeStreams(source)},
+            {"streams", DescribeStreams(source, count)},
             {"tavolin", DescribeOwnValues(source)}};
 }
 

@@ -65,13 +65,21 @@ QStringList PictureWords(VideoStream const& stream, Source const& source)
     return words + OrientationWords(stream, source);
 }
 
-QStringList TimingWords(VideoStream const& stream)
+QString CountText(long long count)
+{
+    return QStringLiteral("%1 picture%2").arg(count).arg(count == 1 ? QString() : QStringLiteral("s"));
+}
+
+// `count`: of the pictures; empty when it is not known.
+QStringList TimingWords(VideoStream const& stream, Info::Count count)
 {
     QStringList words;
     if (stream.frameRate > 0.0)
         words += QStringLiteral("%1 pictures a second").arg(stream.frameRate);
-    if (stream.numFrames > 0)
-        words += QStringLiteral("about %1 pictures").arg(stream.numFrames);
+    if (count)
+        words += CountText(*count);
+    else if (stream.numFrames > 0)
+        words += QStringLiteral("about ") + CountText(stream.numFrames);
     words += QStringLiteral("starts at %1 s").arg(TimeText::Seconds(stream.startTime));
     return words;
 }
@@ -109,7 +117,7 @@ QString ColourLines(StreamColours const& colours)
            (light.isEmpty() ? QString() : Line(QStringLiteral("  light"), light));
 }
 
-QString VideoLine(Source const& source, QList<StreamColours> const& colours, int position)
+QString VideoLine(Source const& source, Info::Count count, QList<StreamColours> const& colours, int position)
 {
     VideoStream const& stream = source.GetWholeInfo()->GetVideoStreams()[position];
     auto const announced = source.GetStream(Source::StreamType::Video, position);
@@ -120,7 +128,7 @@ QString VideoLine(Source const& source, QList<StreamColours> const& colours, int
     if (announced.isAttachedPicture)
         words += QStringLiteral("cover art");
     else if (!source.GetWholeInfo()->IsImage())
-        words += TimingWords(stream);
+        words += TimingWords(stream, announced.index == source.GetPictureStream() ? count : std::nullopt);
     return Line(title, words) + ColourLines(StreamColours::Of(announced.index, colours)) + TagLines(stream.metadata);
 }
 
@@ -151,7 +159,7 @@ QString TimecodeLine(Source const& source)
 
 } // namespace
 
-QString Info::AsText(Source const& source)
+QString Info::AsText(Source const& source, Count count)
 {
     MediaInfo const& info = *source.GetWholeInfo();
     QString const size = QLocale::c().formattedDataSize(QFileInfo(info.GetFilePath()).size());
@@ -164,7 +172,7 @@ QString Info::AsText(Source const& source)
     int audio = 0;
     for (Source::Stream const& stream : source.GetStreams()) {
         if (stream.type == Source::StreamType::Video && video < info.GetNumVideoStreams())
-            text += VideoLine(source, colours, video++);
+            text += VideoLine(source, count, colours, video++);
         else if (stream.type == Source::StreamType::Audio && audio < info.GetNumAudioStreams())
             text += AudioLine(source, audio++);
     }

@@ -72,6 +72,12 @@ void MessageLog::EndSource()
     lastLine.clear();
 }
 
+void MessageLog::SetSilent(bool silent)
+{
+    std::lock_guard const lock(mutex);
+    isSilent = silent;
+}
+
 int MessageLog::GetErrorCount() const
 {
     std::lock_guard const lock(mutex);
@@ -93,6 +99,8 @@ int MessageLog::GetLastErrorCode() const
 void MessageLog::Take(Logger::Level level, QString const& message, int code)
 {
     std::lock_guard const lock(mutex);
+    if (isSilent)
+        return;
     if (level == Logger::Level::Error) {
         ++errorCount;
         lastError = message;

@@ -19,6 +19,8 @@ public:
     void BeginSource(QString const& name); // resets the error count
     void EndSource();
 
+    void SetSilent(bool silent); // whether messages are dropped instead, because what is tried may fail
+
     int GetErrorCount() const; // of this source
     QString GetLastError() const;
     int GetLastErrorCode() const; // FFmpeg's, 0 without one
@@ -28,6 +30,7 @@ private:
     void ShowRepetitions();
 
     mutable std::mutex mutex; // of everything below
+    bool isSilent = false;
     QString source;
     QString lastLine;
     int repetitions = 0; // of lastLine, not printed yet

@@ -125,10 +125,10 @@ void SourceCheck::JudgeMessages(FfmpegMessages const& messages, int undecodable)
         AddFault(Counted(undecodable, "error", "errors") + QStringLiteral(" while decoding"));
     if (messages.GetErrorCount() > 0) {
         long long const time = firstErrorTime == unknown ? ReachedTime() : firstErrorTime;
-        AddFault(QStringLiteral("%1 of FFmpeg, the first near %2: %3")
-                     .arg(Counted(messages.GetErrorCount(), "message", "messages"), TimeText::Clock(time),
-                          messages.GetFirstError()),
-                 time);
+        AddFault(
+            QStringLiteral("%1 of FFmpeg, the first near %2: %3")
+                .arg(Counted(messages.GetErrorCount(), "message", "messages"), NameOf(time), messages.GetFirstError()),
+            time);
     }
 }
 
@@ -221,6 +221,14 @@ void SourceCheck::Compare(std::vector<Picture> const& group, long long until)
         Differ(forwards->time);
 }
 
+// Of the picture that begins at `time`, where one does.
+QString SourceCheck::NameOf(long long time) const
+{
+    auto const next = std::upper_bound(pictures.begin(), pictures.end(), time,
+                                       [](long long at, Picture const& picture) { return at < picture.time; });
+    return TimeText::PictureClock(time, next == pictures.end() ? time : next->time - 1);
+}
+
 void SourceCheck::AddFault(QString const& text, long long time)
 {
     faults << CheckFault{text, time};
@@ -236,7 +244,7 @@ void SourceCheck::JudgeDifferences()
 {
     if (differences > 0)
         AddFault(QStringLiteral("%1 not the same backwards as forwards, the first one at %2")
-                     .arg(Counted(differences, "picture is", "pictures are"), TimeText::Clock(firstDifference)),
+                     .arg(Counted(differences, "picture is", "pictures are"), NameOf(firstDifference)),
                  firstDifference);
 }
 

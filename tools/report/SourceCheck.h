@@ -48,6 +48,7 @@ private:
     long long EndOfAll() const;
     void ReadBackwards();
     void Compare(std::vector<Picture> const& group, long long until);
+    QString NameOf(long long time) const;
     void AddFault(QString const& text, long long time = CheckFault::unknownTime);
     void Differ(long long time);
     void JudgeDifferences();

@@ -227,3 +227,10 @@ TEST(DecodeCommandTest, DecodesEachClipAsTheFactsSay)
         EXPECT_EQ(LinesOf(RunTavolin({"decode", "--md5", Clips::Real(name)}), "video").size(), expected) << name;
     }
 }
+
+TEST(DecodeCommandTest, TellsTheNumbersOfTheRange)
+{
+    // 0, 7, 11, 14, 21, 22, 28, 33, 35... of 25 a second
+    QString const output = RunTavolin({"decode", Clips::Made("vfr.mp4"), "--from", "0.9", "--to", "1.33"}).Output();
+    EXPECT_TRUE(output.contains(" 3 (#5 to #7 of 76), 192x108, 00:00:00.880 to ")) << output.toStdString();
+}

@@ -229,6 +229,55 @@ TEST_F(FrameCommandTest, NamesTheMissingDecoderOfThePictures)
     EXPECT_TRUE(run.errors.contains("video stream #0 cannot be decoded: FFmpeg has no usable decoder"));
 }
 
+// Pictures 0, 7, 11, 14... of 25 a second: a number that is reckoned from the time would be another one.
+TEST_F(FrameCommandTest, FindsAPictureByItsNumber)
+{
+    QString const movie = Clips::Made("vfr.mp4");
+    auto const pictures = DecodePlainly(movie);
+    ASSERT_EQ(pictures.size(), 76u);
+    for (size_t const number : {0U, 3U, 31U, 32U, 60U, 75U}) {
+        ToolRun const run =
+            RunTavolin({"frame", movie, "--number", QString::number(number), "-o", PathOf("n.ppm"), "--colours=plain"});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_TRUE(run.Output().contains(QString("picture %1 at ").arg(number))) << run.Output().toStdString();
+        EXPECT_EQ(Md5(Written("n.ppm").mid(QByteArray("P6\n192 108\n255\n").size())), pictures[number].md5) << number;
+    }
+}
+
+TEST_F(FrameCommandTest, SaysWhichNumbersThereAre)
+{
+    ToolRun const run = RunTavolin({"frame", Clips::Made("vfr.mp4"), "--number", "76", "-o", PathOf("n.ppm")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_TRUE(run.errors.contains("there is no picture 76; the numbers are 0 to 75")) << run.errors.toStdString();
+    EXPECT_TRUE(Written("n.ppm").isEmpty());
+    EXPECT_EQ(RunTavolin({"frame", Clips::Made("vfr.mp4"), "--number=-1", "-o", PathOf("n.ppm")}).exitCode, 2);
+    EXPECT_EQ(
+        RunTavolin({"frame", Clips::Made("vfr.mp4"), "--number", "1", "--at", "0", "-o", PathOf("n.ppm")}).exitCode, 2);
+}
+
+// Packets do not tell of the second half, whose times are those of the first, that it is never shown.
+TEST_F(FrameCommandTest, CountsByDecodingWhatPacketsCannotTell)
+{
+    QByteArray const once = ReadMedia(Clips::Made("stream.ts"));
+    QString const twice = WriteMedia("twice.ts", once + once);
+    EXPECT_EQ(RunTavolin({"frame", twice, "--number", "199", "-o", PathOf("n.ppm")}).exitCode, 0);
+    ToolRun const run = RunTavolin({"frame", twice, "--number", "200", "-o", PathOf("n.ppm")});
+    EXPECT_TRUE(run.errors.contains("there is no picture 200; the numbers are 0 to 199")) << run.errors.toStdString();
+}
+
+// At 29.97 a second, picture 7 starts at 233566 microseconds: cut to milliseconds that would be picture 6.
+TEST_F(FrameCommandTest, PrintsATimeThatFindsTheSamePicture)
+{
+    QString const movie =
+        MakeMedia("ntsc-30.mp4", QString("-f lavfi -i testsrc2=size=96x64:rate=30000/1001:duration=1 -c:v libx264 "
+                                         "-bf 2 -video_track_timescale 30000 -threads 1")
+                                     .split(' '));
+    for (char const* time : {"0.233566", "0.234"}) {
+        ToolRun const run = RunTavolin({"frame", movie, "--at", time, "-o", PathOf("n.ppm")});
+        EXPECT_TRUE(run.Output().contains("the picture at 00:00:00.234 (233566us)")) << run.Output().toStdString();
+    }
+}
+
 // The decoder conceals it, and so it stays to the end of the group, which ends at 1.44 s. What is whole says nothing.
 TEST_F(FrameCommandTest, AnswersADamagedPictureWithFourAndWritesWhatCouldBeDecoded)
 {

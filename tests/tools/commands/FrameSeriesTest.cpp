@@ -147,8 +147,9 @@ TEST_F(FrameSeriesTest, RefusesWhatDoesNotGoTogether)
         ToolRun const run = RunTavolin(start + arguments);
         return run.exitCode == 2 ? run.Errors().section('\n', 0, 0) : QString("%1").arg(run.exitCode);
     };
-    EXPECT_EQ(refused({}), "tavolin: frame needs --at TIME, or --every, --from or --to");
-    EXPECT_EQ(refused({"--at", "1", "--every", "2"}), "tavolin: --at does not go with --every, --from and --to");
+    EXPECT_EQ(refused({}), "tavolin: frame needs --at TIME, --number N, or --every, --from or --to");
+    EXPECT_EQ(refused({"--at", "1", "--every", "2"}),
+              "tavolin: --at, --number, and --every with --from and --to exclude each other");
     for (char const* step : {"0", "0p", "-1", "p", "1.5p", "often"})
         EXPECT_TRUE(refused({QString("--every=%1").arg(step)}).contains(" is ")) << step;
     EXPECT_EQ(RunTavolin({"frame", Uneven(), "--every", "1", "-o", PathOf("a.png")}).exitCode, 2);

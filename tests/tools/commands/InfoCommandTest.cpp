@@ -202,3 +202,42 @@ TEST(InfoCommandTest, SaysWhatCannotBeDecoded)
     EXPECT_EQ(streams[1].toObject()["tavolin"].toObject()["valid"], false);
     EXPECT_EQ(streams[1].toObject()["codec_type"], "audio");
 }
+
+// Both as `ffprobe -count_frames` has them.
+TEST(InfoCommandTest, CountsThePictures)
+{
+    EXPECT_TRUE(RunTavolin({"info", Clips::Made("vfr.mp4")}).Output().contains(", 76 pictures, "));
+    EXPECT_EQ(StreamOfIndex(DescriptionOf(Clips::Made("vfr.mp4")), 0)["tavolin"].toObject()["picture_count"], 76);
+    EXPECT_EQ(StreamOfIndex(DescriptionOf(Clips::Made("stream.ts")), 0)["tavolin"].toObject()["picture_count"], 200);
+    if (Clips::HasReal()) {
+        QString const flash = Clips::Real("flv-h264-avg-rate-1000.flv");
+        EXPECT_TRUE(RunTavolin({"info", flash}).Output().contains(", 30 pictures, "));
+    }
+}
+
+TEST(InfoCommandTest, EstimatesWhatIsNotCounted)
+{
+    EXPECT_TRUE(RunTavolin({"info", "--quick", Clips::Made("gop12.mp4")}).Output().contains(", about 200 pictures, "));
+    QString const quick = RunTavolin({"info", "--quick", "--json", Clips::Made("gop12.mp4")}).Output();
+    EXPECT_FALSE(quick.contains("picture_count"));
+    QByteArray const once = ReadMedia(Clips::Made("stream.ts"));
+    ToolRun const twice = RunTavolin({"info", WriteMedia("twice.ts", once + once)});
+    EXPECT_TRUE(twice.Output().contains(", about ")) << twice.Output().toStdString();
+    EXPECT_EQ(twice.errors, "");
+    EXPECT_EQ(twice.exitCode, 0);
+}
+
+TEST(InfoCommandTest, CountsOnlyTheStreamThatIsShown)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    QJsonObject const ours = DescriptionOf(Clips::Real("asf-two-video-streams-rate-0.asf"));
+    QList<QJsonObject> counted;
+    for (QJsonValue const& value : ours["streams"].toArray()) {
+        if (value.toObject()["tavolin"].toObject().contains("picture_count"))
+            counted << value.toObject();
+    }
+    ASSERT_EQ(counted.size(), 1);
+    EXPECT_EQ(counted[0]["index"], 1);
+    EXPECT_EQ(counted[0]["tavolin"].toObject()["picture_count"], 108);
+}
