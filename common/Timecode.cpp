@@ -2,11 +2,12 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
-// Numbers are left out for 30000/1001 pictures a second and its multiples.
+// Drop frame exists for 30000/1001 pictures per second and its multiples.
 constexpr long long dropFrameRate = 30;
 constexpr long long droppedAtThirty = 2;
 
@@ -43,6 +44,12 @@ std::optional<Timecode> Timecode::Parse(QString const& text, double rate)
     return Timecode(whole, isDropFrame).ParseAlike(text);
 }
 
+long long Timecode::PicturesPerFrame(double pictureRate, double timecodeRate)
+{
+    double const pictures = pictureRate / timecodeRate;
+    return std::isfinite(pictures) && pictures < highestRate ? std::max(1LL, std::llround(pictures)) : 1;
+}
+
 std::optional<Timecode> Timecode::ParseAlike(QString const& text) const
 {
     auto const parsed = FramesIn(text);
@@ -73,7 +80,7 @@ std::optional<long long> Timecode::FramesIn(QString const& text) const
 
 QString Timecode::ToText() const
 {
-    // The count with the dropped numbers put back in. The first minute of ten has all of its numbers.
+    // Adds the dropped numbers to the count. The first of ten minutes drops none.
     long long const inTen = frames % PerTenMinutes();
     long long const laterMinutes = inTen < 60 * perSecond ? 0 : 1 + (inTen - 60 * perSecond) / PerMinute();
     long long const number = frames + droppedPerMinute * (9 * (frames / PerTenMinutes()) + laterMinutes);

@@ -368,6 +368,11 @@ bool MediaInstance::HasSkippedInDoubt() const
     return videoDecoder && videoDecoder->HasSkippedInDoubt();
 }
 
+QVector<long long> MediaInstance::TakeDamage()
+{
+    return videoDecoder ? videoDecoder->TakeDamage() : QVector<long long>();
+}
+
 void MediaInstance::BeginAtKeyPicture()
 {
     if (videoDecoder)

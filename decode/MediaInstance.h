@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -96,6 +97,7 @@ public:
     // closing.
     void SetSeekSkipping(bool skips);
     bool HasSkippedInDoubt() const;
+    QVector<long long> TakeDamage();
     void BeginAtKeyPicture();
     bool IsBeforeKeyPicture() const;
 

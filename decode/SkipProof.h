@@ -9,10 +9,10 @@ struct AVPacket;
 // Proves from a stream's headers that its codec may skip the pictures marked as not used for reference without changing
 // any other picture. This is proven where each packet holds one whole frame and the mark covers all pictures:
 //
-//     H.264 (ITU-T H.264, 7.4.2.1.1)         each sequence says frames only; a field would miss its other field
-//     HEVC (ITU-T H.265, 7.4.2.2)            one sub-layer; "non-reference" speaks of the picture's own sub-layer only
-//     MPEG-1, MPEG-2 (ISO/IEC 13818-2, 6.3)  no interlaced sequence, one picture a packet
-//     MPEG-4 Visual (ISO/IEC 14496-2, 6.3)   one picture a packet
+//     H.264 (ITU-T H.264, 7.4.2.1.1)         every sequence has frame_mbs_only_flag: a field may need its other field
+//     HEVC (ITU-T H.265, 7.4.2.2)            one sub-layer: the mark covers only pictures of the same sub-layer
+//     MPEG-1, MPEG-2 (ISO/IEC 13818-2, 6.3)  progressive sequences, one picture per packet
+//     MPEG-4 Visual (ISO/IEC 14496-2, 6.3)   one picture per packet
 //
 // Other codecs are never proven. One thread at a time.
 class SkipProof

@@ -33,6 +33,8 @@ constexpr int mostFruitlessReceives = 100;
 // A codec that refuses a packet takes it after a few pictures were received; after this many it is faulty.
 constexpr int mostReceivesBeforeSend = 1000;
 
+constexpr int mostDamage = 1000; // times kept for a host that may never ask for them
+
 constexpr int mostScalerThreads = 16;
 
 bool IsEmpty(AVPacket const& packet)
@@ -200,6 +202,7 @@ void VideoDecoder::BeginAtKeyPicture()
 {
     awaitsKeyPicture = true;
     hasBegun = false;
+    failuresInARow = 0;
 }
 
 bool VideoDecoder::IsBeforeKeyPicture() const
@@ -243,8 +246,7 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 {
     int const sent = SendPacket(packet, frames, seekTime);
     if (sent < 0 && sent != AVERROR_EOF) {
-        LogDecodingError();
-        hasDoubt = true;
+        NoteFailure();
         return;
     }
     Step const step = sent == AVERROR_EOF ? Step::TryAgain : ReceivePicture(frames, seekTime);
@@ -331,14 +333,15 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
         return Step::End;
     }
     if (received < 0) {
-        LogDecodingError();
-        hasDoubt = true;
+        NoteFailure();
         return Step::Failed;
     }
-    NoteDamage(*frame);
+    NoteDoubt(*frame);
     long long const time = TakeTime();
     if (IsLeftOut(time, seekTime))
         return Step::LeftOut;
+    if (IsDamaged(*frame))
+        NoteDamage(time);
     if (HasSizeChanged()) {
         AppendSizeChange(frames, time);
         return Step::LeftOut;
@@ -350,7 +353,37 @@ VideoDecoder::Step VideoDecoder::ReceivePicture(QList<std::shared_ptr<DecodedVid
     return Step::Picture;
 }
 
-void VideoDecoder::NoteDamage(AVFrame const& picture)
+// With threads, the codec fails some packets after the one at fault: lost pictures are taken to follow the last one.
+void VideoDecoder::NoteFailure()
+{
+    LogDecodingError();
+    hasDoubt = true;
+    ++failuresInARow;
+    if (!awaitsKeyPicture)
+        NoteDamage(TruncatedTime(lastTime + failuresInARow * frameDuration));
+}
+
+// A codec may lose more pictures than it tells of: all that are missing up to the next one, which has `time`.
+void VideoDecoder::NoteLost(int failures, long long time)
+{
+    double const end = static_cast<double>(time) - frameDuration / 2.0;
+    for (double lost = lastTime + (failures + 1) * frameDuration;
+         frameDuration > 0.0 && lost < end && damage.size() < mostDamage && !awaitsKeyPicture; lost += frameDuration)
+        NoteDamage(TruncatedTime(lost));
+}
+
+void VideoDecoder::NoteDamage(long long time)
+{
+    if (damage.size() < mostDamage)
+        damage.append(time);
+}
+
+QVector<long long> VideoDecoder::TakeDamage()
+{
+    return std::exchange(damage, {});
+}
+
+void VideoDecoder::NoteDoubt(AVFrame const& picture)
 {
     bool const isGuessed = picture.best_effort_timestamp != picture.pts || picture.pts == AV_NOPTS_VALUE;
     hasDoubt = hasDoubt || isGuessed || IsDamaged(picture);
@@ -365,11 +398,14 @@ bool VideoDecoder::IsLeftOut(long long time, long long seekTime)
 // The time of the picture just received; also updates lastTime.
 long long VideoDecoder::TakeTime()
 {
+    int const failures = std::exchange(failuresInARow, 0);
     if (frame->best_effort_timestamp == AV_NOPTS_VALUE) {
         lastTime += frameDuration;
         return TruncatedTime(lastTime);
     }
     long long const time = TimeOf(frame->best_effort_timestamp);
+    if (failures > 0)
+        NoteLost(failures, time);
     lastTime = static_cast<double>(time);
     return time;
 }

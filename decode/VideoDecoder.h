@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <vector>
@@ -54,6 +55,10 @@ public:
     // error, a corrupt packet or picture, a missing reference, a time that FFmpeg had to guess. Error concealment may
     // then depend on the skipped pictures: seek again without skipping.
     bool HasSkippedInDoubt() const;
+
+    // Times of the packets that could not be decoded and of the pictures that FFmpeg had to patch up, since the last
+    // call: a thousand at most. What is left out before a seek's target, or by BeginAtKeyPicture, does not count.
+    QVector<long long> TakeDamage();
 
     // Drops pictures until the codec (not the container) delivers one that was decoded without any other, and also
     // drops pictures shown before the next packet's picture, which may refer to undecoded ones. For a host that must
@@ -121,7 +126,10 @@ private:
     int TrySendPacket(AVPacket const& packet, long long seekTime);
     Step ReceivePicture(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime);
     bool IsLeftOut(long long time, long long seekTime);
-    void NoteDamage(AVFrame const& picture);
+    void NoteDoubt(AVFrame const& picture);
+    void NoteFailure();
+    void NoteLost(int failures, long long time);
+    void NoteDamage(long long time);
     long long TakeTime();
     long long TimeOf(long long timestamp) const;
     bool IsBeforeSeek(long long time, long long seekTime) const;
@@ -150,6 +158,8 @@ private:
     bool seekSkipping = false;
     bool hasSkipped = false; // since SetSeekSkipping
     bool hasDoubt = false;
+    QVector<long long> damage;
+    int failuresInARow = 0; // since the last picture
     bool awaitsKeyPicture = false;
     bool hasBegun = true;                        // a packet was sent since BeginAtKeyPicture
     long long beginTime = 0;                     // of that packet's picture, microseconds

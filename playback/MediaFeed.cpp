@@ -88,8 +88,9 @@ void MediaFeed::StartNumbers(IndexThreads& threads)
 
 // While the clock runs, the sound that is heard next comes first. While it stands still nobody hears any, and the
 // picture to show comes first.
-bool MediaFeed::Work(PlayNeed const& need, AskNeed const& ask)
+bool MediaFeed::Work(PlayNeed const& asked, AskNeed const& ask)
 {
+    PlayNeed const need = WithSoundToItsEnd(asked);
     auto const workOnPictures = [&] { return pictures && pictures->Work(need, ask); };
     auto const workOnSound = [&](long long ahead) { return sound && sound->Work(need, ask, ahead); };
     bool const runs = need.speed != 0.0;
@@ -98,10 +99,21 @@ bool MediaFeed::Work(PlayNeed const& need, AskNeed const& ask)
            workOnPictures() || workOnSound(soundAhead);
 }
 
-bool MediaFeed::IsReady(PlayNeed const& need, long long ahead) const
+bool MediaFeed::IsReady(PlayNeed const& asked, long long ahead) const
 {
+    PlayNeed const need = WithSoundToItsEnd(asked);
     bool const hasPicture = !pictures || (need.steps == 0 && pictures->IsReady(need));
     return hasPicture && (!sound || sound->HasSound(need, ahead));
+}
+
+// Where the sound ends is known only once it has been decoded to there, at a speed without sound, too: otherwise play
+// would never end.
+PlayNeed MediaFeed::WithSoundToItsEnd(PlayNeed need) const
+{
+    PlayRange const range = GetRange();
+    bool const mayBeAtEnd = need.playing && need.forwards && !range.endKnown && need.position >= range.end;
+    need.needsSound = need.needsSound || mayBeAtEnd;
+    return need;
 }
 
 // Ends with the later one of pictures and sound; as long as either is unknown, as the container says.
@@ -139,6 +151,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.index = numbers ? numbers->Get() : nullptr;
         status.frameRate = source.GetFrameRate();
         status.frameStep = source.GetFrameStep();
+        status.firstNumber = source.GetFirstNumber();
         status.timecode = source.GetStartTimecode().text;
         status.timecodeRate = source.GetStartTimecode().rate;
         status.lowerFieldFirst = source.IsLowerFieldFirst();
@@ -151,6 +164,7 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
         status.picturesDecoded = now.decodedCount;
         status.decodeRate = now.decodeRate;
         status.colours = now.colourText;
+        status.damage = now.damage;
         if (status.error.isEmpty())
             status.error = now.error;
     }

@@ -27,11 +27,11 @@ struct MediaFeed
     // Decoding thread, once pictures are open: begins to number them.
     void StartNumbers(IndexThreads& threads);
 
-    // Does the most urgent piece of work; false when there is nothing to do for `need`.
-    bool Work(PlayNeed const& need, AskNeed const& ask);
+    // Does the most urgent piece of work; false when there is nothing to do for `asked`.
+    bool Work(PlayNeed const& asked, AskNeed const& ask);
 
-    // Whether the picture of `need` is there, and so many microseconds of sound, or known not to exist.
-    bool IsReady(PlayNeed const& need, long long soundAhead) const;
+    // Whether the picture of `asked` is there, and so many microseconds of sound, or known not to exist.
+    bool IsReady(PlayNeed const& asked, long long soundAhead) const;
 
     PlayRange GetRange() const;
     void FillStatus(PlaybackStatus& status, bool forwards) const;
@@ -48,5 +48,6 @@ struct MediaFeed
     int height = 0; // pixels
 
 private:
+    PlayNeed WithSoundToItsEnd(PlayNeed need) const;
     bool OpenPictures(long long budget, StopCheck const& stop);
 };

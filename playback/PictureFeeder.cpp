@@ -402,6 +402,7 @@ void PictureFeeder::Publish()
     own.decodedCount = source->GetDecodedCount();
     own.end = source->GetEnd();
     own.error = source->GetError();
+    own.damage = source->GetDamage();
     own.colourText = source->DescribeColours();
     Snapshot former = own; // once exchanged; freed without the lock
     std::lock_guard const lock(mutex);

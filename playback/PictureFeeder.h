@@ -41,6 +41,7 @@ public:
         QString colourText;           // what the last picture was converted from
         long long decodedCount = 0;   // pictures
         double decodeRate = 0.0;      // pictures per second
+        QVector<long long> damage;    // see PictureStream::GetDamage
         QString error;                // what could not be read last, one sentence; empty when there was nothing
     };
 

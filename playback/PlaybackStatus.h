@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <optional>
@@ -40,10 +41,15 @@ struct PlaybackStatus
     bool waiting = false;       // the clock stands still until the first picture (and sound) of a new place is decoded
 
     // Of the pictures, as coded and not yet turned; 0 without pictures.
-    int width = 0;           // pixels
-    int height = 0;          // pixels
-    double frameRate = 0.0;  // pictures per second, 0 when the stream says none
-    long long frameStep = 0; // microseconds from picture to picture; an estimate where the rate varies
+    int width = 0;             // pixels
+    int height = 0;            // pixels
+    double frameRate = 0.0;    // pictures per second, 0 when the stream says none
+    long long frameStep = 0;   // microseconds from picture to picture; an estimate where the rate varies
+    long long firstNumber = 0; // of an image sequence: in the name of the file whose picture comes first
+
+    // Times of pictures that could not be decoded, or only in part, in rising order; of those that have been reached so
+    // far, and not more than a thousand. The picture before a lost one stays in its place.
+    QVector<long long> damage;
 
     // The SMPTE timecode of the first picture as the source says it ("01:00:10;02" for drop frame), and how many of its
     // frames a second has, which may be half of the pictures'; empty and 0 when the source says none.

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr double maxSpeed = 16.0;
+constexpr double longestStill = 86400.0; // seconds
 
 void Declare(QCommandLineParser& parser)
 {
@@ -147,6 +148,8 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     reader.Read("volume", options.volume, Volume);
     reader.Read("cache-mb", options.cacheMegabytes, CacheSize);
     reader.Read("fps", options.sequenceRate, [](QString const& text) { return Number(text, 0.1, 1000.0); });
+    reader.Read("still-seconds", options.stillSeconds,
+                [](QString const& text) { return Number(text, 0.0, longestStill); });
     reader.Read("colours", options.streamColours, StreamOrPlain);
     reader.Read("sound-stream", options.soundStream, SoundStream);
     reader.Read("geometry", options.geometry, Geometry);

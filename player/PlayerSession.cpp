@@ -5,11 +5,17 @@
 #include "player/PlayerSettings.h"
 #include "player/sound/SoundPlayer.h"
 #include "player/sound/WaveformReader.h"
+#include "source/SequencePictures.h"
+
+#include <QThreadPool>
 
 #include <algorithm>
 #include <utility>
 
 namespace {
+
+// So long the window may wait for a folder; what takes longer comes when it is ready.
+constexpr std::chrono::milliseconds folderPatience(50);
 
 PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const& settings)
 {
@@ -24,6 +30,15 @@ PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const
     return engineOptions;
 }
 
+std::optional<double> StillSeconds(PlayerOptions const& options, PlayerSettings const& settings)
+{
+    if (options.stillSeconds)
+        return options.stillSeconds;
+    if (settings.stillSeconds > 0.0)
+        return settings.stillSeconds;
+    return options.once ? std::optional<double>(0.0) : std::nullopt;
+}
+
 } // namespace
 
 PlayerSession::PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, QObject* parent)
@@ -33,7 +48,8 @@ PlayerSession::PlayerSession(PlayerOptions const& options, PlayerSettings const&
       transport(engine),
       sound(std::make_unique<SoundPlayer>(engine, AudioDevice::Make(options.audio))),
       startTime(options.start),
-      startsPaused(options.paused)
+      startsPaused(options.paused),
+      stillSeconds(StillSeconds(options, settings))
 {
     connect(sound.get(), &SoundPlayer::NoteChanged, this, [this](QString const& note) { soundNote = note; });
     transport.SetSpeed(options.speed);
@@ -46,14 +62,33 @@ PlayerSession::~PlayerSession() = default;
 
 void PlayerSession::Open(QStringList const& paths)
 {
-    playlist = Playlist(paths);
+    auto const task = std::make_shared<std::packaged_task<Playlist()>>([paths] { return Playlist(paths); });
+    reading = task->get_future();
+    QThreadPool::globalInstance()->start([task] { (*task)(); });
+    TakePlaylist(folderPatience);
+}
+
+void PlayerSession::TakePlaylist(std::chrono::milliseconds patience)
+{
+    if (!reading.valid() || reading.wait_for(patience) != std::future_status::ready)
+        return;
+    playlist = reading.get();
+    passedOver.clear();
+    direction = 1;
     if (!playlist.IsEmpty())
         OpenCurrent();
 }
 
 bool PlayerSession::Move(int entries)
 {
+    passedOver.clear();
+    return MoveOn(entries);
+}
+
+bool PlayerSession::MoveOn(int entries)
+{
     bool const moved = playlist.Move(entries);
+    direction = entries < 0 ? -1 : 1;
     if (moved)
         OpenCurrent();
     return moved;
@@ -73,6 +108,8 @@ void PlayerSession::OpenCurrent()
     opening = true;
     sounding = false;
     ended = false;
+    isDamaged = false;
+    stillTimer.invalidate();
     emit Began();
     transport.Reset(); // paused until the file is there, to play from the start time on
     Playlist::Entry const& entry = playlist.GetCurrent();
@@ -80,12 +117,18 @@ void PlayerSession::OpenCurrent()
         engine.OpenSequence(entry.path);
     else
         engine.Open(entry.path);
+    if (startTime != 0)
+        engine.Seek(startTime);
+    else if (entry.startIndex > 0)
+        engine.Seek(SequencePictures::TimeOf(entry.startIndex, SequencePictures::RateFor(engineOptions)));
 }
 
 PlaybackStatus PlayerSession::Follow()
 {
+    TakePlaylist(std::chrono::milliseconds(0));
     PlaybackStatus status = engine.GetStatus();
     FollowOpening(status);
+    FollowDamage(status);
     FollowSound(status);
     FollowEnd(status);
     return status;
@@ -98,16 +141,23 @@ void PlayerSession::FollowOpening(PlaybackStatus const& status)
     if (status.state != PlaybackState::Closed) {
         TakeOpened(status);
     } else if (!status.error.isEmpty()) {
-        opening = false;
-        emit Failed(status.error);
+        TakeFailed(status.error);
     }
+}
+
+void PlayerSession::TakeFailed(QString const& error)
+{
+    opening = false;
+    ++unopened;
+    passedOver << error;
+    emit PassedOver(error);
+    if (!MoveOn(direction))
+        emit Failed(passedOver.join('\n'));
 }
 
 void PlayerSession::TakeOpened(PlaybackStatus const& status)
 {
     opening = false;
-    if (startTime != 0)
-        engine.Seek(startTime);
     startTime = 0;
     transport.SetLooping(transport.IsLooping()); // over what is open now
     if (!startsPaused)
@@ -160,15 +210,45 @@ void PlayerSession::StopWaveform()
     waveform = nullptr;
 }
 
+void PlayerSession::FollowDamage(PlaybackStatus const& status)
+{
+    if (opening || isDamaged || (status.error.isEmpty() && status.damage.isEmpty()))
+        return;
+    isDamaged = true;
+    ++damaged;
+}
+
 void PlayerSession::FollowEnd(PlaybackStatus const& status)
 {
     bool const wasEnded = ended;
-    ended = !opening && status.state == PlaybackState::Ended && status.kind != SourceKind::Still;
+    ended = !opening && HasEnded(status);
     if (!ended || wasEnded)
         return;
-    bool const isLastEnd = transport.GetSpeed() <= 0.0 || status.position <= status.start || !Move(1);
-    if (isLastEnd)
+    bool const isAtEnd =
+        status.kind == SourceKind::Still || (transport.GetSpeed() > 0.0 && status.position > status.start);
+    if (!isAtEnd || !Move(1))
         emit CameToEnd(status);
+}
+
+// A still image has no end of its own: it stays for the time that was asked for, which passes while it is not paused.
+bool PlayerSession::HasEnded(PlaybackStatus const& status)
+{
+    if (status.kind != SourceKind::Still)
+        return status.state == PlaybackState::Ended;
+    if (status.speed == 0.0 || !stillSeconds)
+        stillTimer.invalidate();
+    else if (!stillTimer.isValid())
+        stillTimer.start();
+    return stillTimer.isValid() && static_cast<double>(stillTimer.elapsed()) >= *stillSeconds * 1000.0;
+}
+
+int PlayerSession::GetExitCode() const
+{
+    if (unopened == 0 && damaged == 0)
+        return 0;
+    if (playlist.GetCount() > 1)
+        return 1;
+    return unopened > 0 ? 3 : 4;
 }
 
 void PlayerSession::SetStreamColours(bool follow)

@@ -43,6 +43,8 @@ PlayerSettings PlayerSettings::Load()
     settings.pixelReadout = file.value("picture/pixel", settings.pixelReadout).toBool();
     settings.cacheMegabytes =
         std::clamp(file.value("play/cache-mb", settings.cacheMegabytes).toInt(), 1, maxCacheMegabytes);
+    double const stillSeconds = file.value("play/still-seconds", settings.stillSeconds).toDouble();
+    settings.stillSeconds = stillSeconds > 0.0 ? stillSeconds : 0.0; // also not a number
     settings.reading = ReadingNamed(file.value("window/reading").toString());
     settings.geometry = file.value("window/geometry").toByteArray();
     settings.lastFolder = file.value("files/last-folder").toString();
@@ -60,6 +62,7 @@ void PlayerSettings::Save() const
     file.setValue("sound/scrub", scrubSound);
     file.setValue("play/loop", looping);
     file.setValue("play/cache-mb", cacheMegabytes);
+    file.setValue("play/still-seconds", stillSeconds);
     file.setValue("picture/stream-colours", streamColours);
     file.setValue("picture/pixel", pixelReadout);
     file.setValue("picture/folder", pictureFolder);

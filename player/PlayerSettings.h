@@ -18,6 +18,7 @@ public:
     bool streamColours = true; // pictures are converted as the stream says
     bool pixelReadout = false; // the pixel under the pointer is shown
     int cacheMegabytes = 512;
+    double stillSeconds = 0.0;       // for which a still image stays; 0: until the next file is asked for
     Reading reading = Reading::Time; // of the place in the file
     QByteArray geometry;             // of the window, as QWidget saves it
     QString lastFolder;              // of the open dialog

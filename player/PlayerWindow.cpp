@@ -3,7 +3,9 @@
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
+#include "player/controls/FullScreenControls.h"
 #include "player/controls/Overlays.h"
+#include "player/controls/Readout.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
 #include "player/picture/PictureTools.h"
@@ -32,13 +34,23 @@ namespace {
 
 constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
 constexpr int pausedBeat = 30;
-constexpr int pointerPatience = 2000; // milliseconds
-constexpr int panelReach = 110;       // pixels from the lower edge; in full screen the pointer shows the controls there
 constexpr double zoomStep = 1.25;
 constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
 constexpr QSize defaultSize(1024, 640);
-constexpr QSize minimumWindow(480, 270);
+constexpr QSize minimumWindow(320, 180);
+constexpr int titleBar = 32; // pixels; room for it on a small screen
+
+// One sentence, empty without damage.
+QString DamageNote(PlaybackStatus const& status)
+{
+    if (status.damage.isEmpty())
+        return {};
+    QString const first = TimeText::ShortClock(status.damage.first(), 3);
+    if (status.damage.size() == 1)
+        return QString("The picture at %1 is damaged.").arg(first);
+    return QString("%1 pictures are damaged, the first at %2.").arg(status.damage.size()).arg(first);
+}
 
 bool IsMoving(PlaybackStatus const& status)
 {
@@ -80,6 +92,11 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
 
 PlayerWindow::~PlayerWindow()
 {
+    SaveSettings();
+}
+
+void PlayerWindow::SaveSettings()
+{
     Transport const& transport = session.GetTransport();
     settings.volume = transport.GetVolume();
     settings.muted = transport.IsMuted();
@@ -98,8 +115,15 @@ void PlayerWindow::ReadKeys()
     if (!QFileInfo::exists(path))
         KeyMap::WriteDefaults(path); // for the user to edit; a failure does no harm
     QStringList const faults = keys.Read(path);
-    if (!faults.isEmpty())
-        QTimer::singleShot(0, this, [this, faults] { bar->ShowPassingNote(faults.first()); });
+    for (QString const& fault : faults)
+        std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(fault));
+    if (faults.isEmpty())
+        return;
+    QTimer::singleShot(0, this, [this, faults] {
+        help->SetFaults(faults);
+        QString const count = faults.size() == 1 ? QString("a fault") : QString("%1 faults").arg(faults.size());
+        bar->ShowPassingNote(QString("keys.conf has %1: press %2.").arg(count, keys.KeysOf(PlayerAction::Help)));
+    });
 }
 
 void PlayerWindow::BuildLayout()
@@ -138,6 +162,8 @@ void PlayerWindow::BuildLayout()
     statistics->hide();
     help = new HelpOverlay(keys, view);
     help->hide();
+    readout = new Readout(view);
+    fullScreen = std::make_unique<FullScreenControls>(*view, *panel, *column);
     tools = new PictureTools(session, *view, *timeline, this);
     tools->SetPixelShown(settings.pixelReadout);
 }
@@ -146,11 +172,11 @@ void PlayerWindow::Connect()
 {
     connect(&beat, &QTimer::timeout, this, &PlayerWindow::Tick);
     beat.setTimerType(Qt::PreciseTimer);
-    pointerRest.setSingleShot(true);
-    connect(&pointerRest, &QTimer::timeout, this, [this] { view->setCursor(Qt::BlankCursor); });
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &PlayerWindow::SaveSettings); // the session ends
 
     connect(&session, &PlayerSession::Began, this, &PlayerWindow::ShowOpening);
     connect(&session, &PlayerSession::Opened, this, &PlayerWindow::ShowOpened);
+    connect(&session, &PlayerSession::PassedOver, this, &PlayerWindow::Report);
     connect(&session, &PlayerSession::Failed, this, &PlayerWindow::ShowFailed);
     connect(&session, &PlayerSession::CameToEnd, this, &PlayerWindow::FinishOnce);
     connect(&session, &PlayerSession::PeaksRead, timeline, &Timeline::SetPeaks);
@@ -164,7 +190,7 @@ void PlayerWindow::Connect()
         ShowControls();
     });
     connect(view, &PictureView::DoubleClicked, this, [this] { Perform(PlayerAction::FullScreen); });
-    connect(view, &PictureView::PointerMoved, this, &PlayerWindow::FollowPointer);
+    connect(view, &PictureView::PointerMoved, fullScreen.get(), &FullScreenControls::FollowPointer);
     connect(view, &PictureView::WheelTurned, this, [this](int notches) {
         Transport& transport = session.GetTransport();
         transport.SetVolume(transport.GetVolume() + notches * volumePerNotch);
@@ -172,15 +198,17 @@ void PlayerWindow::Connect()
     });
     connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
     connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
-    connect(welcome, &WelcomePanel::OpenRequested, this, &PlayerWindow::ShowOpenDialog);
+    connect(welcome, &WelcomePanel::OpenRequested, this, [this] { ShowOpenDialog(/*forFolder=*/false); });
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
 }
 
 void PlayerWindow::ApplyGeometry()
 {
     if (!options.geometry) {
-        resize(defaultSize);
+        QSize const room = screen()->availableSize() - QSize(0, titleBar);
+        resize(defaultSize.boundedTo(room));
         restoreGeometry(settings.geometry);
+        resize(size().boundedTo(room)); // it may have been another screen
         return;
     }
     resize(options.geometry->size());
@@ -222,17 +250,22 @@ void PlayerWindow::ShowFailed(QString const& error)
     view->Show(nullptr);
     welcome->Show(error, recentFiles.Load());
     setWindowTitle("Tavolin Player");
-    if (!options.once)
-        return;
-    std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(error));
-    if (!session.Move(1))
+    if (options.once)
         close();
+}
+
+void PlayerWindow::Report(QString const& fault) const
+{
+    if (options.once && !fault.isEmpty())
+        std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(fault));
 }
 
 void PlayerWindow::FinishOnce(PlaybackStatus const& status)
 {
     if (!options.once)
         return;
+    Report(status.error);
+    Report(DamageNote(status));
     std::printf("%lld pictures shown, %lld dropped\n", status.picturesShown, status.picturesDropped);
     close();
 }
@@ -245,8 +278,8 @@ void PlayerWindow::MoveInPlaylist(int entries)
 
 void PlayerWindow::Tick()
 {
+    PlaybackStatus const status = session.Follow(); // which may seek, so that no other picture is shown first
     tools->ShowPictures();
-    PlaybackStatus const status = session.Follow();
     ShowStatus(status);
     int const interval = IsMoving(status) ? playingBeat : pausedBeat;
     if (beat.interval() != interval)
@@ -264,15 +297,26 @@ void PlayerWindow::ShowStatus(PlaybackStatus const& status)
     if (statistics->isVisible())
         statistics->Show(status, PaintingText());
     ShowNotes(status);
+    ShowReadout(status);
 }
 
 void PlayerWindow::ShowNotes(PlaybackStatus const& status)
 {
     QStringList notes;
-    if (session.IsOpening())
+    QStringList const& passedOver = session.GetPassedOver();
+    bool const isOpen = !session.IsOpening() && status.state != PlaybackState::Closed;
+    if (session.IsReadingFolders())
+        notes << "Reading the folder…";
+    else if (session.IsOpening())
         notes << "Opening…";
-    else if (status.state != PlaybackState::Closed && !status.error.isEmpty())
+    if (isOpen && passedOver.size() > 1)
+        notes << QString("%1 files were passed over, the last because:").arg(passedOver.size()) << passedOver.last();
+    else if (isOpen && !passedOver.isEmpty())
+        notes << "Passed over:" << passedOver.last();
+    if (isOpen && !status.error.isEmpty())
         notes << status.error;
+    if (isOpen && !status.damage.isEmpty())
+        notes << DamageNote(status);
     if (status.channels > 0 && !session.GetSoundNote().isEmpty())
         notes << session.GetSoundNote();
     if (!review->GetNote().isEmpty())
@@ -280,6 +324,21 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
     if (!tools->GetNote().isEmpty())
         notes << tools->GetNote();
     bar->ShowLastingNote(notes.join(' '));
+}
+
+// What the controls would say, for as long as they are hidden; and a note for which they have no room.
+void PlayerWindow::ShowReadout(PlaybackStatus const& status)
+{
+    if (!fullScreen->AreHidden()) {
+        bool const isCut = bar->IsNoteCut();
+        readout->Show(isCut ? bar->GetNote() : QString(), bar->GetNote());
+        return;
+    }
+    QStringList lines = {bar->GetReadout(), bar->GetNote()};
+    lines.removeAll(QString());
+    // While playing the time changes all the time, which is no occasion.
+    QString const occasion = status.speed == 0.0 ? bar->GetReadout() : QString::number(status.speed);
+    readout->Show(lines.join('\n'), occasion + bar->GetNote());
 }
 
 QString PlayerWindow::PaintingText() const
@@ -353,7 +412,10 @@ void PlayerWindow::Perform(PlayerAction action)
         CopyPicture();
         break;
     case PlayerAction::OpenFile:
-        ShowOpenDialog();
+        ShowOpenDialog(/*forFolder=*/false);
+        break;
+    case PlayerAction::OpenFolder:
+        ShowOpenDialog(/*forFolder=*/true);
         break;
     case PlayerAction::NextFile:
         MoveInPlaylist(1);
@@ -389,11 +451,11 @@ void PlayerWindow::ToggleScrubSound()
                                                  : "No sound while stepping and dragging");
 }
 
-void PlayerWindow::ShowOpenDialog()
+void PlayerWindow::ShowOpenDialog(bool forFolder)
 {
-    auto* dialog = new QFileDialog(this, "Open", settings.lastFolder);
+    auto* dialog = new QFileDialog(this, forFolder ? "Open a folder" : "Open", settings.lastFolder);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setFileMode(forFolder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
     connect(dialog, &QFileDialog::filesSelected, this, &PlayerWindow::Open);
     dialog->open();
 }
@@ -402,10 +464,10 @@ void PlayerWindow::ShowOpenDialog()
 QString PlayerWindow::PictureMark()
 {
     long long const start = view->GetShown()->startTime;
-    auto const index = session.GetEngine().GetStatus().index;
-    long long const number = index ? index->NumberFrom(start) : -1;
+    PlaybackStatus const status = session.GetEngine().GetStatus();
+    long long const number = status.index ? status.index->NumberFrom(start) : -1;
     if (number >= 0)
-        return QString("%1").arg(number, 6, 10, QChar('0'));
+        return QString("%1").arg(status.firstNumber + number, 6, 10, QChar('0'));
     return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
 }
 
@@ -461,12 +523,6 @@ void PlayerWindow::CopyPicture()
 void PlayerWindow::SetFullScreen(bool full)
 {
     setWindowState(full ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
-    panel->setVisible(!full);
-    view->unsetCursor();
-    if (full)
-        pointerRest.start(pointerPatience);
-    else
-        pointerRest.stop();
 }
 
 void PlayerWindow::LeaveFullScreen()
@@ -477,15 +533,6 @@ void PlayerWindow::LeaveFullScreen()
         help->hide();
     else if (isFullScreen())
         SetFullScreen(false);
-}
-
-void PlayerWindow::FollowPointer(QPoint position)
-{
-    if (!isFullScreen())
-        return;
-    view->unsetCursor();
-    pointerRest.start(pointerPatience);
-    panel->setVisible(view->mapTo(this, position).y() > height() - panelReach);
 }
 
 void PlayerWindow::keyPressEvent(QKeyEvent* event)
@@ -502,6 +549,13 @@ bool PlayerWindow::focusNextPrevChild(bool /*next*/)
     return false;
 }
 
+void PlayerWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        fullScreen->Set(isFullScreen());
+}
+
 void PlayerWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
@@ -515,6 +569,8 @@ void PlayerWindow::FitOverlays()
         for (QWidget* overlay :
              {static_cast<QWidget*>(welcome), static_cast<QWidget*>(help), static_cast<QWidget*>(soundTitle)})
             overlay->setGeometry(view->rect());
+        fullScreen->Place();
+        readout->Place();
     });
 }
 
@@ -540,6 +596,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
         to->addAction(QString("%1\t%2").arg(text, keys.KeysOf(action)), this, [this, action] { Perform(action); });
     };
     addAction(menu, "Open…", PlayerAction::OpenFile);
+    addAction(menu, "Open a folder…", PlayerAction::OpenFolder);
     QMenu* recent = menu->addMenu("Open again");
     for (QString const& path : recentFiles.Load())
         recent->addAction(QFileInfo(path).fileName(), this, [this, path] { Open({path}); });
@@ -561,6 +618,7 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
 
 void PlayerWindow::closeEvent(QCloseEvent* event)
 {
+    SaveSettings();
     session.Close();
     QWidget::closeEvent(event);
 }

@@ -10,9 +10,11 @@
 #include <QWidget>
 
 class ControlBar;
+class FullScreenControls;
 class HelpOverlay;
 class PictureTools;
 class QLabel;
+class Readout;
 class Review;
 class StatisticsOverlay;
 class Timeline;
@@ -37,9 +39,12 @@ public:
     PictureView& GetView() { return *view; }
     PictureTools& GetPictureTools() { return *tools; }
 
+    int GetExitCode() const { return session.GetExitCode(); }
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool next) override; // so that Tab reaches keyPressEvent
+    void changeEvent(QEvent* event) override;    // also a window manager begins and ends full screen
     void resizeEvent(QResizeEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -55,6 +60,7 @@ private:
     void ShowOpening();
     void ShowOpened(PlaybackStatus const& status);
     void ShowFailed(QString const& error);
+    void Report(QString const& fault) const; // to standard error, where the options ask for play without an onlooker
     void FinishOnce(PlaybackStatus const& status); // prints what was shown and closes, where the options ask for it
     void MoveInPlaylist(int entries);
 
@@ -63,14 +69,15 @@ private:
     void ShowControls();
     void FitOverlays();
     void ShowNotes(PlaybackStatus const& status);
+    void ShowReadout(PlaybackStatus const& status);
 
-    void ShowOpenDialog();
+    void SaveSettings();
+    void ShowOpenDialog(bool forFolder);
     void ShowCompareDialog();
     void SavePicture();
     void CopyPicture();
     void SetFullScreen(bool full);
     void LeaveFullScreen();
-    void FollowPointer(QPoint position);
     void ToggleColours();
     void ToggleScrubSound();
     QString PaintingText() const;
@@ -94,8 +101,9 @@ private:
     WelcomePanel* welcome;
     QLabel* soundTitle; // in place of a picture
 
+    Readout* readout;
+    std::unique_ptr<FullScreenControls> fullScreen;
     Review* review;
 
     QTimer beat;
-    QTimer pointerRest; // hides the pointer in full screen
 };

@@ -194,6 +194,19 @@ QString ImageSequence::GetFile(long long index) const
     return files.value(GetFirstNumber() + index);
 }
 
+QStringList ImageSequence::GetFiles() const
+{
+    return files.values();
+}
+
+long long ImageSequence::GetIndexOf(QString const& path) const
+{
+    QString const wanted = QFileInfo(path).absoluteFilePath();
+    auto const isWanted = [&](QString const& file) { return QFileInfo(file).absoluteFilePath() == wanted; };
+    auto const found = std::find_if(files.begin(), files.end(), isWanted);
+    return found == files.end() ? -1 : found.key() - GetFirstNumber();
+}
+
 long long ImageSequence::GetIndexAfter(long long index) const
 {
     auto const next = files.upperBound(GetFirstNumber() + index);

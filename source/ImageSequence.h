@@ -4,6 +4,7 @@
 
 #include <QMap>
 #include <QString>
+#include <QStringList>
 
 // The numbered files that together are one image sequence, in the order of their numbers.
 //
@@ -28,6 +29,9 @@ public:
     long long GetCount() const;             // numbers from the first to the last, those without a file included
     long long GetFirstNumber() const;       // 0 when empty
     QString GetFile(long long index) const; // path of the file with the number first + index; empty for a hole
+    QStringList GetFiles() const;           // all of them, in order
+
+    long long GetIndexOf(QString const& path) const; // of that very file; -1 when it is none of them
 
     // Of the nearest file after `index` (GetCount when there is none), and of the nearest at or before it.
     long long GetIndexAfter(long long index) const;

@@ -354,9 +354,23 @@ void MoviePictures::TakeRecords(QList<Picture> records)
         else if (instance->FollowSizeChange(resized) && !resized.isEmpty())
             TakePicture(resized.takeLast());
         else
-            error = QStringLiteral("A picture of %1 x %2 pixels could not be decoded.")
-                        .arg(record->width)
-                        .arg(record->height);
+            TakeLost(*record);
+    }
+    TakeDamage();
+}
+
+void MoviePictures::TakeLost(DecodedVideoFrame const& record)
+{
+    error = QStringLiteral("A picture of %1 x %2 pixels could not be decoded.").arg(record.width).arg(record.height);
+    damage.Add(std::max(record.startTime - Shift(), 0LL));
+}
+
+// What shows before the key picture of a landing may lack nothing but the pictures in front of that.
+void MoviePictures::TakeDamage()
+{
+    for (long long const time : instance->TakeDamage()) {
+        if (time - Shift() >= brokenBefore)
+            damage.Add(std::max(time - Shift(), 0LL));
     }
 }
 
@@ -413,6 +427,11 @@ long long MoviePictures::GetEnd() const
 QString MoviePictures::GetError() const
 {
     return error;
+}
+
+QVector<long long> MoviePictures::GetDamage() const
+{
+    return damage.Get();
 }
 
 long long MoviePictures::GetGroupDuration() const

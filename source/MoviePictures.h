@@ -41,6 +41,7 @@ public:
     ReadResult Read(Picture& picture, StopCheck const& stop = neverStop) override;
     long long GetEnd() const override;
     QString GetError() const override;
+    QVector<long long> GetDamage() const override;
     long long GetDecodedCount() const override;
     long long GetOrigin() const override;
     long long GetGroupDuration() const override;
@@ -66,6 +67,8 @@ private:
     void DrainGroup();
     void DecodePacket();
     void TakeRecords(QList<Picture> records);
+    void TakeLost(DecodedVideoFrame const& record);
+    void TakeDamage();
     void TakePicture(Picture picture);
     void ReleaseNewest(long long endTime);
     long long Shift() const;
@@ -99,6 +102,7 @@ private:
     long long end = -1;
     long long decodedCount = 0;
     QString error;
+    DamageTimes damage;
 
     QList<Picture> ready; // with their ends
     Picture newest;       // waits for the start of the next one, which is its end

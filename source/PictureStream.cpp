@@ -30,3 +30,8 @@ QString PictureStream::GetError() const
 {
     return {};
 }
+
+QVector<long long> PictureStream::GetDamage() const
+{
+    return {};
+}

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "source/DamageTimes.h"
 #include "source/ReadResult.h"
 
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -53,6 +55,10 @@ public:
 
     // What could not be read last, one sentence; empty when there was nothing.
     virtual QString GetError() const;
+
+    // Where pictures could not be decoded, or only in part, as far as has been read: in rising order, each place once,
+    // not more than DamageTimes::most of them.
+    virtual QVector<long long> GetDamage() const;
 
     // Pictures that have come out of decoding so far.
     virtual long long GetDecodedCount() const = 0;

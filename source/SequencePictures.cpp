@@ -241,6 +241,7 @@ PictureStream::Picture SequencePictures::TakeNext()
             height = picture->height;
         } else if (!isHole) {
             error = QStringLiteral("\"%1\" cannot be read as an image.").arg(sequence.GetFile(index));
+            damage.Add(TimeOf(index));
         }
         if (!picture && holes == SequenceHoles::Black)
             picture = Black(index);
@@ -269,6 +270,11 @@ long long SequencePictures::GetEnd() const
 QString SequencePictures::GetError() const
 {
     return error;
+}
+
+QVector<long long> SequencePictures::GetDamage() const
+{
+    return damage.Get();
 }
 
 long long SequencePictures::GetDecodedCount() const

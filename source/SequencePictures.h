@@ -30,6 +30,7 @@ public:
     ReadResult Read(Picture& picture, StopCheck const& stop = neverStop) override;
     long long GetEnd() const override; // known from the beginning
     QString GetError() const override;
+    QVector<long long> GetDamage() const override; // of the files that cannot be read
     long long GetDecodedCount() const override;
 
 private:
@@ -65,4 +66,5 @@ private:
     int height = 0;
     long long decodedCount = 0;
     QString error;
+    DamageTimes damage;
 };

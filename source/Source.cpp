@@ -433,6 +433,11 @@ long long Source::GetFrameStep() const
     return info->GetFrameStep() > 0 ? info->GetFrameStep() : static_cast<long long>(secondUs / options.untimedRate);
 }
 
+long long Source::GetFirstNumber() const
+{
+    return kind == SourceKind::Sequence ? sequence.GetFirstNumber() : 0;
+}
+
 long long Source::GetDuration() const
 {
     if (kind == SourceKind::Sequence)

@@ -108,10 +108,11 @@ public:
     double GetUntimedRate() const { return options.untimedRate; } // pictures per second where nothing says it
     bool IsLowerFieldFirst() const; // of two fields in a picture, the lower one is shown first
 
-    double GetFrameRate() const;    // pictures per second; 0 when nothing says it, and of one picture
-    long long GetFrameStep() const; // from picture to picture, an estimate where nothing says it
-    long long GetDuration() const;  // as the container says, -1 when it does not; 0 of a still image
-    long long GetOrigin() const;    // the container's time of media time 0, as far as the description tells
+    double GetFrameRate() const;      // pictures per second; 0 when nothing says it, and of one picture
+    long long GetFrameStep() const;   // from picture to picture, an estimate where nothing says it
+    long long GetFirstNumber() const; // of the first file of a sequence; 0 of anything else
+    long long GetDuration() const;    // as the container says, -1 when it does not; 0 of a still image
+    long long GetOrigin() const;      // the container's time of media time 0, as far as the description tells
     long long ToMediaTime(long long containerTime) const { return containerTime - GetOrigin(); }
 
     // Of the first picture, by SMPTE ST 12-1; without text when the file says none.

@@ -1,6 +1,7 @@
 #include "player/controls/ControlBar.h"
 
 #include "playback/PlaybackStatus.h"
+#include "player/controls/ElidedLabel.h"
 #include "player/controls/Theme.h"
 
 #include <QFontDatabase>
@@ -16,7 +17,6 @@ namespace {
 
 constexpr int noteDuration = 4000; // milliseconds
 constexpr int sliderWidth = 90;
-constexpr int widthForBoth = 640; // of the bar, for two readings
 constexpr char const* styleRules = R"(
     QToolButton { border: none; border-radius: 4px; padding: 4px; }
     QToolButton:hover { background: #2b2d30; }
@@ -39,10 +39,9 @@ QLabel* MakeFigures(QWidget* parent, QColor const& colour)
     return label;
 }
 
-QLabel* MakeText(QWidget* parent, QColor const& colour)
+ElidedLabel* MakeText(QWidget* parent, QColor const& colour)
 {
-    auto* label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
+    auto* label = new ElidedLabel(parent);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
@@ -54,6 +53,11 @@ QString SpeedText(double speed)
     if (speed == 0.0)
         return "paused";
     return QString("%1×").arg(QString::number(speed, 'g', 4).replace('-', QChar(0x2212)));
+}
+
+int WidthOf(QWidget const& widget)
+{
+    return qBound(widget.minimumWidth(), widget.minimumSizeHint().width(), widget.maximumWidth());
 }
 
 } // namespace
@@ -78,7 +82,7 @@ ControlBar::ControlBar(QWidget* parent) : QWidget(parent)
     volume->setFixedWidth(sliderWidth);
     volume->setFocusPolicy(Qt::NoFocus);
     connect(volume, &QSlider::valueChanged, this, [this](int value) { emit VolumeChanged(value / 100.0); });
-    auto* fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
+    fullScreen = MakeButton(Symbols::Symbol::FullScreen, PlayerAction::FullScreen, "Full screen");
 
     row = new QHBoxLayout(this);
     row->setContentsMargins(8, 0, 8, 8);
@@ -109,8 +113,8 @@ void ControlBar::ShowReading(QString const& newReading, QString const& other, QS
 {
     reading->setText(newReading);
     otherReading->setText(other);
-    otherReading->setVisible(width() >= widthForBoth);
     reading->setToolTip(tip);
+    FitRow();
 }
 
 QString ControlBar::GetReading() const
@@ -134,6 +138,7 @@ void ControlBar::ShowStatus(PlaybackStatus const& status)
 {
     bool const isOpen = status.kind != SourceKind::None && status.state != PlaybackState::Closed;
     speed->setText(isOpen ? SpeedText(status.speed) : QString());
+    FitRow();
 
     bool const isPlaying = isOpen && status.speed != 0.0 && status.state != PlaybackState::Ended;
     if (isPlaying == showsPause)
@@ -159,14 +164,31 @@ void ControlBar::ShowLooping(bool looping)
 
 void ControlBar::ShowTitle(QString const& newTitle)
 {
-    fullTitle = newTitle;
-    title->setText(title->fontMetrics().elidedText(fullTitle, Qt::ElideMiddle, title->width()));
+    title->Show(newTitle);
 }
 
 void ControlBar::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); }); // after the layout has run
+    FitRow();
+}
+
+// Hides one thing after the other until the rest has room.
+void ControlBar::FitRow()
+{
+    QList<QWidget*> const leaving = {volume, loop, mute, fullScreen, otherReading, speed};
+    int needed = row->contentsMargins().left() + row->contentsMargins().right() - row->spacing();
+    for (int i = 0; i < row->count(); ++i) {
+        QWidget* const widget = row->itemAt(i)->widget();
+        if (widget->isHidden() && !leaving.contains(widget))
+            continue;
+        needed += row->spacing() + WidthOf(*widget);
+    }
+    for (QWidget* widget : leaving) {
+        bool const fits = needed <= width();
+        widget->setVisible(fits);
+        needed -= fits ? 0 : WidthOf(*widget) + row->spacing();
+    }
 }
 
 void ControlBar::ShowPassingNote(QString const& newNote)
@@ -189,8 +211,19 @@ void ControlBar::ShowLastingNote(QString const& newNote)
 
 void ControlBar::UpdateNote()
 {
-    note->setText(GetNote());
-    QTimer::singleShot(0, this, [this] { ShowTitle(fullTitle); });
+    note->Show(GetNote());
+}
+
+bool ControlBar::IsNoteCut() const
+{
+    return note->IsCut();
+}
+
+QString ControlBar::GetReadout() const
+{
+    QStringList parts = {reading->text(), otherReading->text(), speed->text()};
+    parts.removeAll(QString());
+    return parts.join("  ");
 }
 
 QString ControlBar::GetNote() const

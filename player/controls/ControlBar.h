@@ -7,13 +7,16 @@
 
 #include <memory>
 
+class ElidedLabel;
+class QHBoxLayout;
 class QHBoxLayout;
 class QLabel;
 class QSlider;
 class QToolButton;
 struct PlaybackStatus;
 
-// The row of controls below the timeline: title, position, speed and volume.
+// The row of controls below the timeline: title, position, speed and volume. Where it has no room, what matters least
+// is hidden: nothing overlaps.
 class ControlBar : public QWidget
 {
     Q_OBJECT
@@ -38,7 +41,9 @@ public:
     // replaced; an empty one clears it.
     void ShowPassingNote(QString const& note);
     void ShowLastingNote(QString const& note);
-    QString GetNote() const; // the text of the status line
+    QString GetNote() const;    // the text of the status line
+    bool IsNoteCut() const;     // it does not fit
+    QString GetReadout() const; // time, number and speed as they are shown, with spaces between them
 
 signals:
     void Triggered(PlayerAction action);
@@ -47,6 +52,7 @@ signals:
 private:
     QToolButton* MakeButton(Symbols::Symbol symbol, PlayerAction action, QString const& tip);
     void UpdateNote();
+    void FitRow();
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override; // clicks on the reading
 
@@ -54,15 +60,15 @@ private:
     QHBoxLayout* row;
     QLabel* reading;
     QLabel* otherReading;
-    QLabel* title;
-    QLabel* note;
+    ElidedLabel* title;
+    ElidedLabel* note;
     QLabel* speed;
     QToolButton* loop;
     QToolButton* mute;
     QSlider* volume;
+    QToolButton* fullScreen;
     bool showsPause = false;
     bool showsMuted = false;
-    QString fullTitle;
     QString passingNote;
     QString lastingNote;
 };

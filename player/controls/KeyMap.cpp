@@ -123,6 +123,7 @@ std::vector<KeyMap::Action> const& KeyMap::Actions()
         {PlayerAction::ZoomTimelineOut, "zoom-timeline-out", "Down", "Timeline", "More; Shift and wheel: another part"},
         {PlayerAction::ShowWholeTimeline, "whole-timeline", "Shift+Z", "Timeline", "All of the timeline"},
         {PlayerAction::OpenFile, "open", "Ctrl+O", "Files", "Open files"},
+        {PlayerAction::OpenFolder, "open-folder", "Ctrl+Shift+O", "Files", "Open a folder"},
         {PlayerAction::NextFile, "next-file", "PgDown", "Files", "Next file"},
         {PlayerAction::PreviousFile, "previous-file", "PgUp", "Files", "Previous file"},
         {PlayerAction::Statistics, "statistics", "Tab", "Window", "Statistics"},
@@ -134,8 +135,9 @@ std::vector<KeyMap::Action> const& KeyMap::Actions()
 
 KeyMap::KeyMap()
 {
+    Lines none;
     for (Action const& action : Actions())
-        Bind(action, KeyNames(action.keys));
+        Bind(action, KeyNames(action.keys), 0, none);
 }
 
 QStringList KeyMap::Read(QString const& path)
@@ -146,16 +148,17 @@ QStringList KeyMap::Read(QString const& path)
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return {QString("The key file %1 cannot be read: %2.").arg(path, file.errorString())};
     QStringList faults;
+    Lines bound;
     QStringList const lines = QString::fromUtf8(file.readAll()).split('\n');
     for (int i = 0; i < lines.size(); ++i) {
-        QString const fault = TakeLine(lines[i].trimmed());
+        QString const fault = TakeLine(lines[i].trimmed(), i + 1, bound);
         if (!fault.isEmpty())
             faults << QString("%1, line %2: %3").arg(QFileInfo(path).fileName()).arg(i + 1).arg(fault);
     }
     return faults;
 }
 
-QString KeyMap::TakeLine(QString const& line)
+QString KeyMap::TakeLine(QString const& line, int number, Lines& lines)
 {
     if (line.isEmpty() || line.startsWith('#'))
         return {};
@@ -167,22 +170,32 @@ QString KeyMap::TakeLine(QString const& line)
                                      [&name](Action const& candidate) { return name == candidate.name; });
     if (action == Actions().end())
         return QString("there is no action \"%1\".").arg(name);
-    return Bind(*action, KeyNames(line.mid(equals + 1)));
+    auto const earlier = lines.ofAction.find(action->action);
+    if (earlier != lines.ofAction.end())
+        return QString("\"%1\" has its keys in line %2 already.").arg(name).arg(earlier->second);
+    return Bind(*action, KeyNames(line.mid(equals + 1)), number, lines);
 }
 
-QString KeyMap::Bind(Action const& action, QStringList const& keys)
+// Changes nothing unless all of the keys are good.
+QString KeyMap::Bind(Action const& action, QStringList const& names, int line, Lines& lines)
 {
     std::vector<int> numbers;
-    for (QString const& name : keys) {
+    for (QString const& name : names) {
         int const key = KeyNamed(name);
         if (key == 0)
             return QString("there is no key \"%1\".").arg(name);
+        auto const earlier = lines.ofKey.find(key);
+        if (line > 0 && earlier != lines.ofKey.end())
+            return QString("the key \"%1\" is bound in line %2 already.").arg(name).arg(earlier->second);
         numbers.push_back(key);
     }
+    lines.ofAction[action.action] = line;
     for (auto entry = actionOfKey.begin(); entry != actionOfKey.end();)
         entry = entry->second == action.action ? actionOfKey.erase(entry) : std::next(entry);
-    for (int const key : numbers)
+    for (int const key : numbers) {
         actionOfKey[key] = action.action;
+        lines.ofKey[key] = line;
+    }
     return {};
 }
 

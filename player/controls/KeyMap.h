@@ -75,6 +75,7 @@ enum class PlayerAction {
     SavePicture,
     CopyPicture,
     OpenFile,
+    OpenFolder,
     NextFile,
     PreviousFile,
     Statistics,
@@ -88,8 +89,8 @@ enum class PlayerAction {
 //     play-pause = Space P
 //     quit =
 //
-// An action may have several keys or none. A key that the file assigns to one action is removed from all others. One
-// thread at a time.
+// An action may have several keys or none. A key that the file assigns to one action is removed from all others; the
+// file itself names every action and every key once. One thread at a time.
 class TAVOLINWIDGETS_EXPORT KeyMap
 {
 public:
@@ -122,8 +123,15 @@ public:
     static QString ManualRows();
 
 private:
-    QString TakeLine(QString const& line);
-    QString Bind(Action const& action, QStringList const& keys);
+    // What the file has bound so far, by the number of its line.
+    struct Lines
+    {
+        std::map<PlayerAction, int> ofAction;
+        std::map<int, int> ofKey;
+    };
+
+    QString TakeLine(QString const& line, int number, Lines& lines);
+    QString Bind(Action const& action, QStringList const& names, int line, Lines& lines);
 
     std::map<int, PlayerAction> actionOfKey; // key and modifiers in one number, as Qt has them
 };

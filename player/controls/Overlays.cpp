@@ -22,6 +22,7 @@ constexpr double rowHeight = 21.0;
 constexpr double groupGap = 12.0;
 constexpr double padding = 26.0;
 constexpr int columns = 2;
+constexpr int mostFaults = 10;
 
 // The column of an action or heading, and its distance from the top; a group is never split between columns.
 struct Place
@@ -74,6 +75,15 @@ double HeightOf(std::vector<Place> const& places)
     return height;
 }
 
+// As many as leave room for the keys.
+QStringList ShownFaults(QStringList const& faults)
+{
+    if (faults.size() <= mostFaults)
+        return faults;
+    int const rest = static_cast<int>(faults.size()) - mostFaults + 1;
+    return faults.mid(0, mostFaults - 1) << QString("and %1 more: see the output in the terminal.").arg(rest);
+}
+
 QFont FontOf(QFont font, double pixels, bool bold)
 {
     font.setPixelSize(static_cast<int>(pixels));
@@ -100,6 +110,15 @@ QString CacheText(PlaybackStatus const& status)
         return size;
     return QString("%1, %2 s")
         .arg(size, QString::number(static_cast<double>(status.cacheEnd - status.cacheStart) / 1e6, 'f', 1));
+}
+
+QString DamageText(PlaybackStatus const& status)
+{
+    if (status.damage.isEmpty())
+        return "none found";
+    return QString("%1 picture%2, first at %3")
+        .arg(status.damage.size())
+        .arg(status.damage.size() == 1 ? "" : "s", TimeText::ShortClock(status.damage.first(), 3));
 }
 
 QString PictureText(PlaybackStatus const& status)
@@ -171,11 +190,18 @@ QStringList HelpOverlay::GetLines() const
     return lines;
 }
 
+void HelpOverlay::SetFaults(QStringList const& newFaults)
+{
+    faults = newFaults;
+    update();
+}
+
 void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    double const height = HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * padding;
+    double const faultsHeight = faults.isEmpty() ? 0.0 : rowHeight * ShownFaults(faults).size() + groupGap;
+    double const height = faultsHeight + HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * padding;
     double const wide = columns * columnWidth + 3.0 * padding;
     double const scale = std::min({1.0, (width() - 16.0) / wide, (this->height() - 16.0) / height});
     painter.translate(width() / 2.0, this->height() / 2.0);
@@ -186,7 +212,20 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
     painter.setPen(QPen(Theme::line, 1.0));
     painter.setBrush(paper);
     painter.drawRoundedRect(card, 8.0, 8.0);
-    PaintGroups(painter, card.adjusted(padding, padding, -padding, -padding));
+    PaintFaults(painter, card.adjusted(padding, padding, -padding, -padding));
+    PaintGroups(painter, card.adjusted(padding, padding + faultsHeight, -padding, -padding));
+}
+
+void HelpOverlay::PaintFaults(QPainter& painter, QRectF const& area) const
+{
+    painter.setFont(FontOf(font(), 13.0, false));
+    painter.setPen(Theme::warning);
+    double top = area.top();
+    for (QString const& line : ShownFaults(faults)) {
+        painter.drawText(QRectF(area.left(), top, area.width(), rowHeight), Qt::AlignVCenter,
+                         painter.fontMetrics().elidedText(line, Qt::ElideRight, static_cast<int>(area.width())));
+        top += rowHeight;
+    }
 }
 
 void HelpOverlay::PaintGroups(QPainter& painter, QRectF const& area) const
@@ -225,6 +264,7 @@ void StatisticsOverlay::Show(PlaybackStatus const& status, QString const& painti
         {"Decoding", QString("%1 pictures/s").arg(status.decodeRate, 0, 'f', 1)},
         {"Shown", QString::number(status.picturesShown)},
         {"Dropped", QString::number(status.picturesDropped)},
+        {"Damage", DamageText(status)},
         {"Cache", CacheText(status)},
         {"Sync", SyncText(status)},
         {"Painting", painting},

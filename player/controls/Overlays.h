@@ -18,13 +18,19 @@ public:
 
     QStringList GetLines() const; // its text, as "keys: help"
 
+    // What is wrong with the file of the keys, one sentence a fault; shown above the keys.
+    void SetFaults(QStringList const& faults);
+    QStringList const& GetFaults() const { return faults; }
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void PaintFaults(QPainter& painter, QRectF const& area) const;
     void PaintGroups(QPainter& painter, QRectF const& area) const;
 
     KeyMap const& keys;
+    QStringList faults;
 };
 
 // Shows statistics of decoding and play in a corner of the picture.

@@ -1,6 +1,7 @@
 #include "player/controls/Theme.h"
 
 #include <QApplication>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
@@ -9,8 +10,6 @@
 #include <utility>
 
 namespace {
-
-constexpr int side = 96; // pixels drawn; the icon is scaled down from there
 
 // On a field of 24 x 24.
 QPainterPath LoudspeakerPath()
@@ -66,7 +65,49 @@ void DrawSymbol(QPainter& painter, Symbols::Symbol symbol, QColor const& colour)
     }
 }
 
+// Draws a symbol anew in the pixels of each size and screen.
+class SymbolEngine : public QIconEngine
+{
+public:
+    SymbolEngine(Symbols::Symbol newSymbol, QColor const& newColour) : symbol(newSymbol), colour(newColour) {}
+
+    void paint(QPainter* painter, QRect const& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override
+    {
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->translate(rect.topLeft());
+        painter->scale(rect.width() / 24.0, rect.height() / 24.0);
+        painter->setPen(QPen(colour, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        DrawSymbol(*painter, symbol, colour);
+        painter->restore();
+    }
+
+    QPixmap pixmap(QSize const& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap drawn(size);
+        drawn.fill(Qt::transparent);
+        QPainter painter(&drawn);
+        paint(&painter, drawn.rect(), mode, state);
+        return drawn;
+    }
+
+    QIconEngine* clone() const override { return new SymbolEngine(symbol, colour); }
+
+private:
+    Symbols::Symbol symbol;
+    QColor colour;
+};
+
 } // namespace
+
+// Qt 6 does this by itself.
+void Theme::Prepare()
+{
+#if QT_VERSION_MAJOR < 6
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+#endif
+}
 
 void Theme::Apply(QApplication& application)
 {
@@ -90,13 +131,5 @@ void Theme::Apply(QApplication& application)
 
 QIcon Symbols::Draw(Symbol symbol, QColor const& colour)
 {
-    QPixmap pixmap(side, side);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(side / 24.0, side / 24.0);
-    painter.setPen(QPen(colour, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    DrawSymbol(painter, symbol, colour);
-    painter.end();
-    return QIcon(pixmap);
+    return QIcon(new SymbolEngine(symbol, colour));
 }

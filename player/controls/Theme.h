@@ -19,13 +19,15 @@ inline QColor const cached(92, 168, 122);     // cached span
 inline QColor const range(226, 170, 74);      // in and out points
 inline QColor const mark(208, 120, 208);      // markers
 inline QColor const wave(76, 82, 90);         // sound not yet played
+inline QColor const damage(224, 72, 72);      // where pictures could not be decoded
 inline QColor const warning(236, 132, 106);   // notes about something missing
 
+void Prepare(); // before the application is made
 void Apply(QApplication& application);
 
 } // namespace Theme
 
-// Icons of the controls. Drawn, not loaded: sharp at any size, independent of icon themes.
+// Icons of the controls. Drawn, not loaded: sharp at any size and scale of the screen, independent of icon themes.
 namespace Symbols {
 
 enum class Symbol { Play, Pause, Loop, Sound, NoSound, FullScreen };

@@ -17,6 +17,8 @@ namespace {
 constexpr int margin = 12;      // left and right of the groove, aligned with the controls below
 constexpr int labelHeight = 18; // above the groove, for the time under the pointer
 constexpr int cachedHeight = 3;
+constexpr int damageWidth = 3;
+constexpr int damageHeight = 9;
 constexpr int markHeight = 4;           // of a mark's triangle, and how near the pointer has to be
 constexpr int partHeight = 3;           // of the bar that tells which part is shown
 constexpr int widestPicture = 8;        // pixels; the part shown is not made shorter
@@ -47,6 +49,7 @@ void Timeline::Show(PlaybackStatus const& status)
     SetPictureStep(status.width > 0 ? status.frameStep : 0);
     SetPosition(status.position);
     SetCached({status.cacheStart, status.cacheEnd});
+    SetDamage(status.damage);
 }
 
 void Timeline::SetMedia(Span newMedia)
@@ -155,6 +158,14 @@ void Timeline::SetRange(std::optional<long long> newIn, std::optional<long long>
     update();
 }
 
+void Timeline::SetDamage(QVector<long long> const& times)
+{
+    if (times == damage)
+        return;
+    damage = times;
+    update();
+}
+
 void Timeline::SetMarks(QVector<Mark> const& newMarks)
 {
     marks = newMarks;
@@ -208,6 +219,7 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(QRect(QPoint(XAt(cached.start), groove.bottom() - cachedHeight + 1),
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
+    PaintDamage(painter);
     PaintMarks(painter);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
     painter.setClipping(false);
@@ -268,6 +280,13 @@ void Timeline::PaintRange(QPainter& painter) const
         painter.fillRect(XAt(*out) - 1, groove.top(), 2, groove.height(), Theme::range);
         painter.fillRect(XAt(*out) - 6, groove.top(), 7, 2, Theme::range);
     }
+}
+
+// At the upper edge, opposite to what is cached.
+void Timeline::PaintDamage(QPainter& painter) const
+{
+    for (long long const time : damage)
+        painter.fillRect(XAt(time) - 1, Groove().top(), damageWidth, damageHeight, Theme::damage);
 }
 
 void Timeline::PaintMarks(QPainter& painter) const

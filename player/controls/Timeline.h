@@ -42,9 +42,10 @@ public:
     void SetPosition(long long position);
     void SetCached(Span cached);
     void SetRange(std::optional<long long> in, std::optional<long long> out);
-    void SetMarks(QVector<Mark> const& marks);   // in the order of their times
-    void SetPeaks(QVector<quint8> const& peaks); // over the whole media, from a WaveformReader
-    void SetPictureStep(long long step);         // microseconds from picture to picture; 0: unknown, or no pictures
+    void SetDamage(QVector<long long> const& times); // of pictures that could not be decoded
+    void SetMarks(QVector<Mark> const& marks);       // in the order of their times
+    void SetPeaks(QVector<quint8> const& peaks);     // over the whole media, from a WaveformReader
+    void SetPictureStep(long long step);             // microseconds from picture to picture; 0: unknown, or no pictures
 
     long long TimeAt(int x) const; // within the part shown
     int XAt(long long time) const; // beside the groove for a time outside the part shown
@@ -80,6 +81,7 @@ private:
     void PaintPart(QPainter& painter) const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
+    void PaintDamage(QPainter& painter) const;
     void PaintMarks(QPainter& painter) const;
     QString NoteAt(int x) const; // of the mark there; empty without one
     void PaintHover(QPainter& painter) const;
@@ -91,6 +93,7 @@ private:
     long long position = 0;
     std::optional<long long> in;
     std::optional<long long> out;
+    QVector<long long> damage;
     QVector<quint8> peaks;
     QVector<Mark> marks;
     std::optional<int> hover; // x of the pointer

@@ -14,9 +14,11 @@ constexpr double minSpeed = 0.05;
 constexpr double speedStep = 0.1;
 constexpr double volumeStep = 0.05;
 
+// A still image is always at its end, and yet plays until it is paused: the time for which it stays goes by.
 bool IsPlaying(PlaybackStatus const& status)
 {
-    return status.speed != 0.0 && status.state != PlaybackState::Ended && status.state != PlaybackState::Closed;
+    bool const hasEnded = status.state == PlaybackState::Ended && status.kind != SourceKind::Still;
+    return status.speed != 0.0 && !hasEnded && status.state != PlaybackState::Closed;
 }
 
 long long EndOf(PlaybackStatus const& status)

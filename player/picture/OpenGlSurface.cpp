@@ -35,6 +35,17 @@ char const* const fragmentShader = R"(
 
 constexpr int cornerAttribute = 0;
 
+// By what OpenGL calls the one who draws.
+bool IsSoftware(QByteArray const& renderer)
+{
+    for (char const* name : {"llvmpipe", "softpipe", "swrast", "software rasterizer", "swiftshader", "gdi generic",
+                             "microsoft basic render"}) {
+        if (renderer.toLower().contains(name))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 OpenGlSurface::OpenGlSurface(QWidget* parent) : QOpenGLWidget(parent) {}
@@ -47,7 +58,7 @@ OpenGlSurface::~OpenGlSurface()
     Release();
 }
 
-bool OpenGlSurface::IsAvailable()
+bool OpenGlSurface::IsAvailable(bool inSoftware)
 {
     QOpenGLContext context;
     if (!context.create() || context.format().majorVersion() < 2)
@@ -56,6 +67,8 @@ bool OpenGlSurface::IsAvailable()
     surface.setFormat(context.format());
     surface.create();
     if (!surface.isValid() || !context.makeCurrent(&surface))
+        return false;
+    if (!inSoftware && IsSoftware(reinterpret_cast<char const*>(context.functions()->glGetString(GL_RENDERER))))
         return false;
     QOpenGLShaderProgram program;
     bool const compiles = program.addShaderFromSourceCode(QOpenGLShader::Vertex, vertexShader) &&

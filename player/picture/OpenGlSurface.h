@@ -16,8 +16,8 @@ public:
     explicit OpenGlSurface(QWidget* parent);
     ~OpenGlSurface() override;
 
-    // Whether OpenGL works here. Slow: asks the graphics driver.
-    static bool IsAvailable();
+    // Whether OpenGL works here, and on a graphics card unless it may be `inSoftware`. Slow: asks the graphics driver.
+    static bool IsAvailable(bool inSoftware);
 
     QWidget* GetWidget() override { return this; }
     void SetScene(PictureScene const& scene) override;

@@ -45,7 +45,7 @@ std::optional<PictureView::Pixel> PixelOf(DecodedVideoFrame const& picture, QPoi
 PictureView::PictureView(Painting painting, QWidget* parent) : QWidget(parent)
 {
     setMouseTracking(true);
-    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable();
+    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable(painting == Painting::OpenGl);
     if (openGl)
         surface = new OpenGlSurface(this);
     else

@@ -22,7 +22,9 @@ class TAVOLINWIDGETS_EXPORT PictureView : public QWidget
     Q_OBJECT
 
 public:
-    enum class Painting { OpenGl, Painter };
+    // Automatic: with OpenGL where a graphics card does its work, because its imitation in software is slower than
+    // Qt's painter.
+    enum class Painting { Automatic, OpenGl, Painter };
     enum class Sides { First, Second, Both };
 
     // A pixel of a picture shown, as its record has it: before any change for display.
@@ -33,7 +35,7 @@ public:
         bool isSecond = false; // of the second picture
     };
 
-    // OpenGl falls back to Painter if OpenGL does not work here.
+    // Falls back to Painter if OpenGL does not work here.
     explicit PictureView(Painting painting, QWidget* parent = nullptr);
 
     bool PaintsWithOpenGl() const { return openGl; }

@@ -5,7 +5,6 @@
 #include "source/PictureIndex.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -20,8 +19,7 @@ std::optional<Timecode> StartTimecodeOf(PlaybackStatus const& status)
 long long PicturesPerTimecode(PlaybackStatus const& status)
 {
     bool const isTold = Timecode::Parse(status.timecode, status.timecodeRate).has_value();
-    double const pictures = isTold ? status.frameRate / status.timecodeRate : 1.0;
-    return std::isfinite(pictures) && pictures < Timecode::highestRate ? std::max(1LL, std::llround(pictures)) : 1;
+    return isTold ? Timecode::PicturesPerFrame(status.frameRate, status.timecodeRate) : 1;
 }
 
 } // namespace
@@ -31,6 +29,8 @@ PictureNames::PictureNames(PlaybackStatus const& status)
       end(status.start + status.duration),
       hasPictures(status.width > 0),
       step(std::max(1LL, hasPictures ? status.frameStep : 1)),
+      isSequence(status.kind == SourceKind::Sequence),
+      firstNumber(status.firstNumber),
       index(status.index),
       startTimecode(StartTimecodeOf(status)),
       picturesPerTimecode(PicturesPerTimecode(status))
@@ -46,6 +46,11 @@ long long PictureNames::GetPictureCount() const
     return index ? index->GetCount() : 0;
 }
 
+QString PictureNames::WholeText() const
+{
+    return QString::number(isSequence ? firstNumber + GetPictureCount() - 1 : GetPictureCount());
+}
+
 std::optional<Timecode> PictureNames::TimecodeOf(long long number) const
 {
     return startTimecode ? std::optional<Timecode>(startTimecode->Plus(number / picturesPerTimecode)) : std::nullopt;
@@ -53,7 +58,7 @@ std::optional<Timecode> PictureNames::TimecodeOf(long long number) const
 
 std::optional<long long> PictureNames::NumberAt(long long time) const
 {
-    return index ? std::optional<long long>(index->NumberAt(time)) : std::nullopt;
+    return index ? std::optional<long long>(firstNumber + index->NumberAt(time)) : std::nullopt;
 }
 
 // A name that reads back as the same picture. Without pictures moments need no such care.
@@ -71,7 +76,7 @@ QString PictureNames::At(long long time, Reading reading) const
     if (reading == Reading::Time)
         return TimeAt(time);
     long long const number = index->NumberAt(time);
-    return reading == Reading::Number ? QString("#%1").arg(number) : TimecodeOf(number)->ToText();
+    return reading == Reading::Number ? QString("#%1").arg(firstNumber + number) : TimecodeOf(number)->ToText();
 }
 
 std::optional<long long> PictureNames::PicturesIn(long long from, long long to) const
@@ -137,9 +142,11 @@ PictureNames::Place PictureNames::FindNumber(QString const& digits) const
         return {{}, "A number follows \"#\"."};
     if (!index)
         return {{}, "The numbers of the pictures are not known."};
-    if (number >= index->GetCount())
-        return {{}, QString("The last picture is #%1.").arg(index->GetCount() - 1)};
-    return {index->TimeOf(number), {}};
+    if (number < firstNumber)
+        return {{}, QString("The first picture is #%1.").arg(firstNumber)};
+    if (number >= firstNumber + index->GetCount())
+        return {{}, QString("The last picture is #%1.").arg(firstNumber + index->GetCount() - 1)};
+    return {index->TimeOf(number - firstNumber), {}};
 }
 
 PictureNames::Place PictureNames::FindTimecode(QString const& text) const

@@ -12,8 +12,8 @@ class PictureIndex;
 struct PlaybackStatus;
 
 // The names of the moments of what is open: the time, the SMPTE timecode of the source, and the picture's number from
-// 0; and which moment a typed name means. Timecode and number are only told when the true numbers are known. Times are
-// microseconds of media time. A value.
+// 0 (of a sequence, from that of its first file); and which moment a typed name means. Timecode and number are only
+// told when the true numbers are known. Times are microseconds of media time. A value.
 class PictureNames
 {
 public:
@@ -28,7 +28,8 @@ public:
 
     // Of the picture showing at `time`; empty when that name is not known.
     QString At(long long time, Reading reading) const;
-    std::optional<long long> NumberAt(long long time) const;
+    std::optional<long long> NumberAt(long long time) const; // of a sequence, the one in the file's name
+    QString WholeText() const;                               // how many pictures, or the last number of a sequence
 
     // From `from` to before `to`: "0:00:00.400", "00:00:00:10", "10 pictures"; empty when unknown.
     QString LengthText(long long from, long long to, Reading reading) const;
@@ -62,6 +63,8 @@ private:
     long long end = 0; // not after the start when unknown
     bool hasPictures = false;
     long long step = 1;
+    bool isSequence = false;
+    long long firstNumber = 0;
     std::shared_ptr<PictureIndex const> index;
     std::optional<Timecode> startTimecode;
     long long picturesPerTimecode = 1; // 2 where 50 pictures a second have a timecode of 25

@@ -113,7 +113,7 @@ QString RangeSaver::SavePictures()
 QString RangeSaver::FindExisting(long long first, long long last) const
 {
     for (long long number = first; number <= last && !stopped; ++number) {
-        QString const path = PicturePath(job.path, number);
+        QString const path = PicturePath(job.path, job.firstNumber + number);
         if (QFileInfo::exists(path))
             return path;
     }
@@ -131,7 +131,7 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
     long long saved = 0;
     ReadResult result = pictures->ReadAt(job.index->TimeOf(first), picture, stop);
     for (; result == ReadResult::Got && picture->startTime < job.to; result = pictures->Read(picture, stop)) {
-        QString const path = PicturePath(job.path, job.index->NumberAt(picture->startTime));
+        QString const path = PicturePath(job.path, job.firstNumber + job.index->NumberAt(picture->startTime));
         if (!PictureView::Render(*picture).save(path, "PNG")) {
             QFile::remove(path);
             return QString("%1 cannot be written. %2 pictures were saved.").arg(path).arg(saved);
@@ -148,7 +148,7 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
 
 QString RangeSaver::SaveSound()
 {
-    SoundStream sound(job.soundInfo);
+    SoundStream sound(job.soundInfo, job.soundStream);
     if (!job.soundInfo || !sound.Open())
         return "There is no sound that can be decoded.";
     int const channels = sound.GetChannelCount();

@@ -34,8 +34,10 @@ public:
         bool isSequence = false; // `movie` is one file of an image sequence
         SourceOptions options;
         std::shared_ptr<PictureIndex const> index; // for pictures
+        long long firstNumber = 0;                 // of the first picture, in the names of the files
 
         std::shared_ptr<MediaInfo> soundInfo; // for sound, as in PlaybackStatus
+        int soundStream = -1;                 // in the container
         long long origin = 0;
     };
 

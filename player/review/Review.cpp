@@ -157,10 +157,9 @@ void Review::ShowReading(long long time)
     long long const end = names.GetEnd();
     QString const length = names.LengthText(start, end, Reading::Time);
     QString const timeText = names.At(time, Reading::Time) + " / " + length;
-    QString const numberText =
-        names.Has(Reading::Number)
-            ? QString("%1 / %2").arg(names.At(time, Reading::Number)).arg(names.GetPictureCount())
-            : QString();
+    QString const numberText = names.Has(Reading::Number)
+                                   ? QString("%1 / %2").arg(names.At(time, Reading::Number), names.WholeText())
+                                   : QString();
     QString const timecodeText = names.At(time, Reading::Timecode);
     if (reading == Reading::Time)
         parts.bar.ShowReading(timeText, numberText, timecodeText);
@@ -402,10 +401,12 @@ void Review::SaveRange(QString const& path)
     job.from = transport.GetIn().value_or(names.GetStart());
     job.to = transport.GetOut().value_or(names.GetEnd());
     job.movie = status.path;
+    job.firstNumber = status.firstNumber;
     job.isSequence = parts.session.GetPlaylist().GetCurrent().isSequence;
     job.options = parts.session.GetSourceOptions();
     job.index = status.index;
     job.soundInfo = status.soundInfo;
+    job.soundStream = status.soundStreams.value(status.soundStream).index;
     job.origin = status.origin;
     saver = new RangeSaver(job, this);
     connect(saver, &RangeSaver::Progressed, this, [this](QString const& text) { progress = text; });

@@ -107,6 +107,16 @@ TEST(TimecodeTest, ReadsColonsForDropFrameWhenItIsTyped)
     EXPECT_FALSE(Timecode::Zero(29.97)->ParseAlike("01:00:11;02"));
 }
 
+TEST(TimecodeTest, IsSharedByPicturesOfHigherRates)
+{
+    EXPECT_EQ(Timecode::PicturesPerFrame(50, 25), 2);
+    EXPECT_EQ(Timecode::PicturesPerFrame(59.94, 30000.0 / 1001), 2);
+    EXPECT_EQ(Timecode::PicturesPerFrame(25, 25), 1);
+    EXPECT_EQ(Timecode::PicturesPerFrame(10, 25), 1);
+    EXPECT_EQ(Timecode::PicturesPerFrame(25, 0), 1);
+    EXPECT_EQ(Timecode::PicturesPerFrame(std::nan(""), 25), 1);
+}
+
 TEST(TimecodeTest, CountsADropFrameDayAsFfmpegDoes)
 {
     ExpectADayAsFfmpegHasIt({30000, 1001}, /*dropFrame=*/true);

@@ -26,13 +26,15 @@ constexpr long long tick = 40000;
 constexpr int loopTicks = 100;
 constexpr int loopSeconds = 4;
 
-// What the allocator keeps for itself: up to 1.1 MiB in long runs. One picture left behind per opening is 2.8 MiB.
-constexpr long long mostKibibytes = 2 * 1024;
+// What the allocator keeps for itself: with threads that come and go up to 9 MiB, no more after 500 openings than after
+// 100; what is left behind per opening shows in the blocks. In long runs of one engine it keeps up to 1.1 MiB.
+constexpr long long mostKibibytesByOpenings = 12 * 1024;
+constexpr long long mostKibibytesByLoops = 2 * 1024;
 
-// Allocated blocks: 50 openings leave 4, the first few of them. The cache's contents vary by up to 40 from loop to
-// loop; of the 3000 pictures in 30 loops, one left behind in 60 would exceed the limit.
+// Allocated blocks: 50 openings leave 4, the first few of them. The cache's contents make 2840 to 2900 after a loop; of
+// the 3000 pictures in 30 loops, one left behind in 37 would exceed the limit.
 constexpr long long mostBlocksByOpenings = 5;
-constexpr long long mostBlocksByLoops = 50;
+constexpr long long mostBlocksByLoops = 80;
 
 int FromEnvironment(char const* name, int otherwise)
 {
@@ -130,7 +132,7 @@ TEST(GrowthTest, OpeningPlayingAndClosingLeavesNothingBehind)
     }
     Use const after;
     EXPECT_LE(after.blocks, before.blocks + mostBlocksByOpenings);
-    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytesByOpenings);
 }
 
 TEST(GrowthTest, PlayingInALoopDoesNotGrow)
@@ -159,5 +161,5 @@ TEST(GrowthTest, PlayingInALoopDoesNotGrow)
     EXPECT_EQ(engine.GetStatus().picturesDropped, 0);
     EXPECT_GE(engine.GetStatus().picturesShown, (loopTicks - 1) * loops); // the loop's end may miss a tick
     EXPECT_LE(after.blocks, before.blocks + mostBlocksByLoops);
-    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytes);
+    EXPECT_LE(after.kibibytes, before.kibibytes + mostKibibytesByLoops);
 }

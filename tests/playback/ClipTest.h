@@ -16,8 +16,8 @@ extern "C" {
 #include <string>
 #include <vector>
 
-// A test for each clip, by its name: of a made one, "sequence", or "real/" and the name of one beside the checkout.
-// Knows the pictures that a plain decode of the whole file has.
+// A test for each clip, by name: that of a made clip, "sequence", or "real/" and the name of a real one. Knows the
+// pictures of a plain decode of the whole file.
 class ClipTest : public testing::TestWithParam<std::string>
 {
 public:
@@ -53,7 +53,7 @@ protected:
         ASSERT_FALSE(pictures.empty());
     }
 
-    // Of the picture that shows at `moment`.
+    // The index of the picture shown at `moment`.
     size_t IndexAt(long long moment) const
     {
         size_t index = 0;
@@ -62,9 +62,9 @@ protected:
         return index;
     }
 
-    // Of a damaged stream a picture may have no hash that could be expected: none does with FFmpeg 4 and 7, which were
-    // seen to patch one up differently after several runs that agreed, and none of MPEG-2, which FFmpeg patches up from
-    // what other slice threads are still decoding (47 of 150 plain decodes by three threads differed, none by one).
+    // A picture of a damaged stream may have no expected hash. FFmpeg 4 and 7 sometimes conceal one differently after
+    // several equal runs. FFmpeg's concealment of MPEG-2 depends on other slice threads (47 of 150 plain decodes with
+    // three threads differed, none with one).
     bool IsRight(DecodedVideoFrame const& picture, size_t index) const
     {
         QByteArray const& expected = pictures[index].hash;

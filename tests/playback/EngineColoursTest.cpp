@@ -11,7 +11,7 @@ namespace {
 
 constexpr int patience = 60000; // milliseconds
 
-// Coded by the matrix of HD and tagged so: the converter's defaults show another red.
+// Coded and tagged with the HD matrix: the converter's defaults show another red.
 QString Crimson()
 {
     return Clips::Made("crimson.mp4");
@@ -22,8 +22,10 @@ int GreenOf(DecodedVideoFrame const& picture)
     return picture.data[1];
 }
 
-constexpr int trueGreen = 30;
-constexpr int plainGreen = 9;
+// The samples 75, 124, 201 as BT.709 and as BT.601; libswscale's quick converter is up to 4 off.
+constexpr int trueGreen = 31;
+constexpr int plainGreen = 11;
+constexpr int mostDifference = 4;
 
 } // namespace
 
@@ -33,13 +35,13 @@ TEST(EngineColoursTest, PlaybackEngineFollowsTheStreamUnlessToldOtherwise)
     PlaybackEngine engine(PlaybackOptions(), time);
     engine.Open(Crimson());
     ASSERT_TRUE(engine.WaitUntilReady(patience));
-    EXPECT_NEAR(GreenOf(*engine.GetPicture()), trueGreen, 3);
+    EXPECT_NEAR(GreenOf(*engine.GetPicture()), trueGreen, mostDifference);
     EXPECT_EQ(engine.GetStatus().colours, "yuv420p bt709 tv");
 
     PlaybackEngine plain(Reference::PlainOptions(), time);
     plain.Open(Crimson());
     ASSERT_TRUE(plain.WaitUntilReady(patience));
-    EXPECT_NEAR(GreenOf(*plain.GetPicture()), plainGreen, 3);
+    EXPECT_NEAR(GreenOf(*plain.GetPicture()), plainGreen, mostDifference);
     EXPECT_EQ(plain.GetStatus().colours, "");
 }
 
@@ -59,18 +61,18 @@ TEST(EngineColoursTest, PlaybackEngineSwitchesColoursWhereItStands)
             auto const picture = engine.GetPicture();
             ASSERT_TRUE(picture);
             EXPECT_EQ(picture->startTime, 200000 + 40000 * i);
-            EXPECT_NEAR(GreenOf(*picture), follows ? trueGreen : plainGreen, 3);
+            EXPECT_NEAR(GreenOf(*picture), follows ? trueGreen : plainGreen, mostDifference);
             engine.Step(1);
             ASSERT_TRUE(engine.WaitUntilReady(patience));
         }
         engine.Step(-3);
         ASSERT_TRUE(engine.WaitUntilReady(patience));
-        EXPECT_NEAR(GreenOf(*engine.GetPicture()), follows ? trueGreen : plainGreen, 3);
+        EXPECT_NEAR(GreenOf(*engine.GetPicture()), follows ? trueGreen : plainGreen, mostDifference);
     }
-    // What is opened next goes on so.
+    // The setting also applies to the next file.
     engine.Open(Crimson());
     ASSERT_TRUE(engine.WaitUntilReady(patience));
-    EXPECT_NEAR(GreenOf(*engine.GetPicture()), plainGreen, 3);
+    EXPECT_NEAR(GreenOf(*engine.GetPicture()), plainGreen, mostDifference);
 }
 
 TEST(EngineColoursTest, PlaybackEngineSwitchesWhilePlayingEitherWay)
@@ -87,7 +89,8 @@ TEST(EngineColoursTest, PlaybackEngineSwitchesWhilePlayingEitherWay)
             colours.followStream = i % 2 != 0;
             engine.SetColours(colours);
             ASSERT_TRUE(engine.WaitUntilReady(patience));
-            EXPECT_NEAR(GreenOf(*engine.GetPicture()), i % 2 != 0 ? trueGreen : plainGreen, 3) << speed << ' ' << i;
+            EXPECT_NEAR(GreenOf(*engine.GetPicture()), i % 2 != 0 ? trueGreen : plainGreen, mostDifference)
+                << speed << ' ' << i;
             time->Advance(20000);
         }
     }

@@ -23,7 +23,7 @@ protected:
         Clips::WriteNumberedPictures(folder.path(), pattern, numbers);
     }
 
-    // The greys shown from the first picture to the last, at a rate of 10 a second, in steps of the rate.
+    // The greys shown from the first picture to the last, at 10 pictures per second, in steps of one picture.
     std::vector<int> Greys(PlaybackEngine& engine, int count, double speed)
     {
         std::vector<int> greys;
@@ -120,7 +120,7 @@ TEST_F(EngineSequenceTest, OneFileOfARowOpensTheRowOrJustItself)
     EXPECT_EQ(engine.GetPicture()->data[0], 16);
 }
 
-// Files of other sizes, depths and formats among the others, each shown as it is when opened by itself.
+// Files of other sizes, depths and formats in one sequence, each shown as when opened alone.
 TEST_F(EngineSequenceTest, FilesOfOtherKindsAreShownAsTheyAreAlone)
 {
     Write("a.%04d.ppm", {1, 2, 6, 7});

@@ -19,8 +19,8 @@
 
 #include <limits>
 
-// The things that a host of the library has to know, one by one, and some that follow from them. The proofs over whole
-// clips hold them together; here each one stands alone. Those of reading (rules 5 and 6) stand in tests/source.
+// Tests the rules that a host of the library must follow, one by one, and some consequences; the tests over whole clips
+// combine them. Rules 5 and 6, about reading, are tested in tests/source.
 
 namespace {
 
@@ -53,7 +53,7 @@ protected:
     PlaybackEngine engine{Reference::PlainOptions(), time};
 };
 
-// Rule 1: each picture has its end before it goes into the cache.
+// Rule 1: a picture needs its end time before it is put into the cache.
 
 TEST_F(HostRulesTest, TheNewestCachedPictureShowsUntilItsEnd)
 {
@@ -83,14 +83,14 @@ TEST_F(HostRulesTest, TheLastPictureEndsWithTheMedia)
 
 TEST_F(HostRulesTest, BackwardsTheCacheGrowsWithoutGaps)
 {
-    engine.SetCacheBudget(0); // nothing is there when play begins
+    engine.SetCacheBudget(0); // the cache is empty when playback begins
     Open(Clips::Made("gop12.mp4"));
     engine.Seek(4000000);
     Wait();
     engine.SetSpeed(-1.0);
     engine.SetCacheBudget(100000000);
     Wait();
-    EXPECT_LE(engine.GetStatus().cacheStart, 3960000);
+    EXPECT_LE(engine.GetStatus().cacheStart, 3960000); // at least the picture before
     for (int i = 0; i < 20; ++i) {
         time->Advance(40000);
         Wait();
@@ -99,7 +99,7 @@ TEST_F(HostRulesTest, BackwardsTheCacheGrowsWithoutGaps)
     }
 }
 
-// Rule 3: with fewer than 30 pictures the cache's own advice is to go forwards.
+// Rule 3: with fewer than 30 pictures the cache itself advises going forwards.
 
 TEST_F(HostRulesTest, BackwardsNothingIsDecodedForwards)
 {
@@ -146,7 +146,7 @@ TEST_F(HostRulesTest, EachUpdateLetsGoOfOnePictureAndNeverOfTheOneShowing)
     EXPECT_EQ(cache.GetSpan().start, 40000);
 }
 
-// Rule 4: pictures count from the first one, sound and seeks in the container's time.
+// Rule 4: picture times count from the first picture; sound and seeks use container time.
 
 TEST_F(HostRulesTest, SeeksAndSoundAreInTheContainersTime)
 {
@@ -160,19 +160,19 @@ TEST_F(HostRulesTest, SeeksAndSoundAreInTheContainersTime)
     EXPECT_EQ(reader.GetOrigin(), first);
     EXPECT_EQ(picture->startTime, 4000000);
     Open(clip);
-    EXPECT_NEAR(static_cast<double>(engine.GetStatus().soundStart), 0.0, 60000.0);
+    EXPECT_NEAR(static_cast<double>(engine.GetStatus().soundStart), 0.0, 60000.0); // two frames of sound
 }
 
 TEST_F(HostRulesTest, SoundThatBeginsBeforeThePicturesIsPlayed)
 {
     Open(Clips::Made("late-video.mp4"));
-    EXPECT_NEAR(static_cast<double>(engine.GetStatus().start), -1000000.0, 50000.0);
+    EXPECT_NEAR(static_cast<double>(engine.GetStatus().start), -1000000.0, 50000.0); // two AAC frames
     EXPECT_EQ(engine.GetStatus().position, engine.GetStatus().start);
     ASSERT_TRUE(engine.GetPicture());
     EXPECT_EQ(engine.GetPicture()->startTime, 0);
 }
 
-// Rule 7: a cover is a picture to show, and the file is one of sound.
+// Rule 7: a cover is shown, but the file is a sound file.
 
 TEST_F(HostRulesTest, ACoverMakesNoMovie)
 {
@@ -189,7 +189,7 @@ TEST_F(HostRulesTest, ACoverMakesNoMovie)
     }
 }
 
-// Rule 8: still or movie is told before probing.
+// Rule 8: the host decides before probing whether a file is a still or a movie.
 
 TEST_F(HostRulesTest, AMotionJpegMovieIsAMovieAndAJpegIsAStill)
 {
@@ -224,7 +224,7 @@ TEST_F(HostRulesTest, ASequenceTimesItsPicturesByTheirNumbers)
     }
 }
 
-// Rule 9: rows are 3 x width rounded up to 4.
+// Rule 9: rows are 3 x width bytes rounded up to a multiple of 4.
 
 TEST_F(HostRulesTest, RowsAreRoundedUpToFourBytes)
 {

@@ -31,7 +31,7 @@ TEST(LatestTest, GivesTheNewestValueOnce)
     EXPECT_EQ(latest.Get(), 4);
 }
 
-// However often the reader looks, the value in its hand is freed by the writer, two writes later at most.
+// However often the reader reads, the writer frees the value that the reader holds, at most two writes later.
 TEST(LatestTest, ValuesAreFreedByTheWriter)
 {
     Latest<std::shared_ptr<int>> latest;
@@ -47,7 +47,7 @@ TEST(LatestTest, ValuesAreFreedByTheWriter)
     EXPECT_EQ(first.use_count(), 1);
 }
 
-// A value is whole where all its numbers are the same.
+// A value is consistent when all its numbers are equal.
 TEST(LatestTest, AReaderOnAnotherThreadSeesWholeValuesInOrderAndTheLastOne)
 {
     constexpr int last = 200000;

@@ -12,7 +12,7 @@
 #include <fstream>
 #include <string>
 
-// What the kernel says of the memory in use, which also sees what no count of ours does.
+// Measures the process's resident memory by the kernel, which includes what our own counters miss.
 
 namespace {
 
@@ -29,7 +29,7 @@ long long PeakBytes()
     return -1;
 }
 
-// From now on the peak is that of what comes.
+// Resets the kernel's peak to the present value.
 bool ResetPeak()
 {
     std::ofstream clear("/proc/self/clear_refs");
@@ -57,7 +57,7 @@ long long GrowthBy(Work const& work)
     return PeakBytes() - before;
 }
 
-// What decoding takes by itself, a picture at a time.
+// Memory for decoding alone, one picture at a time.
 void ReadAll(QString const& path)
 {
     auto const info = std::make_shared<MediaInfo>(path);
@@ -98,8 +98,9 @@ TEST(MemoryTest, ResidentMemoryStaysWithinTheBudgetAndTheNeedOfTheDecoder)
     QString const clip = Clips::Made("large.mp4");
     long long const decoder = GrowthBy([&] { ReadAll(clip); });
     long long const engine = GrowthBy([&] { PlayBothWays(clip, budget); });
-    EXPECT_LE(engine, decoder + budget * 115 / 100);
-    EXPECT_GE(engine, budget / 2); // or nothing was measured
+    // Six pictures beside the 40 of the budget: the store of buffers keeps four, one is being decoded, one is shown.
+    EXPECT_LE(engine, decoder + budget + 6 * budget / 40);
+    EXPECT_GE(engine, budget / 2); // otherwise nothing was measured
 }
 
 } // namespace

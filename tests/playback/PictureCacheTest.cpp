@@ -5,7 +5,7 @@
 
 namespace {
 
-// Of one row of `pixels` pixels, showing for 40 ms.
+// A picture of one row of `pixels` pixels, shown for 40 ms.
 PictureCache::Picture PictureAt(long long start, int pixels)
 {
     std::vector<uint8_t> const bytes(static_cast<size_t>(3 * pixels));
@@ -14,7 +14,7 @@ PictureCache::Picture PictureAt(long long start, int pixels)
     return picture;
 }
 
-// Starting at 0, 40, 80 and 120 ms: 12, 24, 48 and 96 bytes.
+// Pictures at 0, 40, 80 and 120 ms of 12, 24, 48 and 96 bytes.
 void AppendFour(PictureCache& cache)
 {
     cache.SetBudget(1000, 12, 0);
@@ -48,7 +48,7 @@ TEST(PictureCacheTest, OutsideOfItsSpanAllBytesAreOnOneSide)
     EXPECT_EQ(cache.GetBalance(160000).current, 0);
 }
 
-// Pictures go out in front and come in behind until they lie round the end of the slots.
+// Pictures are removed in front and appended behind until they wrap round the end of the slots.
 TEST(PictureCacheTest, TellsTheSameWhereItsPicturesGoRound)
 {
     PictureCache cache;
@@ -73,7 +73,7 @@ TEST(PictureCacheTest, CountsThePicturesThatWaitAndKeepsFourWhateverTheBudget)
     cache.SetBudget(100, 12, 0);
     cache.Append(PictureAt(200000, 4));
     EXPECT_TRUE(cache.HasRoomFor(88));
-    EXPECT_TRUE(cache.HasRoomFor(89)); // with fewer than four
+    EXPECT_TRUE(cache.HasRoomFor(89)); // always with fewer than four pictures
     cache.AddWaiting(PictureAt(80000, 4));
     cache.AddWaiting(PictureAt(120000, 4));
     EXPECT_EQ(cache.GetSpan().bytes, 36);
@@ -99,7 +99,7 @@ TEST(PictureCacheTest, LessBudgetLeavesThePicturesNextToTheMoment)
     EXPECT_EQ(cache.SetBudget(0, 96, 80000).size(), 4U);
     EXPECT_EQ(cache.GetSpan().start, 80000);
     EXPECT_EQ(cache.GetSpan().end, 239999);
-    cache.SetBudget(24, 96, 1000000); // nothing shows then: the last ones stay
+    cache.SetBudget(24, 96, 1000000); // no picture is shown at that time: keeps the last ones
     EXPECT_EQ(cache.GetSpan().count, 4);
     EXPECT_EQ(cache.GetSpan().end, 239999);
 }

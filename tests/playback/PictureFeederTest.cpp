@@ -8,14 +8,14 @@
 #include <random>
 #include <vector>
 
-// What is decoded when, with a source whose pictures take time to decode: the clock goes on meanwhile.
+// Tests the order of decoding with a source that needs time per picture: the clock advances meanwhile.
 
 namespace {
 
 constexpr long long step = 40000;
 constexpr long long count = 1000; // 40 s
 
-// Pictures of 40 ms in groups; decoding one lets `cost` microseconds pass.
+// Pictures of 40 ms in groups; decoding one takes `cost` microseconds.
 class SlowSource : public PictureStream
 {
 public:
@@ -69,7 +69,7 @@ public:
     long long GetDecodedCount() const override { return decoded; }
 
     bool isEndKnown = true;
-    bool isLost = false;       // nothing can be read any more
+    bool isLost = false;       // the source can no longer be read
     long long firstNumber = 0; // of the first picture that can be read
     ColourSettings colours;
 
@@ -85,7 +85,7 @@ private:
 class PictureFeederTest : public testing::Test
 {
 protected:
-    // Plays from `from` to the end in question, and gives the starts of the pictures that a display would show.
+    // Plays from `from` to the end in the play direction; returns the starts of the pictures that a display would show.
     std::vector<long long> Play(double speed, long long from, long long cost, long long group)
     {
         auto const pass = [this](long long duration) { Pass(duration); };
@@ -116,7 +116,7 @@ protected:
         return pictures.size();
     }
 
-    // Play and the display go on, by a quarter of a picture at a time.
+    // Advances the position and the display by a quarter of a picture at a time.
     void Pass(long long duration)
     {
         for (; duration > 0; duration -= step / 4) {
@@ -147,7 +147,7 @@ protected:
     std::vector<long long> shown;
 };
 
-// Pictures of three sizes; the position, the direction and the budget change while some are on their way.
+// Pictures of three sizes; the position, the direction and the budget change during decoding.
 class BudgetWalk
 {
 public:
@@ -175,7 +175,7 @@ public:
         }
     }
 
-    // Whatever has been asked for, the picture of the position comes.
+    // After any sequence of requests, the picture at the position becomes ready.
     void Finish()
     {
         need.playing = false;
@@ -240,7 +240,7 @@ TEST(PictureFeederBudgetTest, HoldsAtEveryMomentWhateverTheSizesOfThePictures)
         BudgetWalk walk(seed);
         walk.Run(500);
         walk.Finish();
-        EXPECT_GT(walk.GetMostBytes(), 10000) << seed; // or it was not put to the test
+        EXPECT_GT(walk.GetMostBytes(), 10000) << seed; // half of the largest budget: the cache was really filled
     }
 }
 
@@ -254,29 +254,30 @@ TEST_F(PictureFeederTest, ShowsEveryPictureWhereDecodingIsQuickEnough)
     EXPECT_TRUE(AreInOrder(backwards, false));
 }
 
-// 40 s of pictures of which all take 60 or 160 s to decode.
+// 40 s of pictures, 1000 in all, take 60 or 160 s to decode. The limits are seven tenths or more of the present numbers
+// (199, 85, 142, 54, 84, 7 forwards and 258, 133, 324, 168, 360, 21, 28 backwards), which depend on no real time.
 TEST_F(PictureFeederTest, SomethingMovesForwardsWhereDecodingIsTooSlow)
 {
     EXPECT_GE(PicturesPlayed(1.0, 60000, 12), 150U);
     EXPECT_GE(PicturesPlayed(1.0, 160000, 12), 70U);
     EXPECT_GE(PicturesPlayed(1.0, 60000, 250), 120U);
     EXPECT_GE(PicturesPlayed(1.0, 160000, 250), 45U);
-    EXPECT_GE(PicturesPlayed(16.0, 30000, 12), 20U);
-    EXPECT_GE(PicturesPlayed(16.0, 30000, 250), 4U);
+    EXPECT_GE(PicturesPlayed(16.0, 30000, 12), 63U);
+    EXPECT_GE(PicturesPlayed(16.0, 30000, 250), 5U);
 }
 
 TEST_F(PictureFeederTest, SomethingMovesBackwardsWhereDecodingIsTooSlow)
 {
     EXPECT_GE(PicturesPlayed(-1.0, 60000, 12), 250U);
-    EXPECT_GE(PicturesPlayed(-1.0, 160000, 12), 80U);
+    EXPECT_GE(PicturesPlayed(-1.0, 160000, 12), 100U);
     EXPECT_GE(PicturesPlayed(-1.0, 60000, 250), 250U);
-    EXPECT_GE(PicturesPlayed(-1.0, 160000, 250), 70U);
-    EXPECT_GE(PicturesPlayed(-4.0, 10000, 12), 250U);
-    EXPECT_GE(PicturesPlayed(-16.0, 30000, 12), 12U);
-    EXPECT_GE(PicturesPlayed(-16.0, 30000, 250), 10U);
+    EXPECT_GE(PicturesPlayed(-1.0, 160000, 250), 126U);
+    EXPECT_GE(PicturesPlayed(-4.0, 10000, 12), 270U);
+    EXPECT_GE(PicturesPlayed(-16.0, 30000, 12), 16U);
+    EXPECT_GE(PicturesPlayed(-16.0, 30000, 250), 21U);
 }
 
-// One piece of work after the other, by a source that takes no time: groups of 25 pictures, a second each.
+// Single work steps with a source that takes no time: groups of 25 pictures, one second each.
 class PictureFeederWorkTest : public testing::Test
 {
 protected:
@@ -443,7 +444,8 @@ TEST_F(PictureFeederWorkTest, AFileThatIsLostWhileItPlaysEndsTheWork)
     }
 }
 
-// Seeks come faster than pictures can be decoded. The first stops what is under way, the second waits for a picture.
+// Seeks come faster than pictures can be decoded. The first one interrupts the decoding; the second waits for a
+// picture.
 TEST_F(PictureFeederWorkTest, ASeekElsewhereStopsTheWorkButEverySecondOneComesToItsPicture)
 {
     Begin(50);
@@ -548,7 +550,7 @@ TEST_F(PictureFeederWorkTest, TheNewestPictureIsTheOneThatPlayHasPassedLast)
     PictureCache::Span const span = feeder->GetSpan();
     EXPECT_EQ(feeder->FindNewest(span.end + 1000000, true).end, span.end);
     EXPECT_EQ(feeder->FindNewest(span.start - 1000000, false).start, span.start);
-    EXPECT_FALSE(feeder->FindNewest(span.start - 1000000, true).picture); // not yet
+    EXPECT_FALSE(feeder->FindNewest(span.start - 1000000, true).picture); // not reached yet
     EXPECT_FALSE(feeder->FindNewest(span.end + 1000000, false).picture);
     EXPECT_EQ(feeder->FindNewest(10010000, true).start, 10000000);
 }
@@ -566,10 +568,10 @@ TEST_F(PictureFeederWorkTest, PlayingBackwardsItIsReadyWithThePictureBeforeToo)
     EXPECT_EQ(StartAt(10000000, -1), 9960000);
     SeekTo(0);
     WorkUntilDone();
-    EXPECT_TRUE(feeder->IsReady(need)); // before the first there is none
+    EXPECT_TRUE(feeder->IsReady(need)); // there is no picture before the first
 }
 
-// The file has changed: what was there once is not any more.
+// The file has changed: pictures read before are no longer there.
 TEST_F(PictureFeederWorkTest, WhereNothingLiesBeforeTheCachedPicturesTheyBeginWithTheFirst)
 {
     Begin(50);

@@ -8,8 +8,8 @@
 
 #include <random>
 
-// Every picture that the engine shows, whichever way it got there, is the one that a plain decode of the whole file has
-// at that time.
+// Every picture that the engine shows, by whatever path, is the one that a plain decode of the whole file has at that
+// time.
 
 namespace {
 
@@ -93,7 +93,7 @@ TEST_P(PictureProofTest, BackwardsShowsEveryPictureOnce)
     EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
 }
 
-// A few: SeekGridTest goes all over each clip.
+// Only a few: SeekGridTest covers each clip densely.
 TEST_P(PictureProofTest, RandomSeeksShowThePictureOfTheirTime)
 {
     constexpr int seeks = 15;
@@ -128,7 +128,7 @@ TEST_P(PictureProofTest, StepsShowTheNeighbours)
 
 TEST_P(PictureProofTest, ABudgetSmallerThanAGroupChangesNothing)
 {
-    options.cacheBudget = 1; // the least, four pictures
+    options.cacheBudget = 1; // the minimum, four pictures
     Open();
     size_t const from = std::min(pictures.size() - 1, size_t{30});
     engine->Seek(pictures[from].time);

@@ -44,7 +44,7 @@ TEST(PlayClockTest, RoundsDownOnEitherSideOfZero)
     EXPECT_EQ(clock.GetPosition(0), -1);
 }
 
-// Three thousand changes at every third of a microsecond of position: without fractions it would be 0.
+// 3000 changes of speed, each a third of a microsecond of position apart: without fractions the position would stay 0.
 TEST(PlayClockTest, KeepsFractionsOverManyChanges)
 {
     PlayClock clock;

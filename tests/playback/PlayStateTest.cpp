@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-// The state of play is arithmetic: everything here happens at instants that the test makes up.
+// The play state is arithmetic: the tests choose every instant.
 
 namespace {
 
@@ -42,7 +42,7 @@ PlayState Waiting()
     return state;
 }
 
-// Since instant 0 from 2 s on.
+// Playing since instant 0 from 2 s on.
 PlayState Playing(double speed)
 {
     PlayState state = Paused();
@@ -72,7 +72,7 @@ PlayState Previewing()
     return state;
 }
 
-// Position, speed, and whatever else is not as it is while paused.
+// Position, speed, and everything else that differs from the paused state.
 std::string Tell(PlayState const& state, long long now)
 {
     std::string text = std::to_string(state.GetPosition(now)) + " x" + std::to_string(std::lround(state.speed));
@@ -91,7 +91,7 @@ std::string Tell(PlayState const& state, long long now)
 
 using Command = std::function<void(PlayState&, long long now)>;
 
-// What a command, given at instant 1 s, makes of each state.
+// The result of a command at instant 1 s in each state.
 void ExpectInEachState(Command const& command, std::vector<std::string> const& expected)
 {
     std::vector<std::pair<std::string, PlayState>> const states = {
@@ -287,7 +287,7 @@ TEST(PlayStateTest, EndsAgainWhenItIsToPlayOnFromTheEnd)
     EXPECT_EQ(Tell(state, second), "10000000 x3 ended");
 }
 
-// Its first picture is to be shown.
+// Its first picture must be shown.
 TEST(PlayStateTest, PlayingBackwardsFromTheStartWaitsBeforeItEnds)
 {
     PlayState state = Paused();
@@ -324,7 +324,7 @@ TEST(PlayStateTest, AnEstimatedEndHoldsNothingBack)
     EXPECT_EQ(Tell(state, 20 * second), "10000000 x1 ended");
 }
 
-// The sound of a movie is opened after the pictures, and may begin before them.
+// A movie's sound is opened after its pictures, and may begin before them.
 TEST(PlayStateTest, BeginsAtTheStartOnceThatIsKnown)
 {
     PlayRange range = TenSeconds();
@@ -510,7 +510,7 @@ TEST(PlayStateTest, CountsOpeningsAndSeeks)
     state.Step(1, 500000);
     state.MakeStep(2540000, /*isLast=*/false, 500000);
     EXPECT_EQ(state.seekSerial, seek);
-    state.Seek(2540000, 500000); // to where it is already
+    state.Seek(2540000, 500000); // to the present position
     EXPECT_EQ(state.seekSerial, seek + 1);
     state.SeekPreview(0, 0, 500000);
     EXPECT_EQ(state.seekSerial, seek + 2);
@@ -524,16 +524,16 @@ TEST(PlayStateTest, WakesWhereAnotherPlaceIsNeeded)
 {
     PlayState state = Playing(1.0);
     long long wakes = state.wakeSerial;
-    state.Advance(TenSeconds(), 500000); // goes on
+    state.Advance(TenSeconds(), 500000); // playback continues
     EXPECT_EQ(state.wakeSerial, wakes);
-    state.Advance(TenSeconds(), 9000000); // ends
+    state.Advance(TenSeconds(), 9000000); // playback ends
     EXPECT_GT(state.wakeSerial, wakes);
     wakes = state.wakeSerial;
     state.Seek(1000000, 9000000);
     EXPECT_GT(state.wakeSerial, wakes);
 }
 
-// ---- What it asks of others
+// ---- What it needs from the feeders
 
 TEST(PlayStateTest, TellsTheFeedersWhatIsNeeded)
 {
@@ -545,7 +545,7 @@ TEST(PlayStateTest, TellsTheFeedersWhatIsNeeded)
     EXPECT_TRUE(playing.needsSound);
     PlayNeed const waiting = Waiting().GetNeed(500000);
     EXPECT_TRUE(waiting.playing);
-    EXPECT_EQ(waiting.speed, 0.0); // the clock's
+    EXPECT_EQ(waiting.speed, 0.0); // the clock's speed
     PlayState pausedAfterwards = Playing(-2.0);
     pausedAfterwards.SetSpeed(0.0, 500000);
     EXPECT_FALSE(pausedAfterwards.GetNeed(500000).playing);
@@ -566,7 +566,7 @@ TEST(PlayStateTest, NeedsNoSoundAtAHighSpeedNorForAPreviewWhilePaused)
     PlayState playing = Playing(1.0);
     playing.SeekPreview(0, second, 0);
     EXPECT_TRUE(playing.GetNeed(0).needsSound);
-    playing.SetMuted(true); // may end at any moment
+    playing.SetMuted(true); // muting may end at any time
     EXPECT_TRUE(playing.GetNeed(0).needsSound);
 }
 
@@ -580,7 +580,7 @@ TEST(PlayStateTest, SoundsWhileItRunsUnlessItIsMuted)
     EXPECT_EQ(state.GetSoundRun().seekSerial, state.seekSerial);
     state.SetMuted(true);
     EXPECT_FALSE(state.GetSoundRun().sounding);
-    EXPECT_EQ(state.GetSoundRun().speed, -4.0); // its time goes on
+    EXPECT_EQ(state.GetSoundRun().speed, -4.0); // its position advances
     EXPECT_FALSE(Playing(-4.5).GetSoundRun().sounding);
     for (PlayState const& silent : {Paused(), Waiting(), Ended(1.0), Ended(-1.0), Stepping()}) {
         EXPECT_FALSE(silent.GetSoundRun().sounding);

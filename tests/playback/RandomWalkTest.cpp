@@ -14,10 +14,10 @@
 #include <random>
 #include <thread>
 
-// Random orders from three threads, by a fixed seed. Meanwhile each status keeps its bounds, and each picture that is
-// shown is the one that a plain decode of the whole file has at its time. After each round, when nobody else gives
-// orders, the very picture of a seek, of steps and of play either way is shown. Long walks are asked for by the
-// environment: TAVOLIN_WALK_ROUNDS, TAVOLIN_WALK_SEED.
+// Random commands from three threads, with a fixed seed. Meanwhile each status stays within its bounds, and each
+// picture shown is the one that a plain decode of the whole file has at its time. After each round, without other
+// commands, seeks, steps and playback in both directions show exactly the right pictures. The environment selects
+// longer walks: TAVOLIN_WALK_ROUNDS, TAVOLIN_WALK_SEED.
 
 namespace {
 
@@ -37,7 +37,7 @@ struct Clip
     int largestPixels; // of one picture
 };
 
-// Of real clips, those that are decoded the same way from wherever one begins.
+// Of the real clips, those whose pictures do not depend on where decoding starts.
 std::vector<Clip> AllClips()
 {
     constexpr int small = 192 * 108;
@@ -73,7 +73,7 @@ std::vector<Clip> AllClips()
             {"real/mkv-two-audio-subtitles-between.mkv", 0}};
 }
 
-// One thread's orders.
+// One thread's commands.
 class Walker
 {
 public:
@@ -210,7 +210,7 @@ protected:
         EXPECT_EQ(HashOf(*picture), pictures[index].hash) << when << " at " << pictures[index].time;
     }
 
-    // From a random place on: steps one way and the other, and play either way by some pictures.
+    // From a random position: steps in both directions, and some pictures of playback in both directions.
     void ExpectTheVeryPictures(std::mt19937& random)
     {
         auto const last = static_cast<long long>(pictures.size()) - 1;

@@ -15,8 +15,7 @@
 #include <map>
 #include <set>
 
-// The pictures after a seek are those of straight decoding, bytes and times, for targets all over the stream.
-// TAVOLIN_SEEK_STEP_MS sets the distance between the targets in milliseconds; by default there are a few for each clip.
+// After a seek to any place in the stream, the pictures equal those of decoding from the beginning, in bytes and times.
 
 namespace {
 
@@ -24,8 +23,8 @@ constexpr int patience = 60000; // milliseconds
 constexpr int fewTargets = 9;
 constexpr size_t picturesAfterTarget = 6;
 
-// Their key flags are not to be believed, they have no times, or their key pictures are damaged: a session that seeks
-// cannot be right, the engine can.
+// Clips with wrong key flags, without times, or with damaged key pictures: a seeking session cannot be right, the
+// engine can.
 std::set<std::string> const engineOnly = {
     "damaged-h264.mp4",
     "damaged-mpeg2.ts",
@@ -49,7 +48,7 @@ protected:
         std::vector<long long> targets;
         for (long long target = 0; target < end; target += std::max(step, 1LL))
             targets.push_back(target);
-        // Not in order, so that each is a seek.
+        // Not in order, so that each one needs a seek.
         std::vector<long long> shuffled;
         for (size_t i = 0; i < targets.size(); ++i)
             shuffled.push_back(targets[i * 7 % targets.size()]);
@@ -82,7 +81,7 @@ TEST_P(SeekGridTest, TheEngineShowsThePicturesOfStraightDecoding)
     }
 }
 
-// Of the packet in hand in the media's time; beyond all pictures when there is none or it bears no time.
+// The current packet's media time; beyond all pictures without a packet or a time.
 static long long KeyTime(MediaInstance& session, long long start)
 {
     constexpr auto limits = std::numeric_limits<long long>();
@@ -90,7 +89,7 @@ static long long KeyTime(MediaInstance& session, long long start)
     return time == limits.min() ? limits.max() : time - start;
 }
 
-// From the key picture on where the session lands: what shows before it may refer to what was not decoded.
+// Compares from the session's key picture on: pictures shown before it may refer to undecoded ones.
 TEST_P(SeekGridTest, ASessionDeliversThePicturesOfStraightDecoding)
 {
     if (engineOnly.count(GetParam()) > 0)

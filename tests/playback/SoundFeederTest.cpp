@@ -11,7 +11,7 @@ namespace {
 
 constexpr long long ahead = 500000;
 
-// A seek comes while the sound of another place is decoded.
+// A seek arrives while sound at another place is being decoded.
 class SoundFeederTest : public testing::Test
 {
 protected:
@@ -37,7 +37,7 @@ protected:
         return need;
     }
 
-    // One piece of work for `need`, while `later` is what is needed by then.
+    // One work step for `need`; `later` is the need at its end.
     bool Work(PlayNeed const& need, PlayNeed const& later)
     {
         return feeder->Work(
@@ -97,7 +97,7 @@ TEST_F(SoundFeederTest, BeginsWithTheFirstSound)
     EXPECT_EQ(now.begin, 0);
     EXPECT_EQ(now.forwards.from, 0);
     EXPECT_GT(now.forwards.to, 0);
-    EXPECT_LT(now.forwards.to, 500000);
+    EXPECT_LT(now.forwards.to, 500000); // one work step: 0.1 s
     EXPECT_LT(now.backwards.to, now.backwards.from);
     EXPECT_EQ(now.end, SoundFeeder::noLimit);
     EXPECT_EQ(feeder->GetOrigin(), 0);
@@ -118,7 +118,7 @@ TEST_F(SoundFeederTest, DecodesAsFarAheadAsItIsToldAndAsTheSpeedNeeds)
     while (Work(need, need)) {
     }
     EXPECT_GE(feeder->GetSnapshot().forwards.to, 1500000);
-    EXPECT_LT(feeder->GetSnapshot().forwards.to, 2000000);
+    EXPECT_LT(feeder->GetSnapshot().forwards.to, 2000000); // 0.5 s ahead and a part of a work step
     EXPECT_TRUE(feeder->HasSound(need, 500000));
     EXPECT_FALSE(feeder->HasSound(need, 1500000));
     need.speed = 4.0;
@@ -135,7 +135,7 @@ TEST_F(SoundFeederTest, NeedsNothingWhereNoSoundIsPlayed)
     need.needsSound = false;
     EXPECT_TRUE(HasSound(need));
     EXPECT_FALSE(Work(need, need));
-    EXPECT_LT(feeder->GetSnapshot().forwards.to, 500000);
+    EXPECT_LT(feeder->GetSnapshot().forwards.to, 500000); // the first work step only
 }
 
 TEST_F(SoundFeederTest, KeepsASecondOfThePast)
@@ -146,7 +146,7 @@ TEST_F(SoundFeederTest, KeepsASecondOfThePast)
         }
     }
     EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000);
-    EXPECT_GE(feeder->GetSnapshot().forwards.from, 2500000);
+    EXPECT_GE(feeder->GetSnapshot().forwards.from, 2500000); // whole frames only
 }
 
 TEST_F(SoundFeederTest, KnowsTheEndOnceItHasBeenReached)
@@ -154,7 +154,7 @@ TEST_F(SoundFeederTest, KnowsTheEndOnceItHasBeenReached)
     PlayNeed const need = NeedAt(5800000, 1);
     while (Work(need, need)) {
     }
-    EXPECT_NEAR(static_cast<double>(feeder->GetSnapshot().end), 6000000.0, 1.0);
+    EXPECT_NEAR(static_cast<double>(feeder->GetSnapshot().end), 6000000.0, 1.0); // rounded to microseconds
     EXPECT_EQ(feeder->GetSnapshot().forwards.to, SoundFeeder::noLimit);
     EXPECT_TRUE(feeder->HasSound(need, 100000000));
     PlayNeed const beyond = NeedAt(9000000, 2);
@@ -186,10 +186,10 @@ TEST_F(SoundFeederTest, AfterATurnItReadsOnWhereItWas)
     while (Work(again, again)) {
     }
     EXPECT_GT(feeder->GetSnapshot().forwards.to, reached);
-    EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000); // nothing was read anew
+    EXPECT_LE(feeder->GetSnapshot().forwards.from, 3000000); // nothing was read again
 }
 
-// A movie's sound has the container's time, in which media time 0 is the first picture.
+// A movie's sound uses container time; media time 0 is the first picture.
 TEST_F(SoundFeederTest, CountsFromItsOrigin)
 {
     auto reader = std::make_unique<SoundStream>(keeper);

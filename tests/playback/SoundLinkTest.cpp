@@ -75,13 +75,13 @@ TEST_F(SoundLinkTest, WhatHasBeenHandedOutIsTheClock)
 {
     Leave();
     Fill(10);
-    EXPECT_EQ(Position(), 0); // the output has only just begun
+    EXPECT_EQ(Position(), 0); // the output has just begun
     Fill(20);
     EXPECT_EQ(Position(), 10000); // of the first sample of this block
     Leave();
     Fill(30);
     EXPECT_EQ(Position(), 30000);
-    EXPECT_EQ(state.drift, 30000.0); // the time source has stood still
+    EXPECT_EQ(state.drift, 30000.0); // the time source stood still
 }
 
 TEST_F(SoundLinkTest, TheClockIsWhatIsHeardNow)

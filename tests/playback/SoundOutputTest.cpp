@@ -37,7 +37,7 @@ TEST(SoundOutputTest, BeginsFadingInAndGoesOnWithTheSamplesAsTheyAre)
     auto const output = SoundScene::HalfASecond();
     EXPECT_EQ(Fill(*output, 10, RunAt(0, 1.0)), (Samples{0, 4, 12, 24, 40, 60, 70, 80, 90, 100}));
     EXPECT_EQ(Fill(*output, 10, RunAt(0, 1.0)), (Samples{110, 120, 130, 140, 150, 160, 170, 180, 190, 200}));
-    EXPECT_EQ(Fill(*output, 2, RunAt(0, 1.0)), (Samples{210, 220})); // of those made ahead
+    EXPECT_EQ(Fill(*output, 2, RunAt(0, 1.0)), (Samples{210, 220})); // from the samples prepared ahead
     EXPECT_EQ(Fill(*output, 2, RunAt(0, 1.0)), (Samples{230, 240}));
 }
 
@@ -85,7 +85,7 @@ TEST(SoundOutputTest, FadesOutOverSeveralShortBlocks)
     EXPECT_EQ(Fill(*output, 2, RunAt(10, 0.0)), (Samples{0, 0}));
 }
 
-// The new run begins where it is by the time at which the former has faded out.
+// The new run starts at the position that it reaches when the former one has faded out.
 TEST(SoundOutputTest, AJumpFadesTheOldOutBeforeTheNewFadesIn)
 {
     auto const output = SoundScene::HalfASecond();
@@ -122,7 +122,7 @@ TEST(SoundOutputTest, TellsWhetherARunGoesOn)
     EXPECT_FALSE(output->Follows(RunAt(0, 1.0)));
     Fill(*output, 10, RunAt(0, 1.0));
     EXPECT_TRUE(output->Follows(RunAt(0, 1.0)));
-    EXPECT_TRUE(output->Follows(RunAt(99, 2.5))); // another speed of the same direction
+    EXPECT_TRUE(output->Follows(RunAt(99, 2.5))); // another speed in the same direction
     EXPECT_FALSE(output->Follows(RunAt(0, -1.0)));
     EXPECT_FALSE(output->Follows(RunAt(0, 0.0)));
     EXPECT_FALSE(output->Follows(RunAt(0, 1.0, 2)));
@@ -133,7 +133,7 @@ TEST(SoundOutputTest, IsSilentWhereNothingIsDecoded)
 {
     auto const output = SoundScene::HalfASecond();
     EXPECT_EQ(Fill(*output, 6, RunAt(600, 1.0)), Samples(6, 0));
-    EXPECT_EQ(Fill(*output, 6, RunAt(100, -1.0, 2)), Samples(6, 0)); // only forwards is
+    EXPECT_EQ(Fill(*output, 6, RunAt(100, -1.0, 2)), Samples(6, 0)); // only forward sound is cached
 }
 
 TEST(SoundOutputTest, TrimLetsGoOfWhatLiesOutside)
@@ -160,7 +160,7 @@ TEST(SoundOutputTest, ClearsOneDirectionOrBoth)
     EXPECT_EQ(Fill(*output, 20, RunAt(100, -1.0, 3)).back(), 0);
 }
 
-// The frames of two channels stay together, whichever way they come.
+// The two channels of a frame stay together, in either direction.
 TEST(SoundOutputTest, KeepsTheChannelsOfAFrameTogether)
 {
     SoundOutput output(2, SoundScene::sampleRate);

@@ -12,8 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 
-// The sound that the engine puts out, at any speed and either way, is made of the samples of a plain decode of the
-// whole file by the rules of the fill, reckoned anew here.
+// The engine's sound output, at any speed and in both directions, consists of the samples of a plain decode of the
+// whole file by the rules of the fill, recomputed here.
 
 namespace {
 
@@ -21,13 +21,13 @@ constexpr int patience = 60000; // milliseconds, for a machine that has much els
 constexpr int blockFrames = 700;
 constexpr int fadesPerSecond = 200;
 
-// The fill's way with speed, frame by frame: which frame of the source each frame of the output is.
+// The fill's speed rule, frame by frame: the source frame of each output frame.
 class Follower
 {
 public:
     explicit Follower(double speed) : step(speed > 1.0 ? 1.0 - speed : speed < 1.0 ? 1.0 / speed - 1.0 : 0.0) {}
 
-    // As one call of the fill: `count` frames. The repeats that a full block cuts off come in the next one.
+    // One call of the fill for `count` frames. Repeats cut off by a full block come in the next one.
     void Fill(std::vector<long long>& out, int count)
     {
         size_t const full = out.size() + static_cast<size_t>(count);
@@ -52,8 +52,7 @@ private:
     long long next = 0;
 };
 
-// All but two: one phone's sound is a few packets with seconds between them, another's is over after a tenth of a
-// second.
+// All but two: one phone's sound is a few packets seconds apart, another one's ends after a tenth of a second.
 std::vector<std::string> AllSounds()
 {
     std::vector<std::string> names = {"tone.wav",        "tone.flac",      "tone.mp3",      "tone.m4a",
@@ -112,7 +111,7 @@ protected:
         ASSERT_TRUE(engine->WaitUntilReady(patience));
     }
 
-    // The first `blocks` blocks of what plays from `position` on.
+    // The first `blocks` blocks played from `position` on.
     std::vector<short> Play(double speed, int blocks)
     {
         engine->Seek(position);
@@ -129,7 +128,7 @@ protected:
         return out;
     }
 
-    // Each block is made of a few milliseconds made ahead, the rest, and the next few milliseconds.
+    // Each block consists of a few milliseconds prepared ahead, the rest, and the next few milliseconds.
     std::vector<long long> Frames(double speed, int blocks) const
     {
         int const ahead = reference.sampleRate / fadesPerSecond;
@@ -156,7 +155,7 @@ protected:
         return true;
     }
 
-    // Whether all frames behind the fade are those of the decode, one by one.
+    // Whether all frames after the fade equal those of the decode.
     bool IsCopy(std::vector<short> const& out, long long first) const
     {
         auto const channels = static_cast<size_t>(reference.channels);
@@ -167,7 +166,7 @@ protected:
         return begin + count <= samples.size() && std::memcmp(&out[fade], &samples[begin], count * sizeof(short)) == 0;
     }
 
-    // Frames behind the fade that are not those of the decode; all that follow, once there are more than `most`.
+    // The number of frames after the fade that differ from the decode; stops counting above `most`.
     size_t CountOthers(std::vector<short> const& out, std::vector<long long> const& frames, long long first,
                        int direction, size_t most) const
     {
@@ -180,7 +179,7 @@ protected:
         return others;
     }
 
-    // Whether the output may begin there: frames from all over it tell most places apart at once.
+    // Whether the output can begin at this frame: a sample of frames rules out most places quickly.
     bool IsLikely(std::vector<short> const& out, std::vector<long long> const& frames, long long first,
                   int direction) const
     {
@@ -192,8 +191,8 @@ protected:
         return others <= (noise > 0.0 ? looks / 2 : 0);
     }
 
-    // Where in the decoded samples the output begins is found near where times say it is: they are rounded, and the
-    // container's time of the first sample is not known to the reference.
+    // Searches the output's first frame in the decode near the expected time: times are rounded, and the reference does
+    // not know the container time of its first sample.
     void ExpectRender(double speed, int blocks = 6)
     {
         auto const out = Play(speed, blocks);
@@ -216,10 +215,10 @@ protected:
         EXPECT_LE(fewest, most) << "of " << frames.size() << " from frame " << foundAt << " on";
     }
 
-    // From the ends of what is played as a whole: two clips have holes there, which the reference knows nothing of.
+    // Distance from both ends when playing the whole: two clips have gaps there, which the reference does not know.
     long long Margin() const { return std::min(engine->GetStatus().duration / 4, 200000LL); }
 
-    // What a decoder makes of a packet is not always the same after a seek: some dither, and AAC fills in noise.
+    // Some decoders give other samples for a packet after a seek: MP2 dithers, and AAC fills in noise.
     void ExpectNoMoreThanItsCodec()
     {
         QString const codec = Reference::SoundCodec(path);
@@ -263,7 +262,7 @@ TEST_P(SoundProofTest, BackwardsTheSamplesComeInReverse)
     EXPECT_TRUE(isSilent || std::abs(backwards - (foundAt - 1)) <= 2) << backwards << ' ' << foundAt;
 }
 
-// Over all borders of the pieces in which it is decoded.
+// Covers all borders of the decoded pieces.
 TEST_P(SoundProofTest, BackwardsFromTheEndToTheBeginningNoSampleIsMissingOrRepeated)
 {
     ExpectNoMoreThanItsCodec();
@@ -283,7 +282,7 @@ TEST_P(SoundProofTest, FromTheBeginningToTheEndNoSampleIsMissingOrRepeated)
     engine->Seek(1000000000);
     ASSERT_TRUE(engine->WaitUntilReady(patience));
     long long const end = engine->GetStatus().soundEnd;
-    Open(); // anew, so that nothing is decoded after a seek
+    Open(); // reopens, so that nothing is decoded after a seek
     ExpectRender(1.0, static_cast<int>((end - position - margin) * reference.sampleRate / 1000000 / blockFrames));
 }
 

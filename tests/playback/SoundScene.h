@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-// Sound of 1000 Hz and one channel, so that a sample lasts a millisecond and a fade is five samples: the one at t
-// milliseconds has the value 10 t + 10.
+// Sound of 1000 Hz and one channel: a sample lasts a millisecond, a fade five samples. The sample at t milliseconds has
+// the value 10 t + 10.
 namespace SoundScene {
 
 constexpr int sampleRate = 1000;

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-// A time that stands still until it is told to go on.
+// A time that advances only on command.
 class VirtualTime : public TimeSource
 {
 public:
@@ -20,7 +20,7 @@ private:
     std::atomic<long long> time = 1000;
 };
 
-// A time that goes on with each look at it from another thread than that of its maker, as if decoding were slow.
+// A time that advances at each call from another thread than its creator's, as if decoding were slow.
 class HurryingTime : public TimeSource
 {
 public:
@@ -32,12 +32,12 @@ public:
     }
 
 private:
-    long long const haste; // microseconds a look
+    long long const haste; // microseconds per call
     std::thread::id const maker = std::this_thread::get_id();
     mutable std::atomic<long long> time = 1000;
 };
 
-// A time that stands still, but each look at it from another thread than that of its maker takes a while.
+// A time that stands still; each call from another thread than its creator's takes a while.
 class SlowLooks : public TimeSource
 {
 public:
@@ -52,7 +52,7 @@ private:
     std::thread::id const maker = std::this_thread::get_id();
 };
 
-// A time that cannot be told on another thread than that of its maker.
+// A time whose calls from another thread than its creator's fail.
 class FailingTime : public TimeSource
 {
 public:
@@ -67,7 +67,7 @@ private:
     std::thread::id const maker = std::this_thread::get_id();
 };
 
-// A time that stands still, and with it whoever looks at it on one thread, until it is let go of.
+// A time that stands still and blocks one thread that calls it, until released.
 class HoldingTime : public TimeSource
 {
 public:
@@ -82,7 +82,7 @@ public:
         return 1000;
     }
 
-    // From the calling thread's next look on.
+    // From the calling thread's next call on.
     void HoldThisThread()
     {
         std::lock_guard const lock(mutex);

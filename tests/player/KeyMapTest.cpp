@@ -104,6 +104,21 @@ TEST(KeyMapTest, TellsWhatItCannotUnderstandAndKeepsTheRest)
     EXPECT_EQ(ActionOf(keys, Qt::Key_H), PlayerAction::Help);
 }
 
+TEST(KeyMapTest, TellsBothLinesThatBindAKeyOrAnAction)
+{
+    KeyFile const file("mute = J\n\nquit = Ctrl+Q\nhelp = H J\nmute = U\nstatistics = ctrl+q\nopen = O O\n");
+    KeyMap keys;
+    EXPECT_EQ(keys.Read(file.GetPath()),
+              QStringList({"keys.conf, line 4: the key \"J\" is bound in line 1 already.",
+                           "keys.conf, line 5: \"mute\" has its keys in line 1 already.",
+                           "keys.conf, line 6: the key \"ctrl+q\" is bound in line 3 already."}));
+    EXPECT_EQ(ActionOf(keys, Qt::Key_J), PlayerAction::Mute);
+    EXPECT_EQ(ActionOf(keys, Qt::Key_H), std::nullopt);
+    EXPECT_EQ(ActionOf(keys, Qt::Key_Question), PlayerAction::Help);
+    EXPECT_EQ(ActionOf(keys, Qt::Key_Q, Qt::ControlModifier), PlayerAction::Quit);
+    EXPECT_EQ(ActionOf(keys, Qt::Key_O), PlayerAction::OpenFile); // its own key, twice in a line
+}
+
 TEST(KeyMapTest, WritesDefaultsThatChangeNothingUntilTheyAreEdited)
 {
     QTemporaryDir const folder;

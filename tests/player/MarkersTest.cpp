@@ -25,7 +25,7 @@ QVector<MarkerRow> SomeRows()
     return {{Kind::In, 2400000, 60, "00:00:02:10", {}},
             {Kind::Out, 2760000, 69, "00:00:02:19", {}},
             {Kind::Marker, 5480000, 137, "00:00:05:12", "a, \"b\"\nc – ü"},
-            {Kind::Marker, 5480001, {}, {}, {}}};
+            {Kind::Marker, 5480001, {}, {}, "two\nlines"}};
 }
 
 void ExpectSame(QVector<MarkerRow> const& read, QVector<MarkerRow> const& written)
@@ -85,7 +85,7 @@ TEST(MarkerFileTest, WritesCsvByRfc4180)
                                                            "in,2.400000,60,00:00:02:10,\r\n"
                                                            "out,2.760000,69,00:00:02:19,\r\n"
                                                            "marker,5.480000,137,00:00:05:12,\"a, \"\"b\"\"\nc – ü\"\r\n"
-                                                           "marker,5.480001,,,\r\n");
+                                                           "marker,5.480001,,,\"two\nlines\"\r\n");
     ExpectSame(MarkerFile::FromCsv(MarkerFile::ToCsv(SomeRows())).rows, SomeRows());
 }
 

@@ -28,6 +28,12 @@ TEST(PictureViewTest, PaintsWithOpenGlWhereThereIsSome)
     EXPECT_FALSE(PictureView(PictureView::Painting::Painter).PaintsWithOpenGl());
 }
 
+// Under Xvfb OpenGL is imitated in software.
+TEST(PictureViewTest, PaintsWithoutOpenGlWhereNoGraphicsCardDoesItsWork)
+{
+    EXPECT_FALSE(PictureView(PictureView::Painting::Automatic).PaintsWithOpenGl());
+}
+
 TEST(PictureViewTest, RendersPicturesUpright)
 {
     QImage const image = PictureView::Render(Picture(90));

@@ -13,8 +13,9 @@ PlayerOptions Parsed(QStringList const& arguments)
 
 TEST(PlayerOptionsTest, TakesFilesAndOptionsInAnyOrder)
 {
-    auto const options = Parsed({"a.mp4", "--speed", "-2", "--start=1:30", "--loop", "--cache-mb", "64", "--fps", "30",
-                                 "--fullscreen", "--mute", "--sound-stream=2", "--geometry", "800x600+10+20", "b.mp4"});
+    auto const options =
+        Parsed({"a.mp4", "--speed", "-2", "--start=1:30", "--loop", "--cache-mb", "64", "--fps", "30", "--fullscreen",
+                "--mute", "--still-seconds", "2.5", "--sound-stream=2", "--geometry", "800x600+10+20", "b.mp4"});
     EXPECT_EQ(options.fault, "");
     EXPECT_EQ(options.files, QStringList({"a.mp4", "b.mp4"}));
     EXPECT_EQ(options.speed, -2.0);
@@ -24,6 +25,7 @@ TEST(PlayerOptionsTest, TakesFilesAndOptionsInAnyOrder)
     EXPECT_EQ(options.sequenceRate, 30.0);
     EXPECT_TRUE(options.fullScreen);
     EXPECT_EQ(options.mute, true);
+    EXPECT_EQ(options.stillSeconds, 2.5);
     EXPECT_EQ(options.soundStream, 1);
     EXPECT_EQ(options.geometry, QRect(10, 20, 800, 600));
 }
@@ -37,7 +39,8 @@ TEST(PlayerOptionsTest, LeavesToTheSettingsWhatIsNotSaid)
     EXPECT_EQ(options.cacheMegabytes, std::nullopt);
     EXPECT_EQ(options.geometry, std::nullopt);
     EXPECT_EQ(options.audio, "portaudio");
-    EXPECT_EQ(options.painting, PictureView::Painting::OpenGl);
+    EXPECT_EQ(options.painting, PictureView::Painting::Automatic);
+    EXPECT_EQ(options.stillSeconds, std::nullopt);
     EXPECT_EQ(Parsed({"--loop=no"}).loop, false);
 }
 
@@ -57,6 +60,7 @@ TEST(PlayerOptionsTest, RefusesWhatMakesNoSense)
     EXPECT_EQ(Parsed({"--speed=nan"}).fault, "--speed does not take \"nan\".");
     EXPECT_EQ(Parsed({"--start=soon"}).fault, "--start does not take \"soon\".");
     EXPECT_EQ(Parsed({"--fps=0"}).fault, "--fps does not take \"0\".");
+    EXPECT_EQ(Parsed({"--still-seconds=-1"}).fault, "--still-seconds does not take \"-1\".");
     EXPECT_EQ(Parsed({"--cache-mb=-1"}).fault, "--cache-mb does not take \"-1\".");
     EXPECT_EQ(Parsed({"--sound-stream=0"}).fault, "--sound-stream does not take \"0\".");
     EXPECT_EQ(Parsed({"--audio=wav:"}).fault, "--audio does not take \"wav:\".");

@@ -7,6 +7,7 @@
 
 int main(int argc, char** argv)
 {
+    Theme::Prepare();
     QApplication application(argc, argv);
     Theme::Apply(application);
     AvGlobals::maxAudioOutputChannels = 2;

@@ -18,7 +18,7 @@ namespace {
 
 StopCheck const never = [] { return false; };
 
-constexpr long long step = 40000;         // microseconds from picture to picture
+constexpr long long step = 40000;         // microseconds per picture
 constexpr long long pictureBytes = 18432; // 96 x 64
 
 // A hundred pictures in groups of fifty.
@@ -43,7 +43,7 @@ std::vector<std::string> BytesOf(std::vector<Video::Picture> const& pictures)
     return bytes;
 }
 
-// As a session alone decodes them, from the first to the last.
+// The pictures as a session decodes them, from the first to the last.
 std::vector<std::string> PlainPictures()
 {
     auto const info = Probed(Movie());
@@ -89,7 +89,7 @@ TEST_P(CachedVideoTest, KeepsNoMoreThanItsBudgetOrFourPictures)
 {
     Video video(Movie(), WithCache(GetParam()), never);
     std::vector<std::weak_ptr<DecodedVideoFrame>> seen;
-    auto const most = std::max(GetParam() / pictureBytes, 4LL) + 1; // and the one in hand
+    auto const most = std::max(GetParam() / pictureBytes, 4LL) + 1; // and the one being returned
     auto const note = [&](Video::Picture const& picture) {
         seen.push_back(picture);
         return std::count_if(seen.begin(), seen.end(), [](auto const& one) { return !one.expired(); });
@@ -109,7 +109,7 @@ TEST_P(CachedVideoTest, HasThePicturesItCameByStillThereOnTurningRound)
     std::vector<Video::Picture> held;
     for (auto picture = video.FindLast(never); picture; picture = video.FindNeighbour(*picture, false, never))
         held.push_back(picture);
-    for (auto const& picture : held) // the last ones are still there, as they were
+    for (auto const& picture : held) // the last ones still exist, unchanged
         records.insert(picture.get());
     for (auto picture = video.At(0, never); picture->startTime < 40 * step;
          picture = video.FindNeighbour(*picture, true, never))

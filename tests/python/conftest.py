@@ -1,5 +1,5 @@
-"""Media for the tests, made by the ffmpeg command when one first needs it and kept for later runs, and what FFmpeg
-alone makes of it. CTest says where in the environment: see CMakeLists.txt."""
+"""Media for the tests, made by the ffmpeg command on first use and kept for later runs, and their content as FFmpeg
+alone decodes it. CTest sets the folders in the environment: see CMakeLists.txt."""
 
 import fcntl
 import hashlib
@@ -17,7 +17,7 @@ WIDTH, HEIGHT = 96, 64  # of the moving picture
 
 
 def make_media(name, *arguments):
-    """The file that `arguments` of ffmpeg make; `name` is its last component. Each recipe has a folder of its own."""
+    """The file made by ffmpeg with `arguments`; `name` is its last path component. Each recipe has its own folder."""
     arguments = [str(argument) for argument in arguments]
     key = hashlib.md5(" ".join([name, *arguments]).encode()).hexdigest()[:12]
     folder = pathlib.Path(os.environ["TAVOLIN_MEDIA_CACHE"]) / f"py-{key}"
@@ -44,7 +44,7 @@ def plain_pictures(path, width=WIDTH, height=HEIGHT):
 
 
 def clip(name):
-    """A real clip; the test is skipped where there are none."""
+    """A real clip; skips the test if there are none."""
     if not (CLIPS / name).exists():
         pytest.skip(f"there is no {CLIPS / name}")
     return CLIPS / name
@@ -55,13 +55,13 @@ def sum_of(frame):
 
 
 def steady(finding):
-    """Without what depends on which of FFmpeg's threads is the first to complain."""
+    """Removes the parts of a message that depend on which of FFmpeg's threads reports first."""
     return re.sub(r"^\d+ messages? of FFmpeg.*", "messages of FFmpeg", finding)
 
 
 @pytest.fixture(scope="session")
 def movie():
-    """A hundred pictures in groups of fifty with pictures that refer both ways, and a tone."""
+    """A hundred pictures in groups of fifty with B pictures, and a tone."""
     return make_media("movie.mov", *moving_picture(), "-f", "lavfi", "-i",
                       "aevalsrc=exprs=sin(2*PI*440*t)/2|cos(2*PI*330*t)/3:sample_rate=44100:duration=4", "-c:v",
                       "libx264", "-g", 50, "-bf", 3, "-pix_fmt", "yuv420p", "-c:a", "pcm_s16le")
@@ -69,7 +69,7 @@ def movie():
 
 @pytest.fixture(scope="session")
 def damaged():
-    """A movie of which the pictures 50 to 53 cannot be decoded."""
+    """A movie whose pictures 50 to 53 cannot be decoded."""
     whole = make_media("whole.avi", *moving_picture(), "-c:v", "png")
     path, data, place = whole.with_name("damaged.avi"), whole.read_bytes(), -1
     for number in range(54):

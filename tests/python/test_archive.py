@@ -67,7 +67,7 @@ def lines_of(report):
 
 
 def results_of_the_command(paths):
-    """By path: "ok", "damaged" or "unreadable", and the findings, as `tavolin check` gives them."""
+    """The results of `tavolin check` by path: "ok", "damaged" or "unreadable", and the findings."""
     printed = subprocess.run([COMMAND, "check", *paths], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                              text=True).stdout.splitlines()
     results = {str(path): ("unreadable", []) for path in paths}
@@ -84,7 +84,7 @@ def results_of_the_command(paths):
 
 @pytest.fixture
 def archive(tmp_path, damaged):
-    """Two hundred files in three folders: movies and sound, of which some are damaged or no media at all."""
+    """Two hundred files in three folders: movies and sound, some of them damaged, some no media."""
     movie = make_media("short.mov", *moving_picture(1), "-c:v", "libx264", "-bf", 2, "-pix_fmt", "yuv420p")
     sound = make_media("short.wav", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=2")
     cut = tmp_path / "cut.mov"
@@ -132,7 +132,7 @@ def test_it_goes_on_where_it_stopped(archive, cluster, tmp_path):
     arguments = (tmp_path / "list.txt", "--scheduler", cluster[0], "-o", report)
     assert "12 checked now" in archive_process(*arguments).communicate(timeout=60)[1]
     lines = report.read_text().splitlines(keepends=True)
-    report.write_text("".join(lines[:8]) + lines[8][:-10])  # the ninth is cut, the last three are missing
+    report.write_text("".join(lines[:8]) + lines[8][:-10])  # the ninth is truncated, the last three are missing
     os.utime(json.loads(lines[0])["path"], (1, 1))  # and one file has changed
     assert "12 files: " in archive_process(*arguments).communicate(timeout=60)[1]
     again = report.read_text().splitlines(keepends=True)
@@ -155,7 +155,7 @@ def test_a_task_tells_why_a_file_was_lost(movie):
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
     first = worker._kept.checker
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
-    assert worker._kept.checker is first  # kept from file to file
+    assert worker._kept.checker is first  # the same for each file
     assert worker.check_file("/nowhere.mov", 60, 1 << 30, None)["lost"].startswith("is not seen by this worker")
     assert worker.check_file(str(movie), 60, 1 << 20, None)["lost"] == "took more than 1 MiB of memory"
     assert worker._kept.checker is None
@@ -179,7 +179,7 @@ def test_checks_side_by_side_keep_to_processors_of_their_own():
         assert taken and all(len(mine) == 1 for mine in taken)
         assert len(set.union(*taken)) == len(taken)
         os.sched_setaffinity(0, before)
-        assert child.take_processor() is None and os.sched_getaffinity(0) == before  # all are taken
+        assert child.take_processor() is None and os.sched_getaffinity(0) == before  # all processors are taken
     finally:
         os.sched_setaffinity(0, before)
         for lock, _ in held:

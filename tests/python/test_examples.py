@@ -1,4 +1,4 @@
-"""The examples, run as somebody would run them."""
+"""Runs the examples as a user does."""
 
 import csv
 import os

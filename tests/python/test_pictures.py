@@ -1,4 +1,4 @@
-"""Pictures by time, step and span, beside those of ffmpeg alone and of the command's loop."""
+"""Pictures by time, step and span, compared with ffmpeg's own and with those of the command's loop."""
 
 import gc
 import math
@@ -46,7 +46,7 @@ def test_every_picture_is_that_of_ffmpeg_both_ways_and_at_random(name):
             assert same(video.at(number * 0.04 + 0.013), expected[number])
 
 
-# One picture has 18432 bytes: less than one, seven, and more than all of them.
+# One picture has 18432 bytes: the budgets hold none, seven, and more than all pictures.
 @pytest.mark.parametrize("cache", [0, 130000, 1 << 30])
 def test_no_cache_size_changes_what_comes(movie, cache):
     expected = plain_pictures(movie)
@@ -54,7 +54,7 @@ def test_no_cache_size_changes_what_comes(movie, cache):
         assert all(map(same, reversed(list(reversed(video))), expected))
         walk, held = random.Random(5), [(50, video.at(2.0))]
         for _ in range(200):
-            number, frame = walk.choice(held) if walk.random() < 0.2 else held[-1]  # from one of long ago, too
+            number, frame = walk.choice(held) if walk.random() < 0.2 else held[-1]  # sometimes from an old frame
             count = walk.randint(-6, 6)
             if 0 <= number + count < 100:
                 held.append((number + count, video.step(frame, count)))
@@ -75,7 +75,7 @@ def test_times_are_exact_and_spans_meet(movie):
 def test_a_span_of_pictures_is_the_same_both_ways(movie):
     with tavolin.open(movie) as video:
         forwards = [frame.time_us for frame in video.frames(0.5, 1.0)]
-        assert forwards == list(range(480000, 1000000, STEP))  # the one showing at 0.5 begins at 0.48
+        assert forwards == list(range(480000, 1000000, STEP))  # the picture shown at 0.5 begins at 0.48
         assert [frame.time_us for frame in video.frames(1.0, 0.5)] == forwards[::-1]
         assert [frame.time_us for frame in video.frames(3.9)] == [3880000, 3920000, 3960000]
         assert [frame.time_us for frame in video.frames(math.inf, 3.9)] == [3960000, 3920000, 3880000]
@@ -157,7 +157,7 @@ def test_a_sequence_opens_by_folder_pattern_and_file(tmp_path):
             assert (video.kind, video.frame_rate, video.duration) == ("sequence", 10, 2.5)
             assert same(video.at(0), expected[0])
             assert [frame.time_us for frame in reversed(video)][-3:] == [200000, 100000, 0]
-            assert sum_of(video.at(0.4)) == sum_of(video.at(0.3))  # number 5 is missing, and number 4 stays
+            assert sum_of(video.at(0.4)) == sum_of(video.at(0.3))  # number 5 is missing, so number 4 stays
     with tavolin.open(tmp_path, rate=10, holes="black") as video:
         assert not video.at(0.4).pixels.any()
     with pytest.raises(tavolin.OpenError):
@@ -195,8 +195,8 @@ def test_real_clips_are_those_of_the_commands_loop_both_ways(name):
     with tavolin.open(path) as video:
         forwards = list(video)
         sums = [sum_of(frame) for frame in forwards]
-        assert sums == expected[len(expected) - len(sums):]  # what is gone by 0 is left out
-        assert len(expected) - len(sums) <= 3
+        assert sums == expected[len(expected) - len(sums):]  # pictures that end by 0 are left out
+        assert len(expected) - len(sums) <= 3  # one clip starts 100 ms before 0, at 30 pictures per second
         backwards = list(reversed(video))
         assert [frame.time_us for frame in backwards] == [frame.time_us for frame in forwards[::-1]]
         assert [sum_of(frame) for frame in backwards] == sums[::-1]

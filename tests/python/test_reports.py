@@ -1,4 +1,4 @@
-"""Probe and check, beside the command; errors; signals and threads."""
+"""Probe and check, compared with the command; errors; signals and threads."""
 
 import json
 import os
@@ -123,7 +123,7 @@ def test_ctrl_c_ends_a_long_check():
     begin = time.monotonic()
     assert tavolin.check(path).pictures == 3000
     whole = time.monotonic() - begin
-    former = signal.signal(signal.SIGALRM, signal.default_int_handler)  # what SIGINT has
+    former = signal.signal(signal.SIGALRM, signal.default_int_handler)  # the handler of SIGINT
     try:
         signal.setitimer(signal.ITIMER_REAL, 0.05)
         begin = time.monotonic()

@@ -1,4 +1,4 @@
-"""Sound as arrays, beside the samples that were encoded."""
+"""Sound as arrays, compared with the encoded samples."""
 
 import subprocess
 import wave
@@ -11,7 +11,7 @@ from conftest import FFMPEG, clip, make_media, moving_picture
 
 @pytest.fixture
 def counting(tmp_path):
-    """Three seconds at 8000 Hz in two channels: each sample tells its number, and its negative."""
+    """Three seconds at 8000 Hz in two channels: each sample is its number, and the negative of it."""
     path = tmp_path / "counting.wav"
     numbers = np.arange(24000, dtype=np.int16)
     with wave.open(str(path), "wb") as file:
@@ -57,7 +57,7 @@ def test_speeds_leave_out_repeat_and_turn_round(counting):
 
 
 def test_sound_of_a_movie_is_on_the_clock_of_its_pictures(movie):
-    # The first picture stays where it is; without it everything begins two seconds later.
+    # The first picture stays at its time; without it, everything would begin two seconds later.
     late = make_media("late.mov", "-itsoffset", "2", "-i", movie, "-c", "copy", "-copyts")
     raw = subprocess.run([FFMPEG, "-v", "error", "-i", movie, "-f", "s16le", "-"], check=True,
                          stdout=subprocess.PIPE).stdout
@@ -73,7 +73,7 @@ def test_sound_that_begins_late_is_silent_before():
                       "aevalsrc=exprs=0.5:sample_rate=8000:duration=1.5", "-c:v", "mpeg4", "-c:a", "pcm_s16le")
     with tavolin.open(path) as video:
         samples = video.sound()[:, 0]
-    assert len(samples) == pytest.approx(16000, abs=8)  # of a container that rounds to milliseconds
+    assert len(samples) == pytest.approx(16000, abs=8)  # Matroska rounds times to milliseconds: 8 samples
     assert not samples[:3992].any() and samples[4008:].all()
 
 

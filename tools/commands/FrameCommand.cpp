@@ -1,4 +1,5 @@
 #include "common/TimeText.h"
+#include "common/Timecode.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
 #include "tools/commands/Commands.h"
@@ -23,6 +24,26 @@ struct Found
     bool hasErrors = false; // while it was decoded, and others beside it
     QString firstError;
 };
+
+// The number of the picture that is asked for by its timecode; false, having said why, when there is none.
+bool FindNumber(Source const& source, FrameRequest& request)
+{
+    if (request.timecode.isEmpty())
+        return true;
+    StartTimecode const& told = source.GetStartTimecode();
+    auto const start = Timecode::Parse(told.text, told.rate);
+    auto const wanted = start ? start->ParseAlike(request.timecode) : std::nullopt;
+    if (!start)
+        Console::Say(request.path + QStringLiteral(": has no timecode"));
+    else if (!wanted)
+        Console::Say(QStringLiteral("%1: there is no timecode %2; the first picture has %3")
+                         .arg(request.path, request.timecode, start->ToText()));
+    if (!wanted)
+        return false;
+    long long const number = wanted->FramesSince(*start) * Timecode::PicturesPerFrame(source.GetFrameRate(), told.rate);
+    request.number = static_cast<int>(number); // less than 24 hours of them
+    return true;
+}
 
 // The time of the picture that is asked for by its number; false, having said why, when there is none.
 bool FindTime(Source const& source, FrameRequest& request)
@@ -121,7 +142,7 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     if (!source)
         return ExitCode::CannotOpen;
     SayWhatItIs(*source, request.path);
-    if (!FindTime(*source, request))
+    if (!FindNumber(*source, request) || !FindTime(*source, request))
         return ExitCode::DecodingFailed;
     return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
 }
@@ -148,7 +169,7 @@ Command FrameCommand()
             "The last picture shows until the file ends. If T is past that, or if the picture\n"
             "cannot be decoded, nothing is written and the exit code is 4. A damaged picture\n"
             "is written as far as it could be decoded, and the exit code is 4.\n",
-            {{"at", "TIME", "The time: 12.5, 00:00:12.500 or 12500000us."},
+            {{"at", "TIME", "The time: 12.5, 00:00:12.500, 12500000us, or a timecode: 01:00:10:02."},
              {"number", "N", "The number of the picture, from 0, instead of a time."},
              {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
              Options::from,

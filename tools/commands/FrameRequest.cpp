@@ -36,7 +36,10 @@ FrameRequest FrameRequest::From(Arguments& arguments)
         arguments.Reject(QStringLiteral("--at, --number, and --every with --from and --to exclude each other"));
     else if (choices == 0)
         arguments.Reject(QStringLiteral("frame needs --at TIME, --number N, or --every, --from or --to"));
-    request.time = arguments.Time("at", 0);
+    if (arguments.Text("at").count(QLatin1Char(':')) == 3 || arguments.Text("at").contains(QLatin1Char(';')))
+        request.timecode = arguments.Text("at");
+    else
+        request.time = arguments.Time("at", 0);
     int const number = arguments.Number("number", 0, std::numeric_limits<int>::max(), 0);
     if (arguments.Has("number"))
         request.number = number;

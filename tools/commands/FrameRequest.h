@@ -18,6 +18,7 @@ struct FrameRequest
     bool isSeries = false;     // several pictures instead of the one at `time`
     long long time = 0;        // of the one
     std::optional<int> number; // of the one, from which its time is to be found; empty: the time is given
+    QString timecode;          // of the one, from which its number is to be found; empty: none is given
     TimeRange range;           // of the series
     long long timeStep = 0;    // of the series; 0: by pictures
     int pictureStep = 1;       // of the series: every so many pictures

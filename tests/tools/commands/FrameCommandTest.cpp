@@ -244,6 +244,27 @@ TEST_F(FrameCommandTest, FindsAPictureByItsNumber)
     }
 }
 
+TEST_F(FrameCommandTest, FindsAPictureByItsTimecode)
+{
+    QString const movie =
+        MakeMedia("drop-frame.mov", {"-f", "lavfi", "-i", "testsrc2=size=96x64:rate=30000/1001:duration=3", "-c:v",
+                                     "libx264", "-bf", "2", "-threads", "1", "-timecode", "00:00:59;00"});
+    for (auto const& [timecode, number] :
+         {std::pair{"00:00:59;00", 0}, {"00:00:59;29", 29}, {"00:01:00;02", 30}, {"00:01:00:03", 31}}) {
+        ASSERT_EQ(RunTavolin({"frame", movie, "--at", timecode, "-o", PathOf("t.ppm")}).exitCode, 0) << timecode;
+        ASSERT_EQ(RunTavolin({"frame", movie, "--number", QString::number(number), "-o", PathOf("n.ppm")}).exitCode, 0);
+        EXPECT_EQ(Written("t.ppm"), Written("n.ppm")) << timecode;
+    }
+    for (char const* timecode : {"00:01:00;00", "00:00:58;29", "00:01:03;00"}) {
+        ToolRun const run = RunTavolin({"frame", movie, "--at", timecode, "-o", PathOf("none.ppm")});
+        EXPECT_EQ(run.exitCode, 4) << timecode;
+        EXPECT_TRUE(run.errors.contains("there is no ")) << run.errors.toStdString();
+    }
+    ToolRun const without = RunTavolin({"frame", Clips::Made("vfr.mp4"), "--at", "00:00:01:00", "-o", PathOf("t.ppm")});
+    EXPECT_EQ(without.exitCode, 4);
+    EXPECT_TRUE(without.errors.contains("has no timecode")) << without.errors.toStdString();
+}
+
 TEST_F(FrameCommandTest, SaysWhichNumbersThereAre)
 {
     ToolRun const run = RunTavolin({"frame", Clips::Made("vfr.mp4"), "--number", "76", "-o", PathOf("n.ppm")});

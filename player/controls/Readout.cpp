@@ -1,0 +1,91 @@
+#include "player/controls/Readout.h"
+
+#include "player/controls/Theme.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int stay = 3000;    // milliseconds
+constexpr int fadeTime = 600; // milliseconds
+constexpr int fadeBeat = 40;  // milliseconds
+constexpr int margin = 16;    // pixels from the corner
+constexpr int padding = 8;    // pixels
+constexpr int paperAlpha = 190;
+constexpr int flags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap;
+
+} // namespace
+
+Readout::Readout(QWidget* parent) : QWidget(parent)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPixelSize(15);
+    setFont(font);
+    fading.setInterval(fadeBeat);
+    connect(&fading, &QTimer::timeout, this, &Readout::Fade);
+    hide();
+}
+
+void Readout::Show(QString const& newText, QString const& newOccasion)
+{
+    bool const isOccasion = newOccasion != occasion;
+    bool const isNew = newText != text;
+    occasion = newOccasion;
+    text = newText;
+    if (text.isEmpty()) {
+        fading.stop();
+        hide();
+        return;
+    }
+    if (isOccasion) {
+        opacity = 1.0;
+        shown.start();
+        fading.start();
+        show();
+        raise();
+    }
+    if ((isNew || isOccasion) && isVisible()) {
+        Place();
+        update();
+    }
+}
+
+void Readout::Place()
+{
+    QSize const room = parentWidget()->size() - QSize(2 * margin, 2 * margin);
+    QRect const words =
+        fontMetrics().boundingRect(QRect(QPoint(0, 0), room - QSize(2 * padding, 2 * padding)), flags, text);
+    QSize const size = (words.size() + QSize(2 * padding, 2 * padding)).boundedTo(room);
+    setGeometry(QRect(QPoint(margin, parentWidget()->height() - margin - size.height()), size));
+}
+
+void Readout::Fade()
+{
+    double const passed = static_cast<double>(shown.elapsed() - stay) / fadeTime;
+    double const before = opacity;
+    opacity = std::clamp(1.0 - passed, 0.0, 1.0);
+    if (opacity <= 0.0) {
+        fading.stop();
+        hide();
+    } else if (opacity != before) {
+        update();
+    }
+}
+
+void Readout::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(opacity);
+    QColor paper = Theme::panel;
+    paper.setAlpha(paperAlpha);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(paper);
+    painter.drawRoundedRect(rect(), 6.0, 6.0);
+    painter.setPen(Theme::text);
+    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), flags, text);
+}

@@ -1,0 +1,95 @@
+#include "source/MediaFolder.h"
+
+#include "source/ImageFormat.h"
+#include "source/ImageSequence.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace {
+
+bool IsDigit(QChar character)
+{
+    return character >= QLatin1Char('0') && character <= QLatin1Char('9');
+}
+
+// The digits from `at` on, without zeros in front; `at` moves behind them.
+QString TakeNumber(QString const& text, int& at)
+{
+    while (at < text.size() && text[at] == QLatin1Char('0'))
+        ++at;
+    int const begin = at;
+    while (at < text.size() && IsDigit(text[at]))
+        ++at;
+    return text.mid(begin, at - begin);
+}
+
+// Below, equal to or above 0, as the numbers at `i` and `j`, which move behind them.
+int CompareNumbers(QString const& one, int& i, QString const& other, int& j)
+{
+    QString const left = TakeNumber(one, i);
+    QString const right = TakeNumber(other, j);
+    if (left.size() != right.size())
+        return left.size() < right.size() ? -1 : 1;
+    return left.compare(right);
+}
+
+bool HasMediaSuffix(QString const& name)
+{
+    static QSet<QString> const suffixes = {
+        "264",  "265",   "3g2",  "3gp",  "aac",   "ac3", "aif",  "aifc", "aiff", "amr",  "ape",  "apng", "asf", "au",
+        "avi",  "avif",  "caf",  "dds",  "dnxhd", "dts", "dv",   "eac3", "f4v",  "flac", "flv",  "gif",  "gxf", "h264",
+        "h265", "hdr",   "heic", "hevc", "ivf",   "jls", "jxl",  "m1v",  "m2t",  "m2ts", "m2v",  "m4a",  "m4b", "m4v",
+        "mj2",  "mjpeg", "mjpg", "mka",  "mkv",   "mlp", "mov",  "mp2",  "mp3",  "mp4",  "mpeg", "mpg",  "mts", "mxf",
+        "nut",  "obu",   "oga",  "ogg",  "ogm",   "ogv", "opus", "pam",  "pcx",  "pfm",  "qoi",  "ra",   "rm",  "rmvb",
+        "spx",  "tak",   "ts",   "tta",  "vob",   "voc", "w64",  "wav",  "webm", "wma",  "wmv",  "wtv",  "wv",  "y4m"};
+    return suffixes.contains(QFileInfo(name).suffix().toLower());
+}
+
+} // namespace
+
+bool MediaFolder::ComesBefore(QString const& one, QString const& other)
+{
+    int i = 0;
+    int j = 0;
+    while (i < one.size() && j < other.size()) {
+        int order = 0;
+        if (IsDigit(one[i]) && IsDigit(other[j]))
+            order = CompareNumbers(one, i, other, j);
+        else
+            order = one[i++].toCaseFolded().unicode() - other[j++].toCaseFolded().unicode();
+        if (order != 0)
+            return order < 0;
+    }
+    bool const isSame = i == one.size() && j == other.size();
+    return isSame ? one < other : i == one.size();
+}
+
+QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
+{
+    QDir const folder(QFileInfo(path).absoluteFilePath());
+    QStringList names = folder.entryList(QDir::Files);
+    std::sort(names.begin(), names.end(), ComesBefore);
+    QList<Entry> entries;
+    QSet<QString> taken; // files of rows
+    for (QString const& name : names) {
+        QString const file = folder.absoluteFilePath(name);
+        if (taken.contains(file))
+            continue;
+        if (ImageFormatOf(file).isEmpty()) {
+            if (HasMediaSuffix(name))
+                entries.append({file, false});
+            continue;
+        }
+        QString error;
+        QStringList const row = ImageSequence::Find(file, SequenceHoles::Hold, error).GetFiles();
+        for (QString const& member : row)
+            taken.insert(member);
+        entries.append({file, row.size() > 1});
+    }
+    return entries;
+}
