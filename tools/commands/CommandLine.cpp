@@ -1,10 +1,13 @@
 #include "tools/commands/Commands.h"
 
+#include "source/ImageSequence.h"
+#include "source/MediaFolder.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -138,9 +141,33 @@ ExitCode CommandLine::Run(QStringList const& arguments)
     return command ? RunCommand(*command, arguments.mid(1)) : RejectUnknown(first);
 }
 
+namespace {
+
+// A folder stands for what can be played in it, a pattern for its pictures: file by file, in natural order. Where there
+// are none, the command says what is wrong with the path.
+QStringList FilesOf(QString const& path)
+{
+    if (!ImageSequence::IsPattern(path))
+        return {path};
+    QString error;
+    QStringList files;
+    if (QFileInfo(path).isDir()) {
+        for (MediaFolder::Entry const& entry : MediaFolder::Read(path))
+            files += entry.isSequence ? ImageSequence::Find(entry.path, SequenceHoles::Hold, error).GetFiles()
+                                      : QStringList(entry.path);
+    } else {
+        files = ImageSequence::Find(path, SequenceHoles::Hold, error).GetFiles();
+    }
+    return files.isEmpty() ? QStringList(path) : files;
+}
+
+} // namespace
+
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work)
 {
-    QStringList const paths = arguments.Files();
+    QStringList paths;
+    for (QString const& path : arguments.Files())
+        paths += FilesOf(path);
     if (paths.isEmpty()) {
         arguments.Reject(QStringLiteral("a file is missing"));
         return ExitCode::Usage;

@@ -45,8 +45,8 @@ Command WaveCommand();
 Command PlayCommand();
 Command CompletionCommand();
 
-// Runs `work` for each file. A single file returns its own code; any failure among several returns SomeInputsFailed. No
-// file is wrong usage.
+// Runs `work` for each file; a folder stands for all media files in it, a pattern for its pictures. A single file
+// returns its own code; any failure among several returns SomeInputsFailed. No file is wrong usage.
 ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
 
 // Of commands that write what they can: runs `work`, and makes its Ok DecodingFailed if errors were logged meanwhile.
