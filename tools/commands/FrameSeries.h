@@ -41,6 +41,7 @@ private:
     FrameRequest const& request;
     NamePattern pattern;
     std::vector<Shown> shown;
+    std::vector<Shown> passed; // between those that are written: one of so many may be lost there
 
     std::shared_ptr<PictureIndex const> index; // null where packets do not tell numbers
     std::unique_ptr<PictureStream> counter;    // reads from the beginning

@@ -126,6 +126,15 @@ TEST_F(FrameSeriesTest, NamesDamagedAndLostPicturesAndWritesTheOthers)
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), 14);
 }
 
+TEST_F(FrameSeriesTest, NamesALostPictureBetweenThoseThatItWrites)
+{
+    QString const lost = WithZerosAt("lost.mov", MovingPicture("all-png.mov", {"-c:v", "png"}), 1200000, 0);
+    ToolRun const run =
+        RunTavolin({"frame", lost, "--every", "5p", "--from", "1", "--to", "1.6", "-o", PathOf("a-%d.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_EQ(run.errors.count("the picture at 00:00:01.200 cannot be decoded\n"), 1) << run.errors.toStdString();
+}
+
 TEST_F(FrameSeriesTest, AnswersARangeWithoutPicturesWithFour)
 {
     ToolRun const run = RunTavolin({"frame", Uneven(), "--from", "60", "-o", PathOf("a-%d.png")});
