@@ -17,8 +17,8 @@ QString Clock(long long time);                    // "00:00:12.500"
 QString ShortClock(long long time, int decimals); // "0:00:12.48" with 2 decimals, "0:00:12" with none; at most 6
 
 // Names a picture shown from `start` to `end` by the first millisecond within it, or with as many more digits as a
-// shorter picture needs. Parsed again, the text gives a time at which this picture is shown. If the end is unknown, pass
-// `start` as `end`: the text then has all digits of `start`.
+// shorter picture needs. Parsed again, the text gives a time at which this picture is shown. If the end is unknown,
+// pass `start` as `end`: the text then has all digits of `start`.
 QString PictureClock(long long start, long long end);      // "00:00:00.234" from 233566 to 266932
 QString ShortPictureClock(long long start, long long end); // "0:00:00.234"
 
