@@ -119,8 +119,9 @@ public:
     // Initialize.
     void SetMostThreads(int threads);
 
-    // The audio stream to open, by its index among the container's streams; -1, the default: the best one. Opening fails
-    // if the stream is not audio or has no decoder. Takes effect when the input is next opened; outlives Initialize.
+    // The audio stream to open, by its index among the container's streams; -1, the default: the best one. Opening
+    // fails if the stream is not audio or has no decoder. Takes effect when the input is next opened; outlives
+    // Initialize.
     void SetAudioStream(int streamIndex);
 
     // How colours are converted from the next picture on, also after the input is reopened. The default is

@@ -1,8 +1,10 @@
+#include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/tools/ToolMedia.h"
 #include "tests/tools/ToolRun.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -42,7 +44,7 @@ TEST(CommandLineTest, KeepsHelpWithin80Columns)
     for (QStringList const& arguments :
          {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
           QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "sheet"},
-          QStringList{"help", "wave"}, QStringList{"help", "play"}}) {
+          QStringList{"help", "wave"}, QStringList{"help", "play"}, QStringList{"help", "completion"}}) {
         for (QString const& line : RunTavolin(arguments).Lines())
             EXPECT_LE(line.size(), 80) << line.toStdString();
     }
@@ -174,4 +176,30 @@ TEST(CommandLineTest, ShowsFfmpegsOwnMessagesOnlyWhenAsked)
     QString const damaged = WithDamagedPictures(1);
     EXPECT_FALSE(RunTavolin({"decode", damaged}).errors.contains("png @"));
     EXPECT_TRUE(RunTavolin({"decode", "--verbose", damaged}).errors.contains("png @"));
+}
+
+// In natural order, and nothing that is no media file.
+TEST(CommandLineTest, TakesAFolderForTheMediaFilesInIt)
+{
+    QTemporaryDir const folder;
+    for (char const* name : {"take10.wav", "take2.wav"})
+        ASSERT_TRUE(QFile::copy(Clips::Made("tone.wav"), folder.filePath(name)));
+    Clips::WriteNumberedPictures(folder.path(), "shot.%03d.ppm", {1, 2});
+    QFile notes(folder.filePath("notes.txt"));
+    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+    ToolRun const run = RunTavolin({"check", folder.path()});
+    EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
+    QStringList names;
+    for (QString const& line : run.Lines())
+        names << QFileInfo(line.section(':', 0, 0)).fileName();
+    EXPECT_EQ(names, QStringList({"shot.001.ppm", "shot.002.ppm", "take2.wav", "take10.wav"}));
+}
+
+TEST(CommandLineTest, TakesAPatternForItsPictures)
+{
+    QTemporaryDir const folder;
+    Clips::WriteNumberedPictures(folder.path(), "shot.%03d.ppm", {8, 9, 10});
+    Clips::WriteNumberedPictures(folder.path(), "other.%03d.ppm", {1});
+    EXPECT_EQ(RunTavolin({"check", folder.filePath("shot.%03d.ppm")}).Lines().size(), 3);
+    EXPECT_EQ(RunTavolin({"check", folder.filePath("none.%03d.ppm")}).exitCode, 3);
 }
