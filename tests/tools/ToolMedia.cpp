@@ -60,7 +60,7 @@ QString WithZerosAt(QString const& name, QString const& source, long long time, 
     QByteArray bytes = ReadMedia(source);
     bool isFound = false;
     for (; av_read_frame(opened, packet.get()) >= 0; av_packet_unref(packet.get())) {
-        auto const at = av_rescale_q(packet->pts, opened->streams[stream]->time_base, AV_TIME_BASE_Q);
+        auto const at = av_rescale_q(packet->pts, opened->streams[stream]->time_base, AVRational{1, AV_TIME_BASE});
         if (packet->stream_index != stream || std::llabs(at - time) > 1000)
             continue;
         int const kept = packet->size * skipped / 100;

@@ -20,8 +20,8 @@ QString Rewrapped(QString const& name, QString const& source, QStringList const&
 // A movie of a hundred pictures, of which the second and those behind it cannot be decoded, `count` in all.
 QString WithDamagedPictures(int count);
 
-// `source` with zeros in the packet of the picture at `time` (microseconds, as the container has it), from the `skipped`
-// hundredths of it on.
+// `source` with zeros in the packet of the picture at `time` (microseconds, as the container has it), from the
+// `skipped` hundredths of it on.
 QString WithZerosAt(QString const& name, QString const& source, long long time, int skipped);
 
 struct PlainPicture
