@@ -157,3 +157,31 @@ if(TAVOLIN_PACKAGES)
 endif()
 file(GLOB examples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/examples/*.cpp")
 install(FILES ${examples} DESTINATION "${examples_dir}" COMPONENT development)
+
+# Tab completion, printed by the command itself.
+set(zsh_dir "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+if(TAVOLIN_PACKAGES)
+    set(zsh_dir "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions") # as Debian has it
+endif()
+if(TARGET tavolin AND NOT CMAKE_CROSSCOMPILING)
+    set(completion_dir "${PROJECT_BINARY_DIR}/completion")
+    file(MAKE_DIRECTORY "${completion_dir}")
+    foreach(component tools player)
+        set(program tavolin)
+        if(component STREQUAL player)
+            set(program tavolin-player)
+        endif()
+        if(NOT TARGET ${program})
+            continue()
+        endif()
+        add_custom_command(OUTPUT "${completion_dir}/${program}" "${completion_dir}/_${program}"
+            COMMAND tavolin completion bash ${program} > "${completion_dir}/${program}"
+            COMMAND tavolin completion zsh ${program} > "${completion_dir}/_${program}"
+            DEPENDS tavolin VERBATIM)
+        add_custom_target(${program}-completion ALL
+            DEPENDS "${completion_dir}/${program}" "${completion_dir}/_${program}")
+        install(FILES "${completion_dir}/${program}"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT ${component})
+        install(FILES "${completion_dir}/_${program}" DESTINATION "${zsh_dir}" COMPONENT ${component})
+    endforeach()
+endif()

@@ -42,7 +42,9 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
     feed->sound = wantsSound ? feed->OpenSound(options.soundStream, stop) : nullptr;
     if (feed->sound)
         return feed;
-    error = QStringLiteral("The sound of \"%1\" cannot be decoded.").arg(path);
+    error = (wantsSound ? QStringLiteral("The sound of \"%1\" cannot be decoded.")
+                        : QStringLiteral("\"%1\" has no pictures that can be decoded."))
+                .arg(path);
     return nullptr;
 }
 

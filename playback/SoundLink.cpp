@@ -53,44 +53,46 @@ int SoundLink::Fill(short* buffer, int frames, long long delay, TimeSource const
     Order const& order = orders.Get();
     if (!order.output || !buffer || frames <= 0)
         return 0;
-    long long const now = timeSource.GetTime();
     if (std::exchange(outputSerial, order.outputSerial) != order.outputSerial && order.former)
         order.output->TakeTail(*order.former);
+    long long const now = timeSource.GetTime();
     delay = std::clamp(delay, 0LL, longestDelay);
+    bool const isRunning = order.state.IsRunning();
     SoundRun run = order.state.GetSoundRun();
     run.piece.position += order.origin;
     run.restarts = restarts;
-    bool goesOn = order.state.IsRunning() && order.output->Follows(run);
     Place next = {order.output->GetPosition() - static_cast<double>(order.origin), now + delay};
-    bool const hasStalled = now - std::exchange(lastFill, now) > longestStall;
-    if (goesOn && hasStalled && HasFallenBehind(next, run.speed)) {
-        run.restarts = ++restarts;
-        goesOn = false;
-    }
+    bool const goesOn = isRunning && order.output->Follows(run) && !HasFallenBehind(next, now, run.speed);
     if (!goesOn) {
         long long const position = PositionToBegin(order.state, now, delay);
-        run.position = position + order.origin;
         next.position = static_cast<double>(position);
+        run.position = position + order.origin;
+        run.restarts = isRunning ? ++restarts : restarts;
     }
-    if (!goesOn || order.state.clockSerial != freeClockSerial) {
-        freeClock.SetPosition(next.position, next.instant);
-        freeClockSerial = order.state.clockSerial;
-    }
-    freeClock.SetSpeed(run.speed, next.instant);
-    heardClock.SetPosition(next.position, next.instant);
-    heardClock.SetSpeed(run.speed, next.instant);
+    SetClocks(next, run.speed, goesOn && order.state.clockSerial == freeClockSerial);
+    freeClockSerial = order.state.clockSerial;
+    lastFill = now;
     if (goesOn)
         Report(order, next);
     order.output->Fill(buffer, frames, run);
     return frames;
 }
 
-// By what was heard as of the last block.
-bool SoundLink::HasFallenBehind(Place const& next, double speed) const
+// By what was heard as of the last block, if that was long ago.
+bool SoundLink::HasFallenBehind(Place const& next, long long now, double speed) const
 {
     double const missed = static_cast<double>(heardClock.GetPosition(next.instant)) - next.position;
     double const along = speed > 0.0 ? missed : -missed;
-    return along > static_cast<double>(longestStall) * std::max(1.0, std::fabs(speed));
+    return now - lastFill > longestStall && along > static_cast<double>(longestStall) * std::max(1.0, std::fabs(speed));
+}
+
+void SoundLink::SetClocks(Place const& next, double speed, bool freeClockGoesOn)
+{
+    if (!freeClockGoesOn)
+        freeClock.SetPosition(next.position, next.instant);
+    freeClock.SetSpeed(speed, next.instant);
+    heardClock.SetPosition(next.position, next.instant);
+    heardClock.SetSpeed(speed, next.instant);
 }
 
 // The frames handed out so far tell where play is, and the delay when that is heard.

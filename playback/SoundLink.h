@@ -39,7 +39,8 @@ private:
         long long instant = 0;
     };
 
-    bool HasFallenBehind(Place const& next, double speed) const;
+    bool HasFallenBehind(Place const& next, long long now, double speed) const;
+    void SetClocks(Place const& next, double speed, bool freeClockGoesOn);
     void Report(Order const& order, Place const& next);
 
     Order newest; // its outputs; the rest is not kept

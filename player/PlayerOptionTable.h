@@ -21,6 +21,6 @@ inline constexpr Option playerOptions[] = {
     {"volume", "PERCENT", "Volume in percent, 0 to 100."},
     {"sound-stream", "NUMBER", "Play this stream of sound, from 1, where the file has it."},
     {"geometry", "GEOMETRY", "Size and place of the window, as WIDTHxHEIGHT+LEFT+TOP."},
-    {"audio", "OUTPUT", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
+    {"audio", "portaudio|null|wav:PATH", "Where sound goes: portaudio, null (nowhere) or wav:PATH."},
     {"opengl", "yes|no", "Paint with OpenGL or not; without this, OpenGL where a graphics card does its work."},
 };

@@ -32,8 +32,6 @@
 
 namespace {
 
-constexpr int playingBeat = 8; // milliseconds; the most by which a picture is late, enough for 120 per second
-constexpr int pausedBeat = 30;
 constexpr double zoomStep = 1.25;
 constexpr double timelineZoomStep = 2.0;
 constexpr double volumePerNotch = 0.05;
@@ -50,11 +48,6 @@ QString DamageNote(PlaybackStatus const& status)
     if (status.damage.size() == 1)
         return QString("The picture at %1 is damaged.").arg(first);
     return QString("%1 pictures are damaged, the first at %2.").arg(status.damage.size()).arg(first);
-}
-
-bool IsMoving(PlaybackStatus const& status)
-{
-    return status.state == PlaybackState::Playing || status.state == PlaybackState::Opening || status.waiting;
 }
 
 QStringList LocalFiles(QMimeData const& data)
@@ -87,7 +80,7 @@ PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& s
         Open(options.files);
     if (options.fullScreen)
         SetFullScreen(true);
-    beat.start(pausedBeat);
+    beat.Start();
 }
 
 PlayerWindow::~PlayerWindow()
@@ -170,8 +163,7 @@ void PlayerWindow::BuildLayout()
 
 void PlayerWindow::Connect()
 {
-    connect(&beat, &QTimer::timeout, this, &PlayerWindow::Tick);
-    beat.setTimerType(Qt::PreciseTimer);
+    connect(&beat, &DisplayBeat::Struck, this, &PlayerWindow::Tick);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &PlayerWindow::SaveSettings); // the session ends
 
     connect(&session, &PlayerSession::Began, this, &PlayerWindow::ShowOpening);
@@ -281,9 +273,7 @@ void PlayerWindow::Tick()
     PlaybackStatus const status = session.Follow(); // which may seek, so that no other picture is shown first
     tools->ShowPictures();
     ShowStatus(status);
-    int const interval = IsMoving(status) ? playingBeat : pausedBeat;
-    if (beat.interval() != interval)
-        beat.setInterval(interval);
+    beat.Follow(status, tools->IsBusy());
 }
 
 void PlayerWindow::ShowStatus(PlaybackStatus const& status)

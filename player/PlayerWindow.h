@@ -1,5 +1,6 @@
 #pragma once
 
+#include "player/DisplayBeat.h"
 #include "player/PlayerOptions.h"
 #include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
@@ -105,5 +106,5 @@ private:
     std::unique_ptr<FullScreenControls> fullScreen;
     Review* review;
 
-    QTimer beat;
+    DisplayBeat beat;
 };

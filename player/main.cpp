@@ -5,6 +5,7 @@
 #include "player/PlayerWindow.h"
 #include "player/QuitSignals.h"
 #include "player/controls/Theme.h"
+#include "player/picture/GraphicsCard.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -41,11 +42,21 @@ int Run(PlayerOptions const& options)
     return options.once ? window.GetExitCode() : result;
 }
 
-// What `--help` and `--version` print, which takes no display; empty for anything else.
-QString RequestedText(int& argc, char** argv)
+// Before there is a display, for what takes none. Qt's own options are faults then.
+PlayerOptions ParseEarly(int& argc, char** argv)
 {
     QCoreApplication const application(argc, argv);
-    return PlayerOptions::Parse(QCoreApplication::arguments()).text;
+    return PlayerOptions::Parse(QCoreApplication::arguments());
+}
+
+// Qt loads OpenGL's driver with the first window, used or not. One in software takes 50 MB and a fifth of the start.
+void LeaveOutUnusedDriver(PlayerOptions const& options)
+{
+    using Painting = PictureView::Painting;
+    bool const isUnused =
+        options.painting == Painting::Painter || (options.painting == Painting::Automatic && !HasGraphicsCard());
+    if (isUnused && options.fault.isEmpty() && !qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
 }
 
 } // namespace
@@ -54,11 +65,12 @@ int main(int argc, char** argv)
 {
     QCoreApplication::setApplicationName("tavolin-player");
     QCoreApplication::setApplicationVersion(TAVOLIN_VERSION);
-    QString const text = RequestedText(argc, argv);
-    if (!text.isEmpty()) {
-        std::fputs(qUtf8Printable(text), stdout);
+    PlayerOptions const early = ParseEarly(argc, argv);
+    if (!early.text.isEmpty()) {
+        std::fputs(qUtf8Printable(early.text), stdout);
         return 0;
     }
+    LeaveOutUnusedDriver(early);
     Theme::Prepare();
     QApplication application(argc, argv);
     QApplication::setDesktopFileName("tavolin-player");

@@ -205,6 +205,8 @@ void ControlBar::ShowPassingNote(QString const& newNote)
 
 void ControlBar::ShowLastingNote(QString const& newNote)
 {
+    if (newNote == lastingNote)
+        return;
     lastingNote = newNote;
     UpdateNote();
 }

@@ -3,6 +3,7 @@
 #include "common/TimeText.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
+#include "source/PictureIndex.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -21,6 +23,8 @@ constexpr int damageWidth = 3;
 constexpr int damageHeight = 9;
 constexpr int markHeight = 4;           // of a mark's triangle, and how near the pointer has to be
 constexpr int partHeight = 3;           // of the bar that tells which part is shown
+constexpr int pictureMark = 5;          // height of the mark where a picture begins
+constexpr int narrowestPicture = 4;     // pixels; narrower ones get no marks
 constexpr int widestPicture = 8;        // pixels; the part shown is not made shorter
 constexpr long long stepOfSound = 8000; // microseconds; takes the place of a picture's where there is none
 constexpr double zoomPerNotch = 1.25;
@@ -47,6 +51,7 @@ void Timeline::Show(PlaybackStatus const& status)
         return;
     SetMedia({status.start, status.start + status.duration});
     SetPictureStep(status.width > 0 ? status.frameStep : 0);
+    SetIndex(status.index);
     SetPosition(status.position);
     SetCached({status.cacheStart, status.cacheEnd});
     SetDamage(status.damage);
@@ -67,6 +72,14 @@ void Timeline::SetMedia(Span newMedia)
 void Timeline::SetPictureStep(long long step)
 {
     pictureStep = step;
+}
+
+void Timeline::SetIndex(std::shared_ptr<PictureIndex const> newIndex)
+{
+    if (newIndex == index)
+        return;
+    index = std::move(newIndex);
+    update();
 }
 
 void Timeline::SetPosition(long long newPosition)
@@ -219,6 +232,7 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(QRect(QPoint(XAt(cached.start), groove.bottom() - cachedHeight + 1),
                                QPoint(XAt(cached.end), groove.bottom())),
                          Theme::cached);
+    PaintPictures(painter);
     PaintDamage(painter);
     PaintMarks(painter);
     painter.fillRect(XAt(position) - 1, groove.top() - 3, 2, groove.height() + 6, Theme::text);
@@ -226,6 +240,22 @@ void Timeline::paintEvent(QPaintEvent* /*event*/)
     PaintPart(painter);
     if (hover)
         PaintHover(painter);
+}
+
+// Where each picture begins, once they can be told apart; a longer mark for one at which decoding can begin.
+void Timeline::PaintPictures(QPainter& painter) const
+{
+    if (!index)
+        return;
+    QRect const groove = Groove();
+    long long const first = index->NumberAt(part.start);
+    long long const last = index->NumberAt(part.end - 1);
+    if ((last - first + 1) * narrowestPicture > groove.width())
+        return;
+    for (long long number = first; number <= last; ++number) {
+        int const height = index->IsKey(number) ? 2 * pictureMark : pictureMark;
+        painter.fillRect(XAt(index->TimeOf(number)), groove.top(), 1, height, Theme::quietText);
+    }
 }
 
 // Where the part shown lies in the whole.

@@ -5,8 +5,10 @@
 #include <QVector>
 #include <QWidget>
 
+#include <memory>
 #include <optional>
 
+class PictureIndex;
 struct PlaybackStatus;
 
 // Shows the media from left to right: waveform, cached span, range and position, and the time under the pointer.
@@ -46,6 +48,7 @@ public:
     void SetMarks(QVector<Mark> const& marks);       // in the order of their times
     void SetPeaks(QVector<quint8> const& peaks);     // over the whole media, from a WaveformReader
     void SetPictureStep(long long step);             // microseconds from picture to picture; 0: unknown, or no pictures
+    void SetIndex(std::shared_ptr<PictureIndex const> index); // of the pictures; null while it is unknown
 
     long long TimeAt(int x) const; // within the part shown
     int XAt(long long time) const; // beside the groove for a time outside the part shown
@@ -79,6 +82,7 @@ private:
     void NoteHover();
     void EndHover();
     void PaintPart(QPainter& painter) const;
+    void PaintPictures(QPainter& painter) const;
     void PaintWave(QPainter& painter) const;
     void PaintRange(QPainter& painter) const;
     void PaintDamage(QPainter& painter) const;
@@ -89,6 +93,7 @@ private:
     Span media;
     Span part; // within the media
     long long pictureStep = 0;
+    std::shared_ptr<PictureIndex const> index;
     Span cached;
     long long position = 0;
     std::optional<long long> in;

@@ -16,7 +16,7 @@
 namespace {
 
 // Milliseconds for which the first picture waits for the second one, so that both change together, while paused.
-constexpr qint64 patience = 500;
+constexpr qint64 patience = 2000;
 constexpr int longestName = 24; // characters
 
 QString ShortName(QString const& path)
@@ -153,6 +153,11 @@ bool PictureTools::IsPairDue(PlaybackStatus const& status)
     if (isInStep)
         sinceInStep.start();
     return isInStep || sinceInStep.elapsed() > patience;
+}
+
+bool PictureTools::IsBusy()
+{
+    return comparison && !comparison->IsInStep();
 }
 
 void PictureTools::Compare(QString const& path)

@@ -32,6 +32,8 @@ public:
 
     void ShowPictures(); // on every beat: what the engines have for now
 
+    bool IsBusy(); // a picture is on its way although the session's engine may have all of its own
+
     void Compare(QString const& path);                             // plays the file beside what is open
     Comparison* GetComparison() const { return comparison.get(); } // null without
 

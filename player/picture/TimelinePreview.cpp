@@ -16,7 +16,7 @@ constexpr int frameWidth = 3;
 } // namespace
 
 TimelinePreview::TimelinePreview(Timeline& timeline, QWidget* window)
-    : QWidget(window), timeline(timeline), thumbnails(largestPicture)
+    : QWidget(window), timeline(timeline), thumbnails(largestPicture, this)
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     hide();

@@ -249,6 +249,7 @@ TEST_P(LookingCloserTest, OpensTheFileForSmallPicturesWhenFirstHovered)
 {
     StartDemo();
     ASSERT_TRUE(Eventually([&] { return Status().channels > 0; }));
+    EXPECT_FALSE(Child<Thumbnails>()->isRunning());
     QTest::qWait(300); // for whoever else opens it
     int const before = OpenedInputs::Count();
     Hover(300);
@@ -307,6 +308,20 @@ TEST_P(LookingCloserTest, ShowsTwoFilesAtTheSameTimeAtEveryStep)
     }
     EXPECT_EQ(Tools().GetComparison()->GetStatus().channels, 0); // only the first one sounds
     EXPECT_GT(Status().channels, 0);
+}
+
+// Far apart, so that both have to be decoded first.
+TEST_P(LookingCloserTest, ChangesBothFilesTogetherAfterSeeks)
+{
+    options.cacheMegabytes = 2;
+    StartComparing(240);
+    for (int const number : {149, 20, 230, 77, 199, 48}) {
+        window->GetEngine().Seek(number * step);
+        ASSERT_TRUE(Eventually([&] {
+            EXPECT_EQ(RecordNumber(), SecondNumber()); // at every moment on the way
+            return RecordNumber() == number;
+        })) << number;
+    }
 }
 
 TEST_P(LookingCloserTest, PlaysTwoFilesInStepBothWays)
@@ -393,6 +408,9 @@ TEST_P(LookingCloserTest, SaysWhyASecondFileCannotBeCompared)
     options.compare = home.filePath("absent.mp4");
     StartDemo();
     EXPECT_TRUE(Eventually([&] { return Note().contains("absent.mp4"); }));
+    EXPECT_EQ(Tools().GetComparison(), nullptr);
+    Tools().Compare(Make("tone.wav", {"-f", "lavfi", "-i", "sine=duration=1"}));
+    EXPECT_TRUE(Eventually([&] { return Note().contains("tone.wav\" has no pictures"); }));
     EXPECT_EQ(Tools().GetComparison(), nullptr);
     Press(Qt::Key_W);
     EXPECT_EQ(Note(), "There is no second file to compare with.");

@@ -1,4 +1,6 @@
 #include "player/controls/Timeline.h"
+#include "player/controls/Theme.h"
+#include "source/PictureIndex.h"
 
 #include <QApplication>
 #include <QSignalSpy>
@@ -134,4 +136,27 @@ TEST_F(TimelineTest, ChoosesTimesOfThePartShown)
     ASSERT_EQ(chosen.count(), 1);
     EXPECT_EQ(chosen.first().first().toLongLong(), timeline.GetPart().start);
     EXPECT_GT(timeline.GetPart().start, 4 * minute);
+}
+
+// Pictures at uneven times; the third one is a key picture.
+TEST_F(TimelineTest, MarksWhereEachPictureBeginsOnceTheyCanBeToldApart)
+{
+    timeline.SetIndex(std::make_shared<PictureIndex>(
+        std::vector<PictureIndex::Entry>{{0, true}, {100000, false}, {1000000, true}, {1500000, false}},
+        10 * minute - 1));
+    auto const marked = [&](int height) { // the columns with a mark of that height
+        QImage const image = timeline.grab().toImage();
+        std::vector<int> columns;
+        for (int x = 20; x < 612; ++x)
+            if (image.pixelColor(x, 18 + height - 1) == Theme::quietText)
+                columns.push_back(x);
+        return columns;
+    };
+    timeline.SetPosition(0);
+    timeline.Zoom(1e6); // 3 seconds; 599 pixels between the first moment and the last
+    EXPECT_EQ(marked(5), (std::vector<int>{32, 212, 312}));
+    EXPECT_EQ(marked(10), (std::vector<int>{212}));
+    timeline.SetIndex(std::make_shared<PictureIndex>(15000, 25.0));
+    timeline.ShowAll();
+    EXPECT_TRUE(marked(5).empty());
 }

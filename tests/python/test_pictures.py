@@ -4,7 +4,9 @@ import gc
 import math
 import os
 import random
+import struct
 import subprocess
+import zlib
 
 import numpy as np
 import pytest
@@ -123,6 +125,26 @@ def test_a_still_image_shows_at_any_time():
         assert len(list(video)) == 1
         with pytest.raises(IndexError):
             video.at(-1)
+
+
+# What the eye sees of rows as stored, by Exif's numbers.
+ORIENTATIONS = {1: lambda a: a, 2: np.fliplr, 3: lambda a: np.rot90(a, 2), 4: np.flipud, 5: lambda a: a.swapaxes(0, 1),
+                6: lambda a: np.rot90(a, -1), 7: lambda a: np.rot90(a, 2).swapaxes(0, 1), 8: np.rot90}
+
+
+@pytest.mark.parametrize("orientation", ORIENTATIONS)
+def test_a_still_image_is_turned_upright_by_its_rotation(orientation, tmp_path):
+    path = make_media("still.png", "-f", "lavfi", "-i", "testsrc2=size=96x64", "-frames:v", "1")
+    stored = open(path, "rb").read()
+    chunk = b"eXIf" + struct.pack(">2sHIHHHIHHI", b"MM", 42, 8, 1, 0x0112, 3, 1, orientation, 0, 0)
+    told = struct.pack(">I", len(chunk) - 4) + chunk + struct.pack(">I", zlib.crc32(chunk))
+    turned = tmp_path / "turned.png"
+    turned.write_bytes(stored[:-12] + told + stored[-12:])  # before the last chunk
+    with tavolin.open(turned) as video:
+        frame = video.at(0)
+        assert video.rotation == frame.rotation
+        seen = np.rot90(frame.pixels, -frame.rotation // 90)
+        assert np.array_equal(seen, ORIENTATIONS[orientation](plain_pictures(path)[0]))
 
 
 def test_a_sequence_opens_by_folder_pattern_and_file(tmp_path):

@@ -51,8 +51,8 @@ Arguments::Arguments(QString const& newCommand, std::vector<Option> const& optio
 {
     for (Option const& option : options)
         parser.addOption(option.Declared());
-    parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show FFmpeg's own messages, too.")});
-    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    for (Option const& option : Options::common)
+        parser.addOption(option.Declared());
     if (parser.parse(QStringList(command) + WithBareValues(given, options)))
         return;
     fault = parser.errorText();

@@ -20,6 +20,9 @@ inline constexpr Option format = {"format", "png|jpg|ppm",
                                   "The format of PICTURE, whatever its ending; png if not given and PICTURE is -."};
 inline constexpr Option from = {"from", "TIME", "Begin at this time."};
 inline constexpr Option to = {"to", "TIME", "End before this time."};
+inline constexpr Option common[] = { // of every command
+    {"verbose", nullptr, "Show FFmpeg's own messages, too."},
+    {"help", nullptr, "Show this help.", nullptr, "h"}};
 Option Colours(bool followsStream); // what a command does when the option is not given
 inline constexpr Option soundStream = {"sound-stream", "NUMBER", "Take this stream of sound, counted from 1."};
 inline constexpr int mostSoundStreams = 10000; // more than any file has

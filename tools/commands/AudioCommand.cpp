@@ -112,14 +112,14 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command AudioCommand()
 {
     return {"audio",
-            "the sound at any speed, backwards too, as WAV",
-            "FILE -o WAV [--speed S] [--from T] [--to T] [--volume V] [--sound-stream N]",
-            "Writes the sound of FILE as the player plays it: 16-bit samples at the rate and\n"
-            "with the channels of FILE. At speed 1 they are the decoded samples themselves;\n"
-            "at others some are left out or come twice, and below 0 they come last to first.\n"
-            "The first few milliseconds fade in.\n\n"
-            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-            "and when there is no sound between the times given.\n",
+            "write the sound as WAV, at any speed, forwards or backwards",
+            "FILE -o WAV [--speed S] [--from T] [--to T] [--volume V]",
+            "Writes the sound of FILE as the player plays it: 16-bit samples, with the rate\n"
+            "and the channels of FILE. At speed 1 these are the decoded samples. Other speeds\n"
+            "leave samples out or repeat them. A speed below 0 plays backwards. The first 5\n"
+            "milliseconds fade in.\n\n"
+            "The exit code is 4 if something could not be decoded (the rest is written), or\n"
+            "if there is no sound between --from and --to.\n",
             {Options::Output("WAV"),
              {"speed", "S", "From -16 to 16; below 0 plays backwards."},
              {"volume", "V", "Factor of every sample, 0 to 100."},

@@ -114,17 +114,17 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command CheckCommand()
 {
     return {"check",
-            "decode all of it both ways and report damage",
+            "decode files in both directions and report damage",
             "FILE... [--json]",
-            "Decodes each FILE from its beginning to its end, and from its end to its\n"
-            "beginning as playing backwards does. Writes one line with \"ok\" and what was\n"
-            "decoded, or a line with \"damaged\" for everything that is wrong: errors while\n"
-            "decoding, times that do not rise, pictures missing where their rate is constant,\n"
-            "holes in the sound, what is not the same both ways, and an end well before the\n"
-            "length that the file tells.\n\n"
+            "Decodes each FILE from beginning to end, and then from end to beginning as\n"
+            "playing backwards does. Prints one line with \"ok\" and what was decoded, or a\n"
+            "line with \"damaged\" for each fault: errors while decoding, times that do not\n"
+            "increase, missing pictures if their rate is constant, holes in the sound,\n"
+            "differences between the two directions, and an end well before the stated\n"
+            "length.\n\n"
             "With --json, one FILE gives one object and several give an array of them, in\n"
             "their order. A file that cannot be opened has an object \"error\".\n\n"
-            "Exit code 0 when all is well, 4 when a file is damaged.\n",
+            "The exit code is 0 if all is well, and 4 if a file is damaged.\n",
             {{"json", nullptr, "Report in JSON: one object, or an array for several files."},
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},

@@ -22,28 +22,20 @@ namespace {
 char const generalEnd[] = R"(
 Options:
   -h, --help    this text; after a command, the help of that command
-  --version     the versions of tavolin and of the libraries it runs with
+  --version     the versions of tavolin and of its libraries
 
 Times are seconds (12.5), a clock (00:00:12.500) or microseconds (12500000us).
-They count from the first picture. A file name that begins with "-" goes after
-"--" or gets "./" in front.
+They count from the first picture. Write a file name that begins with "-" after
+"--", or with "./" in front.
 
 Data goes to standard output, messages and progress to standard error. Exit
 codes: 0 ok, 1 some of several inputs failed, 2 wrong usage, 3 cannot open or
 nothing in it, 4 decoding or seeking failed, 5 writing failed.
 )";
 
-// In the order of the help.
-std::vector<Command> const& AllCommands()
-{
-    static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(), AudioCommand(),
-                                                  CheckCommand(), SheetCommand(),  WaveCommand(),  PlayCommand()};
-    return commands;
-}
-
 Command const* Find(QString const& name)
 {
-    for (Command const& command : AllCommands()) {
+    for (Command const& command : CommandLine::Commands()) {
         if (name == QLatin1String(command.name))
             return &command;
     }
@@ -84,13 +76,13 @@ QString Versions()
 QString GeneralHelp()
 {
     auto const row = [](char const* name, char const* summary) {
-        return QStringLiteral("  %1%2\n").arg(QString::fromLatin1(name).leftJustified(10), QString::fromUtf8(summary));
+        return QStringLiteral("  %1%2\n").arg(QString::fromLatin1(name).leftJustified(12), QString::fromUtf8(summary));
     };
-    QString text = QStringLiteral("tavolin looks into media files, decodes and plays them.\n\n"
+    QString text = QStringLiteral("tavolin describes, decodes, checks and plays media files.\n\n"
                                   "Usage: tavolin COMMAND [ARGUMENTS]\n\nCommands:\n");
-    for (Command const& command : AllCommands())
+    for (Command const& command : CommandLine::Commands())
         text += row(command.name, command.summary);
-    return text + row("help", "all about a command: tavolin help COMMAND") + QString::fromUtf8(generalEnd);
+    return text + row("help", "describe a command: tavolin help COMMAND") + QString::fromUtf8(generalEnd);
 }
 
 ExitCode ShowHelpOf(Command const& command)
@@ -125,6 +117,14 @@ ExitCode RunCommand(Command const& command, QStringList const& given)
 }
 
 } // namespace
+
+std::vector<Command> const& CommandLine::Commands()
+{
+    static std::vector<Command> const commands = {InfoCommand(),  DecodeCommand(), FrameCommand(),
+                                                  AudioCommand(), CheckCommand(),  SheetCommand(),
+                                                  WaveCommand(),  PlayCommand(),   CompletionCommand()};
+    return commands;
+}
 
 ExitCode CommandLine::Run(QStringList const& arguments)
 {

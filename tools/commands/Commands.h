@@ -30,6 +30,8 @@ struct Command
 
     // Returns ExitCode::Usage if the arguments are wrong; `arguments` then hold the fault.
     ExitCode (*run)(Arguments& arguments, MessageLog& log);
+
+    char const* words = ""; // that it takes instead of files, with spaces between them
 };
 
 // Each is defined in the source of its name. Add a new one to the table in CommandLine.cpp.
@@ -41,6 +43,7 @@ Command CheckCommand();
 Command SheetCommand();
 Command WaveCommand();
 Command PlayCommand();
+Command CompletionCommand();
 
 // Runs `work` for each file; a folder stands for all media files in it, a pattern for its pictures. A single file
 // returns its own code; any failure among several returns SomeInputsFailed. No file is wrong usage.
@@ -61,5 +64,7 @@ void WriteJson(QJsonArray const& objects);
 namespace CommandLine {
 
 ExitCode Run(QStringList const& arguments); // without the program's name
+
+std::vector<Command> const& Commands(); // in the order of the help
 
 } // namespace CommandLine

@@ -138,19 +138,19 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command DecodeCommand()
 {
     return {"decode",
-            "decode all of it: counts, times, sizes, speed, MD5 sums",
+            "decode whole files: counts, times, sizes, speed, MD5 sums",
             "FILE... [--md5] [--from TIME] [--to TIME]",
-            "Decodes each FILE from its beginning to its end and reports the pictures, the\n"
-            "sound and how long it took. With --from and --to, only the pictures that show\n"
-            "between these times and the sound between them are counted; decoding begins\n"
-            "where the file allows it. With --from the report also has the numbers of the\n"
-            "pictures, as far as the file tells them.\n\n"
-            "With --md5, standard output holds one line for each picture, then one for each\n"
-            "frame of sound, after a line \"# FILE\"; the report goes to standard error:\n\n"
+            "Decodes each FILE from beginning to end and reports the pictures, the sound and\n"
+            "the speed. With --from and --to, counts only the pictures that show and the\n"
+            "sound between these times. With --from, the report also has the numbers of the\n"
+            "pictures, if the file tells them.\n\n"
+            "With --md5, standard output has, for each FILE, a line \"# FILE\", one line per\n"
+            "picture, and then one line per frame of sound. The report goes to standard\n"
+            "error.\n\n"
             "  video TIME WIDTHxHEIGHT MD5    of the RGB bytes, rows without padding\n"
             "  audio TIME SAMPLESxCHANNELS MD5    of the 16-bit samples, low byte first\n\n"
             "TIME is in microseconds from the first picture.\n\n"
-            "Exit code 4 when something could not be decoded, even if the rest was.\n",
+            "The exit code is 4 if something could not be decoded; the rest is reported.\n",
             {{"md5", nullptr, "Print a line with an MD5 sum for each record."},
              Options::soundStream,
              Options::from,

@@ -152,23 +152,23 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command FrameCommand()
 {
     return {"frame",
-            "the exact picture at a time, as PNG, JPEG or PPM",
+            "write the exact picture at a time, or many pictures",
             "FILE --at T | --number N | --every STEP [...] -o PICTURE",
-            "Writes the picture of FILE that shows at T: the last one that starts at or\n"
-            "before it, as it shows on the screen: pixels square, turned upright. The ending\n"
-            "of PICTURE says the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
-            "With --number it writes picture N, counted from 0 as the player does. Finding it\n"
-            "takes reading the file, for some formats decoding it up to there.\n\n"
-            "With --every, --from or --to it writes many pictures, each once and to a file of\n"
-            "its own: with --every 2.5 those that show every 2.5 seconds, with --every 10p\n"
-            "every tenth picture, otherwise all. PICTURE then has a place for their number in\n"
-            "FILE, counted from 0, or their time: shot-%04d.png, shot-####.png or\n"
-            "shot-%t.png.\n\n"
-            "With -o - the pictures go to standard output, as PNG unless --format says\n"
-            "otherwise, and messages to standard error.\n\n"
-            "The last picture shows until the file ends. If T is past that, or if the\n"
-            "picture cannot be decoded, nothing is written and the exit code is 4. A damaged\n"
-            "picture is written as far as it could be decoded; the exit code is 4, too.\n",
+            "Writes the picture of FILE shown at T: the last one that starts at or before T.\n"
+            "Pixels are square and the picture is upright. The ending of PICTURE selects the\n"
+            "format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
+            "--number N writes picture N, counted from 0 as in the player. For most formats\n"
+            "this reads the file up to its end, for some it decodes the pictures before N.\n\n"
+            "--every, --from and --to write many pictures, each once and to its own file.\n"
+            "--every 2.5 writes the pictures shown every 2.5 seconds, --every 10p every tenth\n"
+            "picture. Without --every all pictures of the range are written. PICTURE then\n"
+            "needs a place for the picture's number, counted from 0, or its time:\n"
+            "shot-%04d.png, shot-####.png or shot-%t.png.\n\n"
+            "-o - writes to standard output, as PNG if --format is not given. Messages go to\n"
+            "standard error.\n\n"
+            "The last picture shows until the file ends. If T is past that, or if the picture\n"
+            "cannot be decoded, nothing is written and the exit code is 4. A damaged picture\n"
+            "is written as far as it could be decoded, and the exit code is 4.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500, 12500000us, or a timecode: 01:00:10:02."},
              {"number", "N", "The number of the picture, from 0, instead of a time."},
              {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},

@@ -68,10 +68,14 @@ ExitCode FrameSeries::WriteByCount(PictureStream& pictures)
     if (result == ReadResult::Got && source.IsOver(*picture, from))
         result = ReadResult::End;
     for (int i = 0; result == ReadResult::Got && picture->startTime < request.range.to; ++i) {
-        ExitCode const written =
-            i % request.pictureStep == 0 ? Take(*picture, picture->endTime - rounding) : ExitCode::Ok;
-        if (written != ExitCode::Ok)
-            return written;
+        long long const until = picture->endTime - rounding;
+        if (i % request.pictureStep != 0) {
+            passed.push_back({picture->startTime, until});
+        } else {
+            ExitCode const written = Take(*picture, until);
+            if (written != ExitCode::Ok)
+                return written;
+        }
         result = pictures.Read(picture);
     }
     return ExitCode::Ok;
@@ -90,7 +94,7 @@ ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
     return request.Write(picture, target);
 }
 
-// Of all pictures of the source, from 0.
+// Of all pictures of the source, from 0. Where no index tells it, the pictures before it are decoded.
 long long FrameSeries::NumberOf(DecodedVideoFrame const& picture)
 {
     if (!counter) {
@@ -126,6 +130,12 @@ ExitCode FrameSeries::Judge(long long origin, QString const& firstError) const
             request.SayLost(*lost);
         if (isDamaged || lost)
             result = ExitCode::DecodingFailed;
+    }
+    for (Shown const& picture : passed) {
+        if (auto const lost = damage->FindLost(picture.start, picture.until)) {
+            request.SayLost(*lost);
+            result = ExitCode::DecodingFailed;
+        }
     }
     return result;
 }

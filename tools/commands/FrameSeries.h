@@ -6,9 +6,11 @@
 #include "tools/output/NamePattern.h"
 
 #include <limits>
+#include <memory>
 #include <vector>
 
 class MessageLog;
+class PictureIndex;
 
 // Writes many pictures of a source, each once and to a file of its own: those that show at equal steps of time, or each
 // of so many. One thread.
@@ -39,6 +41,7 @@ private:
     FrameRequest const& request;
     NamePattern pattern;
     std::vector<Shown> shown;
+    std::vector<Shown> passed; // between those that are written: one of so many may be lost there
 
     std::shared_ptr<PictureIndex const> index; // null where packets do not tell numbers
     std::unique_ptr<PictureStream> counter;    // reads from the beginning

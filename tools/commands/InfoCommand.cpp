@@ -54,18 +54,17 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command InfoCommand()
 {
     return {"info",
-            "what is in media files: streams, sizes, rates, durations, tags",
+            "describe media files: streams, sizes, rates, durations, tags",
             "FILE... [--json] [--quick]",
             "Describes each FILE: movie, sound, sound with cover art, or still image.\n\n"
-            "The pictures of a movie are counted. For most formats that takes reading the\n"
-            "file to its end, though not decoding it; --quick leaves it out, and estimates.\n"
-            "Of some files only decoding tells; their count is \"about\" as many, too.\n\n"
+            "The pictures of a movie are counted. For most formats this reads the file to its\n"
+            "end, without decoding it; --quick gives an estimate instead. \"about\" marks an\n"
+            "estimate, also for files that only decoding could count.\n\n"
             "With --json, one FILE gives one object and several give an array of them, in\n"
-            "their order. \"format\" and \"streams\" have ffprobe's names and types wherever\n"
-            "the meaning is the same; our own values stand in objects named \"tavolin\",\n"
-            "times in whole microseconds. A file that cannot be described has an object\n"
-            "\"error\" instead of \"streams\". Streams other than video and audio are not\n"
-            "listed.\n",
+            "their order. \"format\" and \"streams\" have ffprobe's names and types wherever the\n"
+            "meaning is the same. Our own values are in objects named \"tavolin\", with times\n"
+            "in whole microseconds. A file that cannot be described has an object \"error\"\n"
+            "instead of \"streams\". Only video and audio streams are listed.\n",
             {{"json", nullptr, "Describe in JSON."}, {"quick", nullptr, "Do not count the pictures."}},
             Run};
 }

@@ -51,10 +51,10 @@ Command PlayCommand()
     return {"play",
             "play files in a window, forwards and backwards",
             "[FILE...] [OPTIONS]",
-            "Opens the player's window, which is the program tavolin-player, with each FILE\n"
-            "one after another. \"?\" in the window shows all keys. Options that are not given\n"
-            "are as the player remembers them.\n\n"
-            "Exit code 3 when there is no such program here, or when it fails.\n",
+            "Opens the player's window, the program tavolin-player, and plays each FILE one\n"
+            "after another. \"?\" in the window shows all keys. An option that is not given is\n"
+            "as the player remembers it.\n\n"
+            "The exit code is 3 if tavolin-player is not installed, or if it fails.\n",
             {std::begin(playerOptions), std::end(playerOptions)},
             Run};
 }

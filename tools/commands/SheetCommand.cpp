@@ -121,15 +121,15 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command SheetCommand()
 {
     return {"sheet",
-            "pictures from all over a file side by side, with times",
+            "draw pictures from the whole file side by side, with times",
             "FILE -o PICTURE [--columns N] [--rows N | --count N]",
-            "Cuts FILE, or what lies between --from and --to, into equal parts and puts the\n"
-            "picture from the middle of each into PICTURE, with the time at which it starts\n"
-            "below it: pixels square, turned upright. The ending of PICTURE says the format:\n"
-            ".png, .jpg, .jpeg or .ppm. A picture comes once, so there may be fewer; a still\n"
-            "image and cover art give their one picture, without a time.\n\n"
-            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-            "and when there is no picture between the times given.\n",
+            "Divides FILE, or the range from --from to --to, into equal parts and draws the\n"
+            "picture from the middle of each part, with its start time below. Pixels are\n"
+            "square and pictures are upright. The ending of PICTURE selects the format: .png,\n"
+            ".jpg, .jpeg, .ppm or .pnm. No picture appears twice, so there may be fewer. A\n"
+            "still image and cover art give one picture, without a time.\n\n"
+            "The exit code is 4 if something could not be decoded (the rest is written), or\n"
+            "if there is no picture between --from and --to.\n",
             {Options::PictureOutput(),
              Options::format,
              {"columns", "N", "Pictures side by side; 4 if not given."},

@@ -104,15 +104,15 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
 Command WaveCommand()
 {
     return {"wave",
-            "the sound as a picture, with an axis of time",
+            "draw the waveform of the sound with a time axis",
             "FILE -o PICTURE [--width PIXELS] [--height PIXELS]",
-            "Draws the sound of FILE, a lane for each channel: from the lowest to the highest\n"
-            "sample of each column, and inside it, brighter, their root mean square. Silence\n"
-            "is a thin line; where there is no sound there is nothing, on darker ground. The\n"
-            "lines at a quarter and three quarters of a lane are half of full scale. The\n"
-            "ending of PICTURE says the format: .png, .jpg, .jpeg or .ppm.\n\n"
-            "Exit code 4 when something could not be decoded, even if the rest was written,\n"
-            "and when there is no sound between the times given.\n",
+            "Draws the waveform of FILE, one lane per channel. Each column spans its lowest\n"
+            "to its highest sample; a brighter line inside spans the root mean square.\n"
+            "Silence is a thin line. Where the sound has not begun, the lane is empty and\n"
+            "darker. The faint lines are half of full scale. The ending of PICTURE selects\n"
+            "the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
+            "The exit code is 4 if something could not be decoded (the rest is written), or\n"
+            "if there is no sound between --from and --to.\n",
             {Options::PictureOutput(),
              Options::format,
              {"width", "PIXELS", "Of the picture; 1280 if not given."},

@@ -94,7 +94,7 @@ private:
     {
         if (ticks == AV_NOPTS_VALUE)
             return none;
-        return av_rescale_q(ticks, input->streams[stream]->time_base, AV_TIME_BASE_Q) - origin;
+        return av_rescale_q(ticks, input->streams[stream]->time_base, AVRational{1, AV_TIME_BASE}) - origin;
     }
 
     // The next one of the pictures.

@@ -44,7 +44,7 @@ TEST(CommandLineTest, KeepsHelpWithin80Columns)
     for (QStringList const& arguments :
          {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
           QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "sheet"},
-          QStringList{"help", "wave"}, QStringList{"help", "play"}}) {
+          QStringList{"help", "wave"}, QStringList{"help", "play"}, QStringList{"help", "completion"}}) {
         for (QString const& line : RunTavolin(arguments).Lines())
             EXPECT_LE(line.size(), 80) << line.toStdString();
     }

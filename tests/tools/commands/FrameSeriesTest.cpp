@@ -74,6 +74,17 @@ TEST_F(FrameSeriesTest, WritesEverySoManyPictures)
     ExpectPicture("a.40.ppm", Uneven(), 40);
 }
 
+// Its packets bear no times, so that 24 pictures are taken for a second.
+TEST_F(FrameSeriesTest, NumbersThePicturesOfARawStream)
+{
+    QString const raw = MovingPicture("plain.h264", {"-c:v", "libx264", "-g", "12", "-bf", "0"});
+    ToolRun const run = RunTavolin(
+        {"frame", raw, "--every", "1", "--from", "1", "--to", "3", "-o", PathOf("a-%d.ppm"), "--colours=plain"});
+    EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-24.ppm", "a-48.ppm"}));
+    ExpectPicture("a-24.ppm", raw, 24);
+}
+
 TEST_F(FrameSeriesTest, WritesAllTheWayToTheEnd)
 {
     QStringList const names = Written(Uneven(), {"--every", "0.9"}, "a-%02d.ppm");
@@ -113,6 +124,15 @@ TEST_F(FrameSeriesTest, NamesDamagedAndLostPicturesAndWritesTheOthers)
     EXPECT_EQ(run.errors.count("the picture at 00:00:01.320 is damaged: "), 1) << run.errors.toStdString();
     EXPECT_EQ(run.errors.count(" is damaged: "), 1) << run.errors.toStdString();
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), 14);
+}
+
+TEST_F(FrameSeriesTest, NamesALostPictureBetweenThoseThatItWrites)
+{
+    QString const lost = WithZerosAt("lost.mov", MovingPicture("all-png.mov", {"-c:v", "png"}), 1200000, 0);
+    ToolRun const run =
+        RunTavolin({"frame", lost, "--every", "5p", "--from", "1", "--to", "1.6", "-o", PathOf("a-%d.png")});
+    EXPECT_EQ(run.exitCode, 4);
+    EXPECT_EQ(run.errors.count("the picture at 00:00:01.200 cannot be decoded\n"), 1) << run.errors.toStdString();
 }
 
 TEST_F(FrameSeriesTest, AnswersARangeWithoutPicturesWithFour)

@@ -1,0 +1,5 @@
+#pragma once
+
+// Whether the computer has a graphics card that OpenGL can use, as far as its devices tell. Quick: loads no driver.
+// True where devices do not tell.
+bool HasGraphicsCard();
