@@ -205,9 +205,9 @@ std::optional<double> DurationOf(Video const& video)
     return duration < 0 ? std::nullopt : std::optional(Seconds(duration));
 }
 
-py::object Probe(std::string const& path)
+py::object Probe(std::string const& path, bool isQuick)
 {
-    QByteArray const json = Unlocked([&](StopCheck const&) { return Reports::Describe(Text(path)); });
+    QByteArray const json = Unlocked([&](StopCheck const&) { return Reports::Describe(Text(path), isQuick); });
     return py::module_::import("json").attr("loads")(py::bytes(json.constData(), static_cast<size_t>(json.size())));
 }
 
@@ -343,7 +343,7 @@ PYBIND11_MODULE(_tavolin, module)
     DefineVideo(module);
     module.def("open", &Open, py::arg("path"), py::kw_only(), py::arg("cache"), py::arg("sequence"), py::arg("rate"),
                py::arg("holes"), py::arg("colours"), py::arg("tone_mapping"));
-    module.def("probe", &Probe, py::arg("path"));
+    module.def("probe", &Probe, py::arg("path"), py::arg("quick"));
     module.def("check", &Check, py::arg("path"));
     module.attr("__version__") = TAVOLIN_VERSION;
 }

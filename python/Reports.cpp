@@ -4,6 +4,7 @@
 #include "python/Video.h"
 #include "source/Source.h"
 #include "tools/report/Info.h"
+#include "tools/report/PictureCount.h"
 #include "tools/report/SourceCheck.h"
 
 #include <QJsonDocument>
@@ -62,9 +63,11 @@ void Reports::CollectMessages()
     });
 }
 
-QByteArray Reports::Describe(QString const& path)
+QByteArray Reports::Describe(QString const& path, bool isQuick)
 {
-    return QJsonDocument(Info::AsJson(Open(path), std::nullopt)).toJson(QJsonDocument::Compact);
+    Source const source = Open(path);
+    auto const count = isQuick ? std::nullopt : PictureCount::Of(source);
+    return QJsonDocument(Info::AsJson(source, count)).toJson(QJsonDocument::Compact);
 }
 
 Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)

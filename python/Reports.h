@@ -15,8 +15,8 @@ namespace Reports {
 // Once.
 void CollectMessages();
 
-// A JSON object. Throws Video::OpenError.
-QByteArray Describe(QString const& path);
+// A JSON object, without the true number of pictures if it is to be quick. Throws Video::OpenError.
+QByteArray Describe(QString const& path, bool isQuick);
 
 struct Fault
 {

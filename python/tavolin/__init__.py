@@ -78,9 +78,12 @@ def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colo
                          tone_mapping=tone_mapping)
 
 
-def probe(path):
-    """What a file is: a dict in the shape of `tavolin info --json`. Raises OpenError."""
-    return _tavolin.probe(_name(path))
+def probe(path, quick=False):
+    """What a file is: a dict in the shape of `tavolin info --json`. Raises OpenError.
+
+    The pictures are counted by reading the file to its end, without decoding; quick leaves the count out.
+    """
+    return _tavolin.probe(_name(path), quick)
 
 
 def check(path):

@@ -31,6 +31,7 @@ def said(report):
 
 def test_probe_is_the_commands_description(movie):
     assert tavolin.probe(movie) == json.loads(run("info", "--json", movie).stdout)
+    assert tavolin.probe(movie, quick=True) == json.loads(run("info", "--json", "--quick", movie).stdout)
 
 
 def test_check_finds_nothing_wrong_with_a_good_movie(movie):
