@@ -44,7 +44,7 @@ private:
     PlaybackEngine engine;
     Transport transport{engine};
     KeyMap keys;
-    PictureView view{PictureView::Painting::OpenGl};
+    PictureView view{PictureView::Painting::Automatic};
     Timeline timeline;
     QTimer beat;
 };

@@ -94,13 +94,14 @@ enum class PlayerAction {
 class TAVOLINWIDGETS_EXPORT KeyMap
 {
 public:
+    // What an action is called, and the keys it has by default.
     struct Action
     {
-        PlayerAction action;
-        char const* name;  // in the file
-        char const* keys;  // by default, separated by spaces
-        char const* group; // heading in the overview
-        char const* help;  // what it does
+        PlayerAction action; // which one
+        char const* name;    // in the file
+        char const* keys;    // by default, separated by spaces
+        char const* group;   // heading in the overview
+        char const* help;    // what it does
     };
 
     // Every action once, in the order in which the overview shows them.
@@ -115,7 +116,7 @@ public:
     // Writes the defaults as a file to edit. False if it cannot be written.
     static bool WriteDefaults(QString const& path);
 
-    std::optional<PlayerAction> ActionFor(QKeyEvent const& event) const;
+    std::optional<PlayerAction> ActionFor(QKeyEvent const& event) const; // empty for a key without an action
 
     QString KeysOf(PlayerAction action) const; // for display, such as "Shift+Left"; empty without a key
 

@@ -21,28 +21,29 @@ class TAVOLINWIDGETS_EXPORT Timeline : public QWidget
     Q_OBJECT
 
 public:
-    // Microseconds of media time. An end before the start is an empty span.
+    // A stretch of the media. An end before the start is an empty span.
     struct Span
     {
-        long long start = 0;
-        long long end = -1;
+        long long start = 0; // microseconds of media time
+        long long end = -1;  // the same
     };
 
     // A marked moment and what is said about it.
     struct Mark
     {
-        long long time = 0;
-        QString note;
+        long long time = 0; // microseconds of media time
+        QString note;       // shown while the pointer is on the mark
     };
 
-    explicit Timeline(QWidget* parent = nullptr);
+    explicit Timeline(QWidget* parent = nullptr); // empty until Show or SetMedia
 
     // Media, position and cached span of what is open; leaves the timeline as it is while nothing is.
     void Show(PlaybackStatus const& status);
 
-    void SetMedia(Span media); // empty if nothing is open
-    void SetPosition(long long position);
-    void SetCached(Span cached);
+    void SetMedia(Span media);            // empty if nothing is open
+    void SetPosition(long long position); // of play
+    void SetCached(Span cached);          // of pictures
+    // In and out points: the first moment of the range, and the first one after it.
     void SetRange(std::optional<long long> in, std::optional<long long> out);
     void SetDamage(QVector<long long> const& times); // of pictures that could not be decoded
     void SetMarks(QVector<Mark> const& marks);       // in the order of their times
@@ -54,17 +55,17 @@ public:
     int XAt(long long time) const; // beside the groove for a time outside the part shown
     Span GetPart() const;          // that is shown; `end` is its end, not its last moment
     void Zoom(double factor);      // around the position; above 1 shows less
-    void ShowAll();
+    void ShowAll();                // of the media
 
-    QSize sizeHint() const override;
+    QSize sizeHint() const override; // any width, a fixed height
 
 signals:
-    void Previewed(long long time);
-    void Chosen(long long time);
+    void Previewed(long long time);      // dragged over this time
+    void Chosen(long long time);         // released at this time
     void Hovered(long long time, int x); // the pointer has moved over it, or what lies under the pointer has
-    void HoverEnded();
+    void HoverEnded();                   // the pointer has left
 
-protected:
+private:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -73,7 +74,6 @@ protected:
     void hideEvent(QHideEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
 
-private:
     QRect Groove() const;
     long long ShortestPart() const;
     void SetPart(long long start, long long length);

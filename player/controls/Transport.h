@@ -23,12 +23,12 @@ public:
     double GetSpeed() const { return chosenSpeed; } // the speed that Play uses
 
     void SetVolume(double volume); // 0 to 1
-    double GetVolume() const;
-    void SetMuted(bool muted);
-    bool IsMuted() const;
+    double GetVolume() const;      // the engine's
+    void SetMuted(bool muted);     // keeps the volume
+    bool IsMuted() const;          // the engine's
 
-    void SetLooping(bool looping);
-    bool IsLooping() const { return looping; }
+    void SetLooping(bool looping);             // over the range, or over everything without one
+    bool IsLooping() const { return looping; } // as set
     void SetRange(std::optional<long long> newIn, std::optional<long long> newOut); // in before out
     std::optional<long long> GetIn() const { return in; }   // microseconds, the first picture of the range
     std::optional<long long> GetOut() const { return out; } // the first moment after the range

@@ -12,14 +12,14 @@
 class TAVOLINWIDGETS_EXPORT PictureGeometry
 {
 public:
-    static constexpr double minZoom = 1.0 / 64.0;
-    static constexpr double maxZoom = 64.0;
+    static constexpr double minZoom = 1.0 / 64.0; // screen pixels per picture pixel
+    static constexpr double maxZoom = 64.0;       // the same
 
-    void SetView(QSize size);
-    void SetPicture(QSize size, int clockwiseDegrees);
+    void SetView(QSize size);                          // device pixels
+    void SetPicture(QSize size, int clockwiseDegrees); // as stored, and how it is turned upright
 
-    void Fit(); // shows the whole picture as large as possible, also after size changes
-    bool IsFitted() const { return fitted; }
+    void Fit();                              // shows the whole picture as large as possible, also after size changes
+    bool IsFitted() const { return fitted; } // not zoomed
 
     // Screen pixels per picture pixel. The picture's point at `anchor` stays there.
     void SetZoom(double zoom, QPointF anchor);
