@@ -54,8 +54,8 @@ public:
     void Clear();      // empties the cache; later appends release the frames, two each
     void ForceClear(); // releases every frame except the one being played
 
-    int GetMaxFrameCount() const; // slots of the live array; grows
-    int GetFrameCount() const;    // frames in the cache
+    int GetMaxFrameCount() const;                             // slots of the live array; grows
+    int GetFrameCount() const;                                // frames in the cache
     long long GetSize() const { return cacheSize; }           // sample values of all frames
     long long GetStartTime() const { return cacheStartTime; } // of the earliest frame; 0 when empty
     long long GetEndTime() const { return cacheEndTime; }     // of the latest
