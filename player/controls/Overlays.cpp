@@ -16,12 +16,12 @@
 namespace {
 
 // The keys, at full size, in pixels.
-constexpr double columnWidth = 430.0;
+constexpr double columnWidth = 410.0;
 constexpr double keyWidth = 104.0;
 constexpr double rowHeight = 21.0;
 constexpr double groupGap = 12.0;
 constexpr double padding = 26.0;
-constexpr int columns = 2;
+constexpr int columns = 3;
 constexpr int mostFaults = 10;
 
 // The column of an action or heading, and its distance from the top; a group is never split between columns.
@@ -45,17 +45,25 @@ double TotalHeight(std::vector<KeyMap::Action> const& actions)
     return height;
 }
 
+// The number of rows of a group without its heading, as a height.
+double HeightOfGroup(std::vector<KeyMap::Action> const& actions, char const* group)
+{
+    auto const rows = std::count_if(actions.begin(), actions.end(),
+                                    [&](auto const& action) { return QLatin1String(action.group) == group; });
+    return static_cast<double>(rows) * rowHeight;
+}
+
 std::vector<Place> PlacesOf(std::vector<KeyMap::Action> const& actions)
 {
     std::vector<Place> places;
-    double const half = TotalHeight(actions) / columns;
+    double const share = TotalHeight(actions) / columns;
     QLatin1String last("");
     int column = 0;
     double top = 0.0;
     for (auto const& action : actions) {
         bool const beginsGroup = QLatin1String(action.group) != last;
-        if (beginsGroup && column == 0 && top + 2.0 * rowHeight > half) {
-            column = 1;
+        if (beginsGroup && column + 1 < columns && top + HeightOfGroup(actions, action.group) / 2.0 > share) {
+            ++column;
             top = 0.0;
         }
         if (beginsGroup)
@@ -202,7 +210,7 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
     painter.setRenderHint(QPainter::Antialiasing);
     double const faultsHeight = faults.isEmpty() ? 0.0 : rowHeight * ShownFaults(faults).size() + groupGap;
     double const height = faultsHeight + HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * padding;
-    double const wide = columns * columnWidth + 3.0 * padding;
+    double const wide = columns * columnWidth + (columns + 1.0) * padding;
     double const scale = std::min({1.0, (width() - 16.0) / wide, (this->height() - 16.0) / height});
     painter.translate(width() / 2.0, this->height() / 2.0);
     painter.scale(scale, scale);
