@@ -89,6 +89,9 @@ function(tavolin_add_library target alias)
         POSITION_INDEPENDENT_CODE ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(NOT TAVOLIN_SANITIZE) # the sanitizers' own are in the programs
+        target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
     tavolin_hide_symbols(${target})
     tavolin_use_precompiled(${target} ${headers})
     tavolin_lead_fuzzers(${target})

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TavolinWidgetsExport.h"
+
 // Whether the computer has a graphics card that OpenGL can use, as far as its devices tell. Quick: loads no driver.
 // True where devices do not tell.
-bool HasGraphicsCard();
+TAVOLINWIDGETS_EXPORT bool HasGraphicsCard();

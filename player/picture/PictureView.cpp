@@ -1,6 +1,7 @@
 #include "player/picture/PictureView.h"
 
 #include "decode/DecodedVideoFrame.h"
+#include "player/picture/GraphicsCard.h"
 #include "player/picture/OpenGlSurface.h"
 #include "player/picture/PictureSurface.h"
 
@@ -45,7 +46,8 @@ std::optional<PictureView::Pixel> PixelOf(DecodedVideoFrame const& picture, QPoi
 PictureView::PictureView(Painting painting, QWidget* parent) : QWidget(parent)
 {
     setMouseTracking(true);
-    openGl = painting != Painting::Painter && OpenGlSurface::IsAvailable(painting == Painting::OpenGl);
+    bool const isWanted = painting == Painting::OpenGl || (painting == Painting::Automatic && HasGraphicsCard());
+    openGl = isWanted && OpenGlSurface::IsAvailable(painting == Painting::OpenGl);
     if (openGl)
         surface = new OpenGlSurface(this);
     else
