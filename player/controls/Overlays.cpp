@@ -292,12 +292,7 @@ QStringList StatisticsOverlay::GetLines() const
 void StatisticsOverlay::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor paper = Theme::panel;
-    paper.setAlpha(225);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(paper);
-    painter.drawRoundedRect(rect(), 6.0, 6.0);
+    Theme::PaintCard(painter, rect());
     int y = cardPadding;
     for (auto const& [name, value] : rows) {
         painter.setPen(Theme::quietText);

@@ -14,7 +14,6 @@ constexpr int fadeTime = 600; // milliseconds
 constexpr int fadeBeat = 40;  // milliseconds
 constexpr int margin = 16;    // pixels from the corner
 constexpr int padding = 8;    // pixels
-constexpr int paperAlpha = 190;
 constexpr int flags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap;
 
 } // namespace
@@ -79,13 +78,8 @@ void Readout::Fade()
 void Readout::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(opacity);
-    QColor paper = Theme::panel;
-    paper.setAlpha(paperAlpha);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(paper);
-    painter.drawRoundedRect(rect(), 6.0, 6.0);
+    Theme::PaintCard(painter, rect());
     painter.setPen(Theme::text);
     painter.drawText(rect().adjusted(padding, padding, -padding, -padding), flags, text);
 }

@@ -109,6 +109,16 @@ void Theme::Prepare()
 #endif
 }
 
+void Theme::PaintCard(QPainter& painter, QRect const& place)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor paper = panel;
+    paper.setAlpha(225);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(paper);
+    painter.drawRoundedRect(place, 5.0, 5.0);
+}
+
 void Theme::Apply(QApplication& application)
 {
     application.setStyle(QStyleFactory::create("Fusion"));

@@ -4,6 +4,8 @@
 #include <QIcon>
 
 class QApplication;
+class QPainter;
+class QRect;
 
 // The window's colours. Dark and neutral, so that they do not influence how the picture looks.
 namespace Theme {
@@ -24,6 +26,7 @@ inline QColor const warning(236, 132, 106);   // notes about something missing
 
 void Prepare(); // before the application is made
 void Apply(QApplication& application);
+void PaintCard(QPainter& painter, QRect const& place); // the background of text over the picture
 
 } // namespace Theme
 

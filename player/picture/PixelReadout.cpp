@@ -73,12 +73,7 @@ void PixelReadout::Place()
 void PixelReadout::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor paper = Theme::panel;
-    paper.setAlpha(225);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(paper);
-    painter.drawRoundedRect(rect(), 4.0, 4.0);
+    Theme::PaintCard(painter, rect());
     painter.fillRect(padding, (height() - swatch) / 2, swatch, swatch, colour);
     painter.setPen(Theme::text);
     painter.drawText(rect().adjusted(swatch + 2 * padding, 0, 0, 0), Qt::AlignVCenter, text);
