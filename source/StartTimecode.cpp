@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QFile>
-#include <QtEndian>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -45,6 +44,15 @@ QString FromTimeAddress(quint32 bits)
                    (bits & 0x40U) != 0);
 }
 
+// The 32-bit number at `at`, which lies within the head.
+quint32 NumberAt(QByteArray const& head, int at, bool isBigEndian)
+{
+    quint32 number = 0;
+    for (int i = 0; i < 4; ++i)
+        number = number << 8 | static_cast<quint8>(head.at(isBigEndian ? at + i : at + 3 - i));
+    return number;
+}
+
 // SMPTE ST 268: the television header has the timecode at 1920. All ones stand for none.
 QString InDpx(QByteArray const& head)
 {
@@ -53,12 +61,9 @@ QString InDpx(QByteArray const& head)
     bool const isBigEndian = head.startsWith("SDPX");
     if ((!isBigEndian && !head.startsWith("XPDS")) || head.size() < place + 4)
         return {};
-    auto const read = [&](int at) {
-        return isBigEndian ? qFromBigEndian<quint32>(head.constData() + at)
-                           : qFromLittleEndian<quint32>(head.constData() + at);
-    };
-    quint32 const bits = read(place);
-    return read(4) >= televisionHeaderEnd && bits != 0xFFFFFFFFU ? FromTimeAddress(bits) : QString();
+    quint32 const bits = NumberAt(head, place, isBigEndian);
+    return NumberAt(head, 4, isBigEndian) >= televisionHeaderEnd && bits != 0xFFFFFFFFU ? FromTimeAddress(bits)
+                                                                                        : QString();
 }
 
 // OpenEXR: the attribute "timeCode" of type "timecode", 8 bytes, low byte first.
@@ -69,7 +74,7 @@ QString InExr(QByteArray const& head)
     int const value = at + static_cast<int>(attribute.size());
     if (!head.startsWith("\x76\x2f\x31\x01") || at < 0 || head.size() < value + 4)
         return {};
-    return FromTimeAddress(qFromLittleEndian<quint32>(head.constData() + value));
+    return FromTimeAddress(NumberAt(head, value, /*isBigEndian=*/false));
 }
 
 // ISO/IEC 13818-2, 6.2.2.6: the time code of the first group of pictures. Where that is not closed, the pictures that
@@ -80,7 +85,7 @@ QString InMpegVideo(QByteArray const& head)
     int const at = static_cast<int>(head.indexOf(startCode));
     if (at < 0 || head.size() < at + 8)
         return {};
-    auto const bits = qFromBigEndian<quint32>(head.constData() + at + 4);
+    auto const bits = NumberAt(head, at + 4, /*isBigEndian=*/true);
     auto const field = [bits](int shift, quint32 mask) { return static_cast<int>(bits >> shift & mask); };
     bool const isClosed = (bits & 0x40U) != 0;
     if (!isClosed)

@@ -4,6 +4,7 @@
 #include "player/controls/ElidedLabel.h"
 #include "player/controls/Theme.h"
 
+#include <QEvent>
 #include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>

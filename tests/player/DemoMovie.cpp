@@ -115,11 +115,12 @@ QString DemoMovie::Make(int pictures, int rotation)
         return {};
     sound.write(Sound(pictures));
     sound.close();
+    // FLAC, because it ends with the pictures: with AAC the length would depend on FFmpeg's version.
     QString const upright = Folder().filePath("upright.mp4");
-    if (!RunFfmpeg({"-f",      "rawvideo", "-pix_fmt", "rgb24", "-s",    "320x240", "-r", "25", "-i",
-                    raw,       "-f",       "s16le",    "-ar",   "48000", "-ac",     "2",  "-i", sound.fileName(),
-                    "-c:v",    "libx264",  "-preset",  "fast",  "-bf",   "3",       "-g", "50", "-pix_fmt",
-                    "yuv420p", "-c:a",     "aac",      "-b:a",  "192k",  upright}))
+    if (!RunFfmpeg({"-f",      "rawvideo", "-pix_fmt", "rgb24",   "-s",    "320x240", "-r", "25", "-i",
+                    raw,       "-f",       "s16le",    "-ar",     "48000", "-ac",     "2",  "-i", sound.fileName(),
+                    "-c:v",    "libx264",  "-preset",  "fast",    "-bf",   "3",       "-g", "50", "-pix_fmt",
+                    "yuv420p", "-c:a",     "flac",     "-strict", "-2",    upright}))
         return {};
     QFile made(upright);
     if (!made.open(QIODevice::ReadOnly))

@@ -28,8 +28,8 @@ protected:
     void StartCoded(char const* timecode = "01:00:10:00")
     {
         path = home.filePath("coded.mov");
-        ASSERT_EQ(QProcess::execute("ffmpeg", {"-v", "error", "-y", "-i", DemoMovie::Make(pictures), "-map", "0", "-c",
-                                               "copy", "-timecode", timecode, path}),
+        ASSERT_EQ(QProcess::execute("ffmpeg", {"-v", "error", "-y", "-i", DemoMovie::Make(pictures), "-map", "0",
+                                               "-c:v", "copy", "-c:a", "pcm_s16le", "-timecode", timecode, path}),
                   0);
         StartNumbered(path);
     }

@@ -307,12 +307,26 @@ TEST(PictureIndexReaderTest, PacketsWithoutTimesAmongOthersHaveNoIndex)
     EXPECT_FALSE(IndexOf(Made("open-cut-hevc.mkv", "-ss 2.5 -i " + whole + " -c copy")));
 }
 
+// FFmpeg 4.3 marks none of them: there decoding has to find out.
+bool HasMarkedPackets(QString const& path)
+{
+    ReferenceInput input(path, AVMEDIA_TYPE_VIDEO);
+    for (auto packet = input.NextPacket(); packet && packet->size > 0; packet = input.NextPacket()) {
+        if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0)
+            return true;
+    }
+    return false;
+}
+
 TEST(PictureIndexReaderTest, PacketsMarkedAsDamagedHaveNoIndex)
 {
     QByteArray bytes = ReadMedia(Clips::Made("stream.ts"));
     constexpr int packet = 188;
     bytes.remove(bytes.size() / packet / 2 * packet, 40 * packet); // FFmpeg sees the gap in the packets' counters
-    EXPECT_FALSE(IndexOf(WriteMedia("gap.ts", bytes)));
+    QString const path = WriteMedia("gap.ts", bytes);
+    if (!HasMarkedPackets(path))
+        GTEST_SKIP() << "this FFmpeg does not mark them";
+    EXPECT_FALSE(IndexOf(path));
 }
 
 TEST(PictureIndexReaderTest, AFileThatIsGoneHasNoIndex)

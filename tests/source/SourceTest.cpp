@@ -2,6 +2,7 @@
 
 #include "media/MediaInfo.h"
 #include "source/SoundStream.h"
+#include "tests/support/GreyExr.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
@@ -29,60 +30,6 @@ QString Still(QString const& name, QStringList const& arguments = {})
     return MakeMedia(name, Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"} + arguments);
 }
 
-template <typename Value>
-void Append(QByteArray& bytes, Value value)
-{
-    bytes.append(reinterpret_cast<char const*>(&value), sizeof value);
-}
-
-void AppendAttribute(QByteArray& bytes, char const* name, char const* type, QByteArray const& value)
-{
-    bytes += QByteArray(name) + '\0' + type + '\0';
-    Append<int32_t>(bytes, static_cast<int32_t>(value.size()));
-    bytes += value;
-}
-
-// A grey OpenEXR image without compression, which not every ffmpeg can write.
-QString ExrStill(QString const& name)
-{
-    constexpr int width = 32;
-    constexpr int height = 16;
-    constexpr int channels = 3;
-    QByteArray channelList;
-    for (char const channel : {'B', 'G', 'R'}) {
-        channelList += QByteArray(1, channel) + '\0';
-        for (int32_t const value : {1, 0, 1, 1}) // half floats, for looking at, every pixel
-            Append(channelList, value);
-    }
-    QByteArray window;
-    for (int32_t const edge : {0, 0, width - 1, height - 1})
-        Append(window, edge);
-    QByteArray one;
-    Append(one, 1.0f);
-
-    QByteArray bytes = QByteArray::fromHex("762f310102000000");
-    AppendAttribute(bytes, "channels", "chlist", channelList + '\0');
-    AppendAttribute(bytes, "compression", "compression", QByteArray(1, 0));
-    AppendAttribute(bytes, "dataWindow", "box2i", window);
-    AppendAttribute(bytes, "displayWindow", "box2i", window);
-    AppendAttribute(bytes, "lineOrder", "lineOrder", QByteArray(1, 0));
-    AppendAttribute(bytes, "pixelAspectRatio", "float", one);
-    AppendAttribute(bytes, "screenWindowCenter", "v2f", QByteArray(8, 0));
-    AppendAttribute(bytes, "screenWindowWidth", "float", one);
-    bytes += '\0';
-
-    constexpr int rowBytes = width * channels * 2;
-    auto const rows = static_cast<uint64_t>(bytes.size()) + height * sizeof(uint64_t);
-    for (uint64_t row = 0; row < height; ++row)
-        Append(bytes, rows + row * (2 * sizeof(int32_t) + rowBytes));
-    for (int32_t row = 0; row < height; ++row) {
-        Append(bytes, row);
-        Append<int32_t>(bytes, rowBytes);
-        bytes += QByteArray::fromHex("0038").repeated(rowBytes / 2); // 0.5
-    }
-    return WriteMedia(name, bytes);
-}
-
 QString SoundWithCover()
 {
     QString const cover = Still("cover.png");
@@ -103,7 +50,7 @@ QString ImagesInARow(QString const& suffix, int count)
 TEST(SourceTest, TellsStillImagesFromMovies)
 {
     for (char const* name : {"a.png", "a.jpg", "a.bmp", "a.tif", "a.tga", "a.dpx", "a.exr", "a.ppm", "a.sgi"}) {
-        Opened const opened(QString(name).endsWith("exr") ? ExrStill(name) : Still(name));
+        Opened const opened(QString(name).endsWith("exr") ? WriteGreyExr(name) : Still(name));
         ASSERT_TRUE(opened.isOpen) << name;
         EXPECT_TRUE(opened.source.GetInfo()->IsImage()) << name;
         EXPECT_EQ(opened.source.Describe(), "still image") << name;
@@ -173,8 +120,8 @@ TEST(SourceTest, ReadsOpenExrAsLinearLight)
 {
     QTemporaryDir const folder;
     for (char const* name : {"take.1.exr", "take.2.exr"})
-        ASSERT_TRUE(QFile::copy(ExrStill("a.exr"), folder.filePath(name)));
-    for (Source const& source : {Source::Open(ExrStill("a.exr")), Source::Open(folder.filePath("take.#.exr"))}) {
+        ASSERT_TRUE(QFile::copy(WriteGreyExr("a.exr"), folder.filePath(name)));
+    for (Source const& source : {Source::Open(WriteGreyExr("a.exr")), Source::Open(folder.filePath("take.#.exr"))}) {
         auto const pictures = source.OpenPictures();
         PictureStream::Picture picture;
         while (pictures->Read(picture) == ReadResult::Got)
@@ -239,7 +186,7 @@ TEST(SourceTest, SaysWhyAFileCannotBeUsed)
 
 TEST(SourceTest, TakesOpenExrForLinearLight)
 {
-    EXPECT_TRUE(Opened(ExrStill("a.exr")).source.GetInfo()->IsLinearColorSpace());
+    EXPECT_TRUE(Opened(WriteGreyExr("a.exr")).source.GetInfo()->IsLinearColorSpace());
     EXPECT_FALSE(Opened(Still("a.dpx")).source.GetInfo()->IsLinearColorSpace());
 }
 
