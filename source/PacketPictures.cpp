@@ -33,8 +33,7 @@ void PacketPictures::ParserDeleter::operator()(AVCodecParserContext* freed) cons
     av_parser_close(freed);
 }
 
-PacketPictures::PacketPictures(AVCodecParameters const& parameters)
-    : codec(parameters.codec_id), awaitedField(AV_PICTURE_STRUCTURE_UNKNOWN)
+PacketPictures::PacketPictures(AVCodecParameters const& parameters) : codec(parameters.codec_id)
 {
     if (parameters.codec_id != AV_CODEC_ID_H264)
         return;

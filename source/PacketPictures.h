@@ -29,5 +29,5 @@ private:
     int codec; // FFmpeg's
     FfmpegPtr<AVCodecContext> context;
     std::unique_ptr<AVCodecParserContext, ParserDeleter> parser;
-    int awaitedField; // that completes the picture begun last
+    int awaitedField = 0; // AV_PICTURE_STRUCTURE_...; that completes the picture begun last
 };

@@ -111,8 +111,7 @@ void PictureLook::Apply(QImage& painted) const
 
 QImage PictureLook::ImageOf(DecodedVideoFrame const& picture, bool lowerFieldFirst) const
 {
-    QImage const image(picture.data, picture.width, picture.height, PaddedRowBytes(picture.width),
-                       QImage::Format_RGB888);
+    QImage image(picture.data, picture.width, picture.height, PaddedRowBytes(picture.width), QImage::Format_RGB888);
     switch (fields) {
     case Fields::First:
         return FirstField(image, lowerFieldFirst);

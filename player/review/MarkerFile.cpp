@@ -251,7 +251,7 @@ MarkerFile::Content MarkerFile::FromJson(QByteArray const& bytes)
         AddObject(content, MarkerRow::Kind::In, object["in"]);
     if (object.contains("out"))
         AddObject(content, MarkerRow::Kind::Out, object["out"]);
-    for (QJsonValue const& marker : object["markers"].toArray())
+    for (auto const& marker : object["markers"].toArray())
         AddObject(content, MarkerRow::Kind::Marker, marker);
     return content;
 }

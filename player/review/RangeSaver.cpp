@@ -113,7 +113,7 @@ QString RangeSaver::SavePictures()
 QString RangeSaver::FindExisting(long long first, long long last) const
 {
     for (long long number = first; number <= last && !stopped; ++number) {
-        QString const path = PicturePath(job.path, job.firstNumber + number);
+        QString path = PicturePath(job.path, job.firstNumber + number);
         if (QFileInfo::exists(path))
             return path;
     }

@@ -82,7 +82,7 @@ QString Quoted(QString const& text)
 QString Offered(Option const& option)
 {
     OptionValue const value = OptionValue::Of(option);
-    QString const name = SpellingsOf(option).first();
+    QString name = SpellingsOf(option).first();
     if (value.kind == OptionValue::Kind::Words)
         return value.onlyWithEqualsSign ? name + QLatin1Char(' ') + name + QLatin1Char('=') : name + QLatin1Char('=');
     return name;
