@@ -195,7 +195,7 @@ TEST_F(SmallScreenTest, DrawsItsIconsInThePixelsOfTheScreen)
 {
     auto* button = Child<QToolButton>();
     qreal const scale = window->devicePixelRatioF();
-    QPixmap const icon = button->icon().pixmap(window->windowHandle(), QSize(20, 20));
+    QPixmap const icon = button->icon().pixmap(QSize(20, 20));
     EXPECT_EQ(icon.width(), static_cast<int>(20 * scale));
     // Edges are sharp: a symbol drawn in other pixels and scaled has more shades than one drawn in these.
     EXPECT_EQ(icon.devicePixelRatio(), scale);
