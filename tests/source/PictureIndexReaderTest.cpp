@@ -10,6 +10,10 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 #include <gtest/gtest.h>
 
 #include <cctype>
