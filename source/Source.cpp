@@ -247,8 +247,9 @@ void Source::TakeStreams(AVFormatContext const& input)
         stream.isAttachedPicture = (announced.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
         stream.bitRate = announced.codecpar->bit_rate;
         stream.frameCount = announced.nb_frames;
-        AVFieldOrder const order = announced.codecpar->field_order; // as coded, then as shown
-        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_TB;
+        // FFmpeg writes and reads the first letter as the field that is shown first.
+        AVFieldOrder const order = announced.codecpar->field_order;
+        stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_BT;
         streams.append(stream);
     }
 }

@@ -1,5 +1,7 @@
 #include "source/StartTimecode.h"
 
+#include "common/Timecode.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -125,6 +127,20 @@ StartTimecode InStreams(AVFormatContext const& input)
     return found;
 }
 
+// That of the pictures, unless no timecode has such a rate: FFmpeg 7.1 gives a raw DV stream its ticks per second for
+// an average. The rate that FFmpeg guesses from the first packets is right there.
+double RateOfPictures(AVFormatContext const& input, double pictureRate)
+{
+    if (pictureRate <= Timecode::highestRate)
+        return pictureRate;
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        AVStream const& stream = *input.streams[i];
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && stream.r_frame_rate.den > 0)
+            return av_q2d(stream.r_frame_rate);
+    }
+    return pictureRate;
+}
+
 } // namespace
 
 StartTimecode StartTimecode::Of(AVFormatContext const& input, QString const& path, double pictureRate)
@@ -135,7 +151,7 @@ StartTimecode StartTimecode::Of(AVFormatContext const& input, QString const& pat
     if (found.text.isEmpty() && IsMpegStream(input))
         found.text = InMpegVideo(HeadOf(path));
     if (found.rate <= 0.0)
-        found.rate = pictureRate;
+        found.rate = RateOfPictures(input, pictureRate);
     return found;
 }
 
