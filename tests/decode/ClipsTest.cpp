@@ -21,7 +21,6 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <map>
 #include <string>
@@ -58,12 +57,7 @@ std::vector<std::string> ClipNames()
 
 std::string TestName(testing::TestParamInfo<std::string> const& info)
 {
-    std::string name = info.param;
-    for (char& letter : name) {
-        if (!std::isalnum(static_cast<unsigned char>(letter)))
-            letter = '_';
-    }
-    return name;
+    return Clips::TestName(info.param);
 }
 
 double RateOf(QString const& text)

@@ -12,7 +12,6 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-#include <cctype>
 #include <string>
 #include <vector>
 
@@ -21,23 +20,7 @@ extern "C" {
 class ClipTest : public testing::TestWithParam<std::string>
 {
 public:
-    static std::vector<std::string> AllMovies()
-    {
-        std::vector<std::string> names = Clips::MadeNames();
-        for (std::string const& name : Clips::DifficultNames())
-            names.push_back(name);
-        for (std::string const& name : Clips::RealMovieNames())
-            names.push_back("real/" + name);
-        return names;
-    }
-
-    static std::string TestName(testing::TestParamInfo<std::string> const& info)
-    {
-        std::string name = info.param;
-        for (char& character : name)
-            character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
-        return name;
-    }
+    static std::string TestName(testing::TestParamInfo<std::string> const& info) { return Clips::TestName(info.param); }
 
 protected:
     void SetUp() override

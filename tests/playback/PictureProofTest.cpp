@@ -18,7 +18,7 @@ constexpr long long farAhead = 1000000000000LL;
 
 std::vector<std::string> AllClips()
 {
-    std::vector<std::string> names = ClipTest::AllMovies();
+    std::vector<std::string> names = Clips::MovieNames();
     names.emplace_back("sequence");
     return names;
 }

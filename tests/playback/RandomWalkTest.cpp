@@ -267,10 +267,7 @@ TEST_P(RandomWalkTest, ShowsTheRightPicturesAndKeepsItsBounds)
 
 std::string TestName(testing::TestParamInfo<Clip> const& info)
 {
-    std::string name = info.param.name;
-    for (char& character : name)
-        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
-    return name;
+    return Clips::TestName(info.param.name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, RandomWalkTest, testing::ValuesIn(AllClips()), TestName);

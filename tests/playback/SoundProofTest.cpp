@@ -288,10 +288,7 @@ TEST_P(SoundProofTest, FromTheBeginningToTheEndNoSampleIsMissingOrRepeated)
 
 std::string TestName(testing::TestParamInfo<std::string> const& info)
 {
-    std::string name = info.param;
-    for (char& character : name)
-        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
-    return name;
+    return Clips::TestName(info.param);
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, SoundProofTest, testing::ValuesIn(AllSounds()), TestName);

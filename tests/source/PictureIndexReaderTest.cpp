@@ -16,8 +16,6 @@ extern "C" {
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-
 namespace {
 
 using Index = std::shared_ptr<PictureIndex const>;
@@ -85,22 +83,12 @@ class PictureIndexReaderClipTest : public testing::TestWithParam<std::string>
 public:
     static std::vector<std::string> Names()
     {
-        std::vector<std::string> names = Clips::MadeNames();
-        for (std::string const& name : Clips::DifficultNames())
-            names.push_back(name);
-        for (std::string const& name : Clips::RealMovieNames())
-            names.push_back("real/" + name);
+        std::vector<std::string> names = Clips::MovieNames();
         names.erase(std::remove_if(names.begin(), names.end(), Clips::IsDamaged), names.end());
         return names;
     }
 
-    static std::string TestName(testing::TestParamInfo<std::string> const& info)
-    {
-        std::string name = info.param;
-        for (char& character : name)
-            character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
-        return name;
-    }
+    static std::string TestName(testing::TestParamInfo<std::string> const& info) { return Clips::TestName(info.param); }
 };
 
 TEST_P(PictureIndexReaderClipTest, HasThePicturesThatDecodingGives)
@@ -138,10 +126,7 @@ class PictureIndexReaderPackingTest : public testing::TestWithParam<Packing>
 public:
     static std::string TestName(testing::TestParamInfo<Packing> const& info)
     {
-        std::string name = info.param.name;
-        std::replace_if(
-            name.begin(), name.end(), [](unsigned char letter) { return !std::isalnum(letter); }, '_');
-        return name;
+        return Clips::TestName(info.param.name);
     }
 };
 

@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <stdexcept>
 
@@ -277,6 +278,23 @@ std::vector<std::string> Clips::RealMovieNames()
             "ts-mpeg2-first-picture-negative.ts",
             "webm-vp9-161x121.webm",
             "webm-vp9-opus-no-duration.webm"};
+}
+
+std::vector<std::string> Clips::MovieNames()
+{
+    std::vector<std::string> names = MadeNames();
+    for (std::string const& name : DifficultNames())
+        names.push_back(name);
+    for (std::string const& name : RealMovieNames())
+        names.push_back("real/" + name);
+    return names;
+}
+
+std::string Clips::TestName(std::string name)
+{
+    for (char& character : name)
+        character = std::isalnum(static_cast<unsigned char>(character)) ? character : '_';
+    return name;
 }
 
 bool Clips::IsDamaged(std::string const& name)

@@ -23,6 +23,8 @@ QString MadeSequence();
 std::vector<std::string> MadeNames();      // with pictures
 std::vector<std::string> DifficultNames(); // made; decoding cannot easily start in their middle
 std::vector<std::string> RealMovieNames(); // those that can be decoded
+std::vector<std::string> MovieNames();     // all of these, the real ones with "real/" in front
+std::string TestName(std::string name);    // with "_" for what GoogleTest does not take
 
 bool IsDamaged(std::string const& name);
 
