@@ -10,6 +10,8 @@ extern "C" {
 #include <libavutil/cpu.h>
 }
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -90,7 +92,7 @@ std::vector<short> AtSpeed(std::vector<short> const& samples, int channels, doub
 
 } // namespace
 
-Video::Video(QString const& path, Options const& options, StopCheck const& stop)
+Video::Video(QString const& path, Options const& options, StopCheck const& stop) : process(getpid())
 {
     description.path = path;
     SourceOptions const sourceOptions = OptionsOf(options);
@@ -135,10 +137,31 @@ void Video::OpenPictures(Source const& source, long long cacheBytes, StopCheck c
     }
 }
 
-Video::~Video() = default;
+// The codecs wait for their threads to end, which never ran in a process that was forked off.
+Video::~Video()
+{
+    if (!IsForked())
+        return;
+    static_cast<void>(pictures.release());
+    static_cast<void>(sound.release());
+}
+
+bool Video::IsForked() const
+{
+    return getpid() != process;
+}
+
+std::unique_lock<std::mutex> Video::Lock() const
+{
+    if (IsForked()) // somebody may have held the lock then, and nobody will ever release it
+        throw Forked();
+    return std::unique_lock(mutex);
+}
 
 void Video::Close()
 {
+    if (IsForked())
+        return;
     std::lock_guard const lock(mutex);
     isClosed = true;
     pictures.reset();
@@ -172,7 +195,7 @@ long long Video::GetDuration() const
 {
     if (description.kind == "still image")
         return 0;
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     long long const known = pictures && !IsOnePicture() ? pictures->GetEnd() : -1;
     return std::max(known, expectedDuration);
 }
@@ -187,7 +210,7 @@ Video::Picture Video::At(long long time, StopCheck const& stop)
 
 Video::Picture Video::FindAt(long long time, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     OpenedPictures();
     if (time < 0)
         return nullptr;
@@ -197,7 +220,7 @@ Video::Picture Video::FindAt(long long time, StopCheck const& stop)
 
 Video::Picture Video::FindLast(StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     return Find(latest, stop);
 }
 
@@ -238,14 +261,14 @@ Video::Picture Video::Step(DecodedVideoFrame const& picture, long long count, St
 
 Video::Picture Video::FindNeighbour(DecodedVideoFrame const& picture, bool isLater, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     PictureSpan& span = OpenedPictures();
     return isLater ? span.After(picture, stop) : span.Before(picture, stop);
 }
 
 Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     SoundStream& stream = OpenedSound();
     int const rate = stream.GetSampleRate();
     Sound result;
