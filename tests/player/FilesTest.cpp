@@ -127,7 +127,8 @@ TEST_F(PlayerFilesTest, PlaysTheSoundOfAMovieWhosePicturesHaveNoDecoderWithANote
     })) << qPrintable(Note());
     EXPECT_EQ(Status().kind, SourceKind::Sound);
     EXPECT_TRUE(Eventually([&] { return !window->isVisible(); }));
-    EXPECT_GT(QFileInfo(home.filePath("played.wav")).size(), 48000 * 4 * 3 / 2); // most of two seconds
+    // Two seconds, but perhaps for the last block of 10 ms.
+    EXPECT_GE(QFileInfo(home.filePath("played.wav")).size(), 4 * (2 * 48000 - 480));
     EXPECT_EQ(window->GetExitCode(), 4);
 }
 
@@ -139,7 +140,7 @@ TEST_F(PlayerFilesTest, ShowsAnExrImageAsBrightAsItIsDecodedElsewhere)
     ASSERT_EQ(Source::OpenFile(image).OpenPictures()->ReadAt(0, decoded), ReadResult::Got);
     Start({image});
     EXPECT_TRUE(ShowsGrey(decoded->data[0])) << int(decoded->data[0]);
-    EXPECT_NEAR(decoded->data[0], 255.0 * std::pow(0.5, 1 / 2.2), 3.0); // light, encoded for a display
+    EXPECT_NEAR(decoded->data[0], 255.0 * std::pow(0.5, 1 / 2.2), 0.5); // light, encoded for a display
 }
 
 TEST_F(PlayerFilesTest, KeepsAStillUntilTheNextKey)
@@ -290,13 +291,12 @@ TEST_F(PlayerFilesTest, ShowsDamage)
     auto const damage = Status().damage;
     ASSERT_GT(damage.size(), 1); // the note says "pictures"
     auto* timeline = Child<Timeline>();
-    ASSERT_TRUE(Eventually([&] {
-        QImage const marks = timeline->grab().toImage();
-        QColor const mark = marks.pixelColor(timeline->XAt(damage.first()), 20);
+    auto const isRed = [&](long long time) {
+        QColor const mark = timeline->grab().toImage().pixelColor(timeline->XAt(time), 20);
         return mark.red() > 200 && mark.green() < 100;
-    }));
-    QColor const beside = timeline->grab().toImage().pixelColor(timeline->XAt(400000), 20);
-    EXPECT_LT(beside.red(), 100);
+    };
+    ASSERT_TRUE(Eventually([&] { return isRed(damage.first()); }));
+    EXPECT_FALSE(isRed(400000));
     EXPECT_TRUE(Note().startsWith(QString("%1 pictures are damaged, the first at 0:00:01.").arg(damage.size())))
         << qPrintable(Note());
     Press(Qt::Key_Tab);

@@ -96,6 +96,9 @@ struct Sound
 // asked for.
 Sound const& DecodeSound(QString const& path);
 
+// The green of the first pixel of a picture of 8-bit 4:2:0 in limited range, by the formula of ITU-R BT.709 or BT.601.
+double FirstGreen(QString const& path, bool isBt709);
+
 QString SoundCodec(QString const& path); // of the best audio stream
 
 // The container time of the first picture of the best video stream; 0 without one.

@@ -67,7 +67,7 @@ TEST_F(FrameCommandTest, WritesTheVeryPicture)
     EXPECT_EQ(Md5(written.mid(header.size())), ShowingAt(DecodePlainly(PlainMovie()), 2050000).md5);
 }
 
-// Crimson, (200, 30, 60), coded without loss by the matrix of HD and tagged so.
+// Crimson, coded by the matrix of HD and tagged so.
 TEST_F(FrameCommandTest, FollowsTheStreamUnlessToldOtherwise)
 {
     QString const clip =
@@ -81,7 +81,8 @@ TEST_F(FrameCommandTest, FollowsTheStreamUnlessToldOtherwise)
         EXPECT_EQ(RunTavolin(arguments).exitCode, 0);
         auto const green = static_cast<uint8_t>(Written("a.ppm").at(QByteArray("P6\n1280 720\n255\n").size() + 1));
         bool const isPlain = QString(colours).endsWith("plain");
-        EXPECT_NEAR(green, isPlain ? 9 : 30, isPlain ? 3 : 2) << colours;
+        // The stream's are rounded; libswscale's quick converter is up to 2 off.
+        EXPECT_NEAR(green, Reference::FirstGreen(clip, !isPlain), isPlain ? 2.0 : 0.5) << colours;
     }
     EXPECT_EQ(RunTavolin({"frame", clip, "--at", "0", "-o", PathOf("a.ppm"), "--colours=other"}).exitCode, 2);
 }
