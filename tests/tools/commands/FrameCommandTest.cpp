@@ -105,7 +105,7 @@ TEST_F(FrameCommandTest, WritesToStandardOutputWithMessagesBesideIt)
     EXPECT_EQ(png.exitCode, 0);
     EXPECT_EQ(png.errors, "tavolin: the picture at 00:00:01.000 (1000000us), 96x64\n");
     RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.png")});
-    EXPECT_GT(png.output.size(), 100);
+    EXPECT_TRUE(png.output.startsWith("\x89PNG"));
     EXPECT_EQ(png.output, Written("a.png"));
     for (char const* format : {"ppm", "pnm"})
         EXPECT_TRUE(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", format})
@@ -217,7 +217,7 @@ TEST_F(FrameCommandTest, WritesAPictureOfAMovieWhoseSoundHasNoDecoder)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
     RunTavolin({"frame", PlainMovie(), "--at", "2", "-o", PathOf("whole.ppm")});
-    EXPECT_GT(Written("whole.ppm").size(), 3 * 96 * 64);
+    EXPECT_EQ(Written("whole.ppm").size(), QByteArray("P6\n96 64\n255\n").size() + 3 * 96 * 64);
     EXPECT_EQ(Written("deaf.ppm"), Written("whole.ppm"));
 }
 
