@@ -21,6 +21,10 @@ struct Entry
 // In natural order; empty when nothing in the folder can be played, and when it cannot be read.
 QList<Entry> Read(QString const& path);
 
+// By the ending of the name, for files that are no images by their first bytes.
+bool IsMovieOrSound(QString const& path);
+bool IsSound(QString const& path);
+
 // Natural order of names: numbers by their value (2 before 10), letters whatever their case.
 bool ComesBefore(QString const& one, QString const& other);
 
