@@ -92,8 +92,7 @@ struct Sound
     std::vector<short> samples;
 };
 
-// All samples of the best audio stream in sequence as 16 bits, ignoring their times. Caches those of the last file
-// asked for.
+// All samples of the best audio stream in sequence as 16 bits, ignoring their times. Decoded once per process.
 Sound const& DecodeSound(QString const& path);
 
 QString SoundCodec(QString const& path); // of the best audio stream
