@@ -247,6 +247,17 @@ TEST(CheckCommandTest, ReportsInJson)
     EXPECT_EQ(objects[3]["error"]["string"], "File not found: /nowhere/a.mp4");
 }
 
+TEST(CheckCommandTest, TellsInJsonWhyNothingCanBeDecoded)
+{
+    QString const blind =
+        WithoutDecoder("blind.mp4", MovingPicture("plain.mp4", {"-c:v", "libx264", "-g", "50"}), "avc1");
+    ToolRun const run = RunTavolin({"check", "--json", blind});
+    EXPECT_EQ(run.exitCode, 3);
+    QJsonObject const object = QJsonDocument::fromJson(run.output).object();
+    EXPECT_EQ(object["format"].toObject()["filename"], blind);
+    EXPECT_EQ(object["error"].toObject()["string"], "Failed to find video stream (Decoder not found)");
+}
+
 TEST(CheckCommandTest, GivesOneJsonObjectForOneFile)
 {
     ToolRun const run = RunTavolin({"check", "--json", CutInHalf("cut.mkv", Good())});
