@@ -243,6 +243,8 @@ TEST(CheckCommandTest, ReportsInJson)
     QJsonObject const leftOut = objects[2]["tavolin"]["left_out"][0].toObject();
     EXPECT_EQ(leftOut["index"], 1);
     EXPECT_EQ(leftOut["codec_type"], "audio");
+    EXPECT_EQ(leftOut["codec_name"], "unknown");
+    EXPECT_EQ(leftOut["codec_tag_string"], "zzzz");
     EXPECT_EQ(objects[3]["format"]["filename"], "/nowhere/a.mp4");
     EXPECT_EQ(objects[3]["error"]["string"], "File not found: /nowhere/a.mp4");
 }
