@@ -207,6 +207,12 @@ ImageSequence ImageSequence::Find(QString const& path, SequenceHoles holes, QStr
     return {};
 }
 
+QString ImageSequence::RowOf(QString const& fileName)
+{
+    auto const name = SplitAtLastNumber(fileName);
+    return name ? name->prefix + QLatin1Char('/') + name->suffix : QString();
+}
+
 ImageSequence ImageSequence::FromFile(QString const& path)
 {
     ImageSequence sequence;

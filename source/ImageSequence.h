@@ -24,6 +24,9 @@ public:
     // `error` says why in one sentence. With SequenceHoles::Refuse a row with a hole is a failure.
     static ImageSequence Find(QString const& path, SequenceHoles holes, QString& error);
 
+    // What the names of one row have in common: the name with "/" instead of its number; empty without a number.
+    static QString RowOf(QString const& fileName);
+
     static ImageSequence FromFile(QString const& path); // a row of this one
 
     bool IsEmpty() const;                   // no file at all

@@ -77,6 +77,20 @@ bool MediaFolder::IsMovieOrSound(QString const& path)
     return IsMovie(path) || IsSound(path);
 }
 
+MediaFolder::Names::Names(QStringList const& names)
+{
+    for (QString const& name : names)
+        ++rows[ImageSequence::RowOf(name)];
+}
+
+MediaFolder::Names::Names(QString const& path) : Names(QDir(path).entryList(QDir::Files, QDir::Unsorted)) {}
+
+bool MediaFolder::Names::IsAlone(QString const& name) const
+{
+    QString const row = ImageSequence::RowOf(name);
+    return row.isEmpty() || rows.value(row) <= 1;
+}
+
 bool MediaFolder::ComesBefore(QString const& one, QString const& other)
 {
     int i = 0;
@@ -99,6 +113,7 @@ QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
     QDir const folder(QFileInfo(path).absoluteFilePath());
     QStringList names = folder.entryList(QDir::Files);
     std::sort(names.begin(), names.end(), ComesBefore);
+    Names const listed(names);
     QList<Entry> entries;
     QSet<QString> taken; // files of rows
     for (QString const& name : names) {
@@ -108,6 +123,10 @@ QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
         if (ImageFormatOf(file).isEmpty()) {
             if (IsMovieOrSound(name) || IsOtherImage(name))
                 entries.append({file, false});
+            continue;
+        }
+        if (listed.IsAlone(name)) {
+            entries.append({file, false});
             continue;
         }
         QString error;

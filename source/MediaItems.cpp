@@ -5,6 +5,7 @@
 #include "source/MediaFolder.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -68,9 +69,12 @@ private:
     {
         if (taken.contains(QFileInfo(path).absoluteFilePath()))
             return;
+        if (TakesStills() || NamesBeside(path).IsAlone(QFileInfo(path).fileName())) {
+            items.append({path, false, 0});
+            return;
+        }
         QString error;
-        ImageSequence const sequence =
-            TakesStills() ? ImageSequence::FromFile(path) : ImageSequence::Find(path, SequenceHoles::Hold, error);
+        ImageSequence const sequence = ImageSequence::Find(path, SequenceHoles::Hold, error);
         QStringList const files = sequence.GetFiles();
         bool const isSequence = files.size() > 1;
         items.append({path, isSequence, isSequence ? sequence.GetIndexOf(path) : 0});
@@ -78,6 +82,14 @@ private:
             return;
         for (QString const& file : files)
             taken.insert(file);
+    }
+
+    MediaFolder::Names const& NamesBeside(QString const& path)
+    {
+        QString const folder = QFileInfo(path).absolutePath();
+        if (!folders.contains(folder))
+            folders.insert(folder, MediaFolder::Names(folder));
+        return *folders.constFind(folder);
     }
 
     void AddEach(QStringList const& files)
@@ -94,7 +106,8 @@ private:
 
     MediaItems::Rows rows;
     QList<MediaItem> items;
-    QSet<QString> taken; // files of the sequences
+    QSet<QString> taken;                        // files of the sequences
+    QHash<QString, MediaFolder::Names> folders; // by path
 };
 
 bool IsSequence(MediaItem const& item)

@@ -1,4 +1,3 @@
-#include "common/Logger.h"
 #include "common/TimeText.h"
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
@@ -91,7 +90,7 @@ ExitCode Check(MediaItem const& item, SourceOptions const& options, MessageLog& 
         return check.Run();
     }();
     if (!isOpen) {
-        Logger::GetInstance().Error(QStringLiteral("cannot be opened for decoding"));
+        Console::Say(source->GetName() + QStringLiteral(": cannot be opened for decoding")); // the log has said why
         return CannotOpen(source->GetName(), log, objects);
     }
     log.EndSource();
