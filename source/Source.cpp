@@ -307,7 +307,7 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
         auto const cover = DecodeCover(info, options.colours, stop);
         return cover ? std::make_unique<SinglePicture>(cover) : nullptr;
     }
-    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours);
+    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours, options.movieThreads);
     return movie->Open() ? std::move(movie) : nullptr;
 }
 
