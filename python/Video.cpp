@@ -3,8 +3,11 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
+#include "source/MediaItems.h"
 #include "source/SoundStream.h"
 #include "source/Source.h"
+
+#include <QFileInfo>
 
 extern "C" {
 #include <libavutil/cpu.h>
@@ -92,12 +95,26 @@ std::vector<short> AtSpeed(std::vector<short> const& samples, int channels, doub
 
 } // namespace
 
+Source Video::OpenSource(QString const& path, bool isSequence, SourceOptions const& options)
+{
+    if (isSequence)
+        return Source::OpenSequence(path, options);
+    auto const rows = QFileInfo(path).isFile() ? MediaItems::Rows::Stills : MediaItems::Rows::Sequences;
+    QString error;
+    auto const item = MediaItems::OnlyOne(path, MediaItems::Half::Pictures, rows, error);
+    if (!item)
+        throw OpenError((path + QStringLiteral(": ") + error).toStdString());
+    Source source = item->isSequence ? Source::OpenSequence(item->path, options) : Source::Open(item->path, options);
+    if (source.GetKind() == SourceKind::None && QFileInfo(item->path).isDir())
+        throw OpenError((path + QStringLiteral(": there are no media files in this folder")).toStdString());
+    return source;
+}
+
 Video::Video(QString const& path, Options const& options, StopCheck const& stop) : process(getpid())
 {
     description.path = path;
     SourceOptions const sourceOptions = OptionsOf(options);
-    Source const source =
-        options.isSequence ? Source::OpenSequence(path, sourceOptions) : Source::Open(path, sourceOptions);
+    Source const source = OpenSource(path, options.isSequence, sourceOptions);
     if (stop())
         throw PictureSpan::Interrupted();
     if (source.GetKind() == SourceKind::None)
