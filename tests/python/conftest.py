@@ -13,6 +13,7 @@ import pytest
 
 FFMPEG = os.environ.get("TAVOLIN_FFMPEG", "ffmpeg")
 CLIPS = pathlib.Path(os.environ["TAVOLIN_CLIPS"])
+PRELOAD = os.environ.pop("LD_PRELOAD", None)  # of a sanitizer: for interpreters, and not for the commands
 WIDTH, HEIGHT = 96, 64  # of the moving picture
 
 
@@ -52,6 +53,11 @@ def clip(name):
 
 def sum_of(frame):
     return hashlib.md5(np.ascontiguousarray(frame.pixels)).hexdigest()
+
+
+def interpreter_environment():
+    """For another interpreter that imports the module."""
+    return {**os.environ, "LD_PRELOAD": PRELOAD} if PRELOAD else dict(os.environ)
 
 
 def steady(finding):

@@ -11,7 +11,8 @@ import time
 import numpy as np
 import pytest
 import tavolin
-from conftest import CLIPS, clip, make_media, moving_picture, plain_pictures, steady, sum_of
+from conftest import (CLIPS, clip, interpreter_environment, make_media, moving_picture, plain_pictures, steady,
+                      sum_of)
 
 COMMAND = os.environ["TAVOLIN_COMMAND"]
 
@@ -146,7 +147,7 @@ except tavolin.OpenError:
     pass
 """
     done = subprocess.run([sys.executable, "-c", code, damaged, tmp_path / "text.mov"], stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT)
+                          stderr=subprocess.STDOUT, env=interpreter_environment())
     assert (done.returncode, done.stdout) == (0, b"")
 
 
@@ -157,7 +158,8 @@ def test_a_name_may_have_any_letter(movie, tmp_path):
         assert video.path == str(path) and len(list(video)) == 100
     code = "import sys, tavolin; print(ascii(tavolin.open(sys.argv[1]).path))"
     done = subprocess.run([sys.executable, "-c", code, path], stdout=subprocess.PIPE, text=True, check=True,
-                          env={**os.environ, "LC_ALL": "C", "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"})
+                          env={**interpreter_environment(), "LC_ALL": "C", "PYTHONUTF8": "0",
+                               "PYTHONCOERCECLOCALE": "0"})
     assert done.stdout.strip() == ascii(str(path))
 
 
