@@ -1,6 +1,7 @@
 #include "tools/commands/FrameRequest.h"
 
 #include "common/TimeText.h"
+#include "common/Timecode.h"
 #include "decode/DecodedVideoFrame.h"
 #include "tools/output/NamePattern.h"
 #include "tools/output/RgbPicture.h"
@@ -36,7 +37,7 @@ FrameRequest FrameRequest::From(Arguments& arguments)
         arguments.Reject(QStringLiteral("--at, --number, and --every with --from and --to exclude each other"));
     else if (choices == 0)
         arguments.Reject(QStringLiteral("frame needs --at TIME, --number N, or --every, --from or --to"));
-    if (arguments.Text("at").count(QLatin1Char(':')) == 3 || arguments.Text("at").contains(QLatin1Char(';')))
+    if (Timecode::IsMeantBy(arguments.Text("at")))
         request.timecode = arguments.Text("at");
     else
         request.time = arguments.Time("at", 0);
