@@ -13,6 +13,7 @@
 
 class SoundStream;
 class Source;
+struct DecodedAudioFrame;
 
 // What a Python program opens, without Python: a movie, sound, a still image or an image sequence. Times are
 // microseconds of media time, where 0 is the first picture (in a file of sound, the container's 0). Any thread; calls
@@ -98,6 +99,7 @@ private:
     SoundStream& OpenedSound() const;
     Picture Find(long long time, StopCheck const& stop);
     bool IsPastEnd(long long time) const;
+    long long Distance(long long time, DecodedAudioFrame const& frame, int rate) const;
     bool IsOnePicture() const;
     QString RangeText() const;
     std::string Sentence(QString const& text) const;
