@@ -191,6 +191,19 @@ def test_ctrl_c_ends_a_run_with_one_sentence_and_it_goes_on_later(tmp_path):
     assert f"24 files: 24 ok; {24 - len(done)} checked now" in archive_process(folder, "-o", report).communicate()[1]
 
 
+def test_a_file_of_a_sequence_is_a_file_of_its_own(tmp_path, monkeypatch):
+    monkeypatch.setenv("PATH", ENVIRONMENT["PATH"])
+    for number in (1, 2):
+        (tmp_path / f"a{number}.ppm").write_bytes(b"P6\n16 8\n255\n" + bytes([number]) * 384)
+    (tmp_path / "a3.ppm").write_bytes(b"P6\n16 8\n255\n")
+    assert [child.check(str(tmp_path / f"a{number}.ppm"))["result"] for number in (1, 2)] == ["ok", "ok"]
+    assert child.check(str(tmp_path / "a3.ppm"))["result"] != "ok"
+    sheet = worker.write_sheet(str(tmp_path / "a1.ppm"), str(tmp_path), 60)
+    head = pathlib.Path(sheet).read_bytes()[:24]
+    width, height = (int.from_bytes(head[at:at + 4], "big") for at in (16, 20))
+    assert (width, height) == (344, 184)  # one picture of 320 pixels with its margin, and no number below
+
+
 def test_checks_side_by_side_keep_to_processors_of_their_own():
     before = os.sched_getaffinity(0)
     held = []

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <vector>
 
 // The drain has lost its time.
 TEST(SoundStreamTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
@@ -47,6 +48,37 @@ TEST(SoundStreamTest, FindsTheSoundOfATime)
         ASSERT_EQ(sound->ReadAt(time, frame), ReadResult::Got);
         EXPECT_LE(frame->startTime, time);
         EXPECT_GE(frame->endTime, time);
+    }
+}
+
+// Of the first packet, 1105 samples of 1152 are the encoder's lead-in, and 312 of 960.
+TEST(SoundStreamTest, ALeadInThatIsCutOffTheFirstPacketLeavesNoHole)
+{
+    OutputChannels const channels(2);
+    struct Case
+    {
+        char const* name;
+        char const* encoder;
+        long long start;
+        int frames;
+    };
+    for (Case const& expected : {Case{"lead-in.mp3", "libmp3lame", 23020, 47}, Case{"lead-in.opus", "libopus", 0, 648},
+                                 Case{"lead-in.webm", "libopus", 0, 648}}) {
+        SCOPED_TRACE(expected.name);
+        QString const path = MakeMedia(expected.name, Tone(48000, 1, 2.0) + QStringList{"-c:a", expected.encoder});
+        auto const sound = Source::OpenFile(path).OpenSound();
+        ASSERT_TRUE(sound);
+        SoundStream::Frame frame;
+        std::vector<short> samples;
+        while (sound->Read(frame) == ReadResult::Got) {
+            if (samples.empty()) {
+                EXPECT_NEAR(static_cast<double>(frame->startTime), static_cast<double>(expected.start), 1000.0);
+                EXPECT_EQ(frame->frameCount, expected.frames);
+            }
+            samples.insert(samples.end(), frame->samples, frame->samples + frame->sampleCount);
+        }
+        EXPECT_EQ(samples.size(), 96000u);
+        EXPECT_EQ(samples, Reference::DecodeSound(path).samples);
     }
 }
 

@@ -107,7 +107,7 @@ def write_sheet(path, folder, timeout):
     digest = hashlib.md5(os.fsencode(path)).hexdigest()[:8]
     sheet = os.path.join(folder, f"{os.path.basename(path)}-{digest}.png")
     try:
-        subprocess.run(["tavolin", "sheet", "-o", sheet, "--", path], timeout=timeout, stdin=subprocess.DEVNULL,
+        subprocess.run(["tavolin", "sheet", "--stills", "-o", sheet, "--", path], timeout=timeout, stdin=subprocess.DEVNULL,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     except (OSError, subprocess.TimeoutExpired):
         return None
