@@ -14,7 +14,7 @@
 
 namespace {
 
-// So long the window may wait for a folder; what takes longer comes when it is ready.
+// Longest that the window waits for the list of a folder. A slower one is taken when it is ready.
 constexpr std::chrono::milliseconds folderPatience(50);
 
 PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const& settings)

@@ -314,7 +314,7 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
     bar->ShowLastingNote(notes.join(' '));
 }
 
-// What the controls would say, for as long as they are hidden; and a note for which they have no room.
+// What the controls would say while they are hidden, and a note for which they have no room.
 void PlayerWindow::ShowReadout(PlaybackStatus const& status)
 {
     if (!fullScreen->AreHidden()) {
@@ -324,7 +324,7 @@ void PlayerWindow::ShowReadout(PlaybackStatus const& status)
     }
     QStringList lines = {bar->GetReadout(), bar->GetNote()};
     lines.removeAll(QString());
-    // While playing the time changes all the time, which is no occasion.
+    // The time is no occasion while playing, when it changes with every picture.
     QString const occasion = status.speed == 0.0 ? bar->GetReadout() : QString::number(status.speed);
     readout->Show(lines.join('\n'), occasion + bar->GetNote());
 }

@@ -56,7 +56,6 @@ void EntryField::Close()
     hide();
     fault->hide();
     window()->setFocus();
-    emit Closed();
 }
 
 // Above the field, where there is room for a sentence.
