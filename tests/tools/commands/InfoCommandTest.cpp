@@ -152,6 +152,40 @@ TEST(InfoCommandTest, GivesOurOwnValuesInMicroseconds)
     EXPECT_EQ(own["is_image"], false);
 }
 
+// Sound before the pictures, at 25 pictures a second for two seconds.
+TEST(InfoCommandTest, GivesOurOwnValuesOfStreamsInTheContainersOrder)
+{
+    QString const path = MakeMedia(
+        "sound-first.mov",
+        QStringList{"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25:duration=2"} + Tone(44100, 2, 2.0) +
+            QStringList{"-map", "1", "-map", "0", "-vf", "setsar=64/45", "-c:v", "mpeg4", "-c:a", "pcm_s16le"});
+    QJsonArray const streams = DescriptionOf(path)["streams"].toArray();
+    ASSERT_EQ(streams.size(), 2);
+    EXPECT_EQ(streams[0].toObject()["codec_type"], "audio");
+    QJsonObject const sound = streams[0].toObject()["tavolin"].toObject();
+    EXPECT_EQ(sound["decoder"], "pcm_s16le");
+    EXPECT_EQ(sound["channel_layout_mask"], "3"); // left and right
+    EXPECT_EQ(sound["is_planar"], false);
+    EXPECT_EQ(sound["bytes_per_sample"], 2);
+    QJsonObject const pictures = streams[1].toObject()["tavolin"].toObject();
+    EXPECT_NEAR(pictures["pixel_aspect_ratio"].toDouble(), 64.0 / 45.0, 1e-6);
+    EXPECT_EQ(pictures["frame_step_us"], 40000);
+    EXPECT_EQ(pictures["frame_rate"], 25.0);
+    EXPECT_EQ(pictures["frame_count"], 50);
+    EXPECT_GE(pictures["codec_delay"].toInt(-1), 0);
+    EXPECT_EQ(DescriptionOf(path)["tavolin"].toObject()["frame_count"], 50);
+    EXPECT_EQ(DescriptionOf(path)["tavolin"].toObject()["is_linear_color_space"], false);
+}
+
+TEST(InfoCommandTest, CallsOpenExrLinear)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    QJsonObject const own = DescriptionOf(Clips::Real("still-half-alpha.exr"))["tavolin"].toObject();
+    EXPECT_EQ(own["is_linear_color_space"], true);
+    EXPECT_EQ(own["is_image"], true);
+}
+
 TEST(InfoCommandTest, TellsTheTimecode)
 {
     QString const path =
