@@ -186,6 +186,40 @@ TEST(InfoCommandTest, CallsOpenExrLinear)
     EXPECT_EQ(own["is_image"], true);
 }
 
+// Exif's orientation 7: to be turned by 90 degrees and mirrored.
+TEST(InfoCommandTest, TellsHowAStillImageIsStored)
+{
+    QByteArray bytes = ReadMedia(
+        MakeMedia("plain.jpg", Picture("64x32", 1, 1.0) + QStringList{"-frames:v", "1", "-pix_fmt", "yuvj444p"}));
+    ASSERT_EQ(bytes.mid(6, 4), "JFIF");
+    bytes.insert(4 + 16, QByteArray::fromHex("ffe10022457869660000"
+                                             "4d4d002a000000080001"
+                                             "0112000300000001000700000000"
+                                             "0000"));
+    QString const still = WriteMedia("mirrored.jpg", bytes);
+    QJsonObject const own = DescriptionOf(still)["tavolin"].toObject();
+    EXPECT_EQ(own["is_video_mirrored"], true);
+    EXPECT_EQ(own["is_video_rotated"], true);
+    EXPECT_TRUE(RunTavolin({"info", still}).output.contains("64x32, to be mirrored left to right, to be turned "));
+}
+
+TEST(InfoCommandTest, TellsTheLightOfHdr)
+{
+    QString const path =
+        MakeMedia("light.mkv",
+                  {"-f", "lavfi", "-i", "color=size=320x240:rate=25:duration=0.12", "-c:v", "libx265", "-pix_fmt",
+                   "yuv420p10le", "-x265-params",
+                   "log-level=none:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:hdr10=1:max-cll=1000,100:"
+                   "master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(40000000,50)"});
+    QJsonArray const light = DescriptionOf(path)["streams"].toArray()[0].toObject()["side_data_list"].toArray();
+    ASSERT_EQ(light.size(), 2);
+    EXPECT_EQ(light[0].toObject()["side_data_type"], "Mastering display metadata");
+    EXPECT_EQ(
+        light[1].toObject(),
+        (QJsonObject{{"side_data_type", "Content light level metadata"}, {"max_content", 1000}, {"max_average", 100}}));
+    EXPECT_TRUE(RunTavolin({"info", path}).output.contains("light levels 1000, 100 on average"));
+}
+
 TEST(InfoCommandTest, TellsTheTimecode)
 {
     QString const path =
