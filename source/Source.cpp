@@ -79,9 +79,25 @@ PictureStream::Picture DecodeCover(std::shared_ptr<MediaInfo> const& info, Colou
 }
 
 template <typename Record>
-bool HasValid(QList<Record> const& records)
+bool HasDecodable(QList<Record> const& records)
+{
+    return std::any_of(records.begin(), records.end(),
+                       [](Record const& record) { return MediaReader::IsDecodable(record); });
+}
+
+template <typename Record>
+bool HasDecoder(QList<Record> const& records)
 {
     return std::any_of(records.begin(), records.end(), [](Record const& record) { return record.valid; });
+}
+
+// Why all streams of one kind are left out.
+template <typename Record>
+QString ReasonAgainst(QList<Record> const& records, QString const& kind, QString const& fileName)
+{
+    return HasDecoder(records)
+               ? QStringLiteral("The %1 of \"%2\" cannot be decoded: its start holds none.").arg(kind, fileName)
+               : QStringLiteral("There is no decoder for the %1 of \"%2\".").arg(kind, fileName);
 }
 
 // Why a file is not even looked into; empty when it is.
@@ -270,9 +286,9 @@ void Source::TakeKind()
     if (!HasSound() && !HasPictures())
         error = QStringLiteral("\"%1\" holds neither pictures nor sound that can be decoded.").arg(path);
     else if (info->GetNumAudioStreams() < wholeInfo->GetNumAudioStreams())
-        error = QStringLiteral("There is no decoder for the sound of \"%1\".").arg(info->GetFileName());
+        error = ReasonAgainst(wholeInfo->GetAudioStreams(), QStringLiteral("sound"), info->GetFileName());
     else if (info->GetNumVideoStreams() < wholeInfo->GetNumVideoStreams())
-        error = QStringLiteral("There is no decoder for the pictures of \"%1\".").arg(info->GetFileName());
+        error = ReasonAgainst(wholeInfo->GetVideoStreams(), QStringLiteral("pictures"), info->GetFileName());
     if (HasSound() && (!HasPictures() || HasCoverOnly()))
         kind = HasPictures() ? SourceKind::SoundWithCover : SourceKind::Sound;
     else if (HasPictures())
@@ -291,7 +307,7 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
         auto const cover = DecodeCover(info, options.colours, stop);
         return cover ? std::make_unique<SinglePicture>(cover) : nullptr;
     }
-    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours);
+    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours, options.movieThreads);
     return movie->Open() ? std::move(movie) : nullptr;
 }
 
@@ -316,7 +332,7 @@ QList<SoundStreamInfo> Source::GetSoundStreams() const
         Stream const stream = GetStream(StreamType::Audio, i);
         SoundStreamInfo described;
         described.index = stream.index;
-        described.isDecodable = record.valid;
+        described.isDecodable = MediaReader::IsDecodable(record);
         described.language = record.metadata.value(QStringLiteral("language"));
         described.title = record.metadata.value(QStringLiteral("title"));
         described.codec = stream.codec;
@@ -339,12 +355,12 @@ bool Source::HasStreams() const
 
 bool Source::HasPictures() const
 {
-    return kind == SourceKind::Sequence || (info && HasValid(info->GetVideoStreams()));
+    return kind == SourceKind::Sequence || (info && HasDecodable(info->GetVideoStreams()));
 }
 
 bool Source::HasSound() const
 {
-    return info && HasValid(info->GetAudioStreams());
+    return info && HasDecodable(info->GetAudioStreams());
 }
 
 bool Source::HasCoverOnly() const

@@ -3,6 +3,7 @@
 #include "common/Logger.h"
 #include "common/Settings.h"
 #include "media/MediaInfo.h"
+#include "media/MediaReader.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
@@ -15,10 +16,20 @@ QList<Source::Stream> UndecodableOf(Source const& source, QList<Record> const& r
 {
     QList<Source::Stream> streams;
     for (int i = 0; i < records.size(); ++i) {
-        if (!records[i].valid)
+        if (!MediaReader::IsDecodable(records[i]))
             streams.append(source.GetStream(type, i));
     }
     return streams;
+}
+
+// Of the container's stream at `index`; a record that is not valid has no index.
+bool HasDecoder(Source const& source, int index)
+{
+    AudioStream audio;
+    VideoStream video;
+    source.GetWholeInfo()->GetAudioStream(index, audio);
+    source.GetWholeInfo()->GetVideoStream(index, video);
+    return audio.valid || video.valid;
 }
 
 // Says it as the library says its own errors, so that it is remembered as the last one, too.
@@ -120,11 +131,16 @@ QList<Source::Stream> UndecodableStreams(Source const& source)
 QStringList DescribeUndecodable(Source const& source)
 {
     QStringList lines;
-    for (Source::Stream const& stream : UndecodableStreams(source))
+    for (Source::Stream const& stream : UndecodableStreams(source)) {
+        QString const reason =
+            HasDecoder(source, stream.index)
+                ? QStringLiteral("the start of the file holds none of its packets")
+                : QStringLiteral("FFmpeg has no usable decoder for \"%1\" (tag %2)").arg(stream.codec, stream.tag);
         lines.append(
-            QStringLiteral("%1 stream #%2 cannot be decoded: FFmpeg has no usable decoder for \"%3\" (tag %4)")
+            QStringLiteral("%1 stream #%2 cannot be decoded: %3")
                 .arg(stream.type == Source::StreamType::Video ? QStringLiteral("video") : QStringLiteral("audio"),
-                     QString::number(stream.index), stream.codec, stream.tag));
+                     QString::number(stream.index), reason));
+    }
     return lines;
 }
 
