@@ -143,7 +143,8 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
     if (saved < last - first + 1)
         return QString("%1 of %2 pictures were saved; the others cannot be decoded.").arg(saved).arg(last - first + 1);
     return QString("Saved %1 to %2")
-        .arg(PicturePath(job.path, first), QFileInfo(PicturePath(job.path, last)).fileName());
+        .arg(PicturePath(job.path, job.firstNumber + first),
+             QFileInfo(PicturePath(job.path, job.firstNumber + last)).fileName());
 }
 
 QString RangeSaver::SaveSound()
