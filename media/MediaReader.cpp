@@ -209,9 +209,10 @@ void SetStartTime(VideoStream& record, MediaInfo const& info, long long startTim
 }
 
 template <typename Stream>
-bool HasValid(QList<Stream> const& streams)
+bool HasDecodable(QList<Stream> const& streams)
 {
-    return std::any_of(streams.begin(), streams.end(), [](Stream const& stream) { return stream.valid; });
+    return std::any_of(streams.begin(), streams.end(),
+                       [](Stream const& stream) { return MediaReader::IsDecodable(stream); });
 }
 
 // Drains the codec to get the picture of the stream's first packet without decoding the pictures that the codec would
@@ -276,10 +277,20 @@ bool MediaReader::OpenInput(std::shared_ptr<MediaInfo> info, AVFormatContext** f
     return true;
 }
 
+bool MediaReader::IsDecodable(AudioStream const& stream)
+{
+    return stream.valid && stream.channels > 0 && stream.sampleRate > 0;
+}
+
+bool MediaReader::IsDecodable(VideoStream const& stream)
+{
+    return stream.valid && stream.width > 0 && stream.height > 0;
+}
+
 std::shared_ptr<MediaInfo> MediaReader::WithoutUndecodable(std::shared_ptr<MediaInfo> info)
 {
-    bool const hasPictures = HasValid(info->videoStreams);
-    bool const hasSound = HasValid(info->audioStreams);
+    bool const hasPictures = HasDecodable(info->videoStreams);
+    bool const hasSound = HasDecodable(info->audioStreams);
     bool const leavesPictures = hasSound && !hasPictures && !info->videoStreams.isEmpty();
     bool const leavesSound = hasPictures && !hasSound && !info->audioStreams.isEmpty();
     if (!leavesPictures && !leavesSound)

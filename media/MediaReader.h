@@ -9,7 +9,9 @@
 #include <memory>
 
 class MediaInfo;
+struct AudioStream;
 struct AVDictionary;
+struct VideoStream;
 
 // Probes media files; opens, reads and closes them for decoding sessions. Stateless: calls on different MediaInfo
 // objects may run on different threads at the same time. The operation that fails logs the error.
@@ -26,8 +28,13 @@ public:
     // the file again. Closes the input on failure.
     static bool ParseInput(std::shared_ptr<MediaInfo> info, FfmpegPtr<AVFormatContext>& input);
 
+    // Whether a session can decode the stream: it has a decoder, and the start of the file tells its channels and rate,
+    // or its size. A transport stream can announce a stream whose first packet comes much later, or never.
+    static bool IsDecodable(AudioStream const& stream);
+    static bool IsDecodable(VideoStream const& stream);
+
     // Returns a description that a session can decode. A session fails to open when the source has audio streams but
-    // none has a decoder, and likewise for video. When one kind cannot be decoded and the other can, the result is a
+    // none is decodable, and likewise for video. When one kind cannot be decoded and the other can, the result is a
     // copy without the streams of the first kind; otherwise it is `info` itself. Only reads `info`, after ParseMedia.
     static std::shared_ptr<MediaInfo> WithoutUndecodable(std::shared_ptr<MediaInfo> info);
 

@@ -32,8 +32,8 @@ constexpr long long fewPictures = 3;
 } // namespace
 
 MoviePictures::MoviePictures(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate,
-                             ColourSettings const& newColours)
-    : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours)
+                             ColourSettings const& newColours, int newThreads)
+    : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours), threads(newThreads)
 {}
 
 MoviePictures::~MoviePictures() = default;
@@ -49,7 +49,8 @@ bool MoviePictures::Open()
         instance->PrepareNextPacket(false);
     canLand = instance->HasStoredTimes() && (instance->GetPacketTime() != longAgo || info->GetDuration() > 0);
     bool const isTimeless = instance->GetPacketTime() == longAgo;
-    if ((isTimeless || stream.codecName == QLatin1String("h264")) && info->GetDuration() > 0)
+    losesLastPictures = isTimeless || stream.codecName == QLatin1String("h264");
+    if (losesLastPictures && info->GetDuration() > 0)
         latestLanding = info->GetDuration() - picturesBeforeEnd * std::max(stream.frameStep, 0LL);
     return true;
 }
@@ -58,8 +59,10 @@ bool MoviePictures::Open()
 bool MoviePictures::Restart()
 {
     Forget();
+    packetsSinceLanding = -1;
     instance = std::make_unique<MediaInstance>();
     instance->SetColours(colours);
+    instance->SetFrameThreads(threads);
     if (!instance->Initialize(info, 0) || !instance->HasPacket())
         return false;
     instance->SetSeekSkipping(skips);
@@ -160,7 +163,7 @@ MoviePictures::Landing MoviePictures::SeekAndRead(long long target, long long la
     bool const keepsAll = brokenBefore != longAgo && brokenBefore >= earliest;
     DropBefore(keepsAll ? 0 : std::min(earliest, latest) - (latest - target));
     Landing const landing = ReadUpTo(keepsAll ? brokenBefore : earliest, stop);
-    bool const isBeyondEnd = landing == Landing::Late && drained && dropBefore > 0;
+    bool const isBeyondEnd = landing == Landing::Late && drained && !IsEndInDoubt() && dropBefore > 0;
     if (!isBeyondEnd || !Land(target, latest, stop))
         return landing;
     return ReadUpTo(earliest, stop); // all was dropped: the last picture is wanted
@@ -177,7 +180,10 @@ void MoviePictures::DropBefore(long long time)
 bool MoviePictures::Land(long long time, long long latest, StopCheck const& stop)
 {
     Forget();
+    packetsSinceLanding = 0;
     instance->Seek(std::max(time + GetOrigin(), 0LL));
+    if (instance->HasSeekFailed())
+        return false;
     instance->SetSeekSkipping(skips);
     instance->BeginAtKeyPicture();
     latestKey = latest;
@@ -246,11 +252,13 @@ MoviePictures::Landing MoviePictures::ReadUpTo(long long time, StopCheck const& 
 {
     Picture last;
     Picture picture;
-    ReadResult result = Read(picture, stop);
-    for (; result == ReadResult::Got && picture->endTime < time; result = Read(picture, stop))
+    ReadResult result = ReadOn(picture, stop);
+    for (; result == ReadResult::Got && picture->endTime < time; result = ReadOn(picture, stop))
         last = std::move(picture);
     if (result == ReadResult::Stopped)
         return Landing::Stopped;
+    if (result == ReadResult::End && IsEndInDoubt())
+        return Landing::Late;
     if (result == ReadResult::End)
         picture = last;
     if (!picture)
@@ -266,6 +274,14 @@ void MoviePictures::ReadOnlyBefore(long long time)
 }
 
 ReadResult MoviePictures::Read(Picture& picture, StopCheck const& stop)
+{
+    ReadResult const result = ReadOn(picture, stop);
+    if (result != ReadResult::End || !newest || !IsEndInDoubt())
+        return result;
+    return ReadAt(newest->startTime, picture, stop);
+}
+
+ReadResult MoviePictures::ReadOn(Picture& picture, StopCheck const& stop)
 {
     while (ready.isEmpty()) {
         if (drained)
@@ -321,6 +337,13 @@ void MoviePictures::DrainGroup()
         ReleaseNewest(limit - 1);
 }
 
+// The stream has ended so soon after a landing that the decoder may have kept pictures for itself.
+bool MoviePictures::IsEndInDoubt() const
+{
+    bool const isSoon = packetsSinceLanding >= 0 && packetsSinceLanding < picturesBeforeEnd;
+    return drained && limit == longAgo && losesLastPictures && isSoon;
+}
+
 void MoviePictures::DecodePacket()
 {
     if (!instance->HasPacket()) {
@@ -335,11 +358,13 @@ void MoviePictures::DecodePacket()
     QList<std::shared_ptr<DecodedAudioFrame>> sounds; // of the drain, not ours
     QList<Picture> records;
     NoteKeyPacket();
+    if (packetsSinceLanding >= 0 && instance->IsVideoPacket())
+        ++packetsSinceLanding;
     instance->DecodeOnePacket(sounds, records, dropBefore < 0 ? -1 : dropBefore + Shift());
     TakeRecords(std::move(records));
     if (drained) // the end of the stream, whatever was wanted of it
         limit = longAgo;
-    if (drained && newest)
+    if (drained && newest && !IsEndInDoubt())
         ReleaseNewest(newest->startTime + DurationOf(*newest) - 1);
 }
 

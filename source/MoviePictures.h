@@ -25,11 +25,16 @@ class MediaInstance;
 // Where a stretch ends with a group, the decoder is drained there, as the pictures that it holds back would otherwise
 // come only with some of the next group. Groups are not always closed, though: should a picture be missing between the
 // last one and the end of the stretch, reading stops there and the stretch is read again without that.
+//
+// A decoder that began shortly before the end of the stream can lose its last pictures. Where the pictures end is not
+// known beforehand, as sound often goes on longer. So an end that comes so soon is not believed: the last picture is
+// found again from an earlier key picture, and reading goes on from there.
 class MoviePictures : public PictureStream
 {
 public:
-    // `untimedRate`: pictures per second of a stream that says no rate.
-    MoviePictures(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {});
+    // `untimedRate`: pictures per second of a stream that says no rate. `threads`: see SourceOptions::movieThreads.
+    MoviePictures(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {},
+                  int threads = 0);
     ~MoviePictures() override;
 
     bool Open(); // false when there is no stream of pictures that can be decoded
@@ -65,6 +70,8 @@ private:
     bool FindFirst(StopCheck const& stop);
     bool IsGroupComplete() const;
     void DrainGroup();
+    ReadResult ReadOn(Picture& picture, StopCheck const& stop);
+    bool IsEndInDoubt() const;
     void DecodePacket();
     void TakeRecords(QList<Picture> records);
     void TakeLost(DecodedVideoFrame const& record);
@@ -80,8 +87,11 @@ private:
     std::shared_ptr<MediaInfo> info;
     double untimedRate;
     ColourSettings colours;
+    int threads;
     std::unique_ptr<MediaInstance> instance;
     bool canLand = true; // what is found after a seek can be trusted; otherwise everything is read from the start
+    bool losesLastPictures = false;                                  // when the stream ends soon after a landing
+    int packetsSinceLanding = -1;                                    // of pictures; -1: all is read from the start
     long long latestLanding = std::numeric_limits<long long>::max(); // time from which to look for a key picture
     long long streamStart = 0;                                       // container time that the decoder takes for 0
     long long firstTime = longAgo; // decoder's time of the first picture of all; what lies after 0 is taken off

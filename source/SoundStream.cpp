@@ -58,6 +58,7 @@ bool SoundStream::Restart()
 void SoundStream::Forget()
 {
     ready.clear();
+    first.reset();
     lastStart = unknown;
     nextTime = unknown;
     outOfStep = 0;
@@ -171,6 +172,7 @@ void SoundStream::DecodePacket()
         hasTime = false;
     }
     if (drains) {
+        ReleaseFirst(nullptr);
         ended = true;
         end = std::max(end, nextTime);
     }
@@ -180,6 +182,7 @@ void SoundStream::TakeFrame(Frame frame, bool hasTime)
 {
     if (frame->frameCount <= 0)
         return;
+    ReleaseFirst(hasTime ? frame.get() : nullptr);
     long long const duration = frame->endTime - frame->startTime;
     bool const isFirst = lastStart == unknown;
     bool const isBehind = !isFirst && (frame->startTime <= lastStart || frame->startTime < nextTime - smallestHole);
@@ -192,7 +195,27 @@ void SoundStream::TakeFrame(Frame frame, bool hasTime)
     frame->endTime = frame->startTime + duration;
     lastStart = frame->startTime;
     nextTime = frame->endTime + 1;
-    ready.append(std::move(frame));
+    if (isFirst)
+        first = std::move(frame);
+    else
+        ready.append(std::move(frame));
+}
+
+// FFmpeg cuts a codec's lead-in off the front of the first frame, which keeps the time of its packet: what remains of
+// it is the end of that packet. `second` is null where its time says nothing.
+void SoundStream::ReleaseFirst(DecodedAudioFrame const* second)
+{
+    if (!first)
+        return;
+    long long const hole = second ? second->startTime - nextTime : 0;
+    long long const cut = second ? (second->frameCount - first->frameCount) * secondUs / GetSampleRate() : 0;
+    if (cut > 0 && hole > 0 && std::abs(hole - cut) <= rounding) {
+        first->startTime += hole;
+        first->endTime += hole;
+        lastStart = first->startTime;
+        nextTime = second->startTime;
+    }
+    ready.append(std::exchange(first, nullptr));
 }
 
 // A time that is out of step counts once the next one is so by as much. Where a decoder's blocks have several sizes,

@@ -51,6 +51,7 @@ private:
     ReadResult PassUpTo(long long time, Frame& frame, StopCheck const& stop);
     void DecodePacket();
     void TakeFrame(Frame frame, bool hasTime);
+    void ReleaseFirst(DecodedAudioFrame const* second);
     long long Believable(long long time);
     void FillHole(long long from, long long to);
 
@@ -60,6 +61,7 @@ private:
     int const wantedIndex;
     std::unique_ptr<MediaInstance> instance;
     QList<Frame> ready;
+    Frame first;                   // since the last landing; waits for the second one, which tells where it ends
     long long lastStart = unknown; // of the last frame taken since the last landing
     long long nextTime = unknown;  // one microsecond after its end
     long long outOfStep = 0;       // by how much the last time was, and was not believed

@@ -16,6 +16,7 @@
 #include "source/SoundStream.h"
 
 #include <QByteArray>
+#include <QDir>
 #include <QFileInfo>
 
 extern "C" {
@@ -78,9 +79,25 @@ PictureStream::Picture DecodeCover(std::shared_ptr<MediaInfo> const& info, Colou
 }
 
 template <typename Record>
-bool HasValid(QList<Record> const& records)
+bool HasDecodable(QList<Record> const& records)
+{
+    return std::any_of(records.begin(), records.end(),
+                       [](Record const& record) { return MediaReader::IsDecodable(record); });
+}
+
+template <typename Record>
+bool HasDecoder(QList<Record> const& records)
 {
     return std::any_of(records.begin(), records.end(), [](Record const& record) { return record.valid; });
+}
+
+// Why all streams of one kind are left out.
+template <typename Record>
+QString ReasonAgainst(QList<Record> const& records, QString const& kind, QString const& fileName)
+{
+    return HasDecoder(records)
+               ? QStringLiteral("The %1 of \"%2\" cannot be decoded: its start holds none.").arg(kind, fileName)
+               : QStringLiteral("There is no decoder for the %1 of \"%2\".").arg(kind, fileName);
 }
 
 // Why a file is not even looked into; empty when it is.
@@ -269,9 +286,9 @@ void Source::TakeKind()
     if (!HasSound() && !HasPictures())
         error = QStringLiteral("\"%1\" holds neither pictures nor sound that can be decoded.").arg(path);
     else if (info->GetNumAudioStreams() < wholeInfo->GetNumAudioStreams())
-        error = QStringLiteral("There is no decoder for the sound of \"%1\".").arg(info->GetFileName());
+        error = ReasonAgainst(wholeInfo->GetAudioStreams(), QStringLiteral("sound"), info->GetFileName());
     else if (info->GetNumVideoStreams() < wholeInfo->GetNumVideoStreams())
-        error = QStringLiteral("There is no decoder for the pictures of \"%1\".").arg(info->GetFileName());
+        error = ReasonAgainst(wholeInfo->GetVideoStreams(), QStringLiteral("pictures"), info->GetFileName());
     if (HasSound() && (!HasPictures() || HasCoverOnly()))
         kind = HasPictures() ? SourceKind::SoundWithCover : SourceKind::Sound;
     else if (HasPictures())
@@ -290,7 +307,7 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
         auto const cover = DecodeCover(info, options.colours, stop);
         return cover ? std::make_unique<SinglePicture>(cover) : nullptr;
     }
-    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours);
+    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours, options.movieThreads);
     return movie->Open() ? std::move(movie) : nullptr;
 }
 
@@ -315,7 +332,7 @@ QList<SoundStreamInfo> Source::GetSoundStreams() const
         Stream const stream = GetStream(StreamType::Audio, i);
         SoundStreamInfo described;
         described.index = stream.index;
-        described.isDecodable = record.valid;
+        described.isDecodable = MediaReader::IsDecodable(record);
         described.language = record.metadata.value(QStringLiteral("language"));
         described.title = record.metadata.value(QStringLiteral("title"));
         described.codec = stream.codec;
@@ -338,12 +355,12 @@ bool Source::HasStreams() const
 
 bool Source::HasPictures() const
 {
-    return kind == SourceKind::Sequence || (info && HasValid(info->GetVideoStreams()));
+    return kind == SourceKind::Sequence || (info && HasDecodable(info->GetVideoStreams()));
 }
 
 bool Source::HasSound() const
 {
-    return info && HasValid(info->GetAudioStreams());
+    return info && HasDecodable(info->GetAudioStreams());
 }
 
 bool Source::HasCoverOnly() const
@@ -367,6 +384,8 @@ bool Source::LeavesOutAHalf() const
 
 bool Source::CanSeek() const
 {
+    if (kind == SourceKind::Sequence)
+        return true;
     return packetsBearTimes && !info->IsImage() && info->GetDuration() > 0;
 }
 
@@ -391,6 +410,15 @@ QString Source::Describe() const
     if (HasCoverOnly())
         return hasSound ? QStringLiteral("sound with cover art") : QStringLiteral("cover art");
     return hasSound ? QStringLiteral("movie") : QStringLiteral("movie without sound");
+}
+
+QString Source::GetName() const
+{
+    QString const pattern = kind == SourceKind::Sequence ? sequence.GetPattern() : QString();
+    QFileInfo const file(path);
+    if (pattern.isEmpty() || !file.exists())
+        return path;
+    return file.isDir() ? QDir(path).filePath(pattern) : path.left(path.size() - file.fileName().size()) + pattern;
 }
 
 int Source::GetWidth() const
@@ -454,7 +482,7 @@ long long Source::GetOrigin() const
 long long Source::EndOfLastPicture(DecodedVideoFrame const& last) const
 {
     auto const step = last.frameRate > 0.0 ? static_cast<long long>(secondUs / last.frameRate) : 0;
-    return std::max(info->GetDuration(), last.startTime + step);
+    return std::max(GetDuration(), last.startTime + step);
 }
 
 bool Source::IsOver(DecodedVideoFrame const& found, long long time) const

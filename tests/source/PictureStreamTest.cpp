@@ -70,7 +70,7 @@ void ExpectExact(QString const& path)
     Search search(path);
     ASSERT_TRUE(search.pictures);
     auto const pictures = Shown(DecodePlainly(path), search);
-    ASSERT_GT(pictures.size(), 1u);
+    ASSERT_GT(pictures.size(), 1u); // otherwise there is nothing to find
     for (long long const time : TimesWithin(pictures)) {
         SCOPED_TRACE(time);
         auto const found = search.At(time);
@@ -125,6 +125,45 @@ TEST(PictureStreamTest, IsExactWithOpenGroups)
     ExpectExact(path);
     ExpectExact(Rewrapped("open.ts", path));
     ExpectExact(Rewrapped("open.mkv", path));
+}
+
+// FFmpeg's decoder of H.264 loses the last two pictures when it begins with the last group, and the container's
+// duration does not tell that this is the last one.
+TEST(PictureStreamTest, IsExactAtTheEndOfOpenGroupsWhereSoundGoesOn)
+{
+    QStringList const arguments = {"-c:v", "libx264", "-x264-params",
+                                   "open-gop=1:keyint=12:min-keyint=12:bframes=3:b-adapt=0:scenecut=0"};
+    QString const pictures = MakeMedia("open-75.mp4", Picture("96x64", 25, 3.0) + arguments);
+    QStringList const sound = Tone(44100, 1, 6.0) + QStringList{"-map", "0", "-map", "1", "-c:v", "copy"};
+    for (char const* name : {"sound-goes-on.mp4", "sound-goes-on.mkv", "sound-goes-on.ts"}) {
+        SCOPED_TRACE(name);
+        Search search(MakeMedia(name, QStringList{"-i", pictures} + sound));
+        PictureStream::Picture picture;
+        for (long long last = 2960000; last >= 2400000; last -= 40000) {
+            long long time = last;
+            EXPECT_EQ(search.At(last)->startTime, last);
+            while (search.pictures->Read(picture) == ReadResult::Got)
+                EXPECT_EQ(picture->startTime, time += 40000);
+            EXPECT_EQ(time, 2960000);
+            EXPECT_EQ(search.pictures->GetEnd(), 3000000);
+        }
+    }
+}
+
+// FFmpeg finds no key pictures of this codec in Matroska, and leaves the file at some other place.
+TEST(PictureStreamTest, ComesToEveryPictureBackwardsWhereSeekingFails)
+{
+    Search search(MovingPicture("vc2.mkv", {"-c:v", "vc2", "-pix_fmt", "yuv422p", "-strict", "-2"}));
+    for (long long until = 4000000; until > 0;) {
+        PictureStream::Picture picture;
+        ASSERT_EQ(search.pictures->ReadNear(until - 1, 0, picture, neverStop), ReadResult::Got);
+        long long const first = picture->startTime;
+        long long last = first;
+        while (search.pictures->Read(picture) == ReadResult::Got && picture->startTime < until)
+            last = picture->startTime;
+        ASSERT_EQ(last, until - 40000);
+        until = first;
+    }
 }
 
 // These decoders make pictures from nothing when they begin between key frames, where a transport stream lands.

@@ -45,6 +45,20 @@ QString ImagesInARow(QString const& suffix, int count)
     return WriteMedia(QString("%1-in-a-row-%2").arg(count).arg(suffix), bytes.repeated(count));
 }
 
+// A transport stream that announces the stream of `pid` and holds none of its packets.
+QString WithoutPacketsOf(QString const& name, int pid)
+{
+    QByteArray const whole = ReadMedia(Movie("announced.ts", {"-c:v", "libx264", "-bf", "0", "-c:a", "aac"}));
+    constexpr int packetBytes = 188;
+    QByteArray kept;
+    for (int at = 0; at + packetBytes <= whole.size(); at += packetBytes) {
+        auto const byte = [&](int i) { return static_cast<quint8>(whole.at(at + i)); };
+        if (((byte(1) & 0x1f) << 8 | byte(2)) != pid)
+            kept += whole.mid(at, packetBytes);
+    }
+    return WriteMedia(name, kept);
+}
+
 } // namespace
 
 TEST(SourceTest, TellsStillImagesFromMovies)
@@ -227,4 +241,29 @@ TEST(SourceTest, LeavesItToTheLibraryToSayWhyAFileDoesNotOpen)
     Opened const absent("/nowhere/a.mp4");
     EXPECT_FALSE(absent.isOpen);
     EXPECT_EQ(absent.log.Lines(), (std::vector<LogLine>{ErrorLine("File not found: /nowhere/a.mp4")}));
+}
+
+// The sound of a broadcast can begin later than FFmpeg looks.
+TEST(SourceTest, ShowsAMovieWhoseAnnouncedSoundDoesNotCome)
+{
+    Opened const opened(WithoutPacketsOf("sound-announced.ts", 0x101));
+    ASSERT_TRUE(opened.isOpen);
+    EXPECT_EQ(opened.source.GetKind(), SourceKind::Movie);
+    EXPECT_FALSE(opened.source.HasSound());
+    EXPECT_FALSE(opened.source.GetSoundStreams().value(0).isDecodable);
+    EXPECT_EQ(opened.source.GetError(), "The sound of \"sound-announced.ts\" cannot be decoded: its start holds none.");
+    auto const pictures = opened.source.OpenPictures();
+    ASSERT_TRUE(pictures);
+    PictureStream::Picture picture;
+    ASSERT_EQ(pictures->ReadAt(3960000, picture), ReadResult::Got);
+    EXPECT_EQ(picture->startTime, 3960000);
+}
+
+TEST(SourceTest, PlaysTheSoundWherePicturesAreAnnouncedAndDoNotCome)
+{
+    Opened const opened(WithoutPacketsOf("pictures-announced.ts", 0x100));
+    ASSERT_TRUE(opened.isOpen);
+    EXPECT_EQ(opened.source.GetKind(), SourceKind::Sound);
+    EXPECT_FALSE(opened.source.HasPictures());
+    EXPECT_TRUE(opened.source.HasSound());
 }

@@ -92,7 +92,8 @@ bool SoundRender::Start(TimeRange const& range, double speed, double volume)
         return false;
     long long const origin = source.GetOrigin();
     long long const first = std::min(soundStart, origin);
-    long long const from = range.HasBegin() ? std::max(std::min(range.from, farthestUs) + origin, first) : first;
+    long long const begin = source.HasPictures() ? first : soundStart;
+    long long const from = range.HasBegin() ? std::max(std::min(range.from, farthestUs) + origin, first) : begin;
     long long const to = range.HasEnd() ? std::min(std::min(range.to, farthestUs) + origin, end) : end;
     double const seconds = static_cast<double>(to - from) / static_cast<double>(secondUs) / std::fabs(speed);
     frameCount = std::max(std::llround(seconds * sampleRate), 0LL);
