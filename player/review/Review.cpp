@@ -151,7 +151,8 @@ void Review::ShowReading(long long time)
     long long const start = names.GetStart();
     long long const end = names.GetEnd();
     QString const length = names.LengthText(start, end, Reading::Time);
-    QString const timeText = names.At(time, Reading::Time) + " / " + length;
+    QString const ofLength = length.isEmpty() ? QString() : " / " + length; // a still image has none
+    QString const timeText = names.At(time, Reading::Time) + ofLength;
     QString const numberText = names.Has(Reading::Number)
                                    ? QString("%1 / %2").arg(names.At(time, Reading::Number), names.WholeText())
                                    : QString();
@@ -161,7 +162,7 @@ void Review::ShowReading(long long time)
     else if (reading == Reading::Number)
         parts.bar.ShowReading(numberText, timeText, timecodeText);
     else
-        parts.bar.ShowReading(timecodeText + " / " + length, numberText, timeText);
+        parts.bar.ShowReading(timecodeText + ofLength, numberText, timeText);
 }
 
 Reading Review::CurrentReading() const

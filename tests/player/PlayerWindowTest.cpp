@@ -4,6 +4,7 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
+#include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QClipboard>
@@ -41,6 +42,34 @@ TEST_P(PlayerWindowTest, OpensAMovieFiveTimes)
     window->GetEngine().Seek(1000000000); // to the true end, which is what the container says
     ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
     EXPECT_EQ(OpenedInputs::Count() - before, 5);
+}
+
+TEST_P(PlayerWindowTest, GoesOnWithAFileThatWasBegunBeforeThereWasAWindow)
+{
+    QString const movie = DemoMovie::Make(pictures);
+    options.files = QStringList{movie};
+    options.start = 100 * step;
+    int const before = OpenedInputs::Count();
+    EarlyEngine early = EarlyEngine::Start(options, settings);
+    ASSERT_TRUE(early.engine);
+    ASSERT_TRUE(early.engine->WaitUntilReady(patience));
+    Start({movie}, std::move(early));
+    ASSERT_TRUE(Shows(100));
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - before >= 5 && !Child<WaveformReader>(); }));
+    EXPECT_EQ(OpenedInputs::Count() - before, 5);
+    Drop({movie}); // the next time it is opened anew
+    ASSERT_TRUE(Shows(0));
+    EXPECT_TRUE(Eventually([&] { return OpenedInputs::Count() - before == 10; })) << OpenedInputs::Count() - before;
+}
+
+TEST_P(PlayerWindowTest, BeginsEarlyOnlyWithWhatIsOneFile)
+{
+    QString const folder = DemoMovie::MakeSequence(4);
+    for (QString const& path :
+         {folder, folder + "/" + QDir(folder).entryList(QDir::Files).first(), home.filePath("absent.mp4"), QString()}) {
+        options.files = QStringList{path};
+        EXPECT_FALSE(EarlyEngine::Start(options, settings).engine) << qPrintable(path);
+    }
 }
 
 TEST_P(PlayerWindowTest, PaintsTheWayItWasTold)
@@ -102,6 +131,22 @@ TEST_P(PlayerWindowTest, JumpsFiveSecondsWhilePlaying)
     EXPECT_LT(ShownNumber(), 160); // 14 seconds of play later
     Press(Qt::Key_Left);
     EXPECT_TRUE(Eventually([&] { return ShownNumber() < 60; })); // 24 seconds of play
+}
+
+// Nine pictures of a second each, and then nine in the last 0.36 s: half a second on average.
+TEST_P(PlayerWindowTest, PlaysOnAmongShortPicturesAtTheEnd)
+{
+    Start({MakeMedia("player-short-pictures-last.mp4",
+                     Picture("160x120", 25, 10) + QStringList{"-vf", "select='not(mod(n\\,25))+gt(n\\,240)'", "-vsync",
+                                                              "vfr", "-c:v", "mpeg4"})});
+    ASSERT_TRUE(Eventually([&] { return Status().index && Status().frameStep > 400000; }));
+    window->GetEngine().Seek(9700000);
+    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 242; })); // in steps of 40 ms
+    Press(Qt::Key_Space);
+    EXPECT_TRUE(Eventually([&] { return Status().state == PlaybackState::Ended; }));
+    EXPECT_LE(Status().picturesShown, 10);
+    Press(Qt::Key_Space);
+    EXPECT_TRUE(Eventually([&] { return Status().position < 5000000; })); // from the start
 }
 
 TEST_P(PlayerWindowTest, GoesToBothEnds)
