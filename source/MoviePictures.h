@@ -87,7 +87,8 @@ private:
     double untimedRate;
     ColourSettings colours;
     std::unique_ptr<MediaInstance> instance;
-    bool canLand = true; // what is found after a seek can be trusted; otherwise everything is read from the start
+    bool canLand = true;    // what is found after a seek can be trusted; otherwise everything is read from the start
+    bool isStained = false; // the decoder has met damage
     bool losesLastPictures = false;                                  // when the stream ends soon after a landing
     int packetsSinceLanding = -1;                                    // of pictures; -1: all is read from the start
     long long latestLanding = std::numeric_limits<long long>::max(); // time from which to look for a key picture
