@@ -50,6 +50,8 @@ endfunction()
 function(tavolin_use_precompiled target headers)
     if(TAVOLIN_QUICK_BUILD)
         target_precompile_headers(${target} REUSE_FROM Tavolin${headers}Headers)
+        # Compilers read only the precompiled form; ccache, if it preprocesses, the headers themselves.
+        target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake")
         tavolin_set_precompiled_flags(${target})
     endif()
 endfunction()

@@ -199,7 +199,7 @@ bool MediaInstance::OpenVideo(MediaInfo const& info)
         logger.Error("Failed to create video codec context.", result);
         return false;
     }
-    videoCodecContext->thread_count = mostThreads; // 0: FFmpeg chooses
+    videoCodecContext->thread_count = mostThreads > 0 ? mostThreads : frameThreads; // 0: FFmpeg chooses
     if (info.IsImage() || !HasExactFrameThreads(stream->codecpar->codec_id))
         videoCodecContext->thread_type = FF_THREAD_SLICE; // frame threads do not speed up a single picture
     if (avcodec_open2(videoCodecContext.get(), decoder, nullptr) < 0) {
@@ -449,6 +449,11 @@ void MediaInstance::SetAudioStream(int streamIndex)
 void MediaInstance::SetMostThreads(int threads)
 {
     mostThreads = std::max(threads, 0);
+}
+
+void MediaInstance::SetFrameThreads(int threads)
+{
+    frameThreads = std::max(threads, 0);
 }
 
 void MediaInstance::SetColours(ColourSettings const& newColours)

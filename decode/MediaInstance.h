@@ -119,6 +119,10 @@ public:
     // Initialize.
     void SetMostThreads(int threads);
 
+    // Pictures that are decoded at the same time, where the codec can; 0, the default: as many as FFmpeg chooses, one
+    // more than there are processors. Takes effect as SetMostThreads does, and gives way to it.
+    void SetFrameThreads(int threads);
+
     // The audio stream to open, by its index among the container's streams; -1, the default: the best one. Opening
     // fails if the stream is not audio or has no decoder. Takes effect when the input is next opened; outlives
     // Initialize.
@@ -168,6 +172,7 @@ private:
     bool seekFailed = false;
     ColourSettings colours;
     int mostThreads = 0;
+    int frameThreads = 0;
     int wantedAudioStream = -1; // -1: the best
 
     // Declared after the codec contexts, which the decoders use: destroyed before them.

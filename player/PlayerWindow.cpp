@@ -1,7 +1,6 @@
 #include "player/PlayerWindow.h"
 
 #include "common/TimeText.h"
-#include "decode/DecodedVideoFrame.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/FullScreenControls.h"
 #include "player/controls/Overlays.h"
@@ -10,22 +9,19 @@
 #include "player/controls/Timeline.h"
 #include "player/picture/PictureTools.h"
 #include "player/review/EntryField.h"
+#include "player/review/PictureSaver.h"
 #include "player/review/Review.h"
 
 #include <QApplication>
-#include <QClipboard>
-#include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QFutureWatcher>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QScreen>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 #include <cmath>
 #include <cstdio>
@@ -159,6 +155,7 @@ void PlayerWindow::BuildLayout()
     fullScreen = std::make_unique<FullScreenControls>(*view, *panel, *column);
     tools = new PictureTools(session, *view, *timeline, this);
     tools->SetPixelShown(settings.pixelReadout);
+    saver = new PictureSaver(session, settings, *view, this);
 }
 
 void PlayerWindow::Connect()
@@ -189,6 +186,7 @@ void PlayerWindow::Connect()
         ShowControls();
     });
     connect(tools, &PictureTools::Noted, bar, &ControlBar::ShowPassingNote);
+    connect(saver, &PictureSaver::Noted, bar, &ControlBar::ShowPassingNote);
     connect(tools, &PictureTools::CompareRequested, this, &PlayerWindow::ShowCompareDialog);
     connect(welcome, &WelcomePanel::OpenRequested, this, [this] { ShowOpenDialog(/*forFolder=*/false); });
     connect(welcome, &WelcomePanel::FileRequested, this, [this](QString const& path) { Open({path}); });
@@ -355,7 +353,7 @@ void PlayerWindow::Perform(PlayerAction action)
         Tick();
         return;
     }
-    if (review->Perform(action))
+    if (review->Perform(action) || saver->Perform(action))
         return;
     if (tools->Perform(action)) {
         Tick();
@@ -394,12 +392,6 @@ void PlayerWindow::Perform(PlayerAction action)
         break;
     case PlayerAction::ScrubSound:
         ToggleScrubSound();
-        break;
-    case PlayerAction::SavePicture:
-        SavePicture();
-        break;
-    case PlayerAction::CopyPicture:
-        CopyPicture();
         break;
     case PlayerAction::OpenFile:
         ShowOpenDialog(/*forFolder=*/false);
@@ -450,17 +442,6 @@ void PlayerWindow::ShowOpenDialog(bool forFolder)
     dialog->open();
 }
 
-// The number of the picture shown, or its time where the number is not known.
-QString PlayerWindow::PictureMark()
-{
-    long long const start = view->GetShown()->startTime;
-    PlaybackStatus const status = session.GetEngine().GetStatus();
-    long long const number = status.index ? status.index->NumberFrom(start) : -1;
-    if (number >= 0)
-        return QString("%1").arg(status.firstNumber + number, 6, 10, QChar('0'));
-    return TimeText::PictureClock(start, start).replace(':', '-'); // which no file system minds
-}
-
 void PlayerWindow::ShowCompareDialog()
 {
     auto* dialog = new QFileDialog(this, "Compare with", settings.lastFolder);
@@ -468,46 +449,6 @@ void PlayerWindow::ShowCompareDialog()
     dialog->setFileMode(QFileDialog::ExistingFile);
     connect(dialog, &QFileDialog::fileSelected, tools, &PictureTools::Compare);
     dialog->open();
-}
-
-QString PlayerWindow::FreePictureName()
-{
-    QString const base = QFileInfo(session.GetPlaylist().GetCurrent().path).completeBaseName();
-    QString const stem = QDir(settings.pictureFolder).filePath(QString("%1-%2").arg(base, PictureMark()));
-    QString name = stem + ".png";
-    for (int i = 2; QFileInfo::exists(name); ++i)
-        name = QString("%1-%2.png").arg(stem).arg(i);
-    return name;
-}
-
-void PlayerWindow::SavePicture()
-{
-    auto const picture = view->GetShown();
-    if (!picture) {
-        bar->ShowPassingNote("There is no picture to save.");
-        return;
-    }
-    QString const name = FreePictureName();
-    auto* saving = new QFutureWatcher<bool>(this);
-    connect(saving, &QFutureWatcher<bool>::finished, this, [this, saving, name] {
-        bar->ShowPassingNote(QString(saving->result() ? "Saved %1" : "The picture cannot be saved to %1.").arg(name));
-        saving->deleteLater();
-    });
-    saving->setFuture(QtConcurrent::run([picture, name] {
-        QDir().mkpath(QFileInfo(name).absolutePath());
-        return PictureView::Render(*picture).save(name, "PNG");
-    }));
-}
-
-void PlayerWindow::CopyPicture()
-{
-    auto const picture = view->GetShown();
-    if (!picture) {
-        bar->ShowPassingNote("There is no picture to copy.");
-        return;
-    }
-    QApplication::clipboard()->setImage(PictureView::Render(*picture));
-    bar->ShowPassingNote("Picture copied");
 }
 
 void PlayerWindow::SetFullScreen(bool full)

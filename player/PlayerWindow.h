@@ -13,6 +13,7 @@
 class ControlBar;
 class FullScreenControls;
 class HelpOverlay;
+class PictureSaver;
 class PictureTools;
 class QLabel;
 class Readout;
@@ -75,15 +76,11 @@ private:
     void SaveSettings();
     void ShowOpenDialog(bool forFolder);
     void ShowCompareDialog();
-    void SavePicture();
-    void CopyPicture();
     void SetFullScreen(bool full);
     void LeaveFullScreen();
     void ToggleColours();
     void ToggleScrubSound();
     QString PaintingText() const;
-    QString PictureMark();
-    QString FreePictureName();
 
     PlayerOptions options;
     PlayerSettings settings;
@@ -105,6 +102,7 @@ private:
     Readout* readout;
     std::unique_ptr<FullScreenControls> fullScreen;
     Review* review;
+    PictureSaver* saver;
 
     DisplayBeat beat;
 };

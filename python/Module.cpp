@@ -205,17 +205,20 @@ std::optional<double> DurationOf(Video const& video)
     return duration < 0 ? std::nullopt : std::optional(Seconds(duration));
 }
 
-py::object Probe(std::string const& path, bool isQuick)
+py::object Probe(std::string const& path, bool isQuick, bool sequence, double rate)
 {
-    QByteArray const json = Unlocked([&](StopCheck const&) { return Reports::Describe(Text(path), isQuick); });
+    QByteArray const json = Unlocked([&](StopCheck const&) {
+        return Reports::Describe(Text(path), {sequence, rate}, isQuick);
+    });
     return py::module_::import("json").attr("loads")(py::bytes(json.constData(), static_cast<size_t>(json.size())));
 }
 
 // (pictures, seconds of sound, [(text, seconds or None), ...])
-py::tuple Check(std::string const& path)
+py::tuple Check(std::string const& path, bool sequence, double rate)
 {
-    Reports::CheckReport const report =
-        Unlocked([&](StopCheck const& stop) { return Reports::Check(Text(path), stop); });
+    Reports::CheckReport const report = Unlocked([&](StopCheck const& stop) {
+        return Reports::Check(Text(path), {sequence, rate}, stop);
+    });
     py::list faults;
     for (Reports::Fault const& fault : report.faults)
         faults.append(
@@ -343,7 +346,7 @@ PYBIND11_MODULE(_tavolin, module)
     DefineVideo(module);
     module.def("open", &Open, py::arg("path"), py::kw_only(), py::arg("cache"), py::arg("sequence"), py::arg("rate"),
                py::arg("holes"), py::arg("colours"), py::arg("tone_mapping"));
-    module.def("probe", &Probe, py::arg("path"), py::arg("quick"));
-    module.def("check", &Check, py::arg("path"));
+    module.def("probe", &Probe, py::arg("path"), py::arg("quick"), py::arg("sequence"), py::arg("rate"));
+    module.def("check", &Check, py::arg("path"), py::arg("sequence"), py::arg("rate"));
     module.attr("__version__") = TAVOLIN_VERSION;
 }

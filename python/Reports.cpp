@@ -3,8 +3,10 @@
 #include "common/Logger.h"
 #include "python/Video.h"
 #include "source/Source.h"
+#include "tools/commands/OpenSource.h"
 #include "tools/report/Info.h"
 #include "tools/report/PictureCount.h"
+#include "tools/report/SequenceFiles.h"
 #include "tools/report/SourceCheck.h"
 
 #include <QJsonDocument>
@@ -37,17 +39,27 @@ std::timed_mutex checks;
 }
 
 // As the commands open it.
-Source Open(QString const& path)
+Source Open(QString const& path, Reports::Opening const& opening)
 {
     int const before = logged.count;
-    SourceOptions options;
-    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-    Source source = Source::OpenFile(path, options);
+    SourceOptions options = UsualSourceOptions();
+    options.sequenceRate = opening.sequenceRate;
+    Source source = Video::OpenSource(path, opening.isSequence, options);
+    if (source.GetKind() == SourceKind::Sequence)
+        return source;
     if (!source.IsDescribed())
         Refuse(path, logged.count > before ? logged.last : source.GetError());
     if (!source.HasStreams())
         Refuse(path, QStringLiteral("there are no pictures and no sound in it"));
     return source;
+}
+
+QByteArray DescribeSequence(QString const& path, Source const& source)
+{
+    auto const one = SequenceFiles::DescribeOne(source);
+    if (!one)
+        Refuse(path, QStringLiteral("no picture of this sequence can be read"));
+    return QJsonDocument(Info::SequenceAsJson(source, *one)).toJson(QJsonDocument::Compact);
 }
 
 } // namespace
@@ -63,21 +75,23 @@ void Reports::CollectMessages()
     });
 }
 
-QByteArray Reports::Describe(QString const& path, bool isQuick)
+QByteArray Reports::Describe(QString const& path, Opening const& opening, bool isQuick)
 {
-    Source const source = Open(path);
+    Source const source = Open(path, opening);
+    if (source.GetKind() == SourceKind::Sequence)
+        return DescribeSequence(path, source);
     auto const count = isQuick ? std::nullopt : PictureCount::Of(source);
     return QJsonDocument(Info::AsJson(source, count)).toJson(QJsonDocument::Compact);
 }
 
-Reports::CheckReport Reports::Check(QString const& path, StopCheck const& stop)
+Reports::CheckReport Reports::Check(QString const& path, Opening const& opening, StopCheck const& stop)
 {
     std::unique_lock lock(checks, std::defer_lock);
     while (!lock.try_lock_for(patience)) {
         if (stop())
             throw PictureSpan::Interrupted();
     }
-    Source const source = Open(path);
+    Source const source = Open(path, opening);
     bool isStopped = false;
     CheckWatch watch;
     watch.stop = [&] { return isStopped = isStopped || stop(); };

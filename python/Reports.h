@@ -15,8 +15,15 @@ namespace Reports {
 // Once.
 void CollectMessages();
 
+// How a path is opened, see Video::OpenSource.
+struct Opening
+{
+    bool isSequence = false;   // a single file stands for the row that it belongs to
+    double sequenceRate = 0.0; // pictures per second
+};
+
 // A JSON object, without the true number of pictures if it is to be quick. Throws Video::OpenError.
-QByteArray Describe(QString const& path, bool isQuick);
+QByteArray Describe(QString const& path, Opening const& opening, bool isQuick);
 
 struct Fault
 {
@@ -33,6 +40,6 @@ struct CheckReport
 
 // Decodes all of it both ways. One check at a time: others wait, because FFmpeg's messages are the process's. Throws
 // Video::OpenError, and PictureSpan::Interrupted when it is stopped.
-CheckReport Check(QString const& path, StopCheck const& stop);
+CheckReport Check(QString const& path, Opening const& opening, StopCheck const& stop);
 
 } // namespace Reports

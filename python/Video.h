@@ -13,6 +13,7 @@
 
 class SoundStream;
 class Source;
+struct SourceOptions;
 
 // What a Python program opens, without Python: a movie, sound, a still image or an image sequence. Times are
 // microseconds of media time, where 0 is the first picture (in a file of sound, the container's 0). Any thread; calls
@@ -66,6 +67,11 @@ public:
         std::vector<short> samples; // interleaved
         int channels = 0;
     };
+
+    // What a path stands for, as everything here opens it: a file for itself, a pattern for its sequence, a folder for
+    // the one thing in it that can be meant (see MediaItems). `isSequence`: a file stands for its row. Throws OpenError
+    // where a folder does not tell.
+    static Source OpenSource(QString const& path, bool isSequence, SourceOptions const& options);
 
     // Throws OpenError when there is nothing in it that can be decoded.
     Video(QString const& path, Options const& options, StopCheck const& stop);

@@ -14,6 +14,9 @@
 
 namespace {
 
+// Numbers for each file; beyond that the files belong to no sequence. Times of the last picture stay within 64 bits.
+constexpr long long mostNumbersPerFile = 1000;
+
 // A file's name around its number.
 struct NumberedName
 {
@@ -31,9 +34,16 @@ struct Row
     int width = 1;
 };
 
+struct FoundRow
+{
+    QMap<long long, QString> files; // by number
+    QString pattern;
+};
+
 std::optional<NumberedName> SplitAtLastNumber(QString const& fileName)
 {
-    static QRegularExpression const lastNumber(QStringLiteral("^(.*?)(\\d{1,18})(\\D*)$"));
+    static QRegularExpression const lastNumber(QStringLiteral("^(.*?)(\\d{1,18})(\\D*)\\z"),
+                                               QRegularExpression::DotMatchesEverythingOption);
     // The digits of an extension ("jp2") are not the number, unless there is no other.
     int const dot = fileName.lastIndexOf(QLatin1Char('.'));
     QString const base = dot > 0 ? fileName.left(dot) : fileName;
@@ -65,7 +75,7 @@ bool FitsWidth(QString const& digits, int width)
 
 std::optional<Row> RowOfPattern(QString const& path)
 {
-    static QRegularExpression const pattern(QStringLiteral("^([^%#]*)(?:%(?:0(\\d{1,2}))?d|(#+))([^%#]*)$"));
+    static QRegularExpression const pattern(QStringLiteral("^([^%#]*)(?:%(?:0(\\d{1,2}))?d|(#+))([^%#]*)\\z"));
     QFileInfo const file(path);
     auto const match = pattern.match(file.fileName());
     if (!match.hasMatch())
@@ -110,9 +120,34 @@ Row RowOfFile(QString const& path, NumberedName const& name)
     return Row{folder, name.prefix, name.suffix, WidthOfRow(folder, name)};
 }
 
-QMap<long long, QString> FilesOfFolder(QString const& path)
+bool IsSparse(QMap<long long, QString> const& files)
 {
-    QMap<long long, QString> longest;
+    return files.size() > 1 && files.lastKey() - files.firstKey() >= mostNumbersPerFile * files.size();
+}
+
+// Empty where a sign of patterns stands in the name.
+QString PatternOf(Row const& row)
+{
+    QString const around = row.prefix + row.suffix;
+    if (around.contains(QLatin1Char('%')) || around.contains(QLatin1Char('#')))
+        return {};
+    QString const width = row.width > 1 ? QLatin1Char('0') + QString::number(row.width) : QString();
+    return row.prefix + QLatin1Char('%') + width + QLatin1Char('d') + row.suffix;
+}
+
+// The row of the file at `path`, or that file alone.
+FoundRow FindRowOfFile(QString const& path, NumberedName const& name)
+{
+    Row const row = RowOfFile(path, name);
+    auto const files = FilesOfRow(row);
+    if (IsSparse(files) || files.isEmpty())
+        return {{{name.digits.toLongLong(), path}}, {}};
+    return {files, files.size() > 1 ? PatternOf(row) : QString()};
+}
+
+FoundRow FindLongestRow(QString const& path)
+{
+    FoundRow longest;
     QSet<QPair<QString, QString>> done; // rows looked at, by what stands around their numbers
     for (QString const& name : QDir(path).entryList(QDir::Files, QDir::Name)) {
         auto const split = SplitAtLastNumber(name);
@@ -122,25 +157,24 @@ QMap<long long, QString> FilesOfFolder(QString const& path)
         if (ImageFormatOf(file).isEmpty())
             continue;
         done.insert({split->prefix, split->suffix});
-        auto const files = FilesOfRow(RowOfFile(file, *split));
-        if (files.size() > longest.size())
-            longest = files;
+        FoundRow const found = FindRowOfFile(file, *split);
+        if (found.files.size() > longest.files.size())
+            longest = found;
     }
     return longest;
 }
 
-QMap<long long, QString> FilesFor(QString const& path)
+FoundRow FindRow(QString const& path)
 {
-    if (auto const row = RowOfPattern(path))
-        return FilesOfRow(*row);
+    auto const row = RowOfPattern(path);
+    if (row && !QFileInfo::exists(path))
+        return {FilesOfRow(*row), QFileInfo(path).fileName()};
     if (QFileInfo(path).isDir())
-        return FilesOfFolder(path);
+        return FindLongestRow(path);
     if (!QFileInfo(path).isFile())
         return {};
     auto const name = SplitAtLastNumber(QFileInfo(path).fileName());
-    if (!name)
-        return {{0, path}};
-    return FilesOfRow(RowOfFile(path, *name));
+    return name ? FindRowOfFile(path, *name) : FoundRow{{{0, path}}, {}};
 }
 
 } // namespace
@@ -152,10 +186,16 @@ bool ImageSequence::IsPattern(QString const& path)
 
 ImageSequence ImageSequence::Find(QString const& path, SequenceHoles holes, QString& error)
 {
+    FoundRow const row = FindRow(path);
     ImageSequence sequence;
-    sequence.files = FilesFor(path);
+    sequence.files = row.files;
+    sequence.pattern = row.pattern;
     if (sequence.IsEmpty()) {
         error = QStringLiteral("No numbered image was found for \"%1\".").arg(path);
+        return {};
+    }
+    if (IsSparse(sequence.files)) {
+        error = QStringLiteral("The numbers of \"%1\" lie too far apart for a sequence.").arg(path);
         return {};
     }
     if (holes != SequenceHoles::Refuse || sequence.GetCount() == sequence.files.size())
@@ -165,6 +205,12 @@ ImageSequence ImageSequence::Find(QString const& path, SequenceHoles holes, QStr
         ++missing;
     error = QStringLiteral("Picture %1 of the sequence \"%2\" is missing.").arg(missing).arg(path);
     return {};
+}
+
+QString ImageSequence::RowOf(QString const& fileName)
+{
+    auto const name = SplitAtLastNumber(fileName);
+    return name ? name->prefix + QLatin1Char('/') + name->suffix : QString();
 }
 
 ImageSequence ImageSequence::FromFile(QString const& path)
@@ -197,6 +243,11 @@ QString ImageSequence::GetFile(long long index) const
 QStringList ImageSequence::GetFiles() const
 {
     return files.values();
+}
+
+QString ImageSequence::GetPattern() const
+{
+    return pattern;
 }
 
 long long ImageSequence::GetIndexOf(QString const& path) const

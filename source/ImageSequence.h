@@ -11,7 +11,8 @@
 //     take.0998.png  take.0999.png  take.1000.png  take.1002.png       one row, with a hole at 1001
 //
 // The number is the last one in the file's name. Leading zeros fill it to one width, which longer numbers outgrow
-// (9, 10; 999, 1000). A value; any thread.
+// (9, 10; 999, 1000). Files whose numbers lie far apart, as names made of the time of day do, are no sequence. A value;
+// any thread.
 class ImageSequence
 {
 public:
@@ -23,6 +24,9 @@ public:
     // `error` says why in one sentence. With SequenceHoles::Refuse a row with a hole is a failure.
     static ImageSequence Find(QString const& path, SequenceHoles holes, QString& error);
 
+    // What the names of one row have in common: the name with "/" instead of its number; empty without a number.
+    static QString RowOf(QString const& fileName);
+
     static ImageSequence FromFile(QString const& path); // a row of this one
 
     bool IsEmpty() const;                   // no file at all
@@ -30,6 +34,7 @@ public:
     long long GetFirstNumber() const;       // 0 when empty
     QString GetFile(long long index) const; // path of the file with the number first + index; empty for a hole
     QStringList GetFiles() const;           // all of them, in order
+    QString GetPattern() const; // name of the files, such as "take.%04d.png"; empty when no pattern can say it
 
     long long GetIndexOf(QString const& path) const; // of that very file; -1 when it is none of them
 
@@ -39,4 +44,5 @@ public:
 
 private:
     QMap<long long, QString> files; // by number
+    QString pattern;
 };

@@ -38,19 +38,58 @@ int CompareNumbers(QString const& one, int& i, QString const& other, int& j)
     return left.compare(right);
 }
 
-bool HasMediaSuffix(QString const& name)
+using Suffixes = QSet<QString>;
+
+bool HasSuffixOf(Suffixes const& suffixes, QString const& name)
 {
-    static QSet<QString> const suffixes = {
-        "264",  "265",   "3g2",  "3gp",  "aac",   "ac3", "aif",  "aifc", "aiff", "amr",  "ape",  "apng", "asf", "au",
-        "avi",  "avif",  "caf",  "dds",  "dnxhd", "dts", "dv",   "eac3", "f4v",  "flac", "flv",  "gif",  "gxf", "h264",
-        "h265", "hdr",   "heic", "hevc", "ivf",   "jls", "jxl",  "m1v",  "m2t",  "m2ts", "m2v",  "m4a",  "m4b", "m4v",
-        "mj2",  "mjpeg", "mjpg", "mka",  "mkv",   "mlp", "mov",  "mp2",  "mp3",  "mp4",  "mpeg", "mpg",  "mts", "mxf",
-        "nut",  "obu",   "oga",  "ogg",  "ogm",   "ogv", "opus", "pam",  "pcx",  "pfm",  "qoi",  "ra",   "rm",  "rmvb",
-        "spx",  "tak",   "ts",   "tta",  "vob",   "voc", "w64",  "wav",  "webm", "wma",  "wmv",  "wtv",  "wv",  "y4m"};
     return suffixes.contains(QFileInfo(name).suffix().toLower());
 }
 
+bool IsMovie(QString const& name)
+{
+    static Suffixes const movies = {"264", "265",  "3g2",  "3gp", "apng", "asf",   "avi",  "dnxhd", "dv",
+                                    "f4v", "flv",  "gif",  "gxf", "h264", "h265",  "hevc", "ivf",   "m1v",
+                                    "m2t", "m2ts", "m2v",  "m4v", "mj2",  "mjpeg", "mjpg", "mkv",   "mov",
+                                    "mp4", "mpeg", "mpg",  "mts", "mxf",  "nut",   "obu",  "ogg",   "ogm",
+                                    "ogv", "rm",   "rmvb", "ts",  "vob",  "webm",  "wmv",  "wtv",   "y4m"};
+    return HasSuffixOf(movies, name);
+}
+
+// Images whose first bytes are not looked for.
+bool IsOtherImage(QString const& name)
+{
+    static Suffixes const images = {"avif", "dds", "hdr", "heic", "jls", "jxl", "pam", "pcx", "pfm", "qoi"};
+    return HasSuffixOf(images, name);
+}
+
 } // namespace
+
+bool MediaFolder::IsSound(QString const& path)
+{
+    static Suffixes const sounds = {"aac",  "ac3",  "aif", "aifc", "aiff", "amr", "ape", "au",  "caf", "dts",
+                                    "eac3", "flac", "m4a", "m4b",  "mka",  "mlp", "mp2", "mp3", "oga", "opus",
+                                    "ra",   "spx",  "tak", "tta",  "voc",  "w64", "wav", "wma", "wv"};
+    return HasSuffixOf(sounds, path);
+}
+
+bool MediaFolder::IsMovieOrSound(QString const& path)
+{
+    return IsMovie(path) || IsSound(path);
+}
+
+MediaFolder::Names::Names(QStringList const& names)
+{
+    for (QString const& name : names)
+        ++rows[ImageSequence::RowOf(name)];
+}
+
+MediaFolder::Names::Names(QString const& path) : Names(QDir(path).entryList(QDir::Files, QDir::Unsorted)) {}
+
+bool MediaFolder::Names::IsAlone(QString const& name) const
+{
+    QString const row = ImageSequence::RowOf(name);
+    return row.isEmpty() || rows.value(row) <= 1;
+}
 
 bool MediaFolder::ComesBefore(QString const& one, QString const& other)
 {
@@ -74,6 +113,7 @@ QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
     QDir const folder(QFileInfo(path).absoluteFilePath());
     QStringList names = folder.entryList(QDir::Files);
     std::sort(names.begin(), names.end(), ComesBefore);
+    Names const listed(names);
     QList<Entry> entries;
     QSet<QString> taken; // files of rows
     for (QString const& name : names) {
@@ -81,8 +121,12 @@ QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
         if (taken.contains(file))
             continue;
         if (ImageFormatOf(file).isEmpty()) {
-            if (HasMediaSuffix(name))
+            if (IsMovieOrSound(name) || IsOtherImage(name))
                 entries.append({file, false});
+            continue;
+        }
+        if (listed.IsAlone(name)) {
+            entries.append({file, false});
             continue;
         }
         QString error;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 // Lists a folder as a person would: what can be played in it, each row of numbered images once.
 //
@@ -20,6 +22,23 @@ struct Entry
 
 // In natural order; empty when nothing in the folder can be played, and when it cannot be read.
 QList<Entry> Read(QString const& path);
+
+// By the ending of the name, for files that are no images by their first bytes.
+bool IsMovieOrSound(QString const& path);
+bool IsSound(QString const& path);
+
+// The names of a folder, read once, so that looking for the rows of many images does not list it for each.
+class Names
+{
+public:
+    explicit Names(QStringList const& names);
+    explicit Names(QString const& path); // of a folder
+
+    bool IsAlone(QString const& name) const; // no other one differs from it by the number only
+
+private:
+    QHash<QString, int> rows; // how many names each has
+};
 
 // Natural order of names: numbers by their value (2 before 10), letters whatever their case.
 bool ComesBefore(QString const& one, QString const& other);

@@ -32,8 +32,8 @@ constexpr long long fewPictures = 3;
 } // namespace
 
 MoviePictures::MoviePictures(std::shared_ptr<MediaInfo> newInfo, double newUntimedRate,
-                             ColourSettings const& newColours)
-    : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours)
+                             ColourSettings const& newColours, int newThreads)
+    : info(std::move(newInfo)), untimedRate(newUntimedRate), colours(newColours), threads(newThreads)
 {}
 
 MoviePictures::~MoviePictures() = default;
@@ -63,6 +63,7 @@ bool MoviePictures::Restart()
     isStained = false;
     instance = std::make_unique<MediaInstance>();
     instance->SetColours(colours);
+    instance->SetFrameThreads(threads);
     if (!instance->Initialize(info, 0) || !instance->HasPacket())
         return false;
     instance->SetSeekSkipping(skips);

@@ -32,8 +32,9 @@ class MediaInstance;
 class MoviePictures : public PictureStream
 {
 public:
-    // `untimedRate`: pictures per second of a stream that says no rate.
-    MoviePictures(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {});
+    // `untimedRate`: pictures per second of a stream that says no rate. `threads`: see SourceOptions::movieThreads.
+    MoviePictures(std::shared_ptr<MediaInfo> info, double untimedRate, ColourSettings const& colours = {},
+                  int threads = 0);
     ~MoviePictures() override;
 
     bool Open(); // false when there is no stream of pictures that can be decoded
@@ -86,6 +87,7 @@ private:
     std::shared_ptr<MediaInfo> info;
     double untimedRate;
     ColourSettings colours;
+    int threads;
     std::unique_ptr<MediaInstance> instance;
     bool canLand = true;    // what is found after a seek can be trusted; otherwise everything is read from the start
     bool isStained = false; // the decoder has met damage

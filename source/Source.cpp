@@ -16,6 +16,7 @@
 #include "source/SoundStream.h"
 
 #include <QByteArray>
+#include <QDir>
 #include <QFileInfo>
 
 extern "C" {
@@ -306,7 +307,7 @@ std::unique_ptr<PictureStream> Source::OpenPictures(StopCheck const& stop) const
         auto const cover = DecodeCover(info, options.colours, stop);
         return cover ? std::make_unique<SinglePicture>(cover) : nullptr;
     }
-    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours);
+    auto movie = std::make_unique<MoviePictures>(info, options.untimedRate, options.colours, options.movieThreads);
     return movie->Open() ? std::move(movie) : nullptr;
 }
 
@@ -383,6 +384,8 @@ bool Source::LeavesOutAHalf() const
 
 bool Source::CanSeek() const
 {
+    if (kind == SourceKind::Sequence)
+        return true;
     return packetsBearTimes && !info->IsImage() && info->GetDuration() > 0;
 }
 
@@ -407,6 +410,15 @@ QString Source::Describe() const
     if (HasCoverOnly())
         return hasSound ? QStringLiteral("sound with cover art") : QStringLiteral("cover art");
     return hasSound ? QStringLiteral("movie") : QStringLiteral("movie without sound");
+}
+
+QString Source::GetName() const
+{
+    QString const pattern = kind == SourceKind::Sequence ? sequence.GetPattern() : QString();
+    QFileInfo const file(path);
+    if (pattern.isEmpty() || !file.exists())
+        return path;
+    return file.isDir() ? QDir(path).filePath(pattern) : path.left(path.size() - file.fileName().size()) + pattern;
 }
 
 int Source::GetWidth() const
@@ -470,7 +482,7 @@ long long Source::GetOrigin() const
 long long Source::EndOfLastPicture(DecodedVideoFrame const& last) const
 {
     auto const step = last.frameRate > 0.0 ? static_cast<long long>(secondUs / last.frameRate) : 0;
-    return std::max(info->GetDuration(), last.startTime + step);
+    return std::max(GetDuration(), last.startTime + step);
 }
 
 bool Source::IsOver(DecodedVideoFrame const& found, long long time) const

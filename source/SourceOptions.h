@@ -30,6 +30,8 @@ struct SourceOptions
     SequenceHoles sequenceHoles = SequenceHoles::Hold;
     int sequenceThreads = 0; // that decode a sequence; 0: as many as there are cores
 
+    int movieThreads = 0; // pictures of a movie that are decoded at the same time; 0: as many as FFmpeg chooses
+
     // Pictures per second of streams that say none and whose pictures bear no times, as raw ones.
     double untimedRate = 25.0;
 

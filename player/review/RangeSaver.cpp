@@ -9,7 +9,6 @@
 #include "source/SoundStream.h"
 #include "source/Source.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -72,30 +71,22 @@ RangeSaver::~RangeSaver()
     wait();
 }
 
-bool RangeSaver::IsSound(QString const& path)
+QString RangeSaver::PathOf(long long number) const
 {
-    return path.endsWith(".wav", Qt::CaseInsensitive);
-}
-
-QString RangeSaver::PicturePath(QString const& path, long long number)
-{
-    QString const stem = path.endsWith(".png", Qt::CaseInsensitive) ? path.left(path.size() - 4) : path;
-    return QString("%1-%2.png").arg(stem).arg(number, 6, 10, QChar('0'));
+    QString const stem = job.path.endsWith(".png", Qt::CaseInsensitive) ? job.path.left(job.path.size() - 4) : job.path;
+    return QString("%1-%2.png").arg(stem).arg(job.firstNumber + number, 6, 10, QChar('0'));
 }
 
 void RangeSaver::run()
 {
-    emit Ended(IsSound(job.path) ? SaveSound() : SavePictures());
+    emit Ended(job.path.endsWith(".wav", Qt::CaseInsensitive) ? SaveSound() : SavePictures());
 }
 
 void RangeSaver::TellProgress(long long done, long long all, char const* what)
 {
-    static thread_local QElapsedTimer timer;
-    if (!timer.isValid())
-        timer.start();
-    if (lastTold >= 0 && timer.elapsed() - lastTold < progressInterval)
+    if (sinceTold.isValid() && sinceTold.elapsed() < progressInterval)
         return;
-    lastTold = timer.elapsed();
+    sinceTold.start();
     emit Progressed(QString("Saving %1: %2 %. Esc cancels.").arg(what).arg(100 * done / std::max(1LL, all)));
 }
 
@@ -113,7 +104,7 @@ QString RangeSaver::SavePictures()
 QString RangeSaver::FindExisting(long long first, long long last) const
 {
     for (long long number = first; number <= last && !stopped; ++number) {
-        QString path = PicturePath(job.path, job.firstNumber + number);
+        QString path = PathOf(number);
         if (QFileInfo::exists(path))
             return path;
     }
@@ -131,7 +122,7 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
     long long saved = 0;
     ReadResult result = pictures->ReadAt(job.index->TimeOf(first), picture, stop);
     for (; result == ReadResult::Got && picture->startTime < job.to; result = pictures->Read(picture, stop)) {
-        QString const path = PicturePath(job.path, job.firstNumber + job.index->NumberAt(picture->startTime));
+        QString const path = PathOf(job.index->NumberAt(picture->startTime));
         if (!PictureView::Render(*picture).save(path, "PNG")) {
             QFile::remove(path);
             return QString("%1 cannot be written. %2 pictures were saved.").arg(path).arg(saved);
@@ -142,8 +133,7 @@ QString RangeSaver::SavePicturesFrom(long long first, long long last)
         return QString("Cancelled. %1 pictures were saved.").arg(saved);
     if (saved < last - first + 1)
         return QString("%1 of %2 pictures were saved; the others cannot be decoded.").arg(saved).arg(last - first + 1);
-    return QString("Saved %1 to %2")
-        .arg(PicturePath(job.path, first), QFileInfo(PicturePath(job.path, last)).fileName());
+    return QString("Saved %1 to %2").arg(PathOf(first), QFileInfo(PathOf(last)).fileName());
 }
 
 QString RangeSaver::SaveSound()

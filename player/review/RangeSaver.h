@@ -3,6 +3,7 @@
 #include "source/ReadResult.h"
 #include "source/SourceOptions.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <QThread>
 
@@ -46,9 +47,6 @@ public:
 
     void Stop() { stopped = true; } // any thread
 
-    static bool IsSound(QString const& path);
-    static QString PicturePath(QString const& path, long long number);
-
 signals:
     void Progressed(QString const& text); // a few times a second
     void Ended(QString const& sentence);  // what came of it
@@ -62,10 +60,11 @@ private:
     QString FindExisting(long long first, long long last) const;
     QString SaveSound();
     bool WriteSound(SoundStream& sound, QSaveFile& file, long long frames, QString& fault);
+    QString PathOf(long long number) const; // of the picture, from 0
     void TellProgress(long long done, long long all, char const* what);
 
     Job const job;
     std::atomic<bool> stopped{false};
     StopCheck const stop = [this] { return stopped.load(); };
-    long long lastTold = -1; // milliseconds
+    QElapsedTimer sinceTold; // invalid before the first time
 };

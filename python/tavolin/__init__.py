@@ -64,7 +64,8 @@ def _name(path):
 def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colours="stream", tone_mapping=True):
     """Opens a movie, sound, a still image or an image sequence, and decodes its first picture.
 
-    path: a file, a pattern of an image sequence such as "take.%04d.png" or "take.####.png", or a folder with one.
+    path: a file, a pattern of an image sequence such as "take.%04d.png" or "take.####.png", or a folder with one
+        image sequence or one movie in it.
     cache: bytes of decoded pictures that are kept around the last one asked for; at least four pictures.
     sequence: whether a single file stands for the image sequence that it belongs to.
     rate: pictures per second of an image sequence.
@@ -78,19 +79,20 @@ def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colo
                          tone_mapping=tone_mapping)
 
 
-def probe(path, quick=False):
+def probe(path, quick=False, *, sequence=False, rate=24.0):
     """What a file is: a dict in the shape of `tavolin info --json`. Raises OpenError.
 
-    The pictures are counted by reading the file to its end, without decoding; quick leaves the count out.
+    The pictures are counted by reading the file to its end, without decoding; quick leaves the count out. path,
+    sequence and rate are those of open.
     """
-    return _tavolin.probe(_name(path), quick)
+    return _tavolin.probe(_name(path), quick, sequence, rate)
 
 
-def check(path):
+def check(path, *, sequence=False, rate=24.0):
     """Decodes a file from its beginning to its end and back, and reports damage as `tavolin check` does.
 
-    One check runs at a time in a process; others wait. Ctrl+C ends it. Raises OpenError.
+    path, sequence and rate are those of open; each file of an image sequence is decoded once, by itself. One check runs at a time in a process; others wait. Ctrl+C ends it. Raises OpenError.
     """
     name = _name(path)
-    pictures, sound, faults = _tavolin.check(name)
+    pictures, sound, faults = _tavolin.check(name, sequence, rate)
     return CheckReport(name, not faults, [Finding(text, time) for text, time in faults], pictures, sound)

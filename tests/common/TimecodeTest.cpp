@@ -25,7 +25,7 @@ bool IsTimecode(char const* text, double rate)
 }
 
 // The numbers of 24 hours as FFmpeg writes them: all of the first hour, in which the pattern of dropped numbers comes
-// six times, and every seventh of the others. Those of the first second of each minute, and some others, are read back,
+// six times, and every 31st of the others. Those of the first second of each minute, and some others, are read back,
 // too.
 void ExpectADayAsFfmpegHasIt(AVRational rate, bool dropFrame)
 {
@@ -37,7 +37,7 @@ void ExpectADayAsFfmpegHasIt(AVRational rate, bool dropFrame)
     long long const day = std::llround(perSecond) * 86400 - (dropFrame ? std::llround(perSecond) / 30 * 2 * 1296 : 0);
     long long const hour = day / 24;
     char expected[AV_TIMECODE_STR_SIZE];
-    for (long long frame = 0; frame < day; frame += frame < hour ? 1 : 7) {
+    for (long long frame = 0; frame < day; frame += frame < hour ? 1 : 31) {
         av_timecode_make_string(&model, expected, static_cast<int>(frame));
         QString const text = start->Plus(frame).ToText();
         ASSERT_EQ(text, QLatin1String(expected)) << frame;

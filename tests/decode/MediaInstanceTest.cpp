@@ -725,15 +725,18 @@ TEST_F(MediaInstanceTest, DecodesWithoutThreadsOfItsOwnWhereOneIsTheMost)
         return std::distance(begin(all), end(all));
     };
     auto const before = threads();
-    auto const addedBy = [&](int most) {
+    auto const addedBy = [&](int most, int asked) {
         auto const info = Probed(LongMovie("mkv"));
         MediaInstance instance;
         instance.SetMostThreads(most);
+        instance.SetFrameThreads(asked);
         EXPECT_TRUE(instance.Initialize(info, 0) && instance.HasPacket());
         return threads() - before;
     };
-    EXPECT_EQ(addedBy(1), 0);
-    EXPECT_EQ(addedBy(3), 3);
+    EXPECT_EQ(addedBy(1, 0), 0);
+    EXPECT_EQ(addedBy(3, 0), 3);
+    EXPECT_EQ(addedBy(0, 5), 5);
+    EXPECT_EQ(addedBy(1, 5), 0);
 }
 
 TEST_F(MediaInstanceTest, HasNothingMoreAfterTheEndUnlessForced)

@@ -166,7 +166,8 @@ TEST_F(HostRulesTest, SeeksAndSoundAreInTheContainersTime)
 TEST_F(HostRulesTest, SoundThatBeginsBeforeThePicturesIsPlayed)
 {
     Open(Clips::Made("late-video.mp4"));
-    EXPECT_NEAR(static_cast<double>(engine.GetStatus().start), -1000000.0, 50000.0); // two AAC frames
+    // The encoder's packet of silence comes before the tone.
+    EXPECT_NEAR(static_cast<double>(engine.GetStatus().start), -1000000.0, 1024 * 1e6 / 44100 + 1.0);
     EXPECT_EQ(engine.GetStatus().position, engine.GetStatus().start);
     ASSERT_TRUE(engine.GetPicture());
     EXPECT_EQ(engine.GetPicture()->startTime, 0);
@@ -183,7 +184,7 @@ TEST_F(HostRulesTest, ACoverMakesNoMovie)
         Wait();
         ASSERT_TRUE(engine.GetPicture()) << name;
         EXPECT_EQ(engine.GetPicture()->width, 64) << name;
-        EXPECT_GT(engine.GetStatus().duration, 2900000) << name;
+        EXPECT_GE(engine.GetStatus().duration, 3000000) << name; // all of the tone
         std::vector<short> block(2000);
         EXPECT_EQ(engine.FillAudio(block.data(), 1000), 1000) << name;
     }

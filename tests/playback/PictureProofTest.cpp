@@ -72,6 +72,9 @@ TEST_P(PictureProofTest, ForwardsShowsEveryPictureOnce)
     ExpectShown(pictures.size() - 1);
     EXPECT_EQ(engine->GetStatus().state, PlaybackState::Ended);
     EXPECT_EQ(engine->GetStatus().picturesShown, static_cast<long long>(pictures.size()));
+    if (Clips::IsWhole(GetParam())) {
+        EXPECT_EQ(engine->GetStatus().damage, QVector<long long>());
+    }
 }
 
 TEST_P(PictureProofTest, BackwardsShowsEveryPictureOnce)

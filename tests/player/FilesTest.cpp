@@ -2,6 +2,7 @@
 #include "decode/ColourSettings.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
+#include "player/review/Review.h"
 #include "source/Source.h"
 #include "tests/support/Clips.h"
 #include "tests/support/GreyExr.h"
@@ -126,7 +127,8 @@ TEST_F(PlayerFilesTest, PlaysTheSoundOfAMovieWhosePicturesHaveNoDecoderWithANote
     })) << qPrintable(Note());
     EXPECT_EQ(Status().kind, SourceKind::Sound);
     EXPECT_TRUE(Eventually([&] { return !window->isVisible(); }));
-    EXPECT_GT(QFileInfo(home.filePath("played.wav")).size(), 48000 * 4 * 3 / 2); // most of two seconds
+    // Two seconds, but perhaps for the last block of 10 ms.
+    EXPECT_GE(QFileInfo(home.filePath("played.wav")).size(), 4 * (2 * 48000 - 480));
     EXPECT_EQ(window->GetExitCode(), 4);
 }
 
@@ -138,7 +140,7 @@ TEST_F(PlayerFilesTest, ShowsAnExrImageAsBrightAsItIsDecodedElsewhere)
     ASSERT_EQ(Source::OpenFile(image).OpenPictures()->ReadAt(0, decoded), ReadResult::Got);
     Start({image});
     EXPECT_TRUE(ShowsGrey(decoded->data[0])) << int(decoded->data[0]);
-    EXPECT_NEAR(decoded->data[0], 255.0 * std::pow(0.5, 1 / 2.2), 3.0); // light, encoded for a display
+    EXPECT_NEAR(decoded->data[0], 255.0 * std::pow(0.5, 1 / 2.2), 0.5); // light, encoded for a display
 }
 
 TEST_F(PlayerFilesTest, KeepsAStillUntilTheNextKey)
@@ -146,7 +148,7 @@ TEST_F(PlayerFilesTest, KeepsAStillUntilTheNextKey)
     options.paused = false;
     Start({PutStill("one.png", 50), PutStill("two.png", 100), PutStill("three.png", 150)});
     ASSERT_TRUE(ShowsGrey(50));
-    QTest::qWait(400);
+    QTest::qWait(400); // ten pictures of a movie
     EXPECT_TRUE(ShowsGrey(50));
     Press(Qt::Key_PageDown);
     EXPECT_TRUE(ShowsGrey(100));
@@ -167,7 +169,7 @@ TEST_F(PlayerFilesTest, KeepsAStillForTheTimeAskedFor)
     Start(files);
     EXPECT_TRUE(ShowsGrey(100));
     EXPECT_TRUE(Eventually([&] { return !window->isVisible(); }));
-    EXPECT_GE(timer.elapsed(), 1000);
+    EXPECT_GE(timer.elapsed(), 2 * 500);
     EXPECT_EQ(window->GetExitCode(), 0);
 }
 
@@ -179,7 +181,7 @@ TEST_F(PlayerFilesTest, KeepsAStillThatIsPaused)
     ASSERT_TRUE(ShowsGrey(50));
     Press(Qt::Key_Space);
     ASSERT_EQ(Status().speed, 0.0);
-    QTest::qWait(1000);
+    QTest::qWait(1000); // longer than the 0.6 s
     EXPECT_TRUE(ShowsGrey(50));
     Press(Qt::Key_Space);
     EXPECT_TRUE(ShowsGrey(100));
@@ -240,6 +242,18 @@ TEST_F(PlayerFilesTest, OpensASequenceAtTheFileGivenAndTellsItsNumber)
     EXPECT_TRUE(Eventually([&] { return HasLabel("#1000 / 1029"); }));
 }
 
+TEST_F(PlayerFilesTest, SavesPicturesOfASequenceByTheNumbersOfTheirFiles)
+{
+    Clips::WriteNumberedPictures(Folder(), "shot.%04d.ppm", {1000, 1001, 1002});
+    Start({Folder() + "/shot.1001.ppm"});
+    ASSERT_TRUE(Eventually([&] { return HasLabel("#1001 / 1002"); }));
+    Child<Review>()->SaveRange(home.filePath("kept.png"));
+    QString const saved = QString("Saved %1 to kept-001002.png").arg(home.filePath("kept-001000.png"));
+    EXPECT_TRUE(Eventually([&] { return Note() == saved; })) << qPrintable(Note());
+    EXPECT_EQ(QDir(home.path()).entryList({"kept*"}),
+              QStringList({"kept-001000.png", "kept-001001.png", "kept-001002.png"}));
+}
+
 TEST_F(PlayerFilesTest, PassesOverABrokenFileWithANote)
 {
     QString const broken = PutBroken("b.mp4");
@@ -275,15 +289,14 @@ TEST_F(PlayerFilesTest, ShowsDamage)
     Start({DamagedMovie()});
     ASSERT_TRUE(Eventually([&] { return Status().state == PlaybackState::Ended; }));
     auto const damage = Status().damage;
-    ASSERT_GT(damage.size(), 2);
+    ASSERT_GT(damage.size(), 1); // the note says "pictures"
     auto* timeline = Child<Timeline>();
-    ASSERT_TRUE(Eventually([&] {
-        QImage const marks = timeline->grab().toImage();
-        QColor const mark = marks.pixelColor(timeline->XAt(damage.first()), 20);
+    auto const isRed = [&](long long time) {
+        QColor const mark = timeline->grab().toImage().pixelColor(timeline->XAt(time), 20);
         return mark.red() > 200 && mark.green() < 100;
-    }));
-    QColor const beside = timeline->grab().toImage().pixelColor(timeline->XAt(400000), 20);
-    EXPECT_LT(beside.red(), 100);
+    };
+    ASSERT_TRUE(Eventually([&] { return isRed(damage.first()); }));
+    EXPECT_FALSE(isRed(400000));
     EXPECT_TRUE(Note().startsWith(QString("%1 pictures are damaged, the first at 0:00:01.").arg(damage.size())))
         << qPrintable(Note());
     Press(Qt::Key_Tab);

@@ -107,7 +107,7 @@ TEST_P(LookingCloserTest, ChangesTheDisplayAloneByExposureKeys)
     StartDemo();
     SeekTo(10);
     int const before = qGray(Grab().pixel(greyPlace));
-    ASSERT_NEAR(before, grey, 3);
+    ASSERT_NEAR(before, grey, 1); // limited range has 219 steps for 255
     Press(Qt::Key_E);
     Press(Qt::Key_E);
     EXPECT_TRUE(ShowsGrey(greyPlace, static_cast<int>(std::lround(before * std::exp2(1.0 / 2.2)))));
@@ -184,7 +184,7 @@ TEST_P(LookingCloserTest, TellsThePixelUnderThePointer)
     PointAt(QPoint(633, 5));
     QImage const picture = PictureView::Render(*window->GetView().GetShown());
     QColor const pixel = picture.pixelColor(316, 2);
-    ASSERT_GT(pixel.red(), 240);
+    ASSERT_GE(pixel.red(), 250); // coding may lose a little
     QString const values = QString("R %1  G %2  B %3").arg(pixel.red()).arg(pixel.green()).arg(pixel.blue());
     EXPECT_EQ(Child<PixelReadout>()->GetText(), "x 316  y 2   " + values);
     EXPECT_TRUE(Child<PixelReadout>()->isVisible());
@@ -261,7 +261,7 @@ TEST_P(LookingCloserTest, OpensTheFileForSmallPicturesWhenFirstHovered)
     EXPECT_EQ(OpenedInputs::Count() - before, opened);
 }
 
-// 600 pixels for 15000 pictures: less than a picture a pixel takes zooming.
+// 615 pixels for 15000 pictures: less than a picture a pixel takes zooming.
 TEST_P(LookingCloserTest, ZoomsTheTimelineOfTenMinutesDownToSinglePictures)
 {
     QString const movie =
@@ -270,12 +270,13 @@ TEST_P(LookingCloserTest, ZoomsTheTimelineOfTenMinutesDownToSinglePictures)
     Start({movie});
     auto* timeline = Child<Timeline>();
     ASSERT_TRUE(Eventually([&] { return timeline->TimeAt(viewWidth) > 590000000; }));
-    EXPECT_GT(timeline->TimeAt(301) - timeline->TimeAt(300), 20 * step);
+    constexpr int length = viewWidth - 2 * 12 - 1; // pixels
+    EXPECT_NEAR(timeline->TimeAt(301) - timeline->TimeAt(300), 600 * 1000000LL / length, 1);
     window->GetEngine().Seek(300 * 1000000LL);
     ASSERT_TRUE(Eventually([&] { return RecordNumber() == 7500; }));
     for (int i = 0; i < 20; ++i)
         Press(Qt::Key_Up);
-    EXPECT_LT(timeline->TimeAt(301) - timeline->TimeAt(300), step);
+    EXPECT_NEAR(timeline->TimeAt(301) - timeline->TimeAt(300), 77 * step / length, 1); // 8 pixels for each of 77
     for (int number = 7501; number <= 7510; ++number) {
         int const before = timeline->XAt(RecordNumber() * step);
         Press(Qt::Key_Period);
@@ -347,7 +348,7 @@ TEST_P(LookingCloserTest, PlaysTwoFilesInStepBothWays)
     }));
     Press(Qt::Key_K);
     EXPECT_TRUE(Eventually([&] { return RecordNumber() == SecondNumber(); }));
-    EXPECT_GT(same * 2, pairs); // the second one may be late where the machine is
+    EXPECT_GT(same * 2, pairs); // most of the time: the second one may be late where the machine is
 }
 
 TEST_P(LookingCloserTest, FollowsSeeksAndShowsTheLastPictureOfAShorterFile)

@@ -153,8 +153,9 @@ TEST(MarkerFileTest, SurvivesDamage)
             QByteArray bytes = whole.left(static_cast<int>(random() % (whole.size() + 1)));
             for (int changes = static_cast<int>(random() % 4); changes > 0 && !bytes.isEmpty(); --changes)
                 bytes[static_cast<int>(random() % bytes.size())] = static_cast<char>(random());
-            EXPECT_LE(MarkerFile::FromCsv(bytes).rows.size(), 20);
-            EXPECT_LE(MarkerFile::FromJson(bytes).rows.size(), 20);
+            // A row of CSV takes a line behind the first one, a row of JSON an object.
+            EXPECT_LE(MarkerFile::FromCsv(bytes).rows.size(), bytes.count('\n') + bytes.count('\r'));
+            EXPECT_LE(MarkerFile::FromJson(bytes).rows.size(), bytes.count('{'));
         }
     }
 }

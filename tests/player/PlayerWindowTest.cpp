@@ -2,6 +2,7 @@
 #include "WindowTest.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
+#include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
 #include "tests/support/OpenedInputs.h"
 
@@ -98,9 +99,9 @@ TEST_P(PlayerWindowTest, JumpsFiveSecondsWhilePlaying)
     Press(Qt::Key_Space);
     Press(Qt::Key_Right);
     EXPECT_TRUE(Eventually([&] { return ShownNumber() >= 125; }));
-    EXPECT_LT(ShownNumber(), 160);
+    EXPECT_LT(ShownNumber(), 160); // 14 seconds of play later
     Press(Qt::Key_Left);
-    EXPECT_TRUE(Eventually([&] { return ShownNumber() < 60; }));
+    EXPECT_TRUE(Eventually([&] { return ShownNumber() < 60; })); // 24 seconds of play
 }
 
 TEST_P(PlayerWindowTest, GoesToBothEnds)
@@ -122,7 +123,7 @@ TEST_P(PlayerWindowTest, PlaysAndPausesWithSpace)
     EXPECT_EQ(Status().speed, 0.0);
     ASSERT_TRUE(Eventually([&] { return ShownNumber() == RecordNumber(); }));
     int const paused = ShownNumber();
-    QTest::qWait(200);
+    QTest::qWait(200); // five pictures of play
     EXPECT_EQ(ShownNumber(), paused);
 }
 
@@ -254,7 +255,7 @@ TEST_P(PlayerWindowTest, ZoomsAtThePointerAndMovesByDragging)
     for (int i = 0; i < 4; ++i)
         QApplication::sendEvent(&window->GetView(), &wheel);
     double const zoom = window->GetView().GetGeometry().GetZoom();
-    EXPECT_NEAR(zoom, 2.0 * 1.25 * 1.25 * 1.25 * 1.25, 1e-9);
+    EXPECT_DOUBLE_EQ(zoom, 2.0 * 1.25 * 1.25 * 1.25 * 1.25);
     EXPECT_EQ(window->GetView().GetGeometry().PictureToView().map(QPointF(0, 0)), QPointF(0, 0));
     QTest::mousePress(&window->GetView(), Qt::LeftButton, Qt::NoModifier, QPoint(300, 300));
     Drag(window->GetView(), QPointF(250, 260));
@@ -443,12 +444,19 @@ TEST_P(PlayerWindowTest, ShowsTheColoursThatTheFileMeans)
         QString const card = DemoMovie::MakeCard(matrix, range);
         ASSERT_FALSE(card.isEmpty());
         Start({card});
+        auto const isCovered = [&](QPoint point) { // by words that stay for seconds
+            auto const* readout = Child<Readout>();
+            return readout->isVisible() && readout->geometry().contains(point);
+        };
         auto const largestError = [&] {
             QImage const screen = Grab();
             int largest = 0;
             for (int column = 0; column < 8; ++column)
                 for (int row = 0; row < 6; ++row) {
-                    QColor const seen = screen.pixelColor(80 * column + 40, 80 * row + 40);
+                    QPoint const middle(80 * column + 40, 80 * row + 40);
+                    if (isCovered(middle))
+                        continue;
+                    QColor const seen = screen.pixelColor(middle);
                     QColor const meant = DemoMovie::Patch(column, row);
                     largest = std::max({largest, std::abs(seen.red() - meant.red()),
                                         std::abs(seen.green() - meant.green()), std::abs(seen.blue() - meant.blue())});

@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr int retryInterval = 2000; // milliseconds until the player tries a lost device again by itself
+
 // What a test tells the device, and what the device tells it.
 struct Script
 {
@@ -89,7 +91,7 @@ TEST_F(SoundPlayerTest, LeavesAStalledDeviceOpenAndSaysSoUntilItGoesOn)
     ASSERT_TRUE(Eventually([&] { return script->starts == 1; }));
     script->isStalled = true;
     EXPECT_TRUE(Eventually([&] { return notes == QStringList{"stalled"}; }));
-    QTest::qWait(3000); // longer than until the next try to open
+    QTest::qWait(retryInterval + 1000);
     script->isStalled = false;
     EXPECT_TRUE(Eventually([&] { return notes == (QStringList{"stalled", ""}); }));
     EXPECT_EQ(script->starts, 1);
@@ -118,8 +120,8 @@ TEST_F(SoundPlayerTest, TriesAnAbsentDeviceAtOnceWhenAsked)
     timer.start();
     player.Reopen();
     EXPECT_TRUE(Eventually([&] { return script->starts == 2; }));
-    EXPECT_LT(timer.elapsed(), 2000); // by itself it would take that long
-    player.Reopen();                  // there is nothing to open
+    EXPECT_LT(timer.elapsed(), retryInterval);
+    player.Reopen(); // there is nothing to open
     QTest::qWait(100);
     EXPECT_EQ(script->starts, 2);
 }
@@ -131,7 +133,7 @@ TEST_F(SoundPlayerTest, DoesNotOpenTheDeviceAnyMoreOnceStopped)
     ASSERT_TRUE(Eventually([&] { return script->starts == 1; }));
     player.Stop();
     player.Reopen();
-    QTest::qWait(2500);
+    QTest::qWait(retryInterval + 500);
     EXPECT_EQ(script->starts, 1);
 }
 
@@ -142,7 +144,7 @@ TEST_F(SoundPlayerTest, DoesNotWaitForASlowDevice)
     timer.start();
     player.Start(48000, 2);
     player.Reopen();
-    EXPECT_LT(timer.elapsed(), 500);
+    EXPECT_LT(timer.elapsed(), script->startDelay);
     EXPECT_EQ(script->starts, 0);
     EXPECT_TRUE(Eventually([&] { return script->starts == 1; }));
 }

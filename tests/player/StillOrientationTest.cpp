@@ -40,7 +40,9 @@ TEST_F(StillOrientationTest, ShowsAStillImageUpright)
         image = Grab();
         return isRed(image.height() / 4);
     }));
-    EXPECT_LT(qRed(image.pixel(image.width() / 2, image.height() * 3 / 4)), 60);
-    EXPECT_GT(qBlue(image.pixel(image.width() / 2, image.height() * 3 / 4)), 200);
-    EXPECT_LT(qGray(image.pixel(image.width() / 8, image.height() / 2)), 30); // beside the upright picture
+    constexpr int loss = 10; // of JPEG at Qt's default quality
+    EXPECT_LE(qRed(image.pixel(image.width() / 2, image.height() * 3 / 4)), loss);
+    EXPECT_GE(qBlue(image.pixel(image.width() / 2, image.height() * 3 / 4)), 255 - loss);
+    // Beside the upright picture, where the view is nearly black.
+    EXPECT_LT(qGray(image.pixel(image.width() / 8, image.height() / 2)), 30);
 }

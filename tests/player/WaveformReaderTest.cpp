@@ -51,17 +51,17 @@ TEST(WaveformReaderTest, TellsWhereTheSoundIsLoud)
 {
     auto const peaks = PeaksOf(MakeMedia("loud.wav", SilenceAndNoise()), 0, 0, 2000000);
     ASSERT_EQ(peaks.size(), 2048);
-    EXPECT_EQ(Loudest(peaks, 0, 1020), 0);
-    EXPECT_GE(*std::min_element(peaks.begin() + 1030, peaks.end()), 254);
+    EXPECT_EQ(Loudest(peaks, 0, 1024), 0);
+    EXPECT_EQ(*std::min_element(peaks.begin() + 1024, peaks.end()), 255);
 }
 
 TEST(WaveformReaderTest, KeepsToMediaTime)
 {
     // Media time 0 is at 0.5 s of the container, and the media begins half a second before it.
     auto const peaks = PeaksOf(MakeMedia("loud.wav", SilenceAndNoise()), 500000, -500000, 4000000);
-    EXPECT_EQ(Loudest(peaks, 0, 510), 0);
-    EXPECT_EQ(Loudest(peaks, 515, 1020), 255);
-    EXPECT_EQ(Loudest(peaks, 1030, 2048), 0); // beyond the end of the sound
+    EXPECT_EQ(Loudest(peaks, 0, 512), 0);
+    EXPECT_EQ(*std::min_element(peaks.begin() + 512, peaks.begin() + 1024), 255);
+    EXPECT_EQ(Loudest(peaks, 1024, 2048), 0); // beyond the end of the sound
 }
 
 TEST(WaveformReaderTest, ReadsTheSoundOfAMovie)
@@ -69,6 +69,8 @@ TEST(WaveformReaderTest, ReadsTheSoundOfAMovie)
     QString const movie = MakeMedia("loud.mp4", Picture("64x48", 25, 2.0) + SilenceAndNoise() +
                                                     QStringList{"-c:v", "libx264", "-c:a", "aac"});
     auto const peaks = PeaksOf(movie, 0, 0, 2000000);
-    EXPECT_LT(Loudest(peaks, 0, 950), 10);
-    EXPECT_GT(*std::min_element(peaks.begin() + 1100, peaks.begin() + 1950), 150);
+    // AAC blurs a sudden beginning by a short block of 128 samples. The noise of coding is some parts in a hundred.
+    constexpr int blur = 128 * 1024 / 8000 + 1;
+    EXPECT_LT(Loudest(peaks, 0, 1024 - blur), 10);
+    EXPECT_GT(*std::min_element(peaks.begin() + 1024 + blur, peaks.end() - blur), 200);
 }

@@ -126,7 +126,7 @@ TEST_F(VideoTest, StopsWhenItIsAskedTo)
     EXPECT_THROW(video.FindNeighbour(*last, false, [] { return true; }), PictureSpan::Interrupted);
     EXPECT_EQ(video.FindNeighbour(*last, false, never)->startTime, 98 * step);
     EXPECT_EQ(video.At(50 * step, never)->startTime, 50 * step);
-    EXPECT_THROW(Reports::Check(Movie(), [] { return true; }), PictureSpan::Interrupted);
+    EXPECT_THROW(Reports::Check(Movie(), {}, [] { return true; }), PictureSpan::Interrupted);
 }
 
 TEST_F(VideoTest, IsReadByAnyThread)

@@ -57,9 +57,9 @@ def cluster(tmp_path):
         yield address, workers
 
 
-def archive_process(*arguments):
-    return subprocess.Popen([sys.executable, "-m", "tavolin_archive", "check", *map(str, arguments)], env=ENVIRONMENT,
-                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+def archive_process(*arguments, before=(), **others):
+    return subprocess.Popen([*before, sys.executable, "-m", "tavolin_archive", "check", *map(str, arguments)],
+                            env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **others)
 
 
 def lines_of(report):
@@ -153,19 +153,55 @@ def test_a_file_that_takes_too_long_gets_three_tries_and_a_line(cluster, tmp_pat
 
 def test_a_task_tells_why_a_file_was_lost(movie):
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
-    first = worker._kept.checker
+    (first,) = worker._kept
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
-    assert worker._kept.checker is first  # the same for each file
+    assert worker._kept == [first]  # the same for each file
     assert worker.check_file("/nowhere.mov", 60, 1 << 30, None)["lost"].startswith("is not seen by this worker")
     assert worker.check_file(str(movie), 60, 1 << 20, None)["lost"] == "took more than 1 MiB of memory"
-    assert worker._kept.checker is None
+    assert worker._kept == []
     with contextlib.closing(worker.Checker()) as checker:
         os.kill(checker.process.pid, signal.SIGSEGV)
         with pytest.raises(worker.Lost, match="by signal 11"):
             checker.ask(str(movie), 60, 1 << 30)
     assert worker.check_file(str(movie), 60, 1 << 30, None)["result"] == "ok"
-    worker._kept.checker.close()
-    worker._kept.checker = None
+    worker.close_kept()
+    assert worker._kept == []
+
+
+def test_a_check_goes_on_through_ctrl_c(movie):
+    with contextlib.closing(worker.Checker()) as checker:
+        assert checker.ask(str(movie), 60, 1 << 30)["result"] == "ok"
+        os.kill(checker.process.pid, signal.SIGINT)  # as a terminal sends it to all processes of the run
+        assert checker.ask(str(movie), 60, 1 << 30)["result"] == "ok"
+
+
+def test_ctrl_c_ends_a_run_with_one_sentence_and_it_goes_on_later(tmp_path):
+    movie = make_media("twenty.mov", *moving_picture(20), "-c:v", "libx264", "-g", "50", "-pix_fmt", "yuv420p")
+    folder, report = tmp_path / "archive", tmp_path / "report.jsonl"
+    folder.mkdir()
+    for number in range(24):
+        (folder / f"{number}.mov").symlink_to(movie)
+    process = archive_process(folder, "-o", report, start_new_session=True)
+    wait_for(lambda: report.exists() and report.read_text().count("\n") >= 2)
+    os.killpg(process.pid, signal.SIGINT)
+    errors = process.communicate(timeout=60)[1]
+    assert (process.returncode, errors) == (130, "tavolin-archive: stopped; with the same report it goes on from here\n")
+    done = lines_of(report)
+    assert 2 <= len(done) < 24 and all(line["result"] == "ok" for line in done)
+    assert f"24 files: 24 ok; {24 - len(done)} checked now" in archive_process(folder, "-o", report).communicate()[1]
+
+
+def test_a_file_of_a_sequence_is_a_file_of_its_own(tmp_path, monkeypatch):
+    monkeypatch.setenv("PATH", ENVIRONMENT["PATH"])
+    for number in (1, 2):
+        (tmp_path / f"a{number}.ppm").write_bytes(b"P6\n16 8\n255\n" + bytes([number]) * 384)
+    (tmp_path / "a3.ppm").write_bytes(b"P6\n16 8\n255\n")
+    assert [child.check(str(tmp_path / f"a{number}.ppm"))["result"] for number in (1, 2)] == ["ok", "ok"]
+    assert child.check(str(tmp_path / "a3.ppm"))["result"] != "ok"
+    sheet = worker.write_sheet(str(tmp_path / "a1.ppm"), str(tmp_path), 60)
+    head = pathlib.Path(sheet).read_bytes()[:24]
+    width, height = (int.from_bytes(head[at:at + 4], "big") for at in (16, 20))
+    assert (width, height) == (344, 184)  # one picture of 320 pixels with its margin, and no number below
 
 
 def test_checks_side_by_side_keep_to_processors_of_their_own():
@@ -187,6 +223,21 @@ def test_checks_side_by_side_keep_to_processors_of_their_own():
                 os.close(lock)
 
 
+def test_a_list_may_have_names_of_any_kind(tmp_path):
+    names = ["tab\t.wav", " spaces .wav", "\u00fc.wav", "\u2028.wav", "latin \udcfc.wav"]
+    listed = "\r\n".join(f"{tmp_path}/{name}" for name in names)
+    (tmp_path / "list").write_bytes(b"\xef\xbb\xbf" + os.fsencode(listed))  # as written on Windows
+    found = list(files.find([str(tmp_path / "list")]))
+    assert [os.path.relpath(path, tmp_path) for path in found] == names
+    report = tmp_path / "report.jsonl"
+    with Report(report) as lines:
+        lines.begin()
+        for path in found:
+            lines.add({"path": path, "size": 1, "changed_us": 2, "result": "ok"})
+    with Report(report) as lines:
+        assert list(lines.lines) == found
+
+
 def test_files_are_found_by_name_in_folders_and_lists(tmp_path):
     for name in ("b/2.MOV", "b/1.mxf", "a.wav", "notes.txt", "b/.hidden"):
         (tmp_path / name).parent.mkdir(exist_ok=True)
@@ -198,12 +249,52 @@ def test_files_are_found_by_name_in_folders_and_lists(tmp_path):
         list(files.find([str(tmp_path / "none")]))
 
 
-def test_a_report_that_is_none_is_left_alone(tmp_path):
+@pytest.mark.parametrize("text", ["something else\n", "5\n", "{}\n", "a movie without a line", "\ud800\n"])
+def test_a_report_that_is_none_is_left_alone(tmp_path, text):
     report = tmp_path / "report.jsonl"
-    report.write_text("something else\n")
-    with pytest.raises(ValueError, match="line 1 is not a line of a report"):
+    content = text.encode(errors="surrogatepass")
+    report.write_bytes(content)
+    with pytest.raises(ValueError, match="report.jsonl: line 1 is not a line of a report"):
         Report(report)
-    assert report.read_text() == "something else\n"
+    assert report.read_bytes() == content
+
+
+def test_one_run_at_a_time_writes_a_report(tmp_path):
+    path = tmp_path / "report.jsonl"
+    for _ in range(2):
+        with Report(path) as report:
+            with pytest.raises(OSError, match="another run is writing this report"):
+                Report(path)
+            report.begin()
+            with pytest.raises(OSError, match="another run is writing this report"):
+                Report(path)
+
+
+@pytest.mark.parametrize("arguments, code, message", [
+    (("-o", "none/report.jsonl"), 3, "No such file or directory"),
+    (("-o", "/dev/null"), 3, "/dev/null: not a regular file"),
+    (("-o", "report.jsonl", "--sheets", "list"), 3, "File exists"),
+    (("-o", "report.jsonl", "--scheduler", "nonsense"), 2, "missing port number in address 'nonsense'"),
+    (("-o", "report.jsonl", "--timeout", "nan"), 2, "argument --timeout: nan is not above 0"),
+    (("-o", "report.jsonl", "--cache", "0"), 2, "argument --cache: 0 is not above 0")])
+def test_what_cannot_be_used_is_refused_in_a_sentence(tmp_path, movie, arguments, code, message):
+    (tmp_path / "list").write_text(f"{movie}\n")
+    process = archive_process("list", *arguments, cwd=tmp_path)
+    errors = process.communicate(timeout=60)[1]
+    assert process.returncode == code and message in errors and "Traceback" not in errors
+
+
+def test_a_disk_without_room_ends_a_run_with_a_sentence_and_it_goes_on_later(tmp_path, movie):
+    paths = [tmp_path / f"{number}.mov" for number in range(8)]
+    for path in paths:
+        path.symlink_to(movie)
+    report = tmp_path / "report.jsonl"
+    process = archive_process(*paths, "-o", report, before=["sh", "-c", 'ulimit -f 1; exec "$0" "$@"'])
+    errors = process.communicate(timeout=60)[1]
+    assert (process.returncode, errors) == (3, "tavolin-archive: [Errno 27] File too large\n")
+    assert report.stat().st_size == 512
+    assert "8 files: 8 ok; " in archive_process(*paths, "-o", report).communicate(timeout=60)[1]
+    assert sorted(line["path"] for line in lines_of(report)) == list(map(str, paths))
 
 
 def test_the_exit_code_is_that_of_tavolin_check():

@@ -47,6 +47,58 @@ def test_check_finds_what_the_command_finds(damaged):
     assert missing.text.startswith("pictures are missing in 1 place") and missing.time == 2.0  # picture 50
 
 
+@pytest.fixture
+def shots(tmp_path):
+    """A folder with the sequence shot.1.ppm to shot.6.ppm, of which 3 is missing and 5 is broken."""
+    for number in (1, 2, 4, 5, 6):
+        head = b"P6\n16 8\n255\n"
+        (tmp_path / f"shot.{number}.ppm").write_bytes(head if number == 5 else head + bytes([number]) * 384)
+    return tmp_path
+
+
+def test_sequences_are_the_commands(shots):
+    for path, options in ((shots, {}), (shots / "shot.%d.ppm", {}), (shots / "shot.2.ppm", {"sequence": True})):
+        assert tavolin.probe(path, rate=4, **options) == json.loads(run("info", "--json", "--fps=4", path).stdout)
+        report = tavolin.check(path, rate=4, **options)
+        assert said(report) == printed_by_check(path)
+        assert report == (str(path), False, [("the file of picture 3 is missing", 0.5),
+                                             ("picture 5 (shot.5.ppm) cannot be decoded", 1.0)], 4, 0.0)
+
+
+def test_a_single_file_of_a_sequence_stands_for_itself(shots):
+    path = shots / "shot.2.ppm"
+    assert tavolin.probe(path) == json.loads(run("info", "--json", "--stills", path).stdout)
+    assert tavolin.check(path) == (str(path), True, [], 1, 0.0)
+    with tavolin.open(path) as video:
+        assert video.kind == "still image"
+
+
+def test_a_folder_stands_for_the_one_thing_that_can_be_meant(shots, movie):
+    (shots / "card.ppm").write_bytes((shots / "shot.1.ppm").read_bytes())
+    for work in (tavolin.probe, tavolin.check, tavolin.open):
+        work(shots)
+    with tavolin.open(shots) as video:
+        assert video.kind == "sequence"
+    (shots / "take.mp4").symlink_to(movie)
+    for work in (tavolin.probe, tavolin.check, tavolin.open):
+        with pytest.raises(tavolin.OpenError) as error:
+            work(shots)
+        assert str(error.value) == f"{shots}: stands for several files, name one of them: shot.%d.ppm, take.mp4"
+
+
+def test_a_folder_without_media_and_a_sequence_without_pictures_are_errors(tmp_path):
+    for work in (tavolin.probe, tavolin.check, tavolin.open):
+        with pytest.raises(tavolin.OpenError) as error:
+            work(tmp_path)
+        assert str(error.value) == f"{tmp_path}: there are no media files in this folder"
+    for number in (1, 2):
+        (tmp_path / f"a{number}.png").write_bytes(b"no picture")
+    with pytest.raises(tavolin.OpenError) as error:
+        tavolin.probe(tmp_path / "a%d.png")
+    assert str(error.value).endswith("a%d.png: no picture of this sequence can be read")
+    assert not tavolin.check(tmp_path / "a%d.png").ok
+
+
 def test_check_judges_each_file_by_itself(movie, damaged):
     for _ in range(2):
         assert not tavolin.check(damaged).ok

@@ -119,6 +119,39 @@ TEST_F(ImageSequenceTest, NothingFoundIsAnError)
     EXPECT_TRUE(Find("missing.0001.ppm").IsEmpty());
 }
 
+TEST_F(ImageSequenceTest, APatternNamesItsFiles)
+{
+    Write("a.%04d.ppm", {1, 2});
+    Write("b%d.ppm", {8, 9, 10});
+    Write("50%% %d.ppm", {1, 2});
+    EXPECT_EQ(Find("a.0002.ppm").GetPattern(), "a.%04d.ppm");
+    EXPECT_EQ(Find("b10.ppm").GetPattern(), "b%d.ppm");
+    EXPECT_EQ(Find("a.####.ppm").GetPattern(), "a.####.ppm");
+    EXPECT_EQ(Find("").GetPattern(), "b%d.ppm");
+    EXPECT_EQ(Find("50% 1.ppm").GetCount(), 2);
+    EXPECT_EQ(Find("50% 1.ppm").GetPattern(), QString()); // no pattern has a per cent sign of its own
+    EXPECT_EQ(ImageSequence::FromFile(folder.filePath("b8.ppm")).GetPattern(), QString());
+}
+
+// 2 files have numbers up to 1999 apart.
+TEST_F(ImageSequenceTest, FilesWithNumbersFarApartAreNoSequence)
+{
+    Write("a%d.ppm", {1, 2000});
+    EXPECT_EQ(Find("a1.ppm").GetCount(), 2000);
+    Write("b%d.ppm", {1, 2001});
+    EXPECT_EQ(Names(Find("b2001.ppm")), QStringList{"b2001.ppm"});
+    EXPECT_TRUE(Find("b%d.ppm").IsEmpty());
+    EXPECT_TRUE(error.endsWith("lie too far apart for a sequence.")) << error.toStdString();
+}
+
+TEST_F(ImageSequenceTest, NamesMayHoldLineBreaks)
+{
+    Write("a\nb%d\n.ppm", {1, 2});
+    EXPECT_EQ(Find("a\nb2\n.ppm").GetCount(), 2);
+    EXPECT_EQ(Find("a\nb%d\n.ppm").GetCount(), 2);
+    EXPECT_TRUE(Find("a\nb%d\n.ppm\n").IsEmpty());
+}
+
 TEST_F(ImageSequenceTest, FormatsAreToldByTheirFirstBytes)
 {
     Write("a%d.txt", {1});

@@ -50,6 +50,15 @@ TEST_F(MediaFolderTest, ListsARowOfPicturesOnce)
     EXPECT_EQ(Names(), QStringList({"s.0008.ppm*", "t1.ppm"}));
 }
 
+TEST_F(MediaFolderTest, KnowsWhichNamesDifferByTheirNumberOnly)
+{
+    MediaFolder::Names const names(QStringList{"a1.png", "a02.png", "b1.png", "b1.jpg", "c.png", "d.png"});
+    EXPECT_FALSE(names.IsAlone("a1.png"));
+    EXPECT_FALSE(names.IsAlone("a02.png"));
+    for (char const* name : {"b1.png", "b1.jpg", "c.png", "d.png"})
+        EXPECT_TRUE(names.IsAlone(name)) << name;
+}
+
 TEST_F(MediaFolderTest, LeavesOutFoldersAndHiddenFiles)
 {
     QDir(folder.path()).mkdir("inner.mov");

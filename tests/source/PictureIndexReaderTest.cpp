@@ -279,7 +279,7 @@ TEST(PictureIndexReaderTest, StopsWhenAsked)
     EXPECT_FALSE(ReadPictureIndex(source, [] { return true; }));
     int asked = 0;
     EXPECT_FALSE(ReadPictureIndex(source, [&asked] { return ++asked > 50; }));
-    EXPECT_LT(asked, 100);
+    EXPECT_LE(asked, 51 + 3); // the loops ask once more on the way out
 }
 
 // Decoding drops what comes at times that were there before.

@@ -70,7 +70,7 @@ void ExpectExact(QString const& path)
     Search search(path);
     ASSERT_TRUE(search.pictures);
     auto const pictures = Shown(DecodePlainly(path), search);
-    ASSERT_GT(pictures.size(), 1u);
+    ASSERT_GT(pictures.size(), 1u); // otherwise there is nothing to find
     for (long long const time : TimesWithin(pictures)) {
         SCOPED_TRACE(time);
         auto const found = search.At(time);

@@ -35,7 +35,7 @@ TEST(StartTimecodeTest, ComesFromATimecodeTrack)
 {
     auto const drop = TimecodeOf(Movie("drop.mov", "30000/1001", {"-c:v", "mpeg4", "-timecode", "01:00:10;02"}));
     EXPECT_EQ(drop.text.toStdString(), "01:00:10;02");
-    EXPECT_NEAR(drop.rate, 30000.0 / 1001, 1e-9);
+    EXPECT_DOUBLE_EQ(drop.rate, 30000.0 / 1001);
     auto const plain = TimecodeOf(Movie("plain.mp4", "25", {"-c:v", "mpeg4", "-timecode", "10:11:12:13"}));
     EXPECT_EQ(plain.text.toStdString(), "10:11:12:13");
     EXPECT_EQ(plain.rate, 25.0);

@@ -302,6 +302,15 @@ bool Clips::IsDamaged(std::string const& name)
     return name.find("damaged") != std::string::npos || name.find("corrupt") != std::string::npos;
 }
 
+bool Clips::IsWhole(std::string const& name)
+{
+    for (char const* fault : {"damaged", "corrupt", "cut", "first-picture-negative", "size-change"}) {
+        if (name.find(fault) != std::string::npos)
+            return false;
+    }
+    return true;
+}
+
 void Clips::WriteNumberedPictures(QString const& path, QString const& pattern, std::vector<long long> const& numbers)
 {
     for (long long number : numbers) {

@@ -28,6 +28,9 @@ std::string TestName(std::string name);    // with "_" for what GoogleTest does 
 
 bool IsDamaged(std::string const& name);
 
+// Whether every picture can be decoded without fault: the clip is neither damaged nor cut out of a longer one.
+bool IsWhole(std::string const& name);
+
 // Makes image files in a folder, named by a printf pattern, each with another plain grey: number x 8 (mod 256).
 void WriteNumberedPictures(QString const& folder, QString const& pattern, std::vector<long long> const& numbers);
 

@@ -374,6 +374,23 @@ Reference::Sound const& Reference::DecodeSound(QString const& path)
     return entry->second;
 }
 
+double Reference::FirstGreen(QString const& path, bool isBt709)
+{
+    double green = 0.0;
+    ReferenceInput(path, AVMEDIA_TYPE_VIDEO).DecodeUntil([&](AVFrame& frame) {
+        double const luma = (frame.data[0][0] - 16) / 219.0;
+        double const blue = (frame.data[1][0] - 128) / 224.0;
+        double const red = (frame.data[2][0] - 128) / 224.0;
+        double const ofRed = isBt709 ? 0.2126 : 0.299;
+        double const ofBlue = isBt709 ? 0.0722 : 0.114;
+        double const ofGreen = 1.0 - ofRed - ofBlue;
+        green = 255.0 *
+                (luma - 2.0 * ofBlue * (1.0 - ofBlue) / ofGreen * blue - 2.0 * ofRed * (1.0 - ofRed) / ofGreen * red);
+        return true;
+    });
+    return green;
+}
+
 QString Reference::SoundCodec(QString const& path)
 {
     auto const input = OpenBest(path, AVMEDIA_TYPE_AUDIO, 1);

@@ -92,9 +92,11 @@ struct Sound
     std::vector<short> samples;
 };
 
-// All samples of the best audio stream in sequence as 16 bits, ignoring their times. Caches those of the last file
-// asked for.
+// All samples of the best audio stream in sequence as 16 bits, ignoring their times. Decoded once per process.
 Sound const& DecodeSound(QString const& path);
+
+// The green of the first pixel of a picture of 8-bit 4:2:0 in limited range, by the formula of ITU-R BT.709 or BT.601.
+double FirstGreen(QString const& path, bool isBt709);
 
 QString SoundCodec(QString const& path); // of the best audio stream
 

@@ -32,7 +32,7 @@ QString QuotedPart(QString const& source)
 TEST(ExamplesTest, TheReadmeQuotesTheLoopAsItIsCompiled)
 {
     QString const loop = QuotedPart(SourceText("examples/loop.cpp"));
-    ASSERT_GT(loop.count('\n'), 15);
+    ASSERT_TRUE(loop.contains("ParseMedia") && loop.contains("Show(*picture)")); // from the probe to the display
     EXPECT_TRUE(SourceText("README.md").contains("```cpp\n" + loop + "```\n"));
 }
 
@@ -227,7 +227,7 @@ TEST(ExamplesTest, ThePlayerShowsPicturesForwardsAndCloses)
         EXPECT_GT(time, last);
         last = time;
     }
-    EXPECT_LT(last, 4000000);
+    EXPECT_LT(last, 4000000); // the length of the movie
 }
 #endif
 

@@ -1,6 +1,8 @@
 #include "tools/commands/Arguments.h"
 
+#include "common/Settings.h"
 #include "common/TimeText.h"
+#include "tools/commands/OpenSource.h"
 
 #include <QFileInfo>
 
@@ -131,6 +133,16 @@ int Arguments::Number(char const* option, int least, int most, int usual)
     return usual;
 }
 
+long long Arguments::LargeNumber(char const* option)
+{
+    bool isNumber = !Has(option);
+    long long const given = isNumber ? 0 : Text(option).toLongLong(&isNumber);
+    if (isNumber && given >= 0)
+        return given;
+    Reject(QStringLiteral("--%1 is a whole number from 0 on").arg(Name(option)));
+    return 0;
+}
+
 double Arguments::Decimal(char const* option, double usual) const
 {
     if (!Has(option))
@@ -159,6 +171,22 @@ TimeRange Arguments::Range()
     if (range.from >= range.to)
         Reject(QStringLiteral("--from must come before --to"));
     return range;
+}
+
+SourceOptions Arguments::Sources()
+{
+    SourceOptions options = UsualSourceOptions();
+    options.sequenceRate = Decimal("fps", options.sequenceRate);
+    bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
+                           options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
+    if (!isInRange)
+        Reject(QStringLiteral("--fps is a number from 0.1 to 1000"));
+    return options;
+}
+
+MediaItems::Rows Arguments::Rows() const
+{
+    return Has("stills") ? MediaItems::Rows::Stills : MediaItems::Rows::Sequences;
 }
 
 ColourSettings Arguments::Colours(bool followsStream, bool exact)

@@ -2,6 +2,8 @@
 
 #include "common/Option.h"
 #include "decode/ColourSettings.h"
+#include "source/MediaItems.h"
+#include "source/SourceOptions.h"
 #include "tools/commands/TimeRange.h"
 #include "tools/output/PictureFile.h"
 
@@ -26,6 +28,8 @@ inline constexpr Option common[] = { // of every command
 Option Colours(bool followsStream); // what a command does when the option is not given
 inline constexpr Option soundStream = {"sound-stream", "NUMBER", "Take this stream of sound, counted from 1."};
 inline constexpr int mostSoundStreams = 10000; // more than any file has
+inline constexpr Option fps = {"fps", "RATE", "Pictures per second of image sequences, 0.1 to 1000; 24 if not given."};
+inline constexpr Option stills = {"stills", nullptr, "Take numbered pictures as stills, not as image sequences."};
 inline constexpr Option noToneMapping = {"no-tone-mapping", nullptr, "Leave PQ and HLG as they are coded."};
 
 } // namespace Options
@@ -52,11 +56,14 @@ public:
     QString Output(QStringList const& endings); // a fault without one of these endings; they are lower case
     PictureTarget PictureOutput();              // a fault when neither its ending nor --format says a format
     int Number(char const* option, int least, int most, int usual);
+    long long LargeNumber(char const* option); // from 0 on; 0 when not given
     double Decimal(char const* option,
                    double usual) const;                  // NaN for anything but a number; the command checks the range
     long long Time(char const* option, long long usual); // microseconds from the first picture, not below 0
     int SoundStream() { return Number("sound-stream", 1, Options::mostSoundStreams, 0); } // 0 when not given
     TimeRange Range();
+    SourceOptions Sources();                                // of commands with --fps
+    MediaItems::Rows Rows() const;                          // of commands with --stills
     ColourSettings Colours(bool followsStream, bool exact); // `exact`: see ColourSettings
 
 private:

@@ -75,11 +75,10 @@ ExitCode Write(SoundRender& render, Request const& request)
 void ReportWritten(SoundRender const& render, Request const& request)
 {
     Console::WriteData(QStringLiteral("%1: %2 of sound, %3 frames, %4 channel%5 at %6 Hz\n")
-                           .arg(request.wavPath, TimeText::Clock(TimeOf(render, render.GetFrameCount())))
-                           .arg(render.GetFrameCount())
-                           .arg(render.GetChannelCount())
-                           .arg(render.GetChannelCount() == 1 ? QString() : QStringLiteral("s"))
-                           .arg(render.GetSampleRate()));
+                           .arg(request.wavPath, TimeText::Clock(TimeOf(render, render.GetFrameCount())),
+                                QString::number(render.GetFrameCount()), QString::number(render.GetChannelCount()),
+                                render.GetChannelCount() == 1 ? QString() : QStringLiteral("s"),
+                                QString::number(render.GetSampleRate())));
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)

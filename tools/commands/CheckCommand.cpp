@@ -23,12 +23,12 @@ QString Decoded(SourceCheck const& check)
     return found.isEmpty() ? QStringLiteral("nothing") : found.join(QStringLiteral(", "));
 }
 
-void Report(QString const& path, SourceCheck const& check)
+void Report(QString const& name, SourceCheck const& check)
 {
     for (CheckFault const& fault : check.GetFaults())
-        Console::WriteData(QStringLiteral("%1: damaged: %2\n").arg(path, fault.text));
+        Console::WriteData(QStringLiteral("%1: damaged: %2\n").arg(name, fault.text));
     QString const verdict = check.GetFaults().isEmpty() ? QStringLiteral("ok") : QStringLiteral("damaged: decoded");
-    Console::WriteData(QStringLiteral("%1: %2: %3\n").arg(path, verdict, Decoded(check)));
+    Console::WriteData(QStringLiteral("%1: %2: %3\n").arg(name, verdict, Decoded(check)));
 }
 
 QJsonArray FaultsOf(SourceCheck const& check)
@@ -38,6 +38,8 @@ QJsonArray FaultsOf(SourceCheck const& check)
         QJsonObject object{{"text", fault.text}};
         if (fault.time != CheckFault::unknownTime)
             object["time_us"] = fault.time;
+        if (!fault.file.isEmpty())
+            object["file"] = fault.file;
         faults.append(object);
     }
     return faults;
@@ -56,7 +58,7 @@ QJsonArray LeftOut(Source const& source)
 
 QJsonObject ReportInJson(Source const& source, SourceCheck const& check)
 {
-    return {{"format", QJsonObject{{"filename", source.GetPath()}}},
+    return {{"format", QJsonObject{{"filename", source.GetName()}}},
             {"tavolin", QJsonObject{{"schema", Info::schemaVersion},
                                     {"verdict", check.GetFaults().isEmpty() ? "ok" : "damaged"},
                                     {"picture_count", check.GetPictureCount()},
@@ -73,38 +75,43 @@ ExitCode CannotOpen(QString const& path, MessageLog const& log, QJsonArray* obje
 }
 
 // With `objects`, the report becomes one of them and is not printed.
-ExitCode Check(QString const& path, ColourSettings const& colours, MessageLog& log, QJsonArray* objects)
+ExitCode Check(MediaItem const& item, SourceOptions const& options, MessageLog& log, QJsonArray* objects)
 {
-    auto const source = OpenSource(path, log, colours);
+    auto const source = OpenSource(item, log, options);
     if (!source)
-        return CannotOpen(path, log, objects);
+        return CannotOpen(item.path, log, objects);
     SayUndecodable(*source);
     CheckWatch watch;
     watch.showProgress = Console::ShowProgress;
     SourceCheck check(
         *source, [&log] { return log.GetErrorCount(); }, watch);
-    if (!check.Run()) {
-        Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
-        return CannotOpen(path, log, objects);
+    bool const isOpen = [&] {
+        Silence const silence(log, source->GetKind() == SourceKind::Sequence); // its faults name the files
+        return check.Run();
+    }();
+    if (!isOpen) {
+        Console::Say(source->GetName() + QStringLiteral(": cannot be opened for decoding")); // the log has said why
+        return CannotOpen(source->GetName(), log, objects);
     }
     log.EndSource();
     Console::ClearProgress();
     if (objects)
         objects->append(ReportInJson(*source, check));
     else
-        Report(path, check);
+        Report(source->GetName(), check);
     return check.GetFaults().isEmpty() ? ExitCode::Ok : ExitCode::DecodingFailed;
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    ColourSettings const colours = arguments.Colours(/*followsStream=*/true, /*exact=*/false);
+    SourceOptions options = arguments.Sources();
+    options.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/false);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     QJsonArray objects;
     QJsonArray* const asJson = arguments.Has("json") ? &objects : nullptr;
     ExitCode const result =
-        ForEachFile(arguments, [&](QString const& path) { return Check(path, colours, log, asJson); });
+        ForEachItem(arguments, [&](MediaItem const& item) { return Check(item, options, log, asJson); });
     WriteJson(objects);
     return result;
 }
@@ -121,11 +128,14 @@ Command CheckCommand()
             "line with \"damaged\" for each fault: errors while decoding, times that do not\n"
             "increase, missing pictures if their rate is constant, holes in the sound,\n"
             "differences between the two directions, and an end well before the stated\n"
-            "length.\n\n"
+            "length. Of an image sequence, each file is decoded once, by itself; missing,\n"
+            "broken and damaged files are named.\n\n"
             "With --json, one FILE gives one object and several give an array of them, in\n"
             "their order. A file that cannot be opened has an object \"error\".\n\n"
             "The exit code is 0 if all is well, and 4 if a file is damaged.\n",
             {{"json", nullptr, "Report in JSON: one object, or an array for several files."},
+             Options::fps,
+             Options::stills,
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
             Run};

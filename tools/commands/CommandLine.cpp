@@ -1,13 +1,10 @@
 #include "tools/commands/Commands.h"
 
-#include "source/ImageSequence.h"
-#include "source/MediaFolder.h"
 #include "tools/output/PictureFile.h"
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -23,6 +20,9 @@ char const generalEnd[] = R"(
 Options:
   -h, --help    this text; after a command, the help of that command
   --version     the versions of tavolin and of its libraries
+
+FILE can be a folder, a pattern such as shot.%04d.png, or one numbered picture,
+which stands for the image sequence that it belongs to.
 
 Times are seconds (12.5), a clock (00:00:12.500) or microseconds (12500000us).
 They count from the first picture. Write a file name that begins with "-" after
@@ -141,42 +141,18 @@ ExitCode CommandLine::Run(QStringList const& arguments)
     return command ? RunCommand(*command, arguments.mid(1)) : RejectUnknown(first);
 }
 
-namespace {
-
-// A folder stands for what can be played in it, a pattern for its pictures: file by file, in natural order. Where there
-// are none, the command says what is wrong with the path.
-QStringList FilesOf(QString const& path)
+ExitCode ForEachItem(Arguments& arguments, std::function<ExitCode(MediaItem const& item)> const& work)
 {
-    if (!ImageSequence::IsPattern(path))
-        return {path};
-    QString error;
-    QStringList files;
-    if (QFileInfo(path).isDir()) {
-        for (MediaFolder::Entry const& entry : MediaFolder::Read(path))
-            files += entry.isSequence ? ImageSequence::Find(entry.path, SequenceHoles::Hold, error).GetFiles()
-                                      : QStringList(entry.path);
-    } else {
-        files = ImageSequence::Find(path, SequenceHoles::Hold, error).GetFiles();
-    }
-    return files.isEmpty() ? QStringList(path) : files;
-}
-
-} // namespace
-
-ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work)
-{
-    QStringList paths;
-    for (QString const& path : arguments.Files())
-        paths += FilesOf(path);
-    if (paths.isEmpty()) {
+    QList<MediaItem> const items = MediaItems::Of(arguments.Files(), arguments.Rows());
+    if (items.isEmpty()) {
         arguments.Reject(QStringLiteral("a file is missing"));
         return ExitCode::Usage;
     }
     ExitCode result = ExitCode::Ok;
-    for (QString const& path : paths) {
-        ExitCode const own = work(path);
+    for (MediaItem const& item : items) {
+        ExitCode const own = work(item);
         if (own != ExitCode::Ok)
-            result = paths.size() == 1 ? own : ExitCode::SomeInputsFailed;
+            result = items.size() == 1 ? own : ExitCode::SomeInputsFailed;
     }
     return result;
 }

@@ -45,9 +45,9 @@ Command WaveCommand();
 Command PlayCommand();
 Command CompletionCommand();
 
-// Runs `work` for each file; a folder stands for all media files in it, a pattern for its pictures. A single file
-// returns its own code; any failure among several returns SomeInputsFailed. No file is wrong usage.
-ExitCode ForEachFile(Arguments& arguments, std::function<ExitCode(QString const& path)> const& work);
+// Runs `work` for each source that the files stand for, see MediaItems. A single one returns its own code; any failure
+// among several returns SomeInputsFailed. No file is wrong usage. For commands with --stills.
+ExitCode ForEachItem(Arguments& arguments, std::function<ExitCode(MediaItem const& item)> const& work);
 
 // Of commands that write what they can: runs `work`, and makes its Ok DecodingFailed if errors were logged meanwhile.
 ExitCode WithoutErrors(MessageLog const& log, std::function<ExitCode()> const& work);

@@ -10,6 +10,7 @@
 #include "tools/report/Console.h"
 #include "tools/report/DecodeReport.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/SequenceFiles.h"
 #include "tools/report/SessionWalk.h"
 
 #include <QElapsedTimer>
@@ -23,15 +24,15 @@ struct Request
     TimeRange range;
     int soundStream = 0; // from 1; 0: the best
     bool withSums = false;
-    ColourSettings colours;
+    SourceOptions options;
 };
 
 void ShowProgress(Source const& source, DecodeReport const& report)
 {
     if (!report.IsEmpty())
-        Console::ShowProgress(QStringLiteral("%1 of %2")
-                                  .arg(TimeText::Clock(report.GetReachedTime()),
-                                       TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+        Console::ShowProgress(
+            QStringLiteral("%1 of %2")
+                .arg(TimeText::Clock(report.GetReachedTime()), TimeText::Clock(std::max(0LL, source.GetDuration()))));
 }
 
 // What a session delivers.
@@ -48,15 +49,21 @@ bool DecodeAll(Source const& source, DecodeReport& report)
     return true;
 }
 
-// What shows and sounds in a range.
-bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& report)
+bool IsSequence(Source const& source)
+{
+    return source.GetKind() == SourceKind::Sequence;
+}
+
+// What shows and sounds in a range. `faults`: what is wrong with files of a sequence.
+bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& report, QStringList& faults)
 {
     auto const pictures = source.OpenPictures();
     auto const sound = source.OpenSound();
     if (!pictures && !sound)
         return false;
     report.Begin();
-    if (pictures && range.HasBegin())
+    bool const isSequence = IsSequence(source);
+    if (pictures && (range.HasBegin() || isSequence))
         report.SetNumbers(ReadPictureIndex(source));
     long long const from = std::max(range.from, 0LL);
     PictureStream::Picture picture;
@@ -67,6 +74,8 @@ bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& rep
         report.TakePicture(*picture);
         ShowProgress(source, report);
     }
+    if (isSequence)
+        faults = SequenceFiles::DescribeFaults(source, pictures->GetDamage(), from, range.to);
     SoundStream::Frame frame;
     result = !sound             ? ReadResult::End
              : range.HasBegin() ? sound->ReadAt(from + source.GetOrigin(), frame)
@@ -76,6 +85,17 @@ bool DecodeRange(Source const& source, TimeRange const& range, DecodeReport& rep
         ShowProgress(source, report);
     }
     return true;
+}
+
+// `faults` as above. False when it cannot be opened for decoding, having said so.
+bool DecodeAsked(Source const& source, TimeRange const& range, DecodeReport& report, QStringList& faults)
+{
+    bool const isRange = range.HasBegin() || range.HasEnd() || IsSequence(source);
+    bool const isOpen = isRange ? DecodeRange(source, range, report, faults) : DecodeAll(source, report);
+    if (!isOpen)
+        Console::Say(source.GetName() + QStringLiteral(": cannot be opened for decoding"));
+    report.Finish();
+    return isOpen;
 }
 
 // The report is data, unless the sums are: then it is a message.
@@ -99,26 +119,28 @@ ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
     return report.IsEmpty() || errors > 0 ? ExitCode::DecodingFailed : ExitCode::Ok;
 }
 
-ExitCode Decode(QString const& path, Request const& request, MessageLog& log)
+ExitCode Decode(MediaItem const& item, Request const& request, MessageLog& log)
 {
-    auto const source = OpenSource(path, log, request.colours);
+    auto const source = OpenSource(item, log, request.options);
     if (!source || !ChooseSound(*source, request.soundStream))
         return ExitCode::CannotOpen;
     SayUndecodable(*source);
     QElapsedTimer timer;
     timer.start();
     int const errorsBefore = log.GetErrorCount();
-    bool const isRange = request.range.HasBegin() || request.range.HasEnd();
     DecodeReport report(*source, request.withSums);
-    if (!(isRange ? DecodeRange(*source, request.range, report) : DecodeAll(*source, report))) {
-        Console::Say(path + QStringLiteral(": cannot be opened for decoding"));
-        return ExitCode::CannotOpen;
+    QStringList faults;
+    {
+        Silence const silence(log, IsSequence(*source)); // its faults name the files
+        if (!DecodeAsked(*source, request.range, report, faults))
+            return ExitCode::CannotOpen;
     }
-    report.Finish();
     log.EndSource();
     ShowSummary(report.Summary(static_cast<double>(timer.nsecsElapsed()) / 1e9), request);
-    ExitCode const result = Judge(path, report, log.GetErrorCount() - errorsBefore);
-    return source->LeavesOutAHalf() ? ExitCode::DecodingFailed : result;
+    for (QString const& fault : faults)
+        Console::Say(QStringLiteral("%1: %2").arg(source->GetName(), fault));
+    ExitCode const result = Judge(source->GetName(), report, log.GetErrorCount() - errorsBefore);
+    return source->LeavesOutAHalf() || !faults.isEmpty() ? ExitCode::DecodingFailed : result;
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
@@ -127,10 +149,11 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     request.withSums = arguments.Has("md5");
     request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
-    request.colours = arguments.Colours(/*followsStream=*/false, /*exact=*/false);
+    request.options = arguments.Sources();
+    request.options.colours = arguments.Colours(/*followsStream=*/false, /*exact=*/false);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    return ForEachFile(arguments, [&](QString const& path) { return Decode(path, request, log); });
+    return ForEachItem(arguments, [&](MediaItem const& item) { return Decode(item, request, log); });
 }
 
 } // namespace
@@ -143,7 +166,8 @@ Command DecodeCommand()
             "Decodes each FILE from beginning to end and reports the pictures, the sound and\n"
             "the speed. With --from and --to, counts only the pictures that show and the\n"
             "sound between these times. With --from, the report also has the numbers of the\n"
-            "pictures, if the file tells them.\n\n"
+            "pictures, if the file tells them. Of an image sequence these are the numbers in\n"
+            "the names of its files; missing and broken files are named.\n\n"
             "With --md5, standard output has, for each FILE, a line \"# FILE\", one line per\n"
             "picture, and then one line per frame of sound. The report goes to standard\n"
             "error.\n\n"
@@ -155,6 +179,8 @@ Command DecodeCommand()
              Options::soundStream,
              Options::from,
              Options::to,
+             Options::fps,
+             Options::stills,
              Options::Colours(/*followsStream=*/false),
              Options::noToneMapping},
             Run};

@@ -10,6 +10,9 @@
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
+#include "tools/report/SequenceFiles.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 #include <optional>
@@ -40,9 +43,29 @@ bool FindNumber(Source const& source, FrameRequest& request)
                          .arg(request.path, request.timecode, start->ToText()));
     if (!wanted)
         return false;
-    long long const number = wanted->FramesSince(*start) * Timecode::PicturesPerFrame(source.GetFrameRate(), told.rate);
-    request.number = static_cast<int>(number); // less than 24 hours of them
+    long long const since = wanted->FramesSince(*start) * Timecode::PicturesPerFrame(source.GetFrameRate(), told.rate);
+    request.number = source.GetFirstNumber() + since;
     return true;
+}
+
+// The same of a sequence, where it is the number in the file's name.
+bool FindTimeInSequence(Source const& source, FrameRequest& request)
+{
+    ImageSequence const& sequence = source.GetSequence();
+    long long const first = sequence.GetFirstNumber();
+    bool const isInRange = *request.number >= first && *request.number - first < sequence.GetCount();
+    if (!isInRange) {
+        Console::Say(QStringLiteral("%1: there is no picture %2; the numbers are %3 to %4")
+                         .arg(request.path, QString::number(*request.number), QString::number(first),
+                              QString::number(first + sequence.GetCount() - 1)));
+        return false;
+    }
+    request.time = SequenceFiles::TimeOf(source, *request.number - first);
+    bool const hasFile = !sequence.GetFile(*request.number - first).isEmpty();
+    if (!hasFile)
+        Console::Say(
+            QStringLiteral("%1: %2").arg(request.path, SequenceFiles::Describe({*request.number, *request.number})));
+    return hasFile;
 }
 
 // The time of the picture that is asked for by its number; false, having said why, when there is none.
@@ -50,6 +73,8 @@ bool FindTime(Source const& source, FrameRequest& request)
 {
     if (!request.number)
         return true;
+    if (source.GetKind() == SourceKind::Sequence)
+        return FindTimeInSequence(source, request);
     long long count = 0;
     auto const time = PictureCount::TimeOf(source, *request.number, count);
     request.time = time.value_or(0);
@@ -109,9 +134,15 @@ bool IsWhole(Source const& source, FrameRequest const& request, Found const& fou
     return false;
 }
 
-void SayWhatItIs(Source const& source, QString const& path)
+void SayWhatItIs(Source const& source, MediaItem const& item, QString const& path)
 {
-    if (source.GetInfo()->IsImage())
+    if (item.isSequence)
+        Console::Say(QStringLiteral("%1: %2 is one picture of this image sequence, by which times and numbers count; "
+                                    "--stills takes it alone")
+                         .arg(path, QFileInfo(item.path).fileName()));
+    else if (source.GetKind() == SourceKind::Sequence)
+        return;
+    else if (source.GetInfo()->IsImage())
         Console::Say(path + QStringLiteral(": a still image, the same at every time"));
     else if (source.HasCoverOnly())
         Console::Say(path + QStringLiteral(": its only picture is cover art, the same at every time"));
@@ -129,8 +160,44 @@ ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog 
     bool const isWhole = IsWhole(source, request, found, isLost);
     if (isLost)
         return ExitCode::DecodingFailed;
-    ExitCode const written = request.Write(*found.picture, request.target);
+    QString const name =
+        request.number ? QStringLiteral("picture %1").arg(*request.number) : QStringLiteral("the picture");
+    ExitCode const written = request.Write(*found.picture, request.target, name);
     return written == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : written;
+}
+
+// Each of its pictures has a file of its own, so that nothing else is read, and damage belongs to that file.
+ExitCode WriteOneOfSequence(Source const& source, FrameRequest const& request)
+{
+    long long const asked = SequenceFiles::IndexAt(source, request.time);
+    long long const index = source.GetSequence().GetIndexUpTo(asked);
+    QString const name = SequenceFiles::NameOf(source, index);
+    if (request.time >= source.GetDuration()) {
+        Console::Say(QStringLiteral("%1: %2 is past the end; the last one is %3")
+                         .arg(request.path, TimeText::Clock(request.time), name));
+        return ExitCode::DecodingFailed;
+    }
+    if (index != asked)
+        Console::Say(QStringLiteral("%1: the file of picture %2 is missing; picture %3 shows")
+                         .arg(request.path, QString::number(SequenceFiles::NumberOf(source, asked)),
+                              QString::number(SequenceFiles::NumberOf(source, index))));
+    auto const decoded = SequenceFiles::Decode(source, index);
+    if (!decoded.picture) {
+        Console::Say(QStringLiteral("%1: %2 cannot be decoded").arg(request.path, name));
+        return ExitCode::DecodingFailed;
+    }
+    if (decoded.isDamaged)
+        Console::Say(QStringLiteral("%1: %2 is damaged: %3").arg(request.path, name, decoded.error));
+    ExitCode const written = request.Write(*decoded.picture, request.target, name);
+    return written == ExitCode::Ok && decoded.isDamaged ? ExitCode::DecodingFailed : written;
+}
+
+ExitCode Write(Source const& source, FrameRequest const& request, MessageLog const& log)
+{
+    if (request.isSeries)
+        return FrameSeries(source, request).Write(log);
+    return source.GetKind() == SourceKind::Sequence ? WriteOneOfSequence(source, request)
+                                                    : WriteOne(source, request, log);
 }
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
@@ -138,13 +205,23 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     FrameRequest request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const source = OpenPictures(request.path, log, request.colours);
+    auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
+    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
     if (!source)
         return ExitCode::CannotOpen;
-    SayWhatItIs(*source, request.path);
+    request.path = source->GetName();
+    if (request.isNamed && !item->isSequence && !source->HasOnePicture()) {
+        FrameRequest::RejectUntold(arguments);
+        return ExitCode::Usage;
+    }
+    if (request.isNamed && item->isSequence)
+        request.number = SequenceFiles::NumberOf(*source, item->startIndex);
+    else if (!request.isNamed)
+        SayWhatItIs(*source, *item, request.path);
     if (!FindNumber(*source, request) || !FindTime(*source, request))
         return ExitCode::DecodingFailed;
-    return request.isSeries ? FrameSeries(*source, request).Write(log) : WriteOne(*source, request, log);
+    Silence const silence(log, source->GetKind() == SourceKind::Sequence); // its broken files are named
+    return Write(*source, request, log);
 }
 
 } // namespace
@@ -153,12 +230,15 @@ Command FrameCommand()
 {
     return {"frame",
             "write the exact picture at a time, or many pictures",
-            "FILE --at T | --number N | --every STEP [...] -o PICTURE",
+            "FILE [--at T | --number N | --every STEP [...]] -o PICTURE",
             "Writes the picture of FILE shown at T: the last one that starts at or before T.\n"
             "Pixels are square and the picture is upright. The ending of PICTURE selects the\n"
             "format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
             "--number N writes picture N, counted from 0 as in the player. For most formats\n"
             "this reads the file up to its end, for some it decodes the pictures before N.\n\n"
+            "FILE can be an image sequence, by its pattern (shot.%04d.png), its folder, or\n"
+            "one of its files. N is then the number in the name of a file. One numbered file\n"
+            "and no time gives the picture in that file. --stills leaves sequences apart.\n\n"
             "--every, --from and --to write many pictures, each once and to its own file.\n"
             "--every 2.5 writes the pictures shown every 2.5 seconds, --every 10p every tenth\n"
             "picture. Without --every all pictures of the range are written. PICTURE then\n"
@@ -170,12 +250,14 @@ Command FrameCommand()
             "cannot be decoded, nothing is written and the exit code is 4. A damaged picture\n"
             "is written as far as it could be decoded, and the exit code is 4.\n",
             {{"at", "TIME", "The time: 12.5, 00:00:12.500, 12500000us, or a timecode: 01:00:10:02."},
-             {"number", "N", "The number of the picture, from 0, instead of a time."},
+             {"number", "N", "The number of the picture, from 0 or in its file's name, instead of a time."},
              {"every", "STEP", "Many pictures: at steps of a TIME, or every so many, as in 10p."},
              Options::from,
              Options::to,
              Options::PictureOutput(),
              Options::format,
+             Options::fps,
+             Options::stills,
              {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},

@@ -6,7 +6,7 @@
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 
-#include <limits>
+#include <QFileInfo>
 
 namespace {
 
@@ -34,15 +34,15 @@ FrameRequest FrameRequest::From(Arguments& arguments)
     int const choices = (arguments.Has("at") ? 1 : 0) + (arguments.Has("number") ? 1 : 0) + (request.isSeries ? 1 : 0);
     if (choices > 1)
         arguments.Reject(QStringLiteral("--at, --number, and --every with --from and --to exclude each other"));
-    else if (choices == 0)
-        arguments.Reject(QStringLiteral("frame needs --at TIME, --number N, or --every, --from or --to"));
+    request.isNamed = choices == 0;
+    if (request.isNamed && !QFileInfo(request.path).isFile())
+        request.RejectUntold(arguments);
     if (arguments.Text("at").count(QLatin1Char(':')) == 3 || arguments.Text("at").contains(QLatin1Char(';')))
         request.timecode = arguments.Text("at");
     else
         request.time = arguments.Time("at", 0);
-    int const number = arguments.Number("number", 0, std::numeric_limits<int>::max(), 0);
     if (arguments.Has("number"))
-        request.number = number;
+        request.number = arguments.LargeNumber("number");
     TakeStep(arguments, request);
     request.range = arguments.Range();
     request.target = arguments.PictureOutput();
@@ -50,20 +50,26 @@ FrameRequest FrameRequest::From(Arguments& arguments)
         arguments.Reject(QStringLiteral("for several pictures, the name after -o needs a place for their number or "
                                         "time: shot-%04d.png or shot-%t.png"));
     request.asStored = arguments.Has("as-stored");
-    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    request.rows = arguments.Rows();
+    request.options = arguments.Sources();
+    request.options.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
     return request;
 }
 
-ExitCode FrameRequest::Write(DecodedVideoFrame const& picture, PictureTarget const& to) const
+void FrameRequest::RejectUntold(Arguments& arguments)
+{
+    arguments.Reject(QStringLiteral("frame needs --at TIME, --number N, or --every, --from or --to"));
+}
+
+ExitCode FrameRequest::Write(DecodedVideoFrame const& picture, PictureTarget const& to, QString const& name) const
 {
     int const degrees = asStored ? 0 : picture.rotation;
     if (degrees % 90 != 0)
         Console::Say(QStringLiteral("to be turned by %1 degrees, which is left to the viewer").arg(degrees));
-    return WritePicture(RgbPicture::FromRecord(picture).TurnedClockwise(degrees), to,
-                        QStringLiteral("%1 at %2 (%3us)")
-                            .arg(number ? QStringLiteral("picture %1").arg(*number) : QStringLiteral("the picture"),
-                                 TimeText::PictureClock(picture.startTime, picture.endTime),
-                                 QString::number(picture.startTime)));
+    return WritePicture(
+        RgbPicture::FromRecord(picture).TurnedClockwise(degrees), to,
+        QStringLiteral("%1 at %2 (%3us)")
+            .arg(name, TimeText::PictureClock(picture.startTime, picture.endTime), QString::number(picture.startTime)));
 }
 
 void FrameRequest::SayDamaged(long long start, QString const& reason) const

@@ -6,6 +6,7 @@
 #include "tools/report/MessageLog.h"
 #include "tools/report/PictureCount.h"
 #include "tools/report/PictureDamage.h"
+#include "tools/report/SequenceFiles.h"
 
 #include <algorithm>
 
@@ -33,6 +34,8 @@ ExitCode FrameSeries::Write(MessageLog const& log)
     bool const hasErrors = messages->GetErrorCount() > 0 || log.GetErrorCount() > errorsBefore;
     QString const firstError = messages->GetFirstError();
     messages.reset(); // those of the judgement are counted anew
+    if (written == ExitCode::Ok && IsSequence())
+        return JudgeFiles(pictures->GetDamage(), hasErrors);
     return written == ExitCode::Ok && hasErrors ? Judge(pictures->GetOrigin(), firstError) : written;
 }
 
@@ -69,7 +72,7 @@ ExitCode FrameSeries::WriteByCount(PictureStream& pictures)
         result = ReadResult::End;
     for (int i = 0; result == ReadResult::Got && picture->startTime < request.range.to; ++i) {
         long long const until = picture->endTime - rounding;
-        if (i % request.pictureStep != 0) {
+        if (IsSequence() ? !IsAskedFor(picture->startTime) : i % request.pictureStep != 0) {
             passed.push_back({picture->startTime, until});
         } else {
             ExitCode const written = Take(*picture, until);
@@ -81,6 +84,20 @@ ExitCode FrameSeries::WriteByCount(PictureStream& pictures)
     return ExitCode::Ok;
 }
 
+// Of a picture of a sequence, where numbers without a file count, too.
+bool FrameSeries::IsAskedFor(long long start) const
+{
+    long long const from = std::max(request.range.from, 0LL);
+    long long const first = SequenceFiles::IndexAt(source, from);
+    long long const index = SequenceFiles::IndexAt(source, start);
+    if (request.timeStep == 0)
+        return (index - first) % request.pictureStep == 0 && start < request.range.to;
+    long long const after = SequenceFiles::TimeOf(source, index + 1);
+    long long const steps = std::max(after - 1 - from, -1LL) / request.timeStep;
+    long long const last = from + steps * request.timeStep; // the last step before the next picture
+    return after > from && last >= start && last < request.range.to;
+}
+
 ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
 {
     bool const isWritten = !shown.empty() && shown.back().start >= picture.startTime;
@@ -88,15 +105,20 @@ ExitCode FrameSeries::Take(DecodedVideoFrame const& picture, long long until)
     if (isWritten)
         return ExitCode::Ok;
     PictureTarget target = request.target;
+    long long const number = pattern.HasNumber() || IsSequence() ? NumberOf(picture) : 0;
     if (!target.IsStandardOutput())
-        target.path = pattern.NameFor(pattern.HasNumber() ? NumberOf(picture) : 0, picture.startTime);
+        target.path = pattern.NameFor(number, picture.startTime);
     Console::ShowProgress(TimeText::Clock(picture.startTime));
-    return request.Write(picture, target);
+    return request.Write(picture, target,
+                         IsSequence() ? QStringLiteral("picture %1").arg(number) : QStringLiteral("the picture"));
 }
 
-// Of all pictures of the source, from 0. Where no index tells it, the pictures before it are decoded.
+// Of all pictures of the source, from 0, or in the file's name. Where no index tells it, the pictures before it are
+// decoded.
 long long FrameSeries::NumberOf(DecodedVideoFrame const& picture)
 {
+    if (IsSequence())
+        return SequenceFiles::NumberOf(source, SequenceFiles::IndexAt(source, picture.startTime));
     if (!counter) {
         counter = source.OpenPictures();
         index = PictureCount::ReadIndex(source);
@@ -138,4 +160,49 @@ ExitCode FrameSeries::Judge(long long origin, QString const& firstError) const
         }
     }
     return result;
+}
+
+// Of a sequence each file is judged by itself.
+ExitCode FrameSeries::JudgeFiles(QVector<long long> const& lost, bool hasErrors) const
+{
+    QStringList faults = FindLostFiles(lost);
+    for (Shown const& picture : hasErrors ? shown : std::vector<Shown>()) {
+        long long const index = SequenceFiles::IndexAt(source, picture.start);
+        auto const decoded = SequenceFiles::Decode(source, index);
+        if (decoded.isDamaged)
+            faults << SequenceFiles::NameOf(source, index) + QStringLiteral(" is damaged: ") + decoded.error;
+    }
+    for (QString const& fault : faults)
+        Console::Say(QStringLiteral("%1: %2").arg(request.path, fault));
+    return faults.isEmpty() ? ExitCode::Ok : ExitCode::DecodingFailed;
+}
+
+// Steps of time ask for what shows then, and pictures stay where files are missing. Steps of pictures ask for files.
+QStringList FrameSeries::FindLostFiles(QVector<long long> const& lost) const
+{
+    long long const from = std::max(request.range.from, 0LL);
+    if (request.timeStep == 0 && request.pictureStep == 1)
+        return SequenceFiles::DescribeFaults(source, lost, from, request.range.to);
+    QStringList faults = request.timeStep == 0 ? FindMissingFiles(from) : QStringList();
+    for (long long const time : lost) {
+        if (IsAskedFor(time))
+            faults << SequenceFiles::NameOf(source, SequenceFiles::IndexAt(source, time)) +
+                          QStringLiteral(" cannot be decoded");
+    }
+    return faults;
+}
+
+// The first one of each hole that a step of pictures falls into.
+QStringList FrameSeries::FindMissingFiles(long long from) const
+{
+    QStringList faults;
+    long long const first = SequenceFiles::NumberOf(source, SequenceFiles::IndexAt(source, from));
+    for (SequenceFiles::Hole const& hole : SequenceFiles::FindHoles(source)) {
+        long long const steps = (std::max(hole.first - first, 0LL) + request.pictureStep - 1) / request.pictureStep;
+        long long const asked = first + steps * request.pictureStep;
+        long long const time = SequenceFiles::TimeOf(source, asked - source.GetFirstNumber());
+        if (asked >= hole.first && asked <= hole.last && time < request.range.to)
+            faults << SequenceFiles::Describe({asked, asked});
+    }
+    return faults;
 }

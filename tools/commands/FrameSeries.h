@@ -10,7 +10,6 @@
 #include <vector>
 
 class MessageLog;
-class PictureIndex;
 
 // Writes many pictures of a source, each once and to a file of its own: those that show at equal steps of time, or each
 // of so many. One thread.
@@ -33,9 +32,14 @@ private:
     ExitCode WriteAll(PictureStream& pictures);
     ExitCode WriteByTime(PictureStream& pictures);
     ExitCode WriteByCount(PictureStream& pictures);
+    bool IsAskedFor(long long start) const;
     ExitCode Take(DecodedVideoFrame const& picture, long long until);
+    bool IsSequence() const { return source.GetKind() == SourceKind::Sequence; }
     long long NumberOf(DecodedVideoFrame const& picture);
     ExitCode Judge(long long origin, QString const& firstError) const;
+    ExitCode JudgeFiles(QVector<long long> const& lost, bool hasErrors) const;
+    QStringList FindMissingFiles(long long from) const;
+    QStringList FindLostFiles(QVector<long long> const& lost) const;
 
     Source const& source;
     FrameRequest const& request;

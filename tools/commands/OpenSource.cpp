@@ -1,5 +1,7 @@
 #include "tools/commands/OpenSource.h"
 
+#include "common/Logger.h"
+#include "common/Settings.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "tools/report/Console.h"
@@ -30,6 +32,13 @@ bool HasDecoder(Source const& source, int index)
     return audio.valid || video.valid;
 }
 
+// Says it as the library says its own errors, so that it is remembered as the last one, too.
+std::unique_ptr<Source> Refuse(QString const& why)
+{
+    Logger::GetInstance().Error(why);
+    return nullptr;
+}
+
 // `source` if it has the half of it that is asked for. Says what is left out of it, or that there is no such half.
 std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, char const* absence)
 {
@@ -39,42 +48,62 @@ std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, c
     if (hasHalf)
         return source;
     if (!source->LeavesOutAHalf() && source->GetKind() != SourceKind::None)
-        Console::Say(source->GetPath() + QLatin1String(absence));
+        Console::Say(source->GetName() + QLatin1String(absence));
     return nullptr;
 }
 
 } // namespace
 
-std::unique_ptr<Source> OpenSource(QString const& path, MessageLog& log, ColourSettings const& colours)
+SourceOptions UsualSourceOptions()
 {
-    log.BeginSource(path);
-    if (path.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path)) {
-        Console::Say(path + QStringLiteral(": the file's name is not UTF-8; give it, or a link to it, another name"));
-        return nullptr;
-    }
     SourceOptions options;
     options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-    options.colours = colours;
-    auto source = std::make_unique<Source>(Source::OpenFile(path, options));
-    if (!source->IsDescribed())
-        return nullptr;
-    if (!source->HasStreams()) {
-        Console::Say(path + QStringLiteral(": there are no pictures and no sound in it"));
-        return nullptr;
-    }
-    return source;
+    return options;
 }
 
-std::unique_ptr<Source> OpenPictures(QString const& path, MessageLog& log, ColourSettings const& colours)
+std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options)
 {
-    auto source = OpenSource(path, log, colours);
+    QString const& path = item.path;
+    log.BeginSource(path);
+    if (path.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path))
+        return Refuse(QStringLiteral("the file's name is not UTF-8; give it, or a link to it, another name"));
+    auto source =
+        std::make_unique<Source>(item.isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options));
+    if (source->GetKind() == SourceKind::Sequence) {
+        log.BeginSource(source->GetName());
+        return source;
+    }
+    if (QFileInfo(path).isDir())
+        return Refuse(QFileInfo(path).isReadable() ? QStringLiteral("there are no media files in this folder")
+                                                   : QStringLiteral("the folder cannot be read"));
+    if (ImageSequence::IsPattern(path))
+        return Refuse(source->GetError());
+    if (!source->IsDescribed())
+        return nullptr;
+    return source->HasStreams() ? std::move(source)
+                                : Refuse(QStringLiteral("there are no pictures and no sound in it"));
+}
+
+std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half, MediaItems::Rows rows)
+{
+    QString error;
+    auto const item = MediaItems::OnlyOne(path, half, rows, error);
+    if (!item)
+        Console::Say(path + QStringLiteral(": ") + error);
+    return item;
+}
+
+std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options)
+{
+    auto source = OpenSource(item, log, options);
     bool const hasPictures = source && source->HasPictures();
     return WithHalf(std::move(source), hasPictures, ": there are no pictures in it, only sound");
 }
 
 std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log)
 {
-    auto source = OpenSource(path, log);
+    auto const item = FindOnlyOne(path, MediaItems::Half::Sound, MediaItems::Rows::Sequences);
+    auto source = item ? OpenSource(*item, log, UsualSourceOptions()) : nullptr;
     bool const hasSound = source && source->HasSound();
     return WithHalf(std::move(source), hasSound, ": there is no sound in it");
 }
@@ -86,14 +115,14 @@ bool ChooseSound(Source& source, int number)
     if (number == 0 || streams.value(number - 1).isDecodable)
         return true;
     Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded, of %3 in it")
-                     .arg(source.GetPath())
-                     .arg(number)
-                     .arg(streams.size()));
+                     .arg(source.GetName(), QString::number(number), QString::number(streams.size())));
     return false;
 }
 
 QList<Source::Stream> UndecodableStreams(Source const& source)
 {
+    if (!source.GetWholeInfo())
+        return {};
     MediaInfo const& info = *source.GetWholeInfo();
     return UndecodableOf(source, info.GetVideoStreams(), Source::StreamType::Video) +
            UndecodableOf(source, info.GetAudioStreams(), Source::StreamType::Audio);

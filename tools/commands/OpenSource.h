@@ -1,15 +1,21 @@
 #pragma once
 
+#include "source/MediaItems.h"
 #include "source/Source.h"
 
 #include <QStringList>
 
 class MessageLog;
 
-// Opening the file that a command is given. Says on standard error what is wrong when it cannot be used; empty then.
-std::unique_ptr<Source> OpenSource(QString const& path, MessageLog& log, ColourSettings const& colours = {});
-std::unique_ptr<Source> OpenPictures(QString const& path, MessageLog& log, ColourSettings const& colours); // or empty
-std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);                                   // without
+SourceOptions UsualSourceOptions(); // of all commands
+
+// Opening what a command is given. Says on standard error what is wrong when it cannot be used; empty then.
+std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options);
+
+// For commands that work on one source; empty also where `path` stands for several, or where its half is missing.
+std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options);
+std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);
+std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half, MediaItems::Rows rows);
 
 // Has the source's sound be taken from its stream of that number, from 1; 0 leaves the choice to FFmpeg. False where
 // there is none that can be decoded.

@@ -1,6 +1,5 @@
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
-#include "media/MediaInfo.h"
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
 #include "tools/output/ContactSheet.h"
@@ -9,8 +8,10 @@
 #include "tools/output/RgbPicture.h"
 #include "tools/report/Console.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/SequenceFiles.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -22,13 +23,14 @@ constexpr int largestWidth = 4096;
 
 struct Request
 {
-    QString path;
+    QString path; // as given; later the source's name
+    MediaItems::Rows rows = MediaItems::Rows::Sequences;
     PictureTarget target;
     TimeRange range;
     int columns = 0;
     int count = 0; // of pictures
     int width = 0; // of each
-    ColourSettings colours;
+    SourceOptions options;
 };
 
 Request RequestIn(Arguments& arguments)
@@ -43,7 +45,9 @@ Request RequestIn(Arguments& arguments)
     request.width = arguments.Number("width", smallestWidth, largestWidth, 320);
     request.count = arguments.Number("count", 1, mostPictures, request.columns * rows);
     request.range = arguments.Range();
-    request.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
+    request.rows = arguments.Rows();
+    request.options = arguments.Sources();
+    request.options.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/true);
     return request;
 }
 
@@ -71,15 +75,42 @@ bool IsTooLarge(ContactSheet const& sheet, Request const& request)
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
 }
 
+// Below the picture: its time, and of a sequence the number in its file's name. Nothing where there is only one.
+QString TextFor(Source const& source, DecodedVideoFrame const& picture)
+{
+    if (source.HasOnePicture())
+        return {};
+    if (source.GetKind() != SourceKind::Sequence)
+        return TimeText::PictureClock(picture.startTime, picture.endTime);
+    return QString::number(SequenceFiles::NumberOf(source, SequenceFiles::IndexAt(source, picture.startTime)));
+}
+
+// Whether all files of a sequence that were asked for can be decoded; says which cannot.
+bool HasFiles(Source const& source, PictureSamples const& samples)
+{
+    bool hasAll = true;
+    long long last = -1;
+    for (long long const time : samples.GetTimes()) {
+        long long const index = source.GetSequence().GetIndexUpTo(SequenceFiles::IndexAt(source, time));
+        bool const isNew = index != std::exchange(last, index);
+        if (!isNew || !samples.GetDamage().contains(SequenceFiles::TimeOf(source, index)))
+            continue;
+        Console::Say(
+            QStringLiteral("%1: %2 cannot be decoded").arg(source.GetName(), SequenceFiles::NameOf(source, index)));
+        hasAll = false;
+    }
+    return hasAll;
+}
+
 ExitCode Collect(Source const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
 {
     bool const hasTime = !source.HasOnePicture();
     bool isTooLarge = false;
-    auto const result = PictureSamples(source).Take(request.range, request.count, [&](auto const& record) {
+    PictureSamples samples(source);
+    auto const result = samples.Take(request.range, request.count, [&](auto const& record) {
         if (isTooLarge)
             return;
-        sheet.Add(RgbPicture::FromRecord(*record).TurnedClockwise(record->rotation),
-                  hasTime ? TimeText::PictureClock(record->startTime, record->endTime) : QString());
+        sheet.Add(RgbPicture::FromRecord(*record).TurnedClockwise(record->rotation), TextFor(source, *record));
         isTooLarge = hasTime && IsTooLarge(sheet, request);
     });
     if (isTooLarge) {
@@ -87,7 +118,9 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
             QStringLiteral("the sheet would have more than 64 million pixels; ask for fewer or smaller ones"));
         return ExitCode::Usage;
     }
-    return Report(request, result);
+    ExitCode const reported = Report(request, result);
+    bool const isWhole = source.GetKind() != SourceKind::Sequence || HasFiles(source, samples);
+    return reported == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : reported;
 }
 
 ExitCode Write(ContactSheet const& sheet, Request const& request)
@@ -103,16 +136,20 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
 
 ExitCode Run(Arguments& arguments, MessageLog& log)
 {
-    Request const request = RequestIn(arguments);
+    Request request = RequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const source = OpenPictures(request.path, log, request.colours);
+    auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
+    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
     if (!source)
         return ExitCode::CannotOpen;
+    request.path = source->GetName();
     return WithoutErrors(log, [&] {
+        Silence const silence(log, source->GetKind() == SourceKind::Sequence); // its broken files are named
         ContactSheet sheet(request.width);
         ExitCode const collected = Collect(*source, request, arguments, sheet);
-        return collected == ExitCode::Ok ? Write(sheet, request) : collected;
+        ExitCode const written = sheet.GetCount() > 0 && !arguments.AreWrong() ? Write(sheet, request) : collected;
+        return written == ExitCode::Ok ? collected : written;
     });
 }
 
@@ -124,8 +161,9 @@ Command SheetCommand()
             "draw pictures from the whole file side by side, with times",
             "FILE -o PICTURE [--columns N] [--rows N | --count N]",
             "Divides FILE, or the range from --from to --to, into equal parts and draws the\n"
-            "picture from the middle of each part, with its start time below. Pixels are\n"
-            "square and pictures are upright. The ending of PICTURE selects the format: .png,\n"
+            "picture from the middle of each part, with its start time below, or the number\n"
+            "in its file's name if FILE is an image sequence. Pixels are square and pictures\n"
+            "are upright. The ending of PICTURE selects the format: .png,\n"
             ".jpg, .jpeg, .ppm or .pnm. No picture appears twice, so there may be fewer. A\n"
             "still image and cover art give one picture, without a time.\n\n"
             "The exit code is 4 if something could not be decoded (the rest is written), or\n"
@@ -138,6 +176,8 @@ Command SheetCommand()
              {"width", "PIXELS", "Pixels of a picture in it; 320 if not given."},
              Options::from,
              Options::to,
+             Options::fps,
+             Options::stills,
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
             Run};

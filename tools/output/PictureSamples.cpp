@@ -55,6 +55,7 @@ PictureSamples::Result PictureSamples::TakeAll(PictureStream& pictures)
             HandOver(picture);
         ShowProgress(i + 1);
     }
+    damage = pictures.GetDamage();
     return lastStart == longAgo ? Result::NoPicture : Result::Done;
 }
 

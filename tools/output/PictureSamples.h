@@ -2,6 +2,8 @@
 
 #include "tools/commands/TimeRange.h"
 
+#include <QVector>
+
 #include <functional>
 #include <limits>
 #include <memory>
@@ -25,6 +27,10 @@ public:
     // Hands the pictures over in order of time. `count`: at least 1.
     Result Take(TimeRange const& range, int count, Taker const& taker);
 
+    // Of what was taken: the times asked for, and where the stream was found damaged, beside them too.
+    std::vector<long long> const& GetTimes() const { return times; }
+    QVector<long long> const& GetDamage() const { return damage; }
+
 private:
     Result TakeAll(PictureStream& pictures);
     long long FindEnd(PictureStream& pictures) const;
@@ -35,6 +41,7 @@ private:
 
     Source const& source;
     Taker taker;
+    QVector<long long> damage;
     std::vector<long long> times;  // microseconds from the first picture
     long long lastStart = longAgo; // of the picture handed over last
 };

@@ -4,7 +4,6 @@
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/RowBytes.h"
-#include "media/MediaInfo.h"
 #include "source/PictureIndex.h"
 #include "source/Source.h"
 #include "tools/report/Console.h"
@@ -42,7 +41,7 @@ DecodeReport::DecodeReport(Source const& newSource, bool newWithSums) : source(n
 void DecodeReport::Begin()
 {
     if (withSums)
-        Console::WriteData(QStringLiteral("# %1\n").arg(source.GetPath()));
+        Console::WriteData(QStringLiteral("# %1\n").arg(source.GetName()));
 }
 
 void DecodeReport::Take(SessionWalk::Records const& records)
@@ -107,13 +106,16 @@ long long DecodeReport::GetReachedTime() const
 
 QString DecodeReport::Summary(double elapsedSeconds) const
 {
-    QString text = QStringLiteral("%1\n%2%3, %4\n")
-                       .arg(source.GetInfo()->GetFilePath(), Title("kind"), source.Describe(), source.GetFormatName());
+    bool const isSequence = source.GetKind() == SourceKind::Sequence; // its files are read one by one, without marks
+    QString const format = isSequence ? QString() : QStringLiteral(", ") + source.GetFormatName();
+    QString text = QStringLiteral("%1\n%2%3%4\n").arg(source.GetName(), Title("kind"), source.Describe(), format);
     if (source.HasPictures())
         text += PictureLine();
     if (source.HasSound())
         text += SoundLine();
-    text += QStringLiteral("%1%2 of the end, %3 of a changed size\n").arg(Title("marks")).arg(endMarks).arg(sizeMarks);
+    if (!isSequence)
+        text +=
+            QStringLiteral("%1%2 of the end, %3 of a changed size\n").arg(Title("marks")).arg(endMarks).arg(sizeMarks);
     return text + SpeedLine(elapsedSeconds);
 }
 
@@ -134,6 +136,8 @@ QString DecodeReport::NumbersText() const
 {
     long long const first = index ? index->NumberFrom(pictureSpan.start) : -1;
     long long const last = index ? index->NumberFrom(pictureReached) : -1;
+    if (source.GetKind() == SourceKind::Sequence && first >= 0)
+        return QStringLiteral(" (#%1 to #%2)").arg(source.GetFirstNumber() + first).arg(source.GetFirstNumber() + last);
     if (first < 0 || last - first + 1 != pictureCount)
         return {};
     return QStringLiteral(" (#%1 to #%2 of %3)").arg(first).arg(last).arg(index->GetCount());
@@ -156,7 +160,7 @@ QString DecodeReport::SpeedLine(double elapsedSeconds) const
     QString text = Title("speed");
     if (pictureCount > 0)
         text += QStringLiteral("%1 pictures a second, ").arg(static_cast<double>(pictureCount) / seconds, 0, 'f', 1);
-    if (!source.GetInfo()->IsImage() && played > 0.0)
+    if (source.GetKind() != SourceKind::Still && played > 0.0)
         text += QStringLiteral("%1 times as fast as it plays, ").arg(played / seconds, 0, 'f', 1);
     return text + QStringLiteral("%1 s in all\n").arg(elapsedSeconds, 0, 'f', 3);
 }

@@ -21,6 +21,10 @@ QString AsText(Source const& source, Count count); // a few lines; the last one 
 // ffprobe's names and types where the meaning is the same, our own values in objects named "tavolin".
 QJsonObject AsJson(Source const& source, Count count);
 
+// Of an image sequence; `one` is one of its files, opened by itself.
+QString SequenceAsText(Source const& source, Source const& one);
+QJsonObject SequenceAsJson(Source const& source, Source const& one);
+
 // Of a file that could not be described; `code` is FFmpeg's, 0 when there is none.
 QJsonObject FailureAsJson(QString const& path, QString const& message, int code);
 

@@ -5,6 +5,7 @@
 #include "source/ImageOrientation.h"
 #include "source/Source.h"
 #include "source/StreamColours.h"
+#include "tools/report/SequenceFiles.h"
 #include "tools/report/StreamText.h"
 
 #include <QFileInfo>
@@ -210,7 +211,71 @@ QJsonObject DescribeOwnValues(Source const& source)
     return own;
 }
 
+QJsonObject DescribeFormatOfSequence(Source const& source, Source const& one)
+{
+    return {{"filename", source.GetName()},
+            {"nb_streams", 1},
+            {"format_name", one.GetFormatName()},
+            {"size", QString::number(SequenceFiles::GetBytes(source))},
+            {"duration", TimeText::Seconds(source.GetDuration())}};
+}
+
+// Of the stream that is decoded, timed as the sequence is.
+QJsonObject DescribeStreamOfSequence(Source const& source, Source const& one)
+{
+    QJsonObject object;
+    for (QJsonValue const& value : DescribeStreams(one, std::nullopt)) {
+        object = value.toObject();
+        if (object["index"].toInt() == one.GetPictureStream())
+            break;
+    }
+    VideoStream timed;
+    timed.frameRate = source.GetSequenceRate();
+    object["avg_frame_rate"] = StreamText::FrameRate(timed);
+    QJsonObject own = object["tavolin"].toObject();
+    own["frame_rate"] = source.GetSequenceRate();
+    own["frame_step_us"] = source.GetFrameStep();
+    own["frame_count"] = source.GetSequence().GetFiles().size();
+    own["picture_count"] = source.GetSequence().GetFiles().size();
+    object["tavolin"] = own;
+    return object;
+}
+
+QJsonArray DescribeHoles(Source const& source)
+{
+    QJsonArray holes;
+    for (SequenceFiles::Hole const& hole : SequenceFiles::FindHoles(source))
+        holes.append(QJsonObject{{"first_number", hole.first}, {"last_number", hole.last}});
+    return holes;
+}
+
+QJsonObject DescribeSequence(Source const& source)
+{
+    QStringList const files = source.GetSequence().GetFiles();
+    long long const first = source.GetFirstNumber();
+    return {{"first_number", first},
+            {"last_number", first + source.GetSequence().GetCount() - 1},
+            {"first_file", files.first()},
+            {"last_file", files.last()},
+            {"missing", DescribeHoles(source)}};
+}
+
 } // namespace
+
+QJsonObject Info::SequenceAsJson(Source const& source, Source const& one)
+{
+    QJsonObject own = DescribeOwnValues(one);
+    own["kind"] = source.Describe();
+    own["is_image"] = false;
+    own["duration_us"] = source.GetDuration();
+    own["frame_step_us"] = source.GetFrameStep();
+    own["frame_rate"] = source.GetSequenceRate();
+    own["frame_count"] = source.GetSequence().GetFiles().size();
+    own["sequence"] = DescribeSequence(source);
+    return {{"format", DescribeFormatOfSequence(source, one)},
+            {"streams", QJsonArray{DescribeStreamOfSequence(source, one)}},
+            {"tavolin", own}};
+}
 
 QJsonObject Info::AsJson(Source const& source, Count count)
 {

@@ -5,6 +5,7 @@
 #include "source/ImageOrientation.h"
 #include "source/Source.h"
 #include "source/StreamColours.h"
+#include "tools/report/SequenceFiles.h"
 #include "tools/report/StreamText.h"
 
 #include <QFileInfo>
@@ -157,7 +158,49 @@ QString TimecodeLine(Source const& source)
                 {QStringLiteral("starts at %1").arg(start.text), QStringLiteral("%1 frames a second").arg(start.rate)});
 }
 
+// "shot.1001.png to shot.1100.png, missing: 1003, 1010 to 1012"
+QStringList FileWords(Source const& source)
+{
+    constexpr int mostHoles = 5;
+    QStringList const files = source.GetSequence().GetFiles();
+    QStringList words{
+        QStringLiteral("%1 to %2").arg(QFileInfo(files.first()).fileName(), QFileInfo(files.last()).fileName())};
+    auto const holes = SequenceFiles::FindHoles(source);
+    for (SequenceFiles::Hole const& hole : holes.mid(0, mostHoles)) {
+        QString const numbers = hole.first == hole.last ? QString::number(hole.first)
+                                                        : QStringLiteral("%1 to %2").arg(hole.first).arg(hole.last);
+        words += (words.size() == 1 ? QStringLiteral("missing ") : QString()) + numbers;
+    }
+    if (holes.size() > mostHoles)
+        words += QStringLiteral("and %1 more").arg(holes.size() - mostHoles);
+    return words;
+}
+
+QString SequenceVideoLine(Source const& source, Source const& one)
+{
+    auto const& records = one.GetWholeInfo()->GetVideoStreams();
+    int position = 0;
+    while (!records[position].valid)
+        ++position;
+    auto const announced = one.GetStream(Source::StreamType::Video, position);
+    QStringList const words = PictureWords(records[position], one) +
+                              QStringList{QStringLiteral("%1 pictures a second").arg(source.GetSequenceRate()),
+                                          CountText(source.GetSequence().GetFiles().size())};
+    return Line(QStringLiteral("video #%1").arg(announced.index), words) +
+           ColourLines(StreamColours::Of(announced.index, StreamColours::Probe(one))) +
+           TagLines(records[position].metadata);
+}
+
 } // namespace
+
+QString Info::SequenceAsText(Source const& source, Source const& one)
+{
+    QString const size = QLocale::c().formattedDataSize(SequenceFiles::GetBytes(source));
+    return source.GetName() + QLatin1Char('\n') +
+           Line(QStringLiteral("kind"), {source.Describe(), TimeText::Clock(source.GetDuration()), size}) +
+           Line(QStringLiteral("files"), FileWords(source)) + Line(QStringLiteral("format"), {one.GetFormatName()}) +
+           TimecodeLine(source) + SequenceVideoLine(source, one);
+}
 
 QString Info::AsText(Source const& source, Count count)
 {

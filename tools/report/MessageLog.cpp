@@ -121,7 +121,8 @@ void MessageLog::ShowRepetitions()
     if (repetitions == 1)
         Console::Say(QStringLiteral("%1: the last message came once more").arg(source));
     else if (repetitions > 1)
-        Console::Say(QStringLiteral("%1: the last message came %2 times more").arg(source).arg(repetitions));
+        Console::Say(
+            QStringLiteral("%1: the last message came %2 times more").arg(source, QString::number(repetitions)));
     repetitions = 0;
 }
 

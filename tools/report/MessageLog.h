@@ -39,6 +39,20 @@ private:
     int lastErrorCode = 0;
 };
 
+// While it exists, the log is silent.
+class Silence
+{
+public:
+    // `isWanted`: otherwise nothing changes.
+    explicit Silence(MessageLog& newLog, bool isWanted = true) : log(newLog) { log.SetSilent(isWanted); }
+    ~Silence() { log.SetSilent(false); }
+    Silence(Silence const&) = delete;
+    Silence& operator=(Silence const&) = delete;
+
+private:
+    MessageLog& log;
+};
+
 // While it exists, counts the errors that FFmpeg logs. FFmpeg's decoders conceal much damage and report it in no other
 // way. Which messages are printed does not change. Only one object at a time; messages may come from any thread.
 class FfmpegMessages

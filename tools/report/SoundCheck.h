@@ -18,6 +18,7 @@ struct CheckFault
 {
     QString text;                 // part of a sentence
     long long time = unknownTime; // of the first place, microseconds of media time
+    QString file = {};            // of an image sequence, the one that is at fault; empty for others
 
     static constexpr long long unknownTime = -1;
 };

@@ -6,6 +6,7 @@
 #include "source/Source.h"
 #include "tools/report/DecodeReport.h"
 #include "tools/report/MessageLog.h"
+#include "tools/report/SequenceFiles.h"
 #include "tools/report/SessionWalk.h"
 
 #include <algorithm>
@@ -50,6 +51,10 @@ SourceCheck::SourceCheck(Source const& newSource, CountErrors newCountErrors, Ch
 
 bool SourceCheck::Run()
 {
+    if (source.GetKind() == SourceKind::Sequence) {
+        ReadFiles();
+        return true;
+    }
     if (!ReadForwards())
         return false;
     JudgeTimes();
@@ -59,6 +64,27 @@ bool SourceCheck::Run()
     sound.ReadBackwards(watch);
     faults += sound.GetFaults();
     return true;
+}
+
+// One after the other, so that what FFmpeg says belongs to one file.
+void SourceCheck::ReadFiles()
+{
+    for (SequenceFiles::Hole const& hole : SequenceFiles::FindHoles(source))
+        AddFault(SequenceFiles::Describe(hole),
+                 SequenceFiles::TimeOf(source, hole.first - source.GetSequence().GetFirstNumber()));
+    ImageSequence const& sequence = source.GetSequence();
+    for (long long i = 0; i < sequence.GetCount() && !watch.stop(); i = sequence.GetIndexAfter(i)) {
+        auto const decoded = SequenceFiles::Decode(source, i);
+        long long const time = SequenceFiles::TimeOf(source, i);
+        QString const name = SequenceFiles::NameOf(source, i);
+        if (!decoded.picture)
+            AddFault(name + QStringLiteral(" cannot be decoded"), time, sequence.GetFile(i));
+        else if (decoded.isDamaged)
+            AddFault(name + QStringLiteral(" is damaged: ") + decoded.error, time, sequence.GetFile(i));
+        if (decoded.picture)
+            pictures.push_back({time, {}});
+        ShowProgress("files", time);
+    }
 }
 
 // Going backwards begins between key pictures, of which decoders may complain with good reason: only what they say
@@ -229,9 +255,9 @@ QString SourceCheck::NameOf(long long time) const
     return TimeText::PictureClock(time, next == pictures.end() ? time : next->time - 1);
 }
 
-void SourceCheck::AddFault(QString const& text, long long time)
+void SourceCheck::AddFault(QString const& text, long long time, QString const& file)
 {
-    faults << CheckFault{text, time};
+    faults << CheckFault{text, time, file};
 }
 
 void SourceCheck::Differ(long long time)
@@ -252,7 +278,7 @@ void SourceCheck::ShowProgress(char const* direction, long long time) const
 {
     watch.showProgress(QStringLiteral("%1: %2 of %3")
                            .arg(QLatin1String(direction), TimeText::Clock(std::max(time, 0LL)),
-                                TimeText::Clock(std::max(0LL, source.GetInfo()->GetDuration()))));
+                                TimeText::Clock(std::max(0LL, source.GetDuration()))));
 }
 
 namespace {

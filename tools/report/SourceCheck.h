@@ -15,7 +15,8 @@ class Source;
 struct DecodedVideoFrame;
 
 // Decodes a whole source from its beginning to its end and then from its end to its beginning, as playing backwards
-// does, and tells what is wrong with it. Of each picture only its time and the sum of its bytes are kept. One thread.
+// does, and tells what is wrong with it. The files of an image sequence are decoded once, each by itself. Of each
+// picture only its time and the sum of its bytes are kept. One thread.
 class SourceCheck
 {
 public:
@@ -38,6 +39,7 @@ private:
     };
 
     bool ReadForwards();
+    void ReadFiles();
     void ReadAll(SessionWalk& walk, FfmpegMessages const& messages);
     void TakePicture(std::shared_ptr<DecodedVideoFrame> const& record);
     void DropWhatShowsBeforeZero();
@@ -49,7 +51,7 @@ private:
     void ReadBackwards();
     void Compare(std::vector<Picture> const& group, long long until);
     QString NameOf(long long time) const;
-    void AddFault(QString const& text, long long time = CheckFault::unknownTime);
+    void AddFault(QString const& text, long long time = CheckFault::unknownTime, QString const& file = {});
     void Differ(long long time);
     void JudgeDifferences();
     void ShowProgress(char const* direction, long long time) const;

@@ -5,6 +5,7 @@ import fcntl
 import json
 import os
 import queue
+import signal
 import sys
 import tempfile
 import threading
@@ -40,6 +41,7 @@ def take_processor():
 
 
 def main():
+    signal.signal(signal.SIGINT, signal.SIG_IGN)  # Ctrl+C is for the program that waits for the answer
     take_processor()
     paths = queue.Queue()
 

@@ -32,7 +32,7 @@ def _named(sources):
             os.stat(source)
             yield source
         else:
-            with open(source, encoding="utf-8", errors="surrogateescape") as lines:
+            with open(source, encoding="utf-8-sig", errors="surrogateescape") as lines:
                 yield from (line.rstrip("\n") for line in lines if line.strip())
 
 

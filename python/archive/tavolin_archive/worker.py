@@ -7,12 +7,11 @@ import os
 import select
 import subprocess
 import sys
-import threading
 import time
 
 PATIENCE = 0.2  # seconds between two looks at the process
 
-_kept = threading.local()
+_kept = []  # checkers without a file
 
 
 class Lost(Exception):
@@ -70,20 +69,33 @@ class Checker:
         self.process.stdout.close()
 
 
+def take_kept():
+    """A checker that waits for a file; None when there is none. Any thread."""
+    try:
+        return _kept.pop()
+    except IndexError:
+        return None
+
+
+def close_kept():
+    """Ends the processes that wait for a file."""
+    while checker := take_kept():
+        checker.close()
+
+
 def check_file(path, timeout, memory, sheets):
     """The task for one file: a dict with what its line in the report says, or with "lost" when this was in vain."""
     begin = time.monotonic()
     if not os.path.exists(path):
         return {"lost": "is not seen by this worker: all of them need the files under the same paths",
                 "worker": _worker()}
-    checker = getattr(_kept, "checker", None) or Checker()
-    _kept.checker = None
+    checker = take_kept() or Checker()
     try:
         line = checker.ask(path, timeout, memory)
     except Lost as lost:
         checker.close()
         return {"lost": str(lost), "worker": _worker()}
-    _kept.checker = checker
+    _kept.append(checker)
     if sheets and line["result"] == "damaged":
         line["sheet"] = write_sheet(path, sheets, timeout)
     line["seconds"] = round(time.monotonic() - begin, 3)
@@ -92,10 +104,10 @@ def check_file(path, timeout, memory, sheets):
 
 def write_sheet(path, folder, timeout):
     """The path of a contact sheet; None when there is none, as of sound."""
-    digest = hashlib.md5(path.encode()).hexdigest()[:8]
+    digest = hashlib.md5(os.fsencode(path)).hexdigest()[:8]
     sheet = os.path.join(folder, f"{os.path.basename(path)}-{digest}.png")
     try:
-        subprocess.run(["tavolin", "sheet", "-o", sheet, "--", path], timeout=timeout, stdin=subprocess.DEVNULL,
+        subprocess.run(["tavolin", "sheet", "--stills", "-o", sheet, "--", path], timeout=timeout, stdin=subprocess.DEVNULL,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     except (OSError, subprocess.TimeoutExpired):
         return None

@@ -13,7 +13,7 @@ Arguments Given(QStringList const& words)
     static std::vector<Option> const options = {
         Options::Output("PICTURE"),    {"width", "PIXELS", ""}, {"speed", "S", ""},
         {"loop", "yes|no", "", "yes"}, Options::from,           Options::to,
-        Options::Colours(true),        Options::noToneMapping};
+        Options::Colours(true),        Options::noToneMapping,  Options::stills};
     return Arguments("draw", options, words);
 }
 
@@ -33,7 +33,7 @@ QString FaultOf(QStringList const& words)
 ExitCode AnswerTo(QStringList const& numbers)
 {
     Arguments arguments = Given(numbers);
-    return ForEachFile(arguments, [](QString const& number) { return static_cast<ExitCode>(number.toInt()); });
+    return ForEachItem(arguments, [](MediaItem const& item) { return static_cast<ExitCode>(item.path.toInt()); });
 }
 
 } // namespace
@@ -103,32 +103,32 @@ TEST(ArgumentsTest, LeaveWhatFollowsTwoDashesAsItIs)
     EXPECT_EQ(arguments.Text("loop"), "yes");
 }
 
-TEST(ForEachFileTest, OneFileAnswersForItself)
+TEST(ForEachItemTest, OneFileAnswersForItself)
 {
     EXPECT_EQ(AnswerTo({"0"}), ExitCode::Ok);
     EXPECT_EQ(AnswerTo({"3"}), ExitCode::CannotOpen);
     EXPECT_EQ(AnswerTo({"4"}), ExitCode::DecodingFailed);
 }
 
-TEST(ForEachFileTest, OneFailureAmongSeveralFilesMakesSomeFailed)
+TEST(ForEachItemTest, OneFailureAmongSeveralFilesMakesSomeFailed)
 {
     EXPECT_EQ(AnswerTo({"0", "0"}), ExitCode::Ok);
     EXPECT_EQ(AnswerTo({"0", "3", "0"}), ExitCode::SomeInputsFailed);
     EXPECT_EQ(AnswerTo({"4", "4"}), ExitCode::SomeInputsFailed);
 }
 
-TEST(ForEachFileTest, TriesEveryFileWhateverCameBefore)
+TEST(ForEachItemTest, TriesEveryFileWhateverCameBefore)
 {
     Arguments arguments = Given({"a", "b", "c"});
     QStringList seen;
-    ForEachFile(arguments, [&](QString const& path) {
-        seen << path;
+    ForEachItem(arguments, [&](MediaItem const& item) {
+        seen << item.path;
         return ExitCode::CannotOpen;
     });
     EXPECT_EQ(seen, (QStringList{"a", "b", "c"}));
 }
 
-TEST(ForEachFileTest, NoFileIsWrongUsage)
+TEST(ForEachItemTest, NoFileIsWrongUsage)
 {
     EXPECT_EQ(AnswerTo({}), ExitCode::Usage);
 }

@@ -12,7 +12,7 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -56,18 +56,17 @@ protected:
         return samples;
     }
 
-    // That each frame behind the fade is the source's at `first`, and `step` further for each one.
+    // That each frame is the source's at `first`, and `step` further for each one; less in the straight fade.
     void ExpectCount(int frames, int first, int step)
     {
         std::vector<short> const samples = Written();
         ASSERT_EQ(samples.size(), static_cast<size_t>(2 * frames));
-        for (int i = fade; i < frames; ++i) {
+        for (int i = 0; i < frames; ++i) {
             auto const place = static_cast<size_t>(2 * i);
-            ASSERT_EQ(samples[place], first + i * step) << i;
-            ASSERT_EQ(samples[place + 1], -(first + i * step)) << i;
+            int const expected = (first + i * step) * std::min(i, fade) / fade;
+            ASSERT_EQ(samples[place], expected) << i;
+            ASSERT_EQ(samples[place + 1], -expected) << i;
         }
-        EXPECT_EQ(samples[0], 0);
-        EXPECT_LT(std::abs(samples[2 * fade / 2]), std::abs(first + fade / 2 * step) + 1);
     }
 };
 
@@ -109,15 +108,14 @@ TEST_F(AudioCommandTest, LeavesOutAndRepeatsFramesAtOtherSpeeds)
     ASSERT_EQ(Render(CountingFile(), {"--speed", "0.5"}).exitCode, 0);
     std::vector<short> const slow = Written();
     ASSERT_EQ(slow.size(), 2U * 48000);
-    EXPECT_NEAR(slow[slow.size() / 2], 12000, 20);
+    for (int i = fade; i < 48000 - 1; ++i) // the last one is rounded beyond the end
+        ASSERT_NEAR(slow[2 * static_cast<size_t>(i)], i / 2.0, 1.0) << i;
 }
 
 TEST_F(AudioCommandTest, IsHeardAtEverySpeed)
 {
     ASSERT_EQ(Render(CountingFile(), {"--speed", "-16"}).exitCode, 0);
-    std::vector<short> const samples = Written();
-    ASSERT_EQ(samples.size(), 2U * 1500);
-    EXPECT_NEAR(samples[samples.size() / 2], 12000, 50);
+    ExpectCount(1500, 23999, -16);
 }
 
 TEST_F(AudioCommandTest, ScalesBySound)
@@ -200,7 +198,7 @@ TEST_F(AudioCommandTest, WritesTheSoundOfAMovieWhosePicturesHaveNoDecoder)
     EXPECT_EQ(RunTavolin({"audio", whole, "-o", PathOf("whole.wav")}).exitCode, 0);
     ToolRun const run = RunTavolin({"audio", WithoutDecoder("blind.mp4", whole, "avc1"), "-o", PathOf("blind.wav")});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_GT(ReadMedia(PathOf("whole.wav")).size(), 44 + 100000);
+    EXPECT_GE(ReadMedia(PathOf("whole.wav")).size(), 44 + 4 * 44100 * 4); // four seconds of stereo
     EXPECT_EQ(ReadMedia(PathOf("blind.wav")), ReadMedia(PathOf("whole.wav")));
 }
 

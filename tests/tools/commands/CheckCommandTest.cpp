@@ -243,8 +243,21 @@ TEST(CheckCommandTest, ReportsInJson)
     QJsonObject const leftOut = objects[2]["tavolin"]["left_out"][0].toObject();
     EXPECT_EQ(leftOut["index"], 1);
     EXPECT_EQ(leftOut["codec_type"], "audio");
+    EXPECT_EQ(leftOut["codec_name"], "unknown");
+    EXPECT_EQ(leftOut["codec_tag_string"], "zzzz");
     EXPECT_EQ(objects[3]["format"]["filename"], "/nowhere/a.mp4");
     EXPECT_EQ(objects[3]["error"]["string"], "File not found: /nowhere/a.mp4");
+}
+
+TEST(CheckCommandTest, TellsInJsonWhyNothingCanBeDecoded)
+{
+    QString const blind =
+        WithoutDecoder("blind.mp4", MovingPicture("plain.mp4", {"-c:v", "libx264", "-g", "50"}), "avc1");
+    ToolRun const run = RunTavolin({"check", "--json", blind});
+    EXPECT_EQ(run.exitCode, 3);
+    QJsonObject const object = QJsonDocument::fromJson(run.output).object();
+    EXPECT_EQ(object["format"].toObject()["filename"], blind);
+    EXPECT_EQ(object["error"].toObject()["string"], "Failed to find video stream (Decoder not found)");
 }
 
 TEST(CheckCommandTest, GivesOneJsonObjectForOneFile)

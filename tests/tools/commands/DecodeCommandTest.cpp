@@ -130,7 +130,7 @@ TEST(DecodeCommandTest, CountsTheSoundWithinARange)
         if (end >= 1500000 && start < 2000000)
             expected << line;
     }
-    EXPECT_GT(expected.size(), 3);
+    EXPECT_GE(expected.size(), 24000 / 4608); // half a second; FLAC has so many samples a packet
     EXPECT_EQ(LinesOf(RunTavolin({"decode", "--md5", path, "--from", "1.5", "--to", "2"}), "audio"), expected);
 }
 
@@ -139,7 +139,8 @@ TEST(DecodeCommandTest, PutsSoundOnTheClockOfThePictures)
     QString const path = Rewrapped("late.mkv", MovieWithReordering(), {"-output_ts_offset", "7"});
     QStringList const lines = LinesOf(RunTavolin({"decode", "--md5", path}), "audio");
     ASSERT_FALSE(lines.isEmpty());
-    EXPECT_NEAR(lines.first().section(' ', 1, 1).toDouble(), 0.0, 50000.0);
+    // AAC begins with a packet of silence before them; Matroska rounds to milliseconds.
+    EXPECT_NEAR(lines.first().section(' ', 1, 1).toDouble(), 0.0, 1024 * 1e6 / 44100 + 1000.0);
 }
 
 TEST(DecodeCommandTest, AnswersAnEmptyRangeWithFour)
@@ -223,7 +224,7 @@ TEST(DecodeCommandTest, DecodesEachClipAsTheFactsSay)
             if (stream.toObject()["codec_type"] == "video")
                 expected = stream.toObject()["decoded"].toObject()["frames"].toInt();
         }
-        EXPECT_GT(expected, 0) << name;
+        ASSERT_GT(expected, 0) << name << " is not among the facts";
         EXPECT_EQ(LinesOf(RunTavolin({"decode", "--md5", Clips::Real(name)}), "video").size(), expected) << name;
     }
 }

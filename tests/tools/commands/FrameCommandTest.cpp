@@ -67,7 +67,7 @@ TEST_F(FrameCommandTest, WritesTheVeryPicture)
     EXPECT_EQ(Md5(written.mid(header.size())), ShowingAt(DecodePlainly(PlainMovie()), 2050000).md5);
 }
 
-// Crimson, (200, 30, 60), coded without loss by the matrix of HD and tagged so.
+// Crimson, coded by the matrix of HD and tagged so.
 TEST_F(FrameCommandTest, FollowsTheStreamUnlessToldOtherwise)
 {
     QString const clip =
@@ -81,7 +81,8 @@ TEST_F(FrameCommandTest, FollowsTheStreamUnlessToldOtherwise)
         EXPECT_EQ(RunTavolin(arguments).exitCode, 0);
         auto const green = static_cast<uint8_t>(Written("a.ppm").at(QByteArray("P6\n1280 720\n255\n").size() + 1));
         bool const isPlain = QString(colours).endsWith("plain");
-        EXPECT_NEAR(green, isPlain ? 9 : 30, isPlain ? 3 : 2) << colours;
+        // The stream's are rounded; libswscale's quick converter is up to 2 off.
+        EXPECT_NEAR(green, Reference::FirstGreen(clip, !isPlain), isPlain ? 2.0 : 0.5) << colours;
     }
     EXPECT_EQ(RunTavolin({"frame", clip, "--at", "0", "-o", PathOf("a.ppm"), "--colours=other"}).exitCode, 2);
 }
@@ -105,7 +106,7 @@ TEST_F(FrameCommandTest, WritesToStandardOutputWithMessagesBesideIt)
     EXPECT_EQ(png.exitCode, 0);
     EXPECT_EQ(png.errors, "tavolin: the picture at 00:00:01.000 (1000000us), 96x64\n");
     RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", PathOf("a.png")});
-    EXPECT_GT(png.output.size(), 100);
+    EXPECT_TRUE(png.output.startsWith("\x89PNG"));
     EXPECT_EQ(png.output, Written("a.png"));
     for (char const* format : {"ppm", "pnm"})
         EXPECT_TRUE(RunTavolin({"frame", PlainMovie(), "--at", "1", "-o", "-", "--format", format})
@@ -217,7 +218,7 @@ TEST_F(FrameCommandTest, WritesAPictureOfAMovieWhoseSoundHasNoDecoder)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.errors.contains("audio stream #1 cannot be decoded: FFmpeg has no usable decoder"));
     RunTavolin({"frame", PlainMovie(), "--at", "2", "-o", PathOf("whole.ppm")});
-    EXPECT_GT(Written("whole.ppm").size(), 3 * 96 * 64);
+    EXPECT_EQ(Written("whole.ppm").size(), QByteArray("P6\n96 64\n255\n").size() + 3 * 96 * 64);
     EXPECT_EQ(Written("deaf.ppm"), Written("whole.ppm"));
 }
 

@@ -1,3 +1,4 @@
+#include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
@@ -83,6 +84,15 @@ TEST_F(FrameSeriesTest, NumbersThePicturesOfARawStream)
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-24.ppm", "a-48.ppm"}));
     ExpectPicture("a-24.ppm", raw, 24);
+}
+
+// The times of this one begin anew in its middle, so that no index can be made of it. 25 pictures a second.
+TEST_F(FrameSeriesTest, CountsThePicturesWhereNoIndexTellsTheirNumbers)
+{
+    QByteArray const once = ReadMedia(Clips::Made("stream.ts"));
+    QString const twice = WriteMedia("twice.ts", once + once);
+    EXPECT_EQ(Written(twice, {"--from", "1", "--to", "1.1"}, "a-%d.ppm"),
+              (QStringList{"a-25.ppm", "a-26.ppm", "a-27.ppm"}));
 }
 
 TEST_F(FrameSeriesTest, WritesAllTheWayToTheEnd)

@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 
 #include <gtest/gtest.h>
 
@@ -63,10 +64,9 @@ QJsonObject StreamOfIndex(QJsonObject const& ffprobes, int index)
     return ffprobes["streams"].toArray()[index].toObject();
 }
 
-void ExpectLikeFfprobe(QString const& path)
+void ExpectLikeFfprobe(QJsonObject const& ours, QString const& path)
 {
     SCOPED_TRACE(path.toStdString());
-    QJsonObject const ours = DescriptionOf(path);
     QJsonObject const ffprobes = FfprobeOf(path);
     ExpectSharedValues(ours["format"].toObject(), ffprobes["format"].toObject(),
                        {"filename", "nb_streams", "format_name", "size"});
@@ -94,29 +94,43 @@ void ExpectLikeFfprobe(QString const& path)
     }
 }
 
+// Described by one run for all.
+void ExpectLikeFfprobe(QStringList const& paths)
+{
+    QJsonArray const descriptions =
+        QJsonDocument::fromJson(RunTavolin(QStringList{"info", "--json", "--"} + paths).output).array();
+    ASSERT_EQ(descriptions.size(), paths.size());
+    for (int i = 0; i < paths.size(); ++i)
+        ExpectLikeFfprobe(descriptions[i].toObject(), paths[i]);
+}
+
 } // namespace
 
 TEST(InfoCommandTest, AgreesWithFfprobeOnMadeMedia)
 {
-    ExpectLikeFfprobe(Movie("movie.mp4", {"-c:v", "libx264", "-c:a", "aac", "-metadata", "title=Straße \"x\"",
-                                          "-metadata:s:a", "language=deu"}));
-    ExpectLikeFfprobe(Movie("movie.mkv", {"-c:v", "mpeg4", "-c:a", "libvorbis"}));
-    ExpectLikeFfprobe(Movie("movie.mpg", {"-c:v", "mpeg2video", "-c:a", "mp2"}));
-    ExpectLikeFfprobe(Movie("movie.avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}));
-    ExpectLikeFfprobe(MakeMedia("sound.mp3", Tone(44100, 2, 1.0)));
-    ExpectLikeFfprobe(MakeMedia("sound.wav", Tone(48000, 6, 0.5) + QStringList{"-c:a", "pcm_f32le"}));
-    ExpectLikeFfprobe(MakeMedia("one.png", Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"}));
+    ExpectLikeFfprobe({
+        Movie("movie.mp4",
+              {"-c:v", "libx264", "-c:a", "aac", "-metadata", "title=Straße \"x\"", "-metadata:s:a", "language=deu"}),
+        Movie("movie.mkv", {"-c:v", "mpeg4", "-c:a", "libvorbis"}),
+        Movie("movie.mpg", {"-c:v", "mpeg2video", "-c:a", "mp2"}),
+        Movie("movie.avi", {"-c:v", "mjpeg", "-c:a", "pcm_s16le"}),
+        MakeMedia("sound.mp3", Tone(44100, 2, 1.0)),
+        MakeMedia("sound.wav", Tone(48000, 6, 0.5) + QStringList{"-c:a", "pcm_f32le"}),
+        MakeMedia("one.png", Picture("32x16", 1, 1.0) + QStringList{"-frames:v", "1"}),
+    });
 }
 
 TEST(InfoCommandTest, AgreesWithFfprobeOnClips)
 {
     if (!Clips::HasReal())
         GTEST_SKIP() << "the clips beside the checkout are absent";
+    QStringList paths;
     for (QFileInfo const& clip : QFileInfo(Clips::Real("facts.json")).dir().entryInfoList(QDir::Files)) {
         if (clip.suffix() != "json" && clip.suffix() != "md" && !clip.fileName().startsWith("broken") &&
             !clip.fileName().startsWith("zero"))
-            ExpectLikeFfprobe(clip.filePath());
+            paths << clip.filePath();
     }
+    ExpectLikeFfprobe(paths);
 }
 
 TEST(InfoCommandTest, CallsImagesOneBehindTheOtherAMovie)
@@ -134,7 +148,7 @@ TEST(InfoCommandTest, GivesRatesAndRatiosAsFractions)
     EXPECT_EQ(stream["sample_aspect_ratio"], "64:45");
     EXPECT_EQ(stream["avg_frame_rate"], "2997/100");
     EXPECT_NEAR(ValueOf(stream["avg_frame_rate"].toString()),
-                ValueOf(StreamOfIndex(FfprobeOf(path), 0)["avg_frame_rate"].toString()), 0.0006);
+                ValueOf(StreamOfIndex(FfprobeOf(path), 0)["avg_frame_rate"].toString()), 0.0005); // three decimals
 }
 
 TEST(InfoCommandTest, GivesOurOwnValuesInMicroseconds)
@@ -213,6 +227,68 @@ TEST(InfoCommandTest, CountsThePictures)
         QString const flash = Clips::Real("flv-h264-avg-rate-1000.flv");
         EXPECT_TRUE(RunTavolin({"info", flash}).Output().contains(", 30 pictures, "));
     }
+}
+
+TEST(InfoCommandTest, PrintsStreamsAndTags)
+{
+    QString const path = MakeMedia(
+        "wide.mkv", QStringList{"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25:duration=2"} + Tone(44100, 2, 2.0) +
+                        QStringList{"-vf", "setsar=64/45", "-c:v", "mpeg4", "-c:a", "pcm_s16le", "-metadata",
+                                    "title=one\ntwo", "-metadata:s:a", "language=deu"});
+    QStringList const lines = RunTavolin({"info", path}).Lines();
+    ASSERT_GE(lines.size(), 9);
+    EXPECT_EQ(lines[0], path);
+    EXPECT_TRUE(lines[1].startsWith("  kind       movie, 00:00:02.0")) << lines[1].toStdString();
+    EXPECT_TRUE(lines[1].endsWith(", " + QLocale::c().formattedDataSize(QFileInfo(path).size())));
+    EXPECT_EQ(lines[2], "  format     matroska,webm");
+    EXPECT_EQ(lines.value(lines.indexOf("             title = one") + 1), "               two");
+    EXPECT_TRUE(lines.contains("  video #0   mpeg4, 64x48, pixels 64:45, shown 91 wide, 25 pictures a second, "
+                               "50 pictures, starts at 0.000000 s"));
+    EXPECT_TRUE(lines.contains("  audio #1   pcm_s16le, 44100 Hz, 2 channels (stereo), s16"));
+    EXPECT_TRUE(lines.contains("             language = deu"));
+}
+
+TEST(InfoCommandTest, PrintsTheStartOfThePictures)
+{
+    QString const late =
+        Rewrapped("late.mkv", MovingPicture("plain.mp4", {"-c:v", "libx264"}), {"-output_ts_offset", "7"});
+    EXPECT_TRUE(RunTavolin({"info", late}).output.contains(", starts at 7.000000 s\n"));
+}
+
+TEST(InfoCommandTest, PrintsHowPicturesAreCodedInFfprobesWords)
+{
+    QString const path =
+        MakeMedia("fields.mkv", Picture("96x64", 25, 1.0) +
+                                    QStringList{"-vf", "setfield=tff", "-flags", "+ildct+ilme", "-c:v", "libx264",
+                                                "-color_range", "tv", "-colorspace", "bt709", "-color_primaries",
+                                                "bt709", "-color_trc", "smpte170m", "-pix_fmt", "yuv420p"});
+    QJsonObject const stream = StreamOfIndex(FfprobeOf(path), 0);
+    QStringList words;
+    for (char const* key : {"pix_fmt", "color_range", "color_space", "color_transfer", "color_primaries"})
+        words << stream[key].toString();
+    if (stream.contains("chroma_location"))
+        words << "chroma " + stream["chroma_location"].toString();
+    words << "fields " + stream["field_order"].toString();
+    EXPECT_EQ(words.last().size(), 9); // two letters
+    QStringList const lines = RunTavolin({"info", path}).Lines();
+    EXPECT_TRUE(lines.contains("    colours  " + words.join(", "))) << lines.join('\n').toStdString();
+}
+
+TEST(InfoCommandTest, PrintsWhatRealClipsSay)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    QString const phone = Clips::Real("phone-hdr-hevc10-rot90-data-streams.mov");
+    QString const text = RunTavolin({"info", phone}).Output();
+    QJsonObject const object = DescriptionOf(phone);
+    QJsonObject const own = object["streams"].toArray()[0].toObject()["tavolin"].toObject();
+    EXPECT_TRUE(text.contains("1280x720, to be turned 90 degrees clockwise, 30 pictures")) << text.toStdString();
+    EXPECT_TRUE(own["conversion"].toString().contains("203 cd/m2"));
+    EXPECT_TRUE(text.contains("\n    light    shown " + own["conversion"].toString() + "\n"));
+    EXPECT_TRUE(text.contains("             com.apple.quicktime.model = iPhone 14 Pro\n"));
+    EXPECT_EQ(object["tavolin"].toObject()["is_video_rotated"], true);
+    EXPECT_TRUE(RunTavolin({"info", Clips::Real("mp3-cover-art-jpeg.mp3")})
+                    .output.contains("\n  video #1   mjpeg, 1618x1381, cover art\n"));
 }
 
 TEST(InfoCommandTest, EstimatesWhatIsNotCounted)

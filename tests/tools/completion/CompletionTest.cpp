@@ -101,7 +101,7 @@ TEST_F(CompletionTest, OffersTheOptionsOfEachCommandInBash)
 {
     for (QString const& command : commands) {
         QStringList const options = OptionsInHelp(command);
-        EXPECT_GE(options.size(), 2);
+        EXPECT_GE(options.size(), 2); // --verbose and --help, which all commands have
         EXPECT_EQ(WithoutEqualsSigns(InBash({"tavolin", command, "--"})), options) << command.toStdString();
     }
 }

@@ -14,6 +14,10 @@ RgbPicture Plain(int width, int height, uint8_t red)
     return picture;
 }
 
+// Red of what lies between the places, and of a place that its picture does not fill.
+constexpr int background = 22;
+constexpr int emptyPlace = 12;
+
 int RedAt(RgbPicture const& picture, int x, int y)
 {
     return picture.bytes.at(static_cast<size_t>(y) * picture.RowBytes() + 3 * static_cast<size_t>(x));
@@ -24,7 +28,7 @@ bool HasTextBetween(RgbPicture const& picture, int top, int bottom)
 {
     for (int y = top; y < bottom; ++y) {
         for (int x = 0; x < picture.width; ++x) {
-            if (RedAt(picture, x, y) > 100)
+            if (RedAt(picture, x, y) > background)
                 return true;
         }
     }
@@ -44,10 +48,10 @@ TEST(ContactSheetTest, LaysPicturesInRowsAndColumns)
     EXPECT_EQ(picture.height, 12 + 2 * (50 + 11 + 12));
     EXPECT_EQ(RedAt(picture, 12, 12), 210);
     EXPECT_EQ(RedAt(picture, 111, 61), 210);
-    EXPECT_LT(RedAt(picture, 112, 12), 100);
+    EXPECT_EQ(RedAt(picture, 112, 12), background);
     EXPECT_EQ(RedAt(picture, 124, 12), 220);
     EXPECT_EQ(RedAt(picture, 12, 12 + 73), 230);
-    EXPECT_LT(RedAt(picture, 124, 12 + 73), 100);
+    EXPECT_EQ(RedAt(picture, 124, 12 + 73), background);
 }
 
 TEST(ContactSheetTest, WritesTheTextBelowItsPicture)
@@ -80,10 +84,10 @@ TEST(ContactSheetTest, FitsOtherShapesIntoTheMiddle)
     sheet.Add(Plain(40, 20, 200), "");
     sheet.Add(Plain(20, 20, 240), "");
     RgbPicture const picture = sheet.Draw(2);
-    EXPECT_LT(RedAt(picture, 124 + 24, 30), 100);
+    EXPECT_EQ(RedAt(picture, 124 + 24, 30), emptyPlace);
     EXPECT_EQ(RedAt(picture, 124 + 25, 30), 240); // 50 x 50 in 100 x 50
     EXPECT_EQ(RedAt(picture, 124 + 74, 30), 240);
-    EXPECT_LT(RedAt(picture, 124 + 75, 30), 100);
+    EXPECT_EQ(RedAt(picture, 124 + 75, 30), emptyPlace);
 }
 
 TEST(ContactSheetTest, BoundsThePlaceOfAVeryTallPicture)

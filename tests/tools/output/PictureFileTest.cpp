@@ -94,7 +94,7 @@ TEST_F(PictureFileTest, WritesJpegWithLittleLoss)
     int largest = 0;
     for (size_t i = 0; i < read.size(); ++i)
         largest = std::max(largest, std::abs(read[i] - picture.bytes[i]));
-    EXPECT_LE(largest, 8);
+    EXPECT_LE(largest, 4); // as ffmpeg's at the same quality; the next one loses 5, and halved chroma 14 or more
 }
 
 TEST_F(PictureFileTest, ReplacesAFile)

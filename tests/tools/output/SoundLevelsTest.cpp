@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace {
 
 struct Levels
@@ -52,7 +54,7 @@ TEST(SoundLevelsTest, KeepsLowestHighestAndRmsOfEachColumn)
     EXPECT_EQ(levels.sound.GetChannelCount(), 1);
     EXPECT_EQ(levels.sound.GetLevel(0, 0).lowest, -300);
     EXPECT_EQ(levels.sound.GetLevel(0, 0).highest, 100);
-    EXPECT_NEAR(levels.sound.GetLevel(0, 0).GetRms(), 223.6068, 0.001); // of (100 x 100 + 300 x 300) / 2
+    EXPECT_DOUBLE_EQ(levels.sound.GetLevel(0, 0).GetRms(), std::sqrt((100 * 100 + 300 * 300) / 2.0));
     EXPECT_EQ(levels.sound.GetLevel(0, 1).lowest, 5);
     EXPECT_EQ(levels.sound.GetLevel(0, 1).highest, 7);
     EXPECT_EQ(levels.sound.GetLevel(0, 2).highest, 0);

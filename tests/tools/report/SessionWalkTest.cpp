@@ -68,11 +68,12 @@ TEST(SessionWalkTest, GivesTheSoundOfTheDrainItsTrueTimes)
     Session session(MakeMedia("delayed.wma", Tone(44100, 1, 2.0) + QStringList{"-c:a", "wmav2"}));
     ASSERT_TRUE(session.walk.Start());
     auto const sounds = session.ReadAll().sounds;
-    ASSERT_GT(sounds.size(), 2);
+    ASSERT_GE(sounds.size(), 2 * 44100 / 2048);
     DecodedAudioFrame const& last = *sounds.last();
     // Where a version does not hold it back, it has the container's time, in whole milliseconds.
+    constexpr double rounding = 1000.0;
     EXPECT_NEAR(static_cast<double>(last.startTime), static_cast<double>(sounds.at(sounds.size() - 2)->endTime + 1),
-                1000.0);
+                rounding);
     EXPECT_EQ(last.endTime, last.startTime + 46439 - 1); // 2048 samples
 }
 
