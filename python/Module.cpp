@@ -21,6 +21,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 namespace py = pybind11;
 
@@ -75,6 +76,8 @@ auto Unlocked(Work const& work)
         throw py::error_already_set();
     } catch (Video::Closed const&) {
         throw py::value_error("the video is closed");
+    } catch (Video::Forked const&) {
+        throw std::runtime_error("the video was opened before this process was forked: open it again in this one");
     }
 }
 

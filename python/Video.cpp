@@ -14,6 +14,8 @@ extern "C" {
 #include <libavutil/cpu.h>
 }
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -108,7 +110,7 @@ Source Video::OpenSource(QString const& path, bool isSequence, SourceOptions con
     return source;
 }
 
-Video::Video(QString const& path, Options const& options, StopCheck const& stop)
+Video::Video(QString const& path, Options const& options, StopCheck const& stop) : process(getpid())
 {
     description.path = path;
     SourceOptions const sourceOptions = OptionsOf(options);
@@ -152,10 +154,31 @@ void Video::OpenPictures(Source const& source, long long cacheBytes, StopCheck c
     }
 }
 
-Video::~Video() = default;
+// The codecs wait for their threads to end, which never ran in a process that was forked off.
+Video::~Video()
+{
+    if (!IsForked())
+        return;
+    static_cast<void>(pictures.release());
+    static_cast<void>(sound.release());
+}
+
+bool Video::IsForked() const
+{
+    return getpid() != process;
+}
+
+std::unique_lock<std::mutex> Video::Lock() const
+{
+    if (IsForked()) // somebody may have held the lock then, and nobody will ever release it
+        throw Forked();
+    return std::unique_lock(mutex);
+}
 
 void Video::Close()
 {
+    if (IsForked())
+        return;
     std::lock_guard const lock(mutex);
     isClosed = true;
     pictures.reset();
@@ -189,7 +212,7 @@ long long Video::GetDuration() const
 {
     if (description.kind == "still image")
         return 0;
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     long long const known = pictures && !IsOnePicture() ? pictures->GetEnd() : -1;
     return std::max(known, expectedDuration);
 }
@@ -204,7 +227,7 @@ Video::Picture Video::At(long long time, StopCheck const& stop)
 
 Video::Picture Video::FindAt(long long time, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     OpenedPictures();
     if (time < 0)
         return nullptr;
@@ -214,7 +237,7 @@ Video::Picture Video::FindAt(long long time, StopCheck const& stop)
 
 Video::Picture Video::FindLast(StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     return Find(latest, stop);
 }
 
@@ -255,14 +278,14 @@ Video::Picture Video::Step(DecodedVideoFrame const& picture, long long count, St
 
 Video::Picture Video::FindNeighbour(DecodedVideoFrame const& picture, bool isLater, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     PictureSpan& span = OpenedPictures();
     return isLater ? span.After(picture, stop) : span.Before(picture, stop);
 }
 
 Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCheck const& stop)
 {
-    std::lock_guard const lock(mutex);
+    auto const lock = Lock();
     SoundStream& stream = OpenedSound();
     int const rate = stream.GetSampleRate();
     Sound result;

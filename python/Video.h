@@ -18,7 +18,8 @@ struct SourceOptions;
 
 // What a Python program opens, without Python: a movie, sound, a still image or an image sequence. Times are
 // microseconds of media time, where 0 is the first picture (in a file of sound, the container's 0). Any thread; calls
-// wait for each other. Work that its check stops throws PictureSpan::Interrupted; a closed video throws Closed.
+// wait for each other. Work that its check stops throws PictureSpan::Interrupted; a closed video throws Closed. After a
+// fork, the new process has none of the threads that decode: there every call throws Forked, but Describe and Close.
 class Video
 {
 public:
@@ -38,6 +39,8 @@ public:
         using std::runtime_error::runtime_error;
     };
     struct Closed
+    {};
+    struct Forked
     {};
 
     struct Options
@@ -96,9 +99,12 @@ public:
     // earliest. Throws DecodeError when there is no sound, or none begins for many minutes.
     Sound ReadSound(long long from, long long to, double speed, StopCheck const& stop);
 
-    void Close(); // releases everything but the pictures that are held elsewhere
+    // Releases everything but the pictures that are held elsewhere. After a fork, nothing.
+    void Close();
 
 private:
+    std::unique_lock<std::mutex> Lock() const;
+    bool IsForked() const;
     void OpenSound(Source const& source);
     void OpenPictures(Source const& source, long long cacheBytes, StopCheck const& stop);
     PictureSpan& OpenedPictures() const;
@@ -110,6 +116,7 @@ private:
     QString RangeText() const;
     std::string Sentence(QString const& text) const;
 
+    long long const process; // that opened it
     Description description;
     long long expectedDuration = -1;
 

@@ -54,6 +54,8 @@ class CheckReport(NamedTuple):
 
 def _name(path):
     name = os.fsencode(path)
+    if b"\0" in name:
+        raise ValueError("embedded null byte in the path")  # as Python's own open
     try:
         return name.decode("utf-8")  # whatever the locale
     except UnicodeDecodeError:

@@ -7,7 +7,7 @@ import numpy.typing as npt
 
 __version__: str
 
-Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+_Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 class OpenError(OSError): ...
 class DecodeError(RuntimeError): ...
@@ -87,7 +87,7 @@ class CheckReport(NamedTuple):
     sound: float
 
 def open(
-    path: Path,
+    path: _Path,
     *,
     cache: int = ...,
     sequence: bool = ...,
@@ -96,5 +96,5 @@ def open(
     colours: str = ...,
     tone_mapping: bool = ...,
 ) -> Video: ...
-def probe(path: Path, quick: bool = ..., *, sequence: bool = ..., rate: float = ...) -> Dict[str, Any]: ...
-def check(path: Path, *, sequence: bool = ..., rate: float = ...) -> CheckReport: ...
+def probe(path: _Path, quick: bool = ..., *, sequence: bool = ..., rate: float = ...) -> Dict[str, Any]: ...
+def check(path: _Path, *, sequence: bool = ..., rate: float = ...) -> CheckReport: ...

@@ -2,6 +2,7 @@
 
 import gc
 import math
+import multiprocessing
 import os
 import random
 import struct
@@ -182,6 +183,48 @@ def test_a_closed_video_says_so(movie):
         with pytest.raises(ValueError, match="closed"):
             call()
     assert frame.pixels.any()
+
+
+def test_a_forked_process_is_told_to_open_the_video_itself(movie):
+    def tell(pipe):
+        told = []
+        for call in (lambda: video.at(1), lambda: next(frames), lambda: video.sound(0, 1), lambda: video.duration):
+            try:
+                call()
+            except RuntimeError as error:
+                told.append(str(error))
+        video.close()
+        told.append(int(frame.pixels.sum()))  # what was read before is there
+        with tavolin.open(movie) as own:
+            told.append(own.at(1).time_us)
+        pipe.send(told)
+
+    video = tavolin.open(movie)
+    frames = video.frames(2)
+    frame = next(frames)
+    ours, theirs = multiprocessing.Pipe()
+    process = multiprocessing.get_context("fork").Process(target=tell, args=(theirs,))
+    process.start()
+    try:
+        assert ours.poll(30), "the process waits for threads that it does not have"
+        sentence = "the video was opened before this process was forked: open it again in this one"
+        assert ours.recv() == [sentence] * 4 + [frame.pixels.sum(), 1000000]
+        process.join(30)
+        assert process.exitcode == 0
+    finally:
+        process.kill()
+    assert next(frames).time_us == 2040000
+
+
+def test_a_video_is_let_go_of_in_a_forked_process(movie):
+    held = [tavolin.open(movie)]
+    held[0].at(1)
+    process = multiprocessing.get_context("fork").Process(target=held.clear)
+    process.start()
+    process.join(30)
+    code = process.exitcode
+    process.kill()
+    assert code == 0
 
 
 @pytest.mark.parametrize("name", ["phone-portrait-rot90-h264.mov", "camera-mjpeg-pcm16.avi",

@@ -125,6 +125,14 @@ def test_what_cannot_be_opened_is_named(function, tmp_path):
     assert issubclass(tavolin.OpenError, OSError)
 
 
+@pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
+@pytest.mark.parametrize("name", ["a\0b.mov", b"a\0b.mov"])
+def test_a_name_with_a_null_byte_is_refused_as_by_python(function, name, capfd):
+    with pytest.raises(ValueError, match="null byte"):
+        function(name)
+    assert capfd.readouterr().err == ""
+
+
 def test_nothing_is_printed_about_files(damaged, tmp_path):
     (tmp_path / "text.mov").write_text("no movie\n" * 100)
     code = """

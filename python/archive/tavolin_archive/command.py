@@ -163,7 +163,10 @@ def connect(scheduler, workers=None):
     from distributed import Client
     logging.getLogger("asyncio").setLevel(logging.CRITICAL)  # Dask leaves errors of closing connections to it
     if scheduler != "local":
-        return Client(scheduler)
+        client = Client(scheduler)
+        if not client.nthreads():
+            print(f"tavolin-archive: there are no workers at {scheduler} yet, waiting for them", file=sys.stderr)
+        return client
     dask.config.set(QUIET)
     # Checks have processes of their own, so that the workers can be threads.
     return Client(processes=False, n_workers=workers or len(os.sched_getaffinity(0)), threads_per_worker=1,
