@@ -13,7 +13,6 @@ constexpr double maxSpeed = 16.0;
 constexpr double minSpeed = 0.05;
 constexpr double speedStep = 0.1;
 constexpr double volumeStep = 0.05;
-constexpr long long shortRest = secondUs / 5; // what is left to play when play begins anew instead
 
 // A still image is always at its end, and yet plays until it is paused: the time for which it stays goes by.
 bool IsPlaying(PlaybackStatus const& status)
@@ -31,16 +30,6 @@ long long EndOf(PlaybackStatus const& status)
 long long FirstTime(PlaybackStatus const& status)
 {
     return status.width > 0 ? std::max(0LL, status.start) : status.start;
-}
-
-// For how long the last picture shows, as far as that is not worth playing: a slide of ten seconds is.
-long long LastStep(PlaybackStatus const& status)
-{
-    long long const step = std::max(1LL, status.frameStep); // an average
-    if (!status.index || status.kind != SourceKind::Movie)
-        return step;
-    long long const last = status.index->GetCount() - 1;
-    return std::min(status.index->EndOf(last) + 1 - status.index->TimeOf(last), std::max(step, shortRest));
 }
 
 } // namespace
@@ -174,7 +163,7 @@ void Transport::Reset()
 void Transport::Play()
 {
     PlaybackStatus const status = engine.GetStatus();
-    bool const atEnd = status.position + LastStep(status) >= EndOf(status);
+    bool const atEnd = status.position + std::max(1LL, status.frameStep) >= EndOf(status);
     bool const atStart = status.position <= FirstTime(status);
     if (status.duration > 0 && chosenSpeed > 0.0 && atEnd)
         engine.Seek(FirstTime(status));

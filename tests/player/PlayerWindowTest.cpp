@@ -4,7 +4,6 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
-#include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QClipboard>
@@ -131,22 +130,6 @@ TEST_P(PlayerWindowTest, JumpsFiveSecondsWhilePlaying)
     EXPECT_LT(ShownNumber(), 160); // 14 seconds of play later
     Press(Qt::Key_Left);
     EXPECT_TRUE(Eventually([&] { return ShownNumber() < 60; })); // 24 seconds of play
-}
-
-// Nine pictures of a second each, and then nine in the last 0.36 s: half a second on average.
-TEST_P(PlayerWindowTest, PlaysOnAmongShortPicturesAtTheEnd)
-{
-    Start({MakeMedia("player-short-pictures-last.mp4",
-                     Picture("160x120", 25, 10) + QStringList{"-vf", "select='not(mod(n\\,25))+gt(n\\,240)'", "-vsync",
-                                                              "vfr", "-c:v", "mpeg4"})});
-    ASSERT_TRUE(Eventually([&] { return Status().index && Status().frameStep > 400000; }));
-    window->GetEngine().Seek(9700000);
-    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 242; })); // in steps of 40 ms
-    Press(Qt::Key_Space);
-    EXPECT_TRUE(Eventually([&] { return Status().state == PlaybackState::Ended; }));
-    EXPECT_LE(Status().picturesShown, 10);
-    Press(Qt::Key_Space);
-    EXPECT_TRUE(Eventually([&] { return Status().position < 5000000; })); // from the start
 }
 
 TEST_P(PlayerWindowTest, GoesToBothEnds)
