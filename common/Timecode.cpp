@@ -44,6 +44,11 @@ std::optional<Timecode> Timecode::Parse(QString const& text, double rate)
     return Timecode(whole, isDropFrame).ParseAlike(text);
 }
 
+bool Timecode::IsMeantBy(QString const& text)
+{
+    return text.count(QLatin1Char(':')) == 3 || text.contains(QLatin1Char(';'));
+}
+
 long long Timecode::PicturesPerFrame(double pictureRate, double timecodeRate)
 {
     double const pictures = pictureRate / timecodeRate;

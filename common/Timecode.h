@@ -22,6 +22,9 @@ public:
     // that rate (a dropped one too), and for drop frame at a rate that is no multiple of 30.
     static std::optional<Timecode> Parse(QString const& text, double rate);
 
+    // Whether typed text means a timecode and not a time: three colons, or a semicolon.
+    static bool IsMeantBy(QString const& text);
+
     // How many pictures bear the same timecode: 2 where 50 pictures a second have a timecode of 25. At least 1.
     static long long PicturesPerFrame(double pictureRate, double timecodeRate);
 

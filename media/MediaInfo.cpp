@@ -1,5 +1,7 @@
 #include "media/MediaInfo.h"
 
+#include "common/Microseconds.h"
+
 #include <QFileInfo>
 
 #include <cstdint>
@@ -7,7 +9,6 @@
 
 namespace {
 
-constexpr long long secondUs = 1000000;
 constexpr long long hundredthUs = 10000;
 
 template <typename Stream>

@@ -13,10 +13,10 @@
 
 namespace {
 
-constexpr size_t mostNoted = 1U << 16; // 1 MiB; what comes later is not compared
+constexpr size_t mostNoted = 1U << 16; // pictures, 1 MiB; those that come later are not compared
 
-// Of the calling thread: it runs when no other wants to, and reads when the disk has nothing else to do. Where the
-// system refuses, it goes on as it is.
+// From now on the calling thread gets processor and disk only when nothing else wants them. If the system refuses, its
+// priority stays as it is.
 void TakeLowestPriority()
 {
     sched_param none = {};

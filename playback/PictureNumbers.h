@@ -11,7 +11,7 @@
 
 class Source;
 
-// The reading of an index by a thread that must not hold a lock which others wait for.
+// What the thread that reads an index shares with the engine. It takes no lock, because any file may make it wait.
 struct IndexReading
 {
     std::atomic<bool> stopped = false;         // nobody needs it any more
@@ -19,8 +19,8 @@ struct IndexReading
     std::shared_ptr<PictureIndex const> index; // null when there is none
 };
 
-// The index of what is open, as soon as it has been read, compared with each picture that is decoded: one that it does
-// not have as it came refutes it, and then there is no index.
+// The index of what is open, as soon as it has been read. Each decoded picture is compared with it: a picture that the
+// index does not hold with exactly these times refutes it, and then there is no index.
 class PictureNumbers
 {
 public:
@@ -48,8 +48,8 @@ private:
     bool refuted = false;
 };
 
-// The threads that read indexes. They have the lowest priority that there is, so they take of processor and disk what
-// nobody else wants. When a source is closed its thread stops by itself, and nobody waits for it.
+// The threads that read indexes. They run at the lowest priority of processor and disk, so that they slow nothing down.
+// When a source is closed, its thread stops by itself, and nobody waits for it.
 //
 // One thread at a time.
 class IndexThreads
@@ -57,8 +57,8 @@ class IndexThreads
 public:
     ~IndexThreads(); // stops them and waits
 
-    // Reads the index of a source with pictures; one that needs no reading is there at once. Where no thread can be
-    // started there never is one.
+    // Reads the index of a source with pictures. An index that needs no reading is ready on return. If no thread can be
+    // started, there will be no index.
     std::unique_ptr<PictureNumbers> Start(Source const& source);
 
 private:

@@ -5,8 +5,10 @@
 #include "player/PlayerSettings.h"
 #include "player/sound/SoundPlayer.h"
 #include "player/sound/WaveformReader.h"
+#include "source/ImageFormat.h"
 #include "source/SequencePictures.h"
 
+#include <QFileInfo>
 #include <QThreadPool>
 
 #include <algorithm>
@@ -14,7 +16,7 @@
 
 namespace {
 
-// So long the window may wait for a folder; what takes longer comes when it is ready.
+// Longest that the window waits for the list of a folder. A slower one is taken when it is ready.
 constexpr std::chrono::milliseconds folderPatience(50);
 
 PlaybackOptions EngineOptions(PlayerOptions const& options, PlayerSettings const& settings)
@@ -41,14 +43,27 @@ std::optional<double> StillSeconds(PlayerOptions const& options, PlayerSettings 
 
 } // namespace
 
-PlayerSession::PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, QObject* parent)
+EarlyEngine EarlyEngine::Start(PlayerOptions const& options, PlayerSettings const& settings)
+{
+    QString const path = options.files.value(0);
+    if (!options.fault.isEmpty() || !QFileInfo(path).isFile() || !ImageFormatOf(path).isEmpty())
+        return {};
+    EarlyEngine early{std::make_unique<PlaybackEngine>(EngineOptions(options, settings)), path};
+    early.engine->Open(path);
+    return early;
+}
+
+PlayerSession::PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early,
+                             QObject* parent)
     : QObject(parent),
       engineOptions(EngineOptions(options, settings)),
-      engine(engineOptions),
-      transport(engine),
-      sound(std::make_unique<SoundPlayer>(engine, AudioDevice::Make(options.audio))),
+      engine(early.engine ? std::move(early.engine) : std::make_unique<PlaybackEngine>(engineOptions)),
+      earlyPath(early.path),
+      transport(*engine),
+      sound(std::make_unique<SoundPlayer>(*engine, AudioDevice::Make(options.audio))),
       startTime(options.start),
       startsPaused(options.paused),
+      once(options.once),
       stillSeconds(StillSeconds(options, settings))
 {
     connect(sound.get(), &SoundPlayer::NoteChanged, this, [this](QString const& note) { soundNote = note; });
@@ -97,7 +112,7 @@ bool PlayerSession::MoveOn(int entries)
 void PlayerSession::Close()
 {
     sound->Stop();
-    engine.Close();
+    engine->Close();
 }
 
 void PlayerSession::OpenCurrent()
@@ -107,26 +122,27 @@ void PlayerSession::OpenCurrent()
     emit PeaksRead({});
     opening = true;
     sounding = false;
-    ended = false;
+    endedBeats = 0;
     isDamaged = false;
     stillTimer.invalidate();
     emit Began();
     transport.Reset(); // paused until the file is there, to play from the start time on
     Playlist::Entry const& entry = playlist.GetCurrent();
+    bool const isOpen = entry.path == std::exchange(earlyPath, {}) && !entry.isSequence;
     if (entry.isSequence)
-        engine.OpenSequence(entry.path);
-    else
-        engine.Open(entry.path);
+        engine->OpenSequence(entry.path);
+    else if (!isOpen)
+        engine->Open(entry.path);
     if (startTime != 0)
-        engine.Seek(startTime);
+        engine->Seek(startTime);
     else if (entry.startIndex > 0)
-        engine.Seek(SequencePictures::TimeOf(entry.startIndex, SequencePictures::RateFor(engineOptions)));
+        engine->Seek(SequencePictures::TimeOf(entry.startIndex, SequencePictures::RateFor(engineOptions)));
 }
 
 PlaybackStatus PlayerSession::Follow()
 {
     TakePlaylist(std::chrono::milliseconds(0));
-    PlaybackStatus status = engine.GetStatus();
+    PlaybackStatus status = engine->GetStatus();
     FollowOpening(status);
     FollowDamage(status);
     FollowSound(status);
@@ -220,12 +236,13 @@ void PlayerSession::FollowDamage(PlaybackStatus const& status)
 
 void PlayerSession::FollowEnd(PlaybackStatus const& status)
 {
-    bool const wasEnded = ended;
-    ended = !opening && HasEnded(status);
-    if (!ended || wasEnded)
+    // A beat after the end has come, so that the last picture has been on show.
+    endedBeats = !opening && HasEnded(status) ? std::min(endedBeats + 1, 3) : 0;
+    if (endedBeats != 2)
         return;
-    bool const isAtEnd =
-        status.kind == SourceKind::Still || (transport.GetSpeed() > 0.0 && status.position > status.start);
+    // By hand, play backwards ends where the file begins. Without an onlooker it is as good an end as the other.
+    bool const isForwards = transport.GetSpeed() > 0.0 && status.position > status.start;
+    bool const isAtEnd = status.kind == SourceKind::Still || isForwards || (once && transport.GetSpeed() < 0.0);
     if (!isAtEnd || !Move(1))
         emit CameToEnd(status);
 }
@@ -254,19 +271,19 @@ int PlayerSession::GetExitCode() const
 void PlayerSession::SetStreamColours(bool follow)
 {
     engineOptions.colours.followStream = follow;
-    engine.SetColours(engineOptions.colours);
+    engine->SetColours(engineOptions.colours);
 }
 
 void PlayerSession::SetScrubSound(bool on)
 {
     engineOptions.scrubSound = on;
-    engine.SetScrubSound(on);
+    engine->SetScrubSound(on);
 }
 
 // The device stays open for a stream of the same format.
 void PlayerSession::SetSoundStream(int number)
 {
-    PlaybackStatus const status = engine.GetStatus();
+    PlaybackStatus const status = engine->GetStatus();
     SoundStreamInfo const wanted = status.soundStreams.value(number);
     if (!wanted.isDecodable || number == status.soundStream)
         return;
@@ -276,5 +293,5 @@ void PlayerSession::SetSoundStream(int number)
         sound->Stop();
         sounding = false;
     }
-    engine.SetSoundStream(number);
+    engine->SetSoundStream(number);
 }

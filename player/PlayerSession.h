@@ -20,6 +20,16 @@ class PlayerSettings;
 class SoundPlayer;
 class WaveformReader;
 
+// An engine that opens a file before there is an application object, as the toolkit takes a good part of the start.
+struct EarlyEngine
+{
+    // Begins with the first file of `options`; without an engine where what that stands for takes reading a folder.
+    static EarlyEngine Start(PlayerOptions const& options, PlayerSettings const& settings);
+
+    std::unique_ptr<PlaybackEngine> engine; // may be null
+    QString path;                           // that it opens
+};
+
 // Plays the entries of a playlist one after another: opens each on the engine, starts its sound, has its waveform read,
 // and goes on to the next at its end. What cannot be opened is passed over. Knows no widget. The window's thread.
 class PlayerSession : public QObject
@@ -27,10 +37,12 @@ class PlayerSession : public QObject
     Q_OBJECT
 
 public:
-    PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, QObject* parent = nullptr);
+    // `early`: made of the same options, or empty.
+    PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early = {},
+                  QObject* parent = nullptr);
     ~PlayerSession() override;
 
-    PlaybackEngine& GetEngine() { return engine; }
+    PlaybackEngine& GetEngine() { return *engine; }
     Transport& GetTransport() { return transport; }
     Playlist const& GetPlaylist() const { return playlist; }
     PlaybackOptions const& GetEngineOptions() const { return engineOptions; }
@@ -85,7 +97,8 @@ private:
     void StopWaveform();
 
     PlaybackOptions engineOptions;
-    PlaybackEngine engine;
+    std::unique_ptr<PlaybackEngine> const engine;
+    QString earlyPath; // what the engine opens already, until the session comes to open a file
     Transport transport;
     std::unique_ptr<SoundPlayer> sound; // behind the engine, which it asks until it is gone
     QPointer<WaveformReader> waveform;
@@ -93,6 +106,7 @@ private:
     Playlist playlist;
     long long startTime; // microseconds; of the first file alone
     bool startsPaused;
+    bool once;                          // each file is played to its end, whichever that is, with no hand at the keys
     std::optional<double> stillSeconds; // empty: until the next key
     QElapsedTimer stillTimer;           // since the still image on show began to be played
     int direction = 1;                  // in which the playlist was gone through last
@@ -103,7 +117,7 @@ private:
     bool opening = false;
     bool sounding = false; // the current entry's sound has been started
     bool playing = false;  // as of the last Follow
-    bool ended = false;    // the current entry has come to its end
+    int endedBeats = 0;    // for which the current entry has been at its end, up to 3
     long long waveEnd = 0; // of the media when the waveform was read
     int waveStream = -1;   // of sound, of which it was read
     QString soundNote;

@@ -25,6 +25,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -57,8 +58,8 @@ QStringList LocalFiles(QMimeData const& data)
 
 } // namespace
 
-PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings)
-    : options(options), settings(settings), session(options, settings, this), soundStreams(session)
+PlayerWindow::PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early)
+    : options(options), settings(settings), session(options, settings, std::move(early), this), soundStreams(session)
 {
     setWindowTitle("Tavolin Player");
     setAcceptDrops(true);
@@ -314,7 +315,7 @@ void PlayerWindow::ShowNotes(PlaybackStatus const& status)
     bar->ShowLastingNote(notes.join(' '));
 }
 
-// What the controls would say, for as long as they are hidden; and a note for which they have no room.
+// What the controls would say while they are hidden, and a note for which they have no room.
 void PlayerWindow::ShowReadout(PlaybackStatus const& status)
 {
     if (!fullScreen->AreHidden()) {
@@ -324,7 +325,7 @@ void PlayerWindow::ShowReadout(PlaybackStatus const& status)
     }
     QStringList lines = {bar->GetReadout(), bar->GetNote()};
     lines.removeAll(QString());
-    // While playing the time changes all the time, which is no occasion.
+    // The time is no occasion while playing, when it changes with every picture.
     QString const occasion = status.speed == 0.0 ? bar->GetReadout() : QString::number(status.speed);
     readout->Show(lines.join('\n'), occasion + bar->GetNote());
 }
@@ -524,7 +525,13 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     auto const addAction = [this](QMenu* to, QString const& text, PlayerAction action) {
-        to->addAction(QString("%1\t%2").arg(text, keys.KeysOf(action)), this, [this, action] { Perform(action); });
+        return to->addAction(QString("%1\t%2").arg(text, keys.KeysOf(action)), this,
+                             [this, action] { Perform(action); });
+    };
+    auto const addSwitch = [&addAction](QMenu* to, QString const& text, PlayerAction action, bool isOn) {
+        QAction* const added = addAction(to, text, action);
+        added->setCheckable(true);
+        added->setChecked(isOn);
     };
     addAction(menu, "Open…", PlayerAction::OpenFile);
     addAction(menu, "Open a folder…", PlayerAction::OpenFolder);
@@ -535,12 +542,15 @@ void PlayerWindow::contextMenuEvent(QContextMenuEvent* event)
     menu->addSeparator();
     review->AddTo(*menu, keys);
     menu->addSeparator();
-    addAction(menu, "Full screen", PlayerAction::FullScreen);
+    addAction(menu, "Save the picture", PlayerAction::SavePicture)->setEnabled(view->GetShown() != nullptr);
+    addAction(menu, "Copy the picture", PlayerAction::CopyPicture)->setEnabled(view->GetShown() != nullptr);
+    menu->addSeparator();
+    addSwitch(menu, "Full screen", PlayerAction::FullScreen, isFullScreen());
     addAction(menu, "Fitted or pixel for pixel", PlayerAction::ToggleFit);
-    addAction(menu, "Colours as the stream says", PlayerAction::ToggleColours);
+    addSwitch(menu, "Colours as the stream says", PlayerAction::ToggleColours, session.FollowsStreamColours());
     soundStreams.AddTo(*menu);
     addAction(menu, "Compare with…", PlayerAction::Compare);
-    addAction(menu, "Statistics", PlayerAction::Statistics);
+    addSwitch(menu, "Statistics", PlayerAction::Statistics, statistics->isVisible());
     addAction(menu, "All keys", PlayerAction::Help);
     menu->addSeparator();
     addAction(menu, "Quit", PlayerAction::Quit);

@@ -29,8 +29,8 @@ class PlayerWindow : public QWidget
     Q_OBJECT
 
 public:
-    // Opens the files in `options`.
-    PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings);
+    // Opens the files in `options`. `early`: as PlayerSession takes it.
+    PlayerWindow(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early = {});
     ~PlayerWindow() override; // saves the settings
 
     void Open(QStringList const& paths);

@@ -1,6 +1,7 @@
 #include "common/Logger.h"
 #include "media/AvGlobals.h"
 #include "player/PlayerOptions.h"
+#include "player/PlayerSession.h"
 #include "player/PlayerSettings.h"
 #include "player/PlayerWindow.h"
 #include "player/QuitSignals.h"
@@ -15,6 +16,11 @@ extern "C" {
 }
 
 #include <cstdio>
+#include <utility>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -24,13 +30,28 @@ constexpr int outputChannels = 2;
 // An exit code above this tells the signal that ended the program, as shells have it.
 constexpr int signalCode = 128;
 
-int Run(PlayerOptions const& options)
+constexpr int largeBlock = 1024 * 1024; // bytes
+
+// Large blocks go back to the system when they are freed. As the allocator chooses by itself, blocks as large as
+// pictures come to lie between small ones, and keep memory that nobody uses.
+void KeepLargeBlocksApart()
+{
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+#endif
+}
+
+void SetUpLibraries()
 {
     AvGlobals::maxAudioOutputChannels = outputChannels;
     av_log_set_level(AV_LOG_FATAL); // the window shows all messages
     Logger::GetInstance().SetSink([](Logger::Level, QString const&, int) {});
+}
+
+int Run(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early)
+{
     QuitSignals quitSignals;
-    PlayerWindow window(options, PlayerSettings::Load());
+    PlayerWindow window(options, settings, std::move(early));
     QObject::connect(&quitSignals, &QuitSignals::Received, &window, [&window] {
         window.close(); // which saves the settings
         QApplication::quit();
@@ -63,6 +84,7 @@ void LeaveOutUnusedDriver(PlayerOptions const& options)
 
 int main(int argc, char** argv)
 {
+    KeepLargeBlocksApart();
     QCoreApplication::setApplicationName("tavolin-player");
     QCoreApplication::setApplicationVersion(TAVOLIN_VERSION);
     PlayerOptions const early = ParseEarly(argc, argv);
@@ -72,6 +94,9 @@ int main(int argc, char** argv)
     }
     LeaveOutUnusedDriver(early);
     Theme::Prepare();
+    SetUpLibraries();
+    PlayerSettings const settings = PlayerSettings::Load();
+    EarlyEngine engine = EarlyEngine::Start(early, settings); // from here on threads read the environment
     QApplication application(argc, argv);
     QApplication::setDesktopFileName("tavolin-player");
     QApplication::setWindowIcon(QIcon::fromTheme("tavolin-player"));
@@ -81,5 +106,5 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "tavolin-player: %s\n", qUtf8Printable(options.fault));
         return 2;
     }
-    return Run(options);
+    return Run(options, settings, std::move(engine));
 }

@@ -1,5 +1,6 @@
 #include "python/PictureSpan.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 
 namespace {
 
-constexpr long long secondUs = 1000000;
 constexpr long long longestStep = 3600 * secondUs;
 constexpr long long smallestSegment = 8; // pictures
 constexpr long long fewestPictures = 4;  // kept whatever the budget

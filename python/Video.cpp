@@ -1,5 +1,6 @@
 #include "python/Video.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
@@ -22,7 +23,6 @@ extern "C" {
 
 namespace {
 
-constexpr long long secondUs = 1000000;
 constexpr long long latest = std::numeric_limits<long long>::max() / 4;
 
 // Of silence in front of the first sample; no file is expected to mean a longer one.
@@ -294,24 +294,16 @@ Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCh
     long long const origin = description.hasPictures && !IsOnePicture() ? pictures->GetOrigin() : 0;
     long long const begin = std::clamp(from, -origin, latest) + origin; // the container's time, as the reader's
     long long const end = std::clamp(to, -origin, latest) + origin;
-    long long const first = SamplesUntil(begin, rate);
-    auto const wanted = static_cast<size_t>(std::max(SamplesUntil(end, rate) - first, 0LL));
+    auto const wanted = static_cast<size_t>(std::max(SamplesUntil(end, rate) - SamplesUntil(begin, rate), 0LL));
 
     std::vector<short>& samples = result.samples;
     SoundStream::Frame frame;
     ReadResult found = wanted > 0 ? stream.ReadAt(begin, frame, stop) : ReadResult::End;
-    while (found == ReadResult::Got) {
-        long long skipped = 0;
-        if (samples.empty()) {
-            if (frame->startTime >= end)
-                break;
-            if (frame->startTime - begin > longestSilence)
-                throw DecodeError(Sentence(QStringLiteral("the sound begins only %1 s after the time asked for")
-                                               .arg(Seconds(frame->startTime - begin))));
-            long long const ahead = SamplesUntil(frame->startTime, rate) - first;
-            samples.resize(static_cast<size_t>(std::max(ahead, 0LL)) * width);
-            skipped = std::max(-ahead, 0LL);
-        }
+    while (found == ReadResult::Got && (!samples.empty() || frame->startTime < end)) {
+        long long const ahead = samples.empty() ? Distance(begin, *frame, rate) : 0;
+        if (ahead > 0)
+            samples.resize(static_cast<size_t>(ahead) * width); // silence
+        long long const skipped = std::max(-ahead, 0LL);
         long long const count = std::min(frame->frameCount, frame->sampleCapacity / result.channels);
         if (skipped < count)
             samples.insert(samples.end(), frame->samples + skipped * result.channels,
@@ -326,6 +318,16 @@ Video::Sound Video::ReadSound(long long from, long long to, double speed, StopCh
     if (speed != 1.0)
         samples = AtSpeed(samples, result.channels, speed);
     return result;
+}
+
+// How many samples later than `time` the frame begins; below 0 when it begins earlier.
+long long Video::Distance(long long time, DecodedAudioFrame const& frame, int rate) const
+{
+    long long const distance = frame.startTime - time;
+    if (distance > longestSilence)
+        throw DecodeError(
+            Sentence(QStringLiteral("the sound begins only %1 s after the time asked for").arg(Seconds(distance))));
+    return SamplesUntil(frame.startTime, rate) - SamplesUntil(time, rate);
 }
 
 std::string Video::Sentence(QString const& text) const

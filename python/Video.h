@@ -13,6 +13,7 @@
 
 class SoundStream;
 class Source;
+struct DecodedAudioFrame;
 struct SourceOptions;
 
 // What a Python program opens, without Python: a movie, sound, a still image or an image sequence. Times are
@@ -110,6 +111,7 @@ private:
     SoundStream& OpenedSound() const;
     Picture Find(long long time, StopCheck const& stop);
     bool IsPastEnd(long long time) const;
+    long long Distance(long long time, DecodedAudioFrame const& frame, int rate) const;
     bool IsOnePicture() const;
     QString RangeText() const;
     std::string Sentence(QString const& text) const;

@@ -60,6 +60,7 @@ bool MoviePictures::Restart()
 {
     Forget();
     packetsSinceLanding = -1;
+    isStained = false;
     instance = std::make_unique<MediaInstance>();
     instance->SetColours(colours);
     instance->SetFrameThreads(threads);
@@ -177,8 +178,15 @@ void MoviePictures::DropBefore(long long time)
 
 // Seeks and takes the first key packet of the pictures in hand. False when there is none, or when its picture shows
 // only after `latest`.
+//
+// With frame threads, FFmpeg's decoder of H.264 keeps something of a damaged picture through a flush, and the pictures
+// after the flush are wrong. So a new decoder takes its place after damage, and after the end of the file, which may be
+// cut within a picture.
 bool MoviePictures::Land(long long time, long long latest, StopCheck const& stop)
 {
+    bool const hasSeenEnd = losesLastPictures && instance->IsEndOfFile();
+    if ((isStained || hasSeenEnd) && !Restart())
+        return false;
     Forget();
     packetsSinceLanding = 0;
     instance->Seek(std::max(time + GetOrigin(), 0LL));
@@ -394,6 +402,7 @@ void MoviePictures::TakeLost(DecodedVideoFrame const& record)
 void MoviePictures::TakeDamage()
 {
     for (long long const time : instance->TakeDamage()) {
+        isStained = true;
         if (time - Shift() >= brokenBefore)
             damage.Add(std::max(time - Shift(), 0LL));
     }

@@ -89,7 +89,8 @@ private:
     ColourSettings colours;
     int threads;
     std::unique_ptr<MediaInstance> instance;
-    bool canLand = true; // what is found after a seek can be trusted; otherwise everything is read from the start
+    bool canLand = true;    // what is found after a seek can be trusted; otherwise everything is read from the start
+    bool isStained = false; // the decoder has met damage
     bool losesLastPictures = false;                                  // when the stream ends soon after a landing
     int packetsSinceLanding = -1;                                    // of pictures; -1: all is read from the start
     long long latestLanding = std::numeric_limits<long long>::max(); // time from which to look for a key picture

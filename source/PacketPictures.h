@@ -8,8 +8,8 @@ struct AVCodecParameters;
 struct AVCodecParserContext;
 struct AVPacket;
 
-// Tells which packets of a stream begin a picture that is shown, by their heads alone. Most do; not so the second field
-// of a picture of H.264 whose fields have packets of their own, nor a picture of VP8 or VP9 that others only refer to.
+// Tells by the heads of packets which of them begin a picture that is shown. Most do. Others hold the second field of
+// an H.264 picture whose fields have packets of their own, or a hidden picture of VP8 or VP9, to which others refer.
 class PacketPictures
 {
 public:

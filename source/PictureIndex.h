@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <vector>
 
-// The true numbers and times of a source's pictures, found out without decoding them. Numbers count from 0. Times are
-// microseconds of media time, those at which PictureStream has the pictures begin and end. What is asked beyond the
-// pictures is answered for the first or the last one. Immutable; any thread. Takes 8 bytes a picture.
+// The true numbers and times of a source's pictures, known without decoding them. Numbers count from 0. Times are
+// microseconds of media time: those at which PictureStream lets the pictures begin and end. Numbers and times outside
+// of the pictures stand for the first or the last one. Immutable; any thread. Takes 8 bytes a picture.
 class PictureIndex
 {
 public:
@@ -40,7 +40,7 @@ public:
         return std::max<long long>(later - entries.begin() - 1, 0);
     }
 
-    // Of the picture that begins just at `start`; -1 when none does.
+    // Of the picture that begins exactly at `start`; -1 when none does.
     long long NumberFrom(long long start) const
     {
         long long const number = NumberAt(start);
@@ -58,7 +58,7 @@ public:
         return number >= count - 1 ? end : TimeOf(std::max(number, 0LL) + 1) - 1;
     }
 
-    // Whether a picture shows just from `first` to `last`.
+    // Whether a picture shows exactly from `first` to `last`.
     bool Has(long long first, long long last) const
     {
         long long const number = NumberFrom(first);

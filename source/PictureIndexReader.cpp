@@ -328,12 +328,19 @@ private:
                              static_cast<double>(record.startTime));
     }
 
-    // What decoding makes of the stamps: media time 0 is the first picture, or the session's 0 where the first comes
-    // before it. What shows wholly before 0 is no part of the media, and what reaches into it begins there.
     std::shared_ptr<PictureIndex const> MakeIndex()
     {
-        if (!stamps.Finish())
+        std::vector<Entry> entries = stamps.Finish() ? DecodedEntries() : std::vector<Entry>();
+        if (entries.empty())
             return nullptr;
+        MoveToMediaTime(entries);
+        long long const lastDuration = std::max(static_cast<long long>(1000000.0 / GetRate()), 1LL);
+        return std::make_shared<PictureIndex const>(entries, entries.back().start + lastDuration - 1);
+    }
+
+    // What decoding makes of the stamps, in the session's times.
+    std::vector<Entry> DecodedEntries() const
+    {
         std::vector<Entry> entries;
         double lastTime = 0.0;
         for (size_t i = 0; i < stamps.GetCount(); ++i) {
@@ -346,8 +353,13 @@ private:
             if (!isUndecoded && isRising)
                 entries.push_back({time, stamps.IsKeyAt(i)});
         }
-        if (entries.empty())
-            return nullptr;
+        return entries;
+    }
+
+    // Media time 0 is the first picture, or the session's 0 if the first one comes before that. A picture that ends
+    // before 0 is no part of the media, and one that reaches into it begins there.
+    static void MoveToMediaTime(std::vector<Entry>& entries)
+    {
         long long const shift = std::max(entries.front().start, 0LL);
         auto first = entries.begin();
         while (first + 1 != entries.end() && (first + 1)->start <= 0)
@@ -355,11 +367,9 @@ private:
         entries.erase(entries.begin(), first);
         for (Entry& entry : entries)
             entry.start = std::max(entry.start - shift, 0LL);
-        long long const lastDuration = std::max(static_cast<long long>(1000000.0 / GetRate()), 1LL);
-        return std::make_shared<PictureIndex const>(entries, entries.back().start + lastDuration - 1);
     }
 
-    // At which pictures without a time follow each other, and the last one stays.
+    // Pictures without a time follow each other at this rate, and the last one shows for one step of it.
     double GetRate() const
     {
         double const rate = record.frameRate == 0.0 ? source.GetUntimedRate() : record.frameRate;

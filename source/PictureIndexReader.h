@@ -11,7 +11,7 @@ class Source;
 // each, otherwise from the packets of the pictures, which takes as long as reading the file. A sequence has a number
 // for each number of its files, holes included. Opens the file once for itself; nothing is logged but what FFmpeg says.
 //
-// Null for sound, when `stop` answered true, and when packets do not tell what decoding will give: without usable
-// times, marked as damaged, in an order that decoders do not keep, or too many. What they tell can still be wrong where
-// a decoder makes no picture of a packet; whoever decodes anyway compares.
+// Null for sound, if `stop` answered true, and if packets do not tell what decoding will give: they lack usable times,
+// are marked as damaged, come in an order that decoders change, or are too many. An index is wrong if a decoder makes
+// no picture of a packet: whoever decodes anyway compares.
 std::shared_ptr<PictureIndex const> ReadPictureIndex(Source const& source, StopCheck const& stop = neverStop);

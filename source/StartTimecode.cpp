@@ -108,7 +108,7 @@ bool IsMpegStream(AVFormatContext const& input)
     return false;
 }
 
-// A timecode track counts more than what its tag was copied to.
+// A timecode track takes precedence over streams that only carry a copy of its tag.
 StartTimecode InStreams(AVFormatContext const& input)
 {
     StartTimecode found;

@@ -174,10 +174,10 @@ void ControlBar::resizeEvent(QResizeEvent* event)
     FitRow();
 }
 
-// Hides one thing after the other until the rest has room.
+// Hides one thing after the other until the rest has room. The reading gives way to an open field alone.
 void ControlBar::FitRow()
 {
-    QList<QWidget*> const leaving = {volume, loop, mute, fullScreen, otherReading, speed};
+    QList<QWidget*> const leaving = {volume, loop, mute, fullScreen, otherReading, speed, reading};
     int needed = row->contentsMargins().left() + row->contentsMargins().right() - row->spacing();
     for (int i = 0; i < row->count(); ++i) {
         QWidget* const widget = row->itemAt(i)->widget();

@@ -1,9 +1,11 @@
 #include "player/controls/Overlays.h"
 
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "playback/PlaybackStatus.h"
 #include "player/controls/KeyMap.h"
 #include "player/controls/Theme.h"
+#include "source/PictureIndex.h"
 
 #include <QFileInfo>
 #include <QLabel>
@@ -12,6 +14,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -105,6 +108,7 @@ constexpr int cardRow = 19;
 constexpr int cardNames = 78;
 constexpr int cardWidth = 352;
 constexpr double megabyte = 1024.0 * 1024.0;
+constexpr double rateTolerance = 0.02; // of the rate; how far that of a short file may be from its average
 
 QString Megabytes(long long bytes)
 {
@@ -129,11 +133,26 @@ QString DamageText(PlaybackStatus const& status)
         .arg(status.damage.size() == 1 ? "" : "s", TimeText::ShortClock(status.damage.first(), 3));
 }
 
+// What the container says, and what its pictures come to where that is something else; empty for a still image.
+QString RateText(PlaybackStatus const& status)
+{
+    QString told = status.frameRate > 0.0 ? QString("%1 fps").arg(status.frameRate, 0, 'g', 6) : QString();
+    if (!status.index || status.kind != SourceKind::Movie)
+        return told;
+    PictureIndex const& index = *status.index;
+    auto const length = static_cast<double>(index.EndOf(index.GetCount()) + 1 - index.TimeOf(0));
+    double const average = static_cast<double>(index.GetCount()) * static_cast<double>(secondUs) / length;
+    bool const isAsTold = std::abs(average - status.frameRate) <= rateTolerance * status.frameRate;
+    return isAsTold || length <= 0.0 ? told : QString("%1 fps on average").arg(average, 0, 'f', 2);
+}
+
 QString PictureText(PlaybackStatus const& status)
 {
     if (status.width <= 0)
         return "none";
-    return QString("%1 × %2, %3 fps").arg(status.width).arg(status.height).arg(status.frameRate, 0, 'g', 6);
+    QStringList parts = {QString("%1 × %2").arg(status.width).arg(status.height), RateText(status)};
+    parts.removeAll(QString());
+    return parts.join(", ");
 }
 
 // The tone mapping, which follows the first comma of the colour description.

@@ -136,6 +136,7 @@ void Theme::Apply(QApplication& application)
         palette.setColor(role, colour);
     for (auto const role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText})
         palette.setColor(QPalette::Disabled, role, quietText);
+    palette.setColor(QPalette::Disabled, QPalette::Light, panel); // of which the style etches a white edge otherwise
     application.setPalette(palette);
 }
 

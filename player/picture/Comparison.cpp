@@ -55,16 +55,16 @@ void Comparison::FollowStill(PlaybackStatus const& status, long long time)
 {
     if (status.speed != 0.0)
         engine.Pause();
-    if (time == soughtTime)
-        return; // beyond the end, the position is another
-    soughtTime = time;
+    if (time == seekTime)
+        return; // not again: beyond the end, the position stays another one
+    seekTime = time;
     if (status.position != time)
         engine.Seek(time);
 }
 
 void Comparison::FollowMoving(PlaybackStatus const& status, long long time, double direction)
 {
-    soughtTime = -1;
+    seekTime = -1;
     long long const ahead = direction > 0.0 ? time - status.position : status.position - time;
     bool const isOver = status.state == PlaybackState::Ended && status.speed == direction;
     if (ahead < 0 || (ahead > farAhead && !isOver))

@@ -23,7 +23,7 @@ public:
 
     std::shared_ptr<DecodedVideoFrame const> GetPicture() { return engine.GetPicture(); }
     PlaybackStatus GetStatus() { return engine.GetStatus(); }
-    bool IsInStep(); // the very picture for the last time followed is there, or known not to exist
+    bool IsInStep(); // the exact picture for the last time followed is decoded, or known not to exist
     void SetColours(ColourSettings const& colours);
 
 private:
@@ -33,5 +33,5 @@ private:
     std::shared_ptr<FollowingTime> clock;
     PlaybackEngine engine;
     ColourSettings colours;
-    long long soughtTime = -1; // by the last seek while standing still
+    long long seekTime = -1; // of the last seek while standing still
 };

@@ -32,7 +32,7 @@ public:
 
     void ShowPictures(); // on every beat: what the engines have for now
 
-    bool IsBusy(); // a picture is on its way although the session's engine may have all of its own
+    bool IsBusy(); // the second file's picture is not decoded yet
 
     void Compare(QString const& path);                             // plays the file beside what is open
     Comparison* GetComparison() const { return comparison.get(); } // null without

@@ -52,20 +52,24 @@ void PixelReadout::Update()
             newText.prepend(pixel->isSecond ? "B   " : "A   ");
     }
     setVisible(!newText.isEmpty());
-    if (newText == text)
-        return;
-    text = newText;
-    resize(fontMetrics().horizontalAdvance(text) + swatch + 3 * padding, fontMetrics().height() + padding);
-    Place();
-    update();
+    if (newText != text) {
+        text = newText;
+        resize(fontMetrics().horizontalAdvance(text) + swatch + 3 * padding, fontMetrics().height() + padding);
+        update();
+    }
+    if (isVisible())
+        Place(); // the view may have another size
 }
 
-// In the lower left corner; in the upper one while the pointer is there.
+// In the upper right corner, as the left ones are the statistics' and the readout's; in the lower one while the pointer
+// is there.
 void PixelReadout::Place()
 {
-    QRect place(QPoint(margin, view.height() - height() - margin), size());
+    QRect place(QPoint(view.width() - width() - margin, margin), size());
     if (place.adjusted(-margin, -margin, margin, margin).contains(pointer))
-        place.moveTop(margin);
+        place.moveTop(view.height() - height() - margin);
+    if (place.topLeft() == pos())
+        return;
     move(place.topLeft());
     raise();
 }

@@ -75,7 +75,7 @@ void Thumbnails::run()
     pictures.reset();
 }
 
-// Empty when there will be none any more.
+// Empty when the thread is to end.
 std::optional<Thumbnails::Order> Thumbnails::WaitForOrder()
 {
     std::unique_lock lock(mutex);
@@ -109,7 +109,7 @@ void Thumbnails::Make(Order const& wanted, int serial)
         Deliver(wanted, *pictures, *wanted.time, serial);
 }
 
-// Whether nothing else has been asked for after a while.
+// Waits a while. False if something else has been asked for.
 bool Thumbnails::RestsAfter(int serial)
 {
     std::unique_lock lock(mutex);

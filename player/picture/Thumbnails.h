@@ -14,10 +14,10 @@
 
 class PictureStream;
 
-// Makes small pictures of a movie or a sequence for any of its times: first of the key picture before, which takes one
-// picture's decoding, and of the very picture if nothing else is asked for meanwhile. Reads on an idle thread of its
-// own with a demultiplexer and decoder of its own, which are opened by the first request and closed some seconds after
-// the last one. Belongs to the window's thread.
+// Makes small pictures of a movie or a sequence for any of its times: first one of the key picture before, which costs
+// the decoding of one picture, then the exact one, unless another time is requested meanwhile. Reads on an idle thread
+// with a demuxer and a decoder of its own; the first request opens them, and some seconds without a request close them.
+// Belongs to the window's thread.
 class Thumbnails : public QThread
 {
     Q_OBJECT
@@ -26,11 +26,11 @@ public:
     explicit Thumbnails(QSize largest, QObject* parent = nullptr); // `largest`: pixels of a small picture
     ~Thumbnails() override; // stops and waits, for as long as a read takes to notice
 
-    // Forgets what has been made. An empty path: nothing to make pictures of.
+    // Forgets the pictures made so far. An empty path stands for no source.
     void SetSource(QString const& path, bool isSequence, SourceOptions const& options);
 
-    // Asks for the picture showing at `time`, microseconds, in place of what was asked for before. Comes by Made, also
-    // where it was made before.
+    // Asks for the picture showing at `time`, microseconds, in place of the last request. Made delivers it, also if it
+    // was made before.
     void Request(long long time);
     void Cancel();
 

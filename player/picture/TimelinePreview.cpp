@@ -45,7 +45,7 @@ void TimelinePreview::Hide()
     hide();
 }
 
-// The picture made last stays until the next one, as the pointer passes many times between two.
+// The last picture stays until the next one is made: the pointer passes over many times in between.
 void TimelinePreview::Follow(long long newTime, int newX)
 {
     time = newTime;

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int fieldWidth = 150;
+constexpr int leastFieldWidth = 80;
 constexpr int faultMargin = 6;
 
 } // namespace
@@ -23,7 +24,8 @@ EntryField::EntryField(QWidget* parent)
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(caption);
     row->addWidget(edit);
-    edit->setFixedWidth(fieldWidth);
+    edit->setMinimumWidth(leastFieldWidth);
+    edit->setMaximumWidth(fieldWidth);
     edit->installEventFilter(this);
     fault->setTextFormat(Qt::PlainText);
     fault->setMargin(faultMargin);
@@ -56,16 +58,19 @@ void EntryField::Close()
     hide();
     fault->hide();
     window()->setFocus();
-    emit Closed();
 }
 
-// Above the field, where there is room for a sentence.
+// Above the field, where there is room for a sentence, on several lines in a narrow window.
 void EntryField::ShowFault(QString const& sentence)
 {
+    int const room = window()->width();
     fault->setText(sentence);
-    fault->adjustSize();
+    fault->setWordWrap(false);
+    QSize const line = fault->sizeHint();
+    fault->setWordWrap(line.width() > room);
+    fault->resize(line.width() > room ? QSize(room, fault->heightForWidth(room)) : line);
     QPoint const above = mapTo(window(), QPoint(0, -fault->height()));
-    fault->move(std::max(0, std::min(above.x(), window()->width() - fault->width())), above.y());
+    fault->move(std::clamp(above.x(), 0, room - fault->width()), std::max(0, above.y()));
     fault->show();
     fault->raise();
 }

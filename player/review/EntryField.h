@@ -27,7 +27,6 @@ public:
 
 signals:
     void Opened();
-    void Closed();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -10,18 +10,6 @@ namespace {
 
 constexpr int decimals = 3;
 
-std::optional<Timecode> StartTimecodeOf(PlaybackStatus const& status)
-{
-    auto const told = Timecode::Parse(status.timecode, status.timecodeRate);
-    return told ? told : Timecode::Zero(status.frameRate);
-}
-
-long long PicturesPerTimecode(PlaybackStatus const& status)
-{
-    bool const isTold = Timecode::Parse(status.timecode, status.timecodeRate).has_value();
-    return isTold ? Timecode::PicturesPerFrame(status.frameRate, status.timecodeRate) : 1;
-}
-
 } // namespace
 
 PictureNames::PictureNames(PlaybackStatus const& status)
@@ -32,9 +20,13 @@ PictureNames::PictureNames(PlaybackStatus const& status)
       isSequence(status.kind == SourceKind::Sequence),
       firstNumber(status.firstNumber),
       index(status.index),
-      startTimecode(StartTimecodeOf(status)),
-      picturesPerTimecode(PicturesPerTimecode(status))
-{}
+      startTimecode(Timecode::Parse(status.timecode, status.timecodeRate))
+{
+    if (startTimecode)
+        picturesPerTimecode = Timecode::PicturesPerFrame(status.frameRate, status.timecodeRate);
+    else
+        startTimecode = Timecode::Zero(status.frameRate);
+}
 
 bool PictureNames::Has(Reading reading) const
 {
@@ -129,7 +121,7 @@ PictureNames::Place PictureNames::Find(QString const& text, Reading usual) const
     });
     if (isDigits && usual == Reading::Number)
         return FindNumber(trimmed);
-    if (trimmed.count(':') == 3 || trimmed.contains(';'))
+    if (Timecode::IsMeantBy(trimmed))
         return FindTimecode(trimmed);
     return FindTime(trimmed);
 }

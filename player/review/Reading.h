@@ -4,8 +4,9 @@
 
 // How the player calls a picture.
 enum class Reading { Time, Timecode, Number };
+inline constexpr Reading readings[] = {Reading::Time, Reading::Timecode, Reading::Number};
 
-// As the settings keep it.
+// For the user and the settings.
 inline QString NameOf(Reading reading)
 {
     return reading == Reading::Number ? "number" : reading == Reading::Timecode ? "timecode" : "time";

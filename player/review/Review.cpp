@@ -39,11 +39,6 @@ bool IsNamedAlike(PlaybackStatus const& left, PlaybackStatus const& right)
            left.frameRate == right.frameRate;
 }
 
-QString TitleOf(Reading reading)
-{
-    return reading == Reading::Number ? "number" : reading == Reading::Timecode ? "timecode" : "time";
-}
-
 QString FileName(QString const& path)
 {
     return QFileInfo(path).fileName();
@@ -156,7 +151,8 @@ void Review::ShowReading(long long time)
     long long const start = names.GetStart();
     long long const end = names.GetEnd();
     QString const length = names.LengthText(start, end, Reading::Time);
-    QString const timeText = names.At(time, Reading::Time) + " / " + length;
+    QString const ofLength = length.isEmpty() ? QString() : " / " + length; // a still image has none
+    QString const timeText = names.At(time, Reading::Time) + ofLength;
     QString const numberText = names.Has(Reading::Number)
                                    ? QString("%1 / %2").arg(names.At(time, Reading::Number), names.WholeText())
                                    : QString();
@@ -166,7 +162,7 @@ void Review::ShowReading(long long time)
     else if (reading == Reading::Number)
         parts.bar.ShowReading(numberText, timeText, timecodeText);
     else
-        parts.bar.ShowReading(timecodeText + " / " + length, numberText, timeText);
+        parts.bar.ShowReading(timecodeText + ofLength, numberText, timeText);
 }
 
 Reading Review::CurrentReading() const
@@ -236,15 +232,14 @@ bool Review::Cancel()
 
 void Review::SwitchReading()
 {
-    Reading const order[] = {Reading::Time, Reading::Timecode, Reading::Number};
     int next = static_cast<int>(CurrentReading());
     do
         next = (next + 1) % 3;
-    while (!names.Has(order[next]));
-    if (order[next] == CurrentReading())
+    while (!names.Has(readings[next]));
+    if (readings[next] == CurrentReading())
         parts.bar.ShowPassingNote("Only the time is known here.");
     else
-        parts.settings.reading = order[next];
+        parts.settings.reading = readings[next];
     if (IsOpen())
         ShowReading(Now());
 }
@@ -252,7 +247,7 @@ void Review::SwitchReading()
 void Review::Copy(Reading reading)
 {
     if (!IsOpen() || !names.Has(reading)) {
-        parts.bar.ShowPassingNote(QString("There is no %1 to copy.").arg(TitleOf(reading)));
+        parts.bar.ShowPassingNote(QString("There is no %1 to copy.").arg(NameOf(reading)));
         return;
     }
     QString const text = names.At(Now(), reading);
@@ -471,8 +466,8 @@ void Review::AddTo(QMenu& menu, KeyMap const& keys)
         return QString("%1\t%2").arg(title, keys.KeysOf(action));
     };
     menu.addAction(text("Go to…", PlayerAction::GoTo), this, &Review::GoTo)->setEnabled(IsOpen());
-    for (Reading const reading : {Reading::Time, Reading::Timecode, Reading::Number}) {
-        QString const title = QString("Copy the %1").arg(TitleOf(reading));
+    for (Reading const reading : readings) {
+        QString const title = QString("Copy the %1").arg(NameOf(reading));
         menu.addAction(reading == CurrentReading() ? text(title, PlayerAction::CopyReading) : title, this,
                        [this, reading] { Copy(reading); })
             ->setEnabled(IsOpen() && names.Has(reading));

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr int panelWidth = 380;
-constexpr Reading readings[] = {Reading::Time, Reading::Timecode, Reading::Number};
 constexpr int noteColumn = 3;
 constexpr int timeRole = Qt::UserRole;
 

@@ -22,7 +22,8 @@ QString ChannelText(int channels)
 QString TextOf(QList<SoundStreamInfo> const& streams, int number)
 {
     SoundStreamInfo const& stream = streams[number];
-    QStringList parts = {stream.language, stream.title, stream.codec, ChannelText(stream.channels)};
+    QString const language = stream.language == "und" ? QString() : stream.language; // undetermined
+    QStringList parts = {language, stream.title, stream.codec, ChannelText(stream.channels)};
     parts.removeAll(QString());
     return QString("%1 of %2: %3").arg(number + 1).arg(streams.size()).arg(parts.join(", "));
 }

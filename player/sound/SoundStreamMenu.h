@@ -4,7 +4,6 @@
 
 class PlayerSession;
 class QMenu;
-class QWidget;
 
 // The choice among a file's streams of sound, by key and by menu. The window's thread.
 class SoundStreamMenu

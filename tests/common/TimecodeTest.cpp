@@ -129,3 +129,11 @@ TEST(TimecodeTest, CountsANonDropDayAsFfmpegDoes)
 {
     ExpectADayAsFfmpegHasIt({25, 1}, /*dropFrame=*/false);
 }
+
+TEST(TimecodeTest, IsMeantByThreeColonsOrASemicolon)
+{
+    for (char const* text : {"01:00:10:02", "01:00:10;02", "1:2:3:4", "0;1"})
+        EXPECT_TRUE(Timecode::IsMeantBy(text)) << text;
+    for (char const* text : {"", "12.5", "1:02.5", "00:00:12.500", "1:2:3:4:5", "12500000us"})
+        EXPECT_FALSE(Timecode::IsMeantBy(text)) << text;
+}

@@ -2,12 +2,19 @@
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
+#include "player/picture/PixelReadout.h"
+#include "tests/support/Media.h"
 
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QToolButton>
 #include <QWindow>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -27,8 +34,26 @@ protected:
         QApplication::sendEvent(&window->GetView(), &move);
     }
 
+    QLabel const* FindLabel(QString const& beginning)
+    {
+        for (QLabel const* label : window->findChildren<QLabel*>())
+            if (label->text().startsWith(beginning))
+                return label;
+        return nullptr;
+    }
+
+    QAction* FindInMenu(QString const& beginning)
+    {
+        QContextMenuEvent asked(QContextMenuEvent::Keyboard, QPoint(20, 20), window->mapToGlobal(QPoint(20, 20)));
+        QApplication::sendEvent(window.get(), &asked);
+        for (QAction* action : Child<QMenu>()->actions())
+            if (action->text().startsWith(beginning))
+                return action;
+        return nullptr;
+    }
+
     // No two of the control bar's parts that are shown lie over each other, and none beyond its edge.
-    void ExpectNoOverlap()
+    void ExpectNoOverlap(int fewest = 3)
     {
         auto* bar = Child<ControlBar>();
         QList<QWidget*> shown;
@@ -36,7 +61,7 @@ protected:
             if (part->isVisible() && part->width() > 0)
                 shown << part;
         }
-        EXPECT_GE(shown.size(), 3); // the button to play, the time and the note
+        EXPECT_GE(shown.size(), fewest); // the button to play, the time and the note
         for (int i = 0; i < shown.size(); ++i) {
             EXPECT_TRUE(bar->rect().contains(shown[i]->geometry())) << i << " at " << window->width();
             for (int j = 0; j < i; ++j)
@@ -152,6 +177,99 @@ TEST_F(PlayerLayoutTest, ShowsALongNoteOverThePicture)
     Child<ControlBar>()->ShowPassingNote(note);
     EXPECT_TRUE(Eventually([&] { return Child<Readout>()->isVisible() && Child<Readout>()->GetText() == note; }));
     EXPECT_TRUE(window->GetView().rect().contains(Child<Readout>()->geometry()));
+}
+
+TEST_F(PlayerLayoutTest, HasRoomForTheFieldAndItsFaultInTheSmallestWindow)
+{
+    StartDemo();
+    window->resize(320, 180);
+    ASSERT_TRUE(Eventually([&] { return Child<ControlBar>()->width() == 320; }));
+    for (auto const& [key, beginning] : {std::pair{Qt::Key_G, "Go to"}, std::pair{Qt::Key_B, "Marker"}}) {
+        Press(key);
+        QLabel const* const caption = FindLabel(beginning);
+        ASSERT_TRUE(caption && Eventually([&] { return caption->isVisible(); }));
+        EXPECT_TRUE(Eventually([&] { return Child<QLineEdit>()->width() >= 80; }));
+        EXPECT_TRUE(Eventually([&] { return caption->width() >= caption->sizeHint().width(); }));
+        ExpectNoOverlap(/*fewest=*/2);
+        if (key == Qt::Key_G) {
+            QTest::keyClicks(Child<QLineEdit>(), "nonsense");
+            QTest::keyClick(Child<QLineEdit>(), Qt::Key_Return);
+            QLabel const* const fault = FindLabel("A time (12.5");
+            ASSERT_TRUE(fault && fault->isVisible());
+            EXPECT_TRUE(window->rect().contains(fault->geometry()));
+            EXPECT_GE(fault->height(), fault->heightForWidth(fault->width()));
+        }
+        QTest::keyClick(Child<QLineEdit>(), Qt::Key_Escape);
+    }
+    EXPECT_TRUE(Eventually([&] { return FindLabel("0:00:00.000")->isVisible(); }));
+}
+
+TEST_F(PlayerLayoutTest, KeepsThePixelsValuesClearOfTheReadout)
+{
+    settings.pixelReadout = true;
+    StartDemo();
+    Press(Qt::Key_F);
+    MovePointer(QPoint(100, 100));
+    Press(Qt::Key_Period);
+    ASSERT_TRUE(Eventually([&] { return Child<Readout>()->isVisible() && Child<PixelReadout>()->isVisible(); }));
+    EXPECT_FALSE(Child<Readout>()->geometry().intersects(Child<PixelReadout>()->geometry()));
+    Press(Qt::Key_Escape);
+    window->resize(500, 400);
+    EXPECT_TRUE(Eventually([&] {
+        QRect const view = window->GetView().rect();
+        return view.width() == 500 && view.contains(Child<PixelReadout>()->geometry());
+    }));
+}
+
+TEST_F(PlayerLayoutTest, TellsNeitherLengthNorRateOfAStillImage)
+{
+    QString const still = home.filePath("still.png");
+    ASSERT_TRUE(DemoMovie::Picture(3).save(still));
+    Start({still});
+    Press(Qt::Key_Tab);
+    EXPECT_TRUE(Eventually([&] { return Labels().contains("0:00:00.000"); })) << qPrintable(Labels().join('|'));
+    EXPECT_TRUE(Eventually([&] { return Child<StatisticsOverlay>()->GetLines().value(0) == "Picture: 320 × 240"; }))
+        << qPrintable(Child<StatisticsOverlay>()->GetLines().join('|'));
+}
+
+// A row of FLV, which says 25 and of which every second picture was left out: 25 pictures in 24 x 80 + 40 ms.
+TEST_F(PlayerLayoutTest, TellsTheTrueRateWhereTheContainerSaysAnother)
+{
+    QString const movie =
+        MakeMedia("player-half-the-rate.flv", Picture("160x120", 25, 2) + QStringList{"-vf", "select='not(mod(n\\,2))'",
+                                                                                      "-vsync", "vfr", "-c:v", "flv1"});
+    Start({movie});
+    Press(Qt::Key_Tab);
+    QString const expected = "Picture: 160 × 120, 12.76 fps on average";
+    EXPECT_TRUE(Eventually([&] { return Child<StatisticsOverlay>()->GetLines().value(0) == expected; }))
+        << qPrintable(Child<StatisticsOverlay>()->GetLines().join('|'));
+}
+
+TEST_F(PlayerLayoutTest, TellsInTheMenuWhatIsOn)
+{
+    StartDemo();
+    ASSERT_TRUE(FindInMenu("Colours as the stream says"));
+    EXPECT_TRUE(FindInMenu("Colours as the stream says")->isChecked());
+    EXPECT_FALSE(FindInMenu("Statistics")->isChecked());
+    FindInMenu("Statistics")->trigger();
+    EXPECT_TRUE(Child<StatisticsOverlay>()->isVisible());
+    EXPECT_TRUE(FindInMenu("Save the picture")->isEnabled());
+    ASSERT_TRUE(Eventually([&] { return Labels().contains("#0 / 250"); }));
+    FindInMenu("Save the picture")->trigger();
+    EXPECT_TRUE(Eventually([&] { return QDir(home.filePath("pictures")).entryList({"*-000000.png"}).size() == 1; }));
+}
+
+TEST_F(PlayerLayoutTest, GreysOutWhatTheMenuCannotDo)
+{
+    QMenu menu;
+    menu.addAction("Save the range as pictures")->setEnabled(false);
+    QImage const painted = menu.grab().toImage();
+    int brightest = 0;
+    for (int y = 0; y < painted.height(); ++y)
+        for (int x = 0; x < painted.width(); ++x)
+            brightest = std::max(brightest, qGray(painted.pixel(x, y)));
+    EXPECT_GT(brightest, 80);
+    EXPECT_LT(brightest, 180);
 }
 
 TEST_F(PlayerLayoutTest, ListsTheFaultsOfTheKeyFileAboveTheKeys)

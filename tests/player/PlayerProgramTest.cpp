@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdio>
 
 // The program as it is started, with settings of its own.
 
@@ -66,6 +67,15 @@ protected:
         return file.fileName();
     }
 
+    // How many pictures of the last file were shown or dropped, as it prints them.
+    int PicturesPassed()
+    {
+        int shown = -1;
+        int dropped = 0;
+        std::sscanf(player.readAllStandardOutput().data(), "%d pictures shown, %d dropped", &shown, &dropped);
+        return shown + dropped;
+    }
+
     QTemporaryDir home;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     QProcess player;
@@ -110,6 +120,13 @@ TEST_F(PlayerProgramTest, TellsByItsExitCodeWhatFailedOnce)
     Start({"--audio=null", "--once", "--speed=8", broken, movie});
     EXPECT_EQ(Finish(), 1);
     EXPECT_TRUE(player.readAllStandardOutput().contains("pictures shown"));
+}
+
+TEST_F(PlayerProgramTest, PlaysEachFileOnceBackwardsToo)
+{
+    Start({"--audio=null", "--once", "--speed=-4", DemoMovie::Make(50), DemoMovie::Make(75)});
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_GT(PicturesPassed(), 50); // of the second file; those before the first on show do not count
 }
 
 TEST_F(PlayerProgramTest, PrintsEveryFaultOfTheKeyFile)

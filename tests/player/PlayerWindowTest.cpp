@@ -43,6 +43,34 @@ TEST_P(PlayerWindowTest, OpensAMovieFiveTimes)
     EXPECT_EQ(OpenedInputs::Count() - before, 5);
 }
 
+TEST_P(PlayerWindowTest, GoesOnWithAFileThatWasBegunBeforeThereWasAWindow)
+{
+    QString const movie = DemoMovie::Make(pictures);
+    options.files = QStringList{movie};
+    options.start = 100 * step;
+    int const before = OpenedInputs::Count();
+    EarlyEngine early = EarlyEngine::Start(options, settings);
+    ASSERT_TRUE(early.engine);
+    ASSERT_TRUE(early.engine->WaitUntilReady(patience));
+    Start({movie}, std::move(early));
+    ASSERT_TRUE(Shows(100));
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - before >= 5 && !Child<WaveformReader>(); }));
+    EXPECT_EQ(OpenedInputs::Count() - before, 5);
+    Drop({movie}); // the next time it is opened anew
+    ASSERT_TRUE(Shows(0));
+    EXPECT_TRUE(Eventually([&] { return OpenedInputs::Count() - before == 10; })) << OpenedInputs::Count() - before;
+}
+
+TEST_P(PlayerWindowTest, BeginsEarlyOnlyWithWhatIsOneFile)
+{
+    QString const folder = DemoMovie::MakeSequence(4);
+    for (QString const& path :
+         {folder, folder + "/" + QDir(folder).entryList(QDir::Files).first(), home.filePath("absent.mp4"), QString()}) {
+        options.files = QStringList{path};
+        EXPECT_FALSE(EarlyEngine::Start(options, settings).engine) << qPrintable(path);
+    }
+}
+
 TEST_P(PlayerWindowTest, PaintsTheWayItWasTold)
 {
     StartDemo();

@@ -350,6 +350,22 @@ TEST_F(ReviewWindowTest, SavesTheRangeAsPicturesWithTheirNumbers)
     EXPECT_EQ(BytesOf(home.filePath("shot-000048.png")), first);
 }
 
+TEST_F(ReviewWindowTest, TellsTheNumbersOfTheFilesThatItSavedOfASequence)
+{
+    QString const folder = home.filePath("row");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(DemoMovie::Picture(i).save(QString("%1/shot.%2.png").arg(folder).arg(1001 + i)));
+    Start({folder});
+    ASSERT_TRUE(Shows(0));
+    ASSERT_TRUE(Eventually([&] { return Labels().contains("#1001 / 1003"); })) << qPrintable(Labels().join('|'));
+    GetReview().SaveRange(home.filePath("kept.png"));
+    QString const expected = QString("Saved %1 to kept-001003.png").arg(home.filePath("kept-001001.png"));
+    EXPECT_TRUE(Eventually([&] { return Child<ControlBar>()->GetNote() == expected; }))
+        << qPrintable(Child<ControlBar>()->GetNote());
+    EXPECT_TRUE(QFile::exists(home.filePath("kept-001003.png")));
+}
+
 TEST_F(ReviewWindowTest, SavesTheRangeAsSound)
 {
     StartCoded();

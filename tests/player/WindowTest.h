@@ -76,16 +76,18 @@ protected:
         options.paused = true;
     }
 
-    void Start(QStringList const& files, QSize view = QSize(viewWidth, viewHeight))
+    void Start(QStringList const& files, EarlyEngine early, QSize view = QSize(viewWidth, viewHeight))
     {
         options.files = files;
         settings.pictureFolder = home.filePath("pictures");
-        window = std::make_unique<PlayerWindow>(options, settings);
+        window = std::make_unique<PlayerWindow>(options, settings, std::move(early));
         window->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         window->resize(window->size() + view - window->GetView().size());
         ASSERT_TRUE(Eventually([&] { return window->GetView().size() == view; }));
     }
+
+    void Start(QStringList const& files, QSize view = QSize(viewWidth, viewHeight)) { Start(files, {}, view); }
 
     void StartDemo()
     {

@@ -150,6 +150,29 @@ TEST(PictureStreamTest, IsExactAtTheEndOfOpenGroupsWhereSoundGoesOn)
     }
 }
 
+// Of a recording that is cut within its last picture, FFmpeg's decoder keeps something through a flush.
+TEST(PictureStreamTest, IsExactAfterAnEndWithinAPicture)
+{
+    QString const whole = MovingPicture("cut-whole.ts", {"-c:v", "libx264", "-preset", "ultrafast", "-x264-params",
+                                                         "bframes=3:b-adapt=0:keyint=12:open-gop=1", "-threads", "1"});
+    QByteArray const bytes = ReadMedia(whole);
+    constexpr int packet = 188;
+    for (int const percent : {55, 62, 69, 76, 83}) {
+        SCOPED_TRACE(percent);
+        QString const path = WriteMedia(QStringLiteral("cut-%1.ts").arg(percent),
+                                        bytes.left(bytes.size() / packet * percent / 100 * packet));
+        auto const expected = DecodePlainly(path);
+        Search search(path);
+        for (PictureStream::Picture picture; search.pictures->Read(picture) == ReadResult::Got;)
+            continue;
+        for (size_t i = 0; i < 40; ++i) {
+            auto const found = search.At(expected[i].time);
+            EXPECT_EQ(found->startTime, expected[i].time);
+            EXPECT_EQ(Md5OfPicture(found->data, found->width, found->height), expected[i].md5) << i;
+        }
+    }
+}
+
 // FFmpeg finds no key pictures of this codec in Matroska, and leaves the file at some other place.
 TEST(PictureStreamTest, ComesToEveryPictureBackwardsWhereSeekingFails)
 {

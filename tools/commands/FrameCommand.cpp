@@ -238,7 +238,7 @@ Command FrameCommand()
             "this reads the file up to its end, for some it decodes the pictures before N.\n\n"
             "FILE can be an image sequence, by its pattern (shot.%04d.png), its folder, or\n"
             "one of its files. N is then the number in the name of a file. One numbered file\n"
-            "and no time gives the picture in that file. --stills leaves sequences apart.\n\n"
+            "and no time gives the picture in that file. --stills takes a file by itself.\n\n"
             "--every, --from and --to write many pictures, each once and to its own file.\n"
             "--every 2.5 writes the pictures shown every 2.5 seconds, --every 10p every tenth\n"
             "picture. Without --every all pictures of the range are written. PICTURE then\n"

@@ -1,6 +1,7 @@
 #include "tools/commands/FrameRequest.h"
 
 #include "common/TimeText.h"
+#include "common/Timecode.h"
 #include "decode/DecodedVideoFrame.h"
 #include "tools/output/NamePattern.h"
 #include "tools/output/RgbPicture.h"
@@ -37,7 +38,7 @@ FrameRequest FrameRequest::From(Arguments& arguments)
     request.isNamed = choices == 0;
     if (request.isNamed && !QFileInfo(request.path).isFile())
         request.RejectUntold(arguments);
-    if (arguments.Text("at").count(QLatin1Char(':')) == 3 || arguments.Text("at").contains(QLatin1Char(';')))
+    if (Timecode::IsMeantBy(arguments.Text("at")))
         request.timecode = arguments.Text("at");
     else
         request.time = arguments.Time("at", 0);

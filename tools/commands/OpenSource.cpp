@@ -100,12 +100,13 @@ std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, Sou
     return WithHalf(std::move(source), hasPictures, ": there are no pictures in it, only sound");
 }
 
-std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log)
+std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log, int stream)
 {
     auto const item = FindOnlyOne(path, MediaItems::Half::Sound, MediaItems::Rows::Sequences);
     auto source = item ? OpenSource(*item, log, UsualSourceOptions()) : nullptr;
     bool const hasSound = source && source->HasSound();
-    return WithHalf(std::move(source), hasSound, ": there is no sound in it");
+    source = WithHalf(std::move(source), hasSound, ": there is no sound in it");
+    return source && ChooseSound(*source, stream) ? std::move(source) : nullptr;
 }
 
 bool ChooseSound(Source& source, int number)

@@ -14,7 +14,7 @@ std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, Sourc
 
 // For commands that work on one source; empty also where `path` stands for several, or where its half is missing.
 std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options);
-std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log);
+std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log, int stream); // see ChooseSound
 std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half, MediaItems::Rows rows);
 
 // Has the source's sound be taken from its stream of that number, from 1; 0 leaves the choice to FFmpeg. False where

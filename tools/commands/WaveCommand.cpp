@@ -86,8 +86,8 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     Request const request = RequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const source = OpenSound(request.path, log);
-    if (!source || !ChooseSound(*source, request.soundStream))
+    auto const source = OpenSound(request.path, log, request.soundStream);
+    if (!source)
         return ExitCode::CannotOpen;
     return WithoutErrors(log, [&] {
         SoundLevels levels(*source);

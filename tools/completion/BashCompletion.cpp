@@ -73,11 +73,6 @@ _tavolin_complete()
 
 )sh";
 
-QString Quoted(QString const& text)
-{
-    return QLatin1Char('\'') + text + QLatin1Char('\'');
-}
-
 // How an option is offered: with "=" where values can be offered behind it.
 QString Offered(Option const& option)
 {
@@ -108,7 +103,7 @@ QString Function(QString const& name, QString const& cases)
 
 QString Case(QString const& pattern, QString const& answer)
 {
-    return QStringLiteral("        %1) echo %2 ;;\n").arg(pattern, Quoted(answer));
+    return QStringLiteral("        %1) echo %2 ;;\n").arg(pattern, ShellQuoted(answer));
 }
 
 // The cases of one command line, `key` being the program and the command.
@@ -126,9 +121,9 @@ struct Cases
             offered.append(Offered(option));
             AddValue(key, option);
         }
-        options += Case(Quoted(key), offered.join(QLatin1Char(' ')));
+        options += Case(ShellQuoted(key), offered.join(QLatin1Char(' ')));
         if (!command.words.isEmpty())
-            positional += Case(Quoted(key), command.words.join(QLatin1Char(' ')));
+            positional += Case(ShellQuoted(key), command.words.join(QLatin1Char(' ')));
     }
 
     void AddValue(QString const& key, Option const& option)
@@ -138,9 +133,9 @@ struct Cases
             return;
         QStringList patterns;
         for (QString const& spelling : SpellingsOf(option)) {
-            patterns.append(Quoted(QStringLiteral("%1:%2=").arg(key, spelling)));
+            patterns.append(ShellQuoted(QStringLiteral("%1:%2=").arg(key, spelling)));
             if (!value.onlyWithEqualsSign)
-                patterns.append(Quoted(QStringLiteral("%1:%2").arg(key, spelling)));
+                patterns.append(ShellQuoted(QStringLiteral("%1:%2").arg(key, spelling)));
         }
         values += Case(patterns.join(QStringLiteral(" | ")), WordFor(value));
     }

@@ -37,3 +37,8 @@ QStringList SpellingsOf(Option const& option)
         spellings.append(QLatin1Char('-') + QString::fromLatin1(option.shortName));
     return spellings;
 }
+
+QString ShellQuoted(QString const& text)
+{
+    return QLatin1Char('\'') + text + QLatin1Char('\'');
+}

@@ -38,3 +38,4 @@ struct OptionValue
 };
 
 QStringList SpellingsOf(Option const& option); // "--output", "-o"
+QString ShellQuoted(QString const& text);      // in single quotes; those in `text` are escaped already

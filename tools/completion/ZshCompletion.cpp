@@ -10,11 +10,6 @@ QString Escaped(QString text)
     return text.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
 }
 
-QString Quoted(QString const& text)
-{
-    return QLatin1Char('\'') + text + QLatin1Char('\'');
-}
-
 QString ActionFor(OptionValue const& value)
 {
     switch (value.kind) {
@@ -46,7 +41,7 @@ QStringList SpecificationsOf(Option const& option)
             text += QStringLiteral("%1:%2:%3")
                         .arg(value.onlyWithEqualsSign ? QStringLiteral(":") : QString(),
                              Escaped(QString::fromLatin1(option.valueName)), ActionFor(value));
-        specifications.append(Quoted(text));
+        specifications.append(ShellQuoted(text));
     }
     return specifications;
 }

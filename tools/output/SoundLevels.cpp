@@ -15,7 +15,7 @@
 namespace {
 
 // What containers say of their length is not always true to the second.
-constexpr long long beyondTheEnd = 1000000;
+constexpr long long beyondTheEnd = secondUs;
 
 // No sound is expected to last longer (three years).
 constexpr long long farthest = 100000000000000;

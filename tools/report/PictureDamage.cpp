@@ -53,7 +53,7 @@ public:
             long long const time = TimeOf(packet->pts);
             TakeKey(time);
             isGap = messages.GetErrorCount() > errors;
-            bool const isDecoded = keys == 0 && !isTrusted ? true : Decode();
+            bool const isDecoded = (keys == 0 && !isTrusted) || Decode();
             bool const isBad = !isDecoded || messages.GetErrorCount() > errors;
             errors = messages.GetErrorCount();
             if (!isTrusted && time != none && time + rounding >= from)

@@ -165,6 +165,74 @@ TEST(InfoCommandTest, GivesOurOwnValuesInMicroseconds)
     EXPECT_EQ(own["is_image"], false);
 }
 
+// Sound before the pictures, at 25 pictures a second for two seconds.
+TEST(InfoCommandTest, GivesOurOwnValuesOfStreamsInTheContainersOrder)
+{
+    QString const path = MakeMedia(
+        "sound-first.mov",
+        QStringList{"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25:duration=2"} + Tone(44100, 2, 2.0) +
+            QStringList{"-map", "1", "-map", "0", "-vf", "setsar=64/45", "-c:v", "mpeg4", "-c:a", "pcm_s16le"});
+    QJsonArray const streams = DescriptionOf(path)["streams"].toArray();
+    ASSERT_EQ(streams.size(), 2);
+    EXPECT_EQ(streams[0].toObject()["codec_type"], "audio");
+    QJsonObject const sound = streams[0].toObject()["tavolin"].toObject();
+    EXPECT_EQ(sound["decoder"], "pcm_s16le");
+    EXPECT_EQ(sound["channel_layout_mask"], "3"); // left and right
+    EXPECT_EQ(sound["is_planar"], false);
+    EXPECT_EQ(sound["bytes_per_sample"], 2);
+    QJsonObject const pictures = streams[1].toObject()["tavolin"].toObject();
+    EXPECT_NEAR(pictures["pixel_aspect_ratio"].toDouble(), 64.0 / 45.0, 1e-6);
+    EXPECT_EQ(pictures["frame_step_us"], 40000);
+    EXPECT_EQ(pictures["frame_rate"], 25.0);
+    EXPECT_EQ(pictures["frame_count"], 50);
+    EXPECT_GE(pictures["codec_delay"].toInt(-1), 0);
+    EXPECT_EQ(DescriptionOf(path)["tavolin"].toObject()["frame_count"], 50);
+    EXPECT_EQ(DescriptionOf(path)["tavolin"].toObject()["is_linear_color_space"], false);
+}
+
+TEST(InfoCommandTest, CallsOpenExrLinear)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "there is no ../shared/media beside the checkout";
+    QJsonObject const own = DescriptionOf(Clips::Real("still-half-alpha.exr"))["tavolin"].toObject();
+    EXPECT_EQ(own["is_linear_color_space"], true);
+    EXPECT_EQ(own["is_image"], true);
+}
+
+// Exif's orientation 7: to be turned by 90 degrees and mirrored.
+TEST(InfoCommandTest, TellsHowAStillImageIsStored)
+{
+    QByteArray bytes = ReadMedia(
+        MakeMedia("plain.jpg", Picture("64x32", 1, 1.0) + QStringList{"-frames:v", "1", "-pix_fmt", "yuvj444p"}));
+    ASSERT_EQ(bytes.mid(6, 4), "JFIF");
+    bytes.insert(4 + 16, QByteArray::fromHex("ffe10022457869660000"
+                                             "4d4d002a000000080001"
+                                             "0112000300000001000700000000"
+                                             "0000"));
+    QString const still = WriteMedia("mirrored.jpg", bytes);
+    QJsonObject const own = DescriptionOf(still)["tavolin"].toObject();
+    EXPECT_EQ(own["is_video_mirrored"], true);
+    EXPECT_EQ(own["is_video_rotated"], true);
+    EXPECT_TRUE(RunTavolin({"info", still}).output.contains("64x32, to be mirrored left to right, to be turned "));
+}
+
+TEST(InfoCommandTest, TellsTheLightOfHdr)
+{
+    QString const path =
+        MakeMedia("light.mkv",
+                  {"-f", "lavfi", "-i", "color=size=320x240:rate=25:duration=0.12", "-c:v", "libx265", "-pix_fmt",
+                   "yuv420p10le", "-x265-params",
+                   "log-level=none:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:hdr10=1:max-cll=1000,100:"
+                   "master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(40000000,50)"});
+    QJsonArray const light = DescriptionOf(path)["streams"].toArray()[0].toObject()["side_data_list"].toArray();
+    ASSERT_EQ(light.size(), 2);
+    EXPECT_EQ(light[0].toObject()["side_data_type"], "Mastering display metadata");
+    EXPECT_EQ(
+        light[1].toObject(),
+        (QJsonObject{{"side_data_type", "Content light level metadata"}, {"max_content", 1000}, {"max_average", 100}}));
+    EXPECT_TRUE(RunTavolin({"info", path}).output.contains("light levels 1000, 100 on average"));
+}
+
 TEST(InfoCommandTest, TellsTheTimecode)
 {
     QString const path =

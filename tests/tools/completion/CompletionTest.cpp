@@ -133,6 +133,7 @@ TEST_F(CompletionTest, OffersFilesInBash)
     EXPECT_EQ(InBash({"tavolin", "frame", "cl"}), QStringList("clip.mov"));
     EXPECT_EQ(InBash({"tavolin", "frame", "-o", "tw"}), QStringList("two words.mov"));
     EXPECT_EQ(InBash({"tavolin", "frame", "--output", "=", "cl"}), QStringList("clip.mov"));
+    EXPECT_EQ(InBash({"tavolin", "audio", "--output", "=", "cl"}), QStringList("clip.mov"));
     EXPECT_EQ(Sorted(InBash({"tavolin", "play", "--loop", ""})), files); // takes no word of its own
     EXPECT_EQ(InBash({"tavolin-player", "--paused", "cl"}), QStringList("clip.mov"));
     EXPECT_EQ(InBash({"tavolin", "frame", "--", "--"}), QStringList());
