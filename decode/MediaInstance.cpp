@@ -357,6 +357,15 @@ void MediaInstance::DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoF
         videoDecoder->DecodePacket(empty.get(), videoFrames, seekTime);
 }
 
+bool MediaInstance::RenewVideoCodec()
+{
+    std::shared_ptr<MediaInfo> const info = mediaInfo.lock();
+    if (!info || !videoCodecContext)
+        return false;
+    videoDecoder->Shutdown(); // before its codec goes
+    return OpenVideo(*info);
+}
+
 void MediaInstance::SetSeekSkipping(bool skips)
 {
     if (videoDecoder)

@@ -101,6 +101,12 @@ public:
     void BeginAtKeyPicture();
     bool IsBeforeKeyPicture() const;
 
+    // Replaces the video codec by a new one, which knows nothing of the pictures so far; the input stays where it is.
+    // For a codec that keeps something of a damaged picture through a seek: call it before the seek. Settings of the
+    // decoder other than those of this class go back to their defaults. False without an open video stream, and when
+    // the codec cannot be opened; the session then decodes no more pictures until it is opened again.
+    bool RenewVideoCodec();
+
     // Moves to the key frame at or before `time` (container time), as far as the container allows, and loads the packet
     // found there. Images are reopened instead. A failed seek changes nothing in the session; see HasSeekFailed.
     void Seek(long long time);

@@ -53,12 +53,13 @@ EarlyEngine EarlyEngine::Start(PlayerOptions const& options, PlayerSettings cons
     return early;
 }
 
+// cppcheck-suppress passedByValue ; it is moved from
 PlayerSession::PlayerSession(PlayerOptions const& options, PlayerSettings const& settings, EarlyEngine early,
                              QObject* parent)
     : QObject(parent),
       engineOptions(EngineOptions(options, settings)),
       engine(early.engine ? std::move(early.engine) : std::make_unique<PlaybackEngine>(engineOptions)),
-      earlyPath(early.path),
+      earlyPath(std::move(early.path)),
       transport(*engine),
       sound(std::make_unique<SoundPlayer>(*engine, AudioDevice::Make(options.audio))),
       startTime(options.start),

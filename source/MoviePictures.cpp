@@ -66,12 +66,27 @@ bool MoviePictures::Restart()
     instance->SetFrameThreads(threads);
     if (!instance->Initialize(info, 0) || !instance->HasPacket())
         return false;
+    SetUpDecoder();
+    return true;
+}
+
+// Before a seek.
+bool MoviePictures::RenewCodec()
+{
+    isStained = false;
+    if (!instance->RenewVideoCodec())
+        return false;
+    SetUpDecoder();
+    return true;
+}
+
+void MoviePictures::SetUpDecoder()
+{
     instance->SetSeekSkipping(skips);
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
     if (stream.frameRate == 0.0)
         instance->SetDecoderFrameRate(untimedRate);
-    return true;
 }
 
 void MoviePictures::SetColours(ColourSettings const& newColours)
@@ -180,12 +195,12 @@ void MoviePictures::DropBefore(long long time)
 // only after `latest`.
 //
 // With frame threads, FFmpeg's decoder of H.264 keeps something of a damaged picture through a flush, and the pictures
-// after the flush are wrong. So a new decoder takes its place after damage, and after the end of the file, which may be
+// after the flush are wrong. So a new codec takes its place after damage, and after the end of the file, which may be
 // cut within a picture.
 bool MoviePictures::Land(long long time, long long latest, StopCheck const& stop)
 {
     bool const hasSeenEnd = losesLastPictures && instance->IsEndOfFile();
-    if ((isStained || hasSeenEnd) && !Restart())
+    if ((isStained || hasSeenEnd) && !RenewCodec())
         return false;
     Forget();
     packetsSinceLanding = 0;

@@ -55,6 +55,8 @@ private:
     enum class Landing { Found, Late, Stopped };
 
     bool Restart();
+    bool RenewCodec();
+    void SetUpDecoder();
     void SetSkipping(bool skips);
     ReadResult FindPicture(long long time, long long earliest, StopCheck const& stop);
     void Forget();

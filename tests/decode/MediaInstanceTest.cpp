@@ -164,6 +164,7 @@ void CallEverything(MediaInstance& instance)
     instance.HasPacket();
     instance.ClearPacket();
     instance.SetDecoderFrameRate(30.0);
+    instance.RenewVideoCodec();
     instance.IsAudioPacket();
     instance.IsEndOfFile();
     instance.IsAudioMatched(nullptr);
@@ -293,6 +294,30 @@ TEST_F(MediaInstanceTest, GoesOnAsItWasWhenASecondInitializeFails)
     Decoded const rest = DecodeAll(session.instance);
     EXPECT_EQ(rest.Starts(), EveryFrame(pictures * 40000, 25 - pictures));
     EXPECT_EQ(rest.Marks(), 1);
+}
+
+// 25 pictures a second, and the first is a key picture.
+TEST_F(MediaInstanceTest, DecodesAllAgainByANewVideoCodec)
+{
+    Session session(SoundingMovie());
+    EXPECT_FALSE(session.instance.RenewVideoCodec()); // not open yet
+    ASSERT_TRUE(session.instance.HasPacket());
+    for (int i = 0; i < 5; ++i)
+        session.Decode();
+    ASSERT_TRUE(session.instance.RenewVideoCodec());
+    session.instance.Seek(0);
+    EXPECT_EQ(DecodeAll(session.instance).Starts(), EveryFrame(0, 25));
+    ASSERT_TRUE(session.instance.RenewVideoCodec()); // after the end, too
+    session.instance.Seek(0);
+    EXPECT_EQ(DecodeAll(session.instance).Starts(), EveryFrame(0, 25));
+}
+
+TEST_F(MediaInstanceTest, HasNoVideoCodecToRenewInASoundFile)
+{
+    Session session(SoundFile());
+    ASSERT_TRUE(session.instance.HasPacket());
+    EXPECT_FALSE(session.instance.RenewVideoCodec());
+    EXPECT_EQ(DecodeAll(session.instance).SampleFrames(), 8000);
 }
 
 TEST_F(MediaInstanceTest, ForgetsTheSourceBeforeWhenItIsInitialisedAgain)
