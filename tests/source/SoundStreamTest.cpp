@@ -29,7 +29,8 @@ TEST(SoundStreamTest, SoundDrainedAtTheEndContinuesFromTheLastEnd)
             last = frame->startTime;
             end = frame->endTime;
         }
-        Reference::Sound const& plain = Reference::DecodeSound(Clips::Made(name));
+        QString const path = Clips::Made(name);
+        Reference::Sound const& plain = Reference::DecodeSound(path);
         double const frames = static_cast<double>(plain.samples.size()) / plain.channels;
         constexpr double rounding = 1000.0; // the container's times are milliseconds at worst
         EXPECT_GE(static_cast<double>(end + 1 - first), frames / plain.sampleRate * 1e6 - rounding) << name;
