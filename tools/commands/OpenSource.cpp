@@ -87,7 +87,7 @@ std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, Sourc
 std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half, MediaItems::Rows rows)
 {
     QString error;
-    auto const item = MediaItems::OnlyOne(path, half, rows, error);
+    auto item = MediaItems::OnlyOne(path, half, rows, error);
     if (!item)
         Console::Say(path + QStringLiteral(": ") + error);
     return item;

@@ -223,8 +223,9 @@ QJsonObject DescribeFormatOfSequence(Source const& source, Source const& one)
 // Of the stream that is decoded, timed as the sequence is.
 QJsonObject DescribeStreamOfSequence(Source const& source, Source const& one)
 {
+    QJsonArray const streams = DescribeStreams(one, std::nullopt);
     QJsonObject object;
-    for (QJsonValue const& value : DescribeStreams(one, std::nullopt)) {
+    for (auto const& value : streams) {
         object = value.toObject();
         if (object["index"].toInt() == one.GetPictureStream())
             break;
