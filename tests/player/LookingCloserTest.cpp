@@ -158,6 +158,7 @@ TEST_P(LookingCloserTest, ShowsTheFirstFieldOrBothBlended)
                                               "-c:v", "ffv1", "-field_order", "bb"});
     ASSERT_FALSE(movie.isEmpty());
     Start({movie});
+    ASSERT_TRUE(Eventually([&] { return window->GetView().GetShown() != nullptr; }));
     Press(Qt::Key_Z); // pixel for pixel, from (160, 120) on
     auto const rows = [&] {
         QImage const image = Grab();
