@@ -197,13 +197,11 @@ void SkipProof::Begin(AVCodecContext const& context)
 
 void SkipProof::Watch(AVPacket const& packet)
 {
-    units = 0;
     if (kind == Kind::None || isRefuted || !packet.data || packet.size <= 0)
         return;
     if (av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, nullptr))
         isRefuted = true; // new parameters, with headers of their own
     pictures = 0;
-    skippedUnits = 0;
     ReadUnits(packet.data, static_cast<size_t>(packet.size));
     bool const countsPictures = kind == Kind::Mpeg12 || kind == Kind::Mpeg4;
     isRefuted = isRefuted || (countsPictures && pictures != 1);
@@ -282,16 +280,8 @@ void SkipProof::ReadUnit(uint8_t const* unit, size_t size)
 
 void SkipProof::ReadH264Unit(uint8_t const* unit, size_t size)
 {
-    constexpr unsigned slice = 1;
     constexpr unsigned sequence = 7;
-    constexpr unsigned delimiter = 9;
-    constexpr unsigned filler = 12;
-    unsigned const type = unit[0] & 31U;
-    bool const isReferred = (unit[0] & 0x60U) != 0; // nal_ref_idc
-    ++units;
-    if ((type == slice && !isReferred) || type == delimiter || type == filler)
-        ++skippedUnits;
-    if (type == sequence)
+    if ((unit[0] & 31U) == sequence)
         Expect(SaysFramesOnly(unit + 1, size - 1));
 }
 
@@ -299,15 +289,9 @@ void SkipProof::ReadHevcUnit(uint8_t const* unit, size_t size)
 {
     constexpr unsigned firstHeader = 32; // smaller types are picture slices
     constexpr unsigned sequence = 33;
-    constexpr unsigned delimiter = 35;
-    constexpr unsigned filler = 38;
-    constexpr unsigned lastUnreferred = 14; // RSV_VCL_N14; even types are those of sub-layer non-reference pictures
-    ++units;
     if (size < 3)
         return;
     unsigned const type = unit[0] >> 1 & 63U;
-    if ((type <= lastUnreferred && type % 2 == 0) || type == delimiter || type == filler)
-        ++skippedUnits;
     bool const isBaseLayer = (unit[0] & 1U) == 0 && unit[1] >> 3 == 0;
     if (type == sequence && isBaseLayer)
         Expect((unit[2] >> 1 & 7U) == 0); // sps_max_sub_layers_minus1

@@ -27,10 +27,6 @@ public:
     // Whether the proof holds, by all headers and packets seen so far.
     bool Holds() const { return isProven && !isRefuted; }
 
-    // Whether the last packet, of H.264 or HEVC, holds only slices of a picture that is marked as not used for
-    // reference, beside delimiters and filler: a codec that skips such pictures reads nothing of it.
-    bool IsUnread() const { return units > 0 && units == skippedUnits; }
-
 private:
     enum class Kind { None, H264, Hevc, Mpeg12, Mpeg4 };
 
@@ -44,8 +40,6 @@ private:
 
     Kind kind = Kind::None;
     size_t lengthBytes = 0; // size of the length field of each unit; 0: units begin with start codes
-    int units = 0;          // in the current packet (H.264 and HEVC only)
-    int skippedUnits = 0;   // those that the codec passes over
     int pictures = 0;       // pictures in the current packet (MPEG-1, 2 and 4 only)
     bool isProven = false;
     bool isRefuted = false;

@@ -311,10 +311,8 @@ int VideoDecoder::TrySendPacket(AVPacket const& packet, long long seekTime)
     hasDoubt = hasDoubt || (hasSkipped && !skipProof->Holds()) || (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
     AVDiscard const skipFrame = codecContext->skip_frame;
     if (IsSkipped(packet, seekTime)) {
-        hasSkipped = true;
-        if (skipProof->IsUnread())
-            return 0; // it would only take the turn of a thread that could decode
         codecContext->skip_frame = std::max(skipFrame, AVDISCARD_NONREF);
+        hasSkipped = true;
     }
     int const sent = avcodec_send_packet(codecContext, &packet);
     codecContext->skip_frame = skipFrame;

@@ -1,6 +1,5 @@
 #include "common/Settings.h"
 #include "decode/DecodedVideoFrame.h"
-#include "decode/SkipProof.h"
 #include "decode/VideoDecoder.h"
 #include "media/FfmpegPtr.h"
 #include "media/MediaInfo.h"
@@ -231,66 +230,6 @@ TEST(SeekSkippingTest, LeavesOutPicturesThatNothingRefersTo)
     // 23: the 16 references from 60 to 120, and the other pictures from 113 on; 64 without skipping.
     EXPECT_LT(decoded, 30);
     EXPECT_GT(decoded, 20);
-}
-
-// Of the packets of a movie, those of which a skipping codec reads nothing: units with lengths of four bytes.
-int CountUnread(Recipe const& recipe)
-{
-    ReferenceInput input(Make(recipe), AVMEDIA_TYPE_VIDEO);
-    FfmpegPtr<AVCodecContext> const codec(avcodec_alloc_context3(nullptr));
-    avcodec_parameters_to_context(codec.get(), input.Format()->streams[input.StreamIndex()]->codecpar);
-    SkipProof proof;
-    proof.Begin(*codec);
-    int unread = 0;
-    while (auto const packet = input.NextPacket()) {
-        proof.Watch(*packet);
-        unread += proof.IsUnread() ? 1 : 0;
-    }
-    return unread;
-}
-
-TEST(SkipProofTest, KnowsThePacketsOfWhichASkippingCodecReadsNothing)
-{
-    // Three of four pictures are B pictures, but the last before a key picture is none: 44 in each of the two groups of
-    // 60 pictures, 21 in the last 30.
-    EXPECT_EQ(CountUnread({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 44 + 44 + 21);
-    EXPECT_EQ(CountUnread({"skip-plain.mp4", X264("bframes=0")}), 0);
-}
-
-TEST(SkipProofTest, TakesNoPacketWithFurtherContentForUnread)
-{
-    FfmpegPtr<AVCodecContext> const codec(avcodec_alloc_context3(nullptr));
-    auto const isUnread = [&codec](AVCodecID id, std::vector<uint8_t> units) {
-        codec->codec_id = id;
-        SkipProof proof;
-        proof.Begin(*codec);
-        FfmpegPtr<AVPacket> const packet(av_packet_alloc());
-        av_new_packet(packet.get(), static_cast<int>(units.size()));
-        std::copy(units.begin(), units.end(), packet->data);
-        proof.Watch(*packet);
-        return proof.IsUnread();
-    };
-    using Bytes = std::vector<uint8_t>;
-    Bytes const delimiter = {0, 0, 1, 0x09, 0xf0};
-    Bytes const slice = {0, 0, 1, 0x01, 0x9a, 0x24};
-    Bytes const reference = {0, 0, 1, 0x41, 0x9a, 0x24};
-    Bytes const message = {0, 0, 1, 0x06, 0x01, 0x01, 0x80};
-    auto const joined = [](Bytes first, Bytes const& second) {
-        first.insert(first.end(), second.begin(), second.end());
-        return first;
-    };
-    EXPECT_TRUE(isUnread(AV_CODEC_ID_H264, slice));
-    EXPECT_TRUE(isUnread(AV_CODEC_ID_H264, joined(delimiter, slice)));
-    EXPECT_TRUE(isUnread(AV_CODEC_ID_H264, joined(slice, slice)));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_H264, reference));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_H264, joined(slice, reference)));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_H264, joined(message, slice)));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_H264, {}));
-    Bytes const trailingUnreferred = {0, 0, 1, 0x00, 0x01, 0x80};
-    Bytes const trailing = {0, 0, 1, 0x02, 0x01, 0x80};
-    EXPECT_TRUE(isUnread(AV_CODEC_ID_HEVC, trailingUnreferred));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_HEVC, trailing));
-    EXPECT_FALSE(isUnread(AV_CODEC_ID_MPEG2VIDEO, slice));
 }
 
 TEST(SeekSkippingTest, KeepsWhatTheHostHasSetInTheContext)
