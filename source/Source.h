@@ -67,8 +67,10 @@ public:
     std::shared_ptr<MediaInfo> const& GetInfo() const { return info; }
 
     QString const& GetPath() const { return path; }
-    QString
-    GetName() const; // for messages: the path, and of a sequence that was opened by a file or a folder its pattern
+
+    // For messages: the path; of a sequence that was opened by a file or a folder, its pattern.
+    QString GetName() const;
+
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
