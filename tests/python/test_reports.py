@@ -1,6 +1,7 @@
 """Probe and check, compared with the command; errors; signals and threads."""
 
 import json
+import math
 import os
 import signal
 import subprocess
@@ -124,6 +125,14 @@ def test_what_cannot_be_opened_is_named(function, tmp_path):
     with pytest.raises(tavolin.OpenError, match="UTF-8"):
         function(b"/tmp/\xff.mov")
     assert issubclass(tavolin.OpenError, OSError)
+
+
+@pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
+@pytest.mark.parametrize("rate", [0, 0.09, 1000.1, -24, math.inf, math.nan])
+def test_a_rate_that_no_sequence_has_is_refused_as_by_the_command(function, rate, shots):
+    assert f"--fps {(refused := 'is a number from 0.1 to 1000')}" in run("info", f"--fps={rate}", shots).stderr
+    with pytest.raises(ValueError, match=f"^rate {refused}$"):
+        function(shots, rate=rate)
 
 
 @pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
