@@ -348,10 +348,18 @@ void UseUtf8ForFileNames()
 #endif
 }
 
+// At its first use pybind11 imports NumPy, within the initialisation of a static. A second thread that came to it
+// meanwhile would wait for that and keep the interpreter's lock, which the import needs.
+void ImportNumPy()
+{
+    py::dtype::of<uint8_t>();
+}
+
 } // namespace
 
 PYBIND11_MODULE(_tavolin, module)
 {
+    ImportNumPy();
     UseUtf8ForFileNames();
     AvGlobals::maxAudioOutputChannels = mostChannels;
     Reports::CollectMessages();

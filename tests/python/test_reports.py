@@ -250,6 +250,25 @@ def test_several_threads_read_their_own_videos_and_one_together(movie):
     assert wrong == []
 
 
+def test_the_first_pixels_may_be_those_of_several_threads(movie):
+    code = """
+import sys, threading, tavolin
+together = threading.Barrier(4)
+def read():
+    frame = tavolin.open(sys.argv[1]).at(0)
+    together.wait()
+    print(frame.pixels.shape)
+threads = [threading.Thread(target=read) for _ in range(4)]
+for thread in threads:
+    thread.start()
+for thread in threads:
+    thread.join()
+"""
+    done = subprocess.run([sys.executable, "-c", code, movie], stdout=subprocess.PIPE, text=True, timeout=40,
+                          env=interpreter_environment())
+    assert (done.returncode, done.stdout.count("(64, 96, 3)")) == (0, 4)
+
+
 def test_other_threads_run_while_one_decodes():
     path = make_media("long.mov", *moving_picture(120), "-c:v", "libx264", "-g", "250", "-pix_fmt", "yuv420p")
     done = threading.Event()
