@@ -63,17 +63,23 @@ QString Text(std::string const& text)
     return QString::fromStdString(text);
 }
 
-// Takes the interpreter's lock by `take`. When the interpreter ends, Python ends each thread that asks for the lock, by
-// unwinding its stack, also through destructors, where that ends the process. Such a thread stays here instead, until
-// the process ends.
-template <typename Take>
-void TakeLock(Take const& take)
+[[noreturn]] void WaitForEnd()
+{
+    for (;;)
+        pause();
+}
+
+// Takes the interpreter's lock. When the interpreter ends, Python ends each thread that asks for the lock, by unwinding
+// its stack, also through destructors, where that aborts the process. Such a thread waits for the process's end
+// instead.
+void TakeLock(PyThreadState* state)
 {
     try {
-        take();
-    } catch (...) { // what unwinds must not be caught and let go of
-        for (;;)
-            pause();
+        if (Py_IsInitialized() == 0)
+            WaitForEnd();
+        PyEval_RestoreThread(state);
+    } catch (...) { // what unwinds must not be let go of here
+        WaitForEnd();
     }
 }
 
@@ -82,33 +88,29 @@ class WithoutLock
 {
 public:
     WithoutLock() : state(PyEval_SaveThread()) {}
-    ~WithoutLock()
-    {
-        TakeLock([this] { PyEval_RestoreThread(state); });
-    }
+    ~WithoutLock() { TakeLock(state); }
 
     WithoutLock(WithoutLock const&) = delete;
     WithoutLock& operator=(WithoutLock const&) = delete;
 
+    // True once a signal's handler has raised an exception, which then is set in this thread.
+    StopCheck StopAtSignals() const
+    {
+        return [held = state, asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
+            auto const now = std::chrono::steady_clock::now();
+            if (isRaised || now - asked < signalInterval)
+                return isRaised;
+            asked = now;
+            TakeLock(held);
+            isRaised = PyErr_CheckSignals() != 0;
+            PyEval_SaveThread();
+            return isRaised;
+        };
+    }
+
 private:
     PyThreadState* const state;
 };
-
-// True once a signal's handler has raised an exception, which then is set in this thread.
-StopCheck StopAtSignals()
-{
-    return [asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
-        auto const now = std::chrono::steady_clock::now();
-        if (isRaised || now - asked < signalInterval)
-            return isRaised;
-        asked = now;
-        PyGILState_STATE lock{};
-        TakeLock([&lock] { lock = PyGILState_Ensure(); });
-        isRaised = PyErr_CheckSignals() != 0;
-        PyGILState_Release(lock);
-        return isRaised;
-    };
-}
 
 // What `work` gives, which runs without the interpreter's lock.
 template <typename Work>
@@ -116,7 +118,7 @@ auto Unlocked(Work const& work)
 {
     try {
         WithoutLock const unlocked;
-        return work(StopAtSignals());
+        return work(unlocked.StopAtSignals());
     } catch (PictureSpan::Interrupted const&) {
         throw py::error_already_set();
     } catch (Video::Closed const&) {
