@@ -58,14 +58,13 @@ DecodingThread::~DecodingThread()
     thread.join();
 }
 
-void DecodingThread::Open(QString const& newPath, bool newIsSequence)
+void DecodingThread::Open(MediaItem const& newItem)
 {
-    path = newPath;
-    isSequence = newIsSequence;
+    item = newItem;
     ordered = true;
     soundStream = options.soundStream;
     soundOrdered = false;
-    opening = !path.isEmpty();
+    opening = !item.path.isEmpty();
     error.clear();
     noteMedia();
     Notify();
@@ -117,26 +116,25 @@ void DecodingThread::TakeUpOrder(Lock& lock)
 {
     ordered = false;
     auto former = std::exchange(media, nullptr);
-    QString const asked = path;
-    bool const askedSequence = isSequence;
+    MediaItem const asked = item;
     long long const serial = state.openSerial;
     lock.unlock();
     former.reset();
-    if (!asked.isEmpty())
-        OpenMedia(lock, asked, askedSequence, serial);
+    if (!asked.path.isEmpty())
+        OpenMedia(lock, asked, serial);
     else
         lock.lock();
 }
 
 // First the pictures, so that one can be shown; then the sound.
-void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSequence, long long serial)
+void DecodingThread::OpenMedia(Lock& lock, MediaItem const& asked, long long serial)
 {
     StopCheck const stop = [this, serial] { return ask().openSerial != serial; };
     PlayNeed const need = ask();
     PlaybackOptions now = options;
     now.colours = need.colours;
     QString trouble;
-    auto made = MediaFeed::Open(asked, askedSequence, now, need.budget, stop, trouble);
+    auto made = MediaFeed::Open(asked, now, need.budget, stop, trouble);
     if (made)
         made->StartNumbers(indexThreads);
     lock.lock();

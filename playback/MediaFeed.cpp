@@ -17,11 +17,11 @@ constexpr long long soundPaused = secondUs;
 
 } // namespace
 
-std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence, PlaybackOptions const& options,
+std::unique_ptr<MediaFeed> MediaFeed::Open(MediaItem const& item, PlaybackOptions const& options,
                                            long long budget, StopCheck const& stop, QString& error)
 {
     auto feed = std::make_unique<MediaFeed>();
-    feed->source = isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options);
+    feed->source = Source::Open(item, options);
     Source const& source = feed->source;
     feed->soundStreams = source.GetSoundStreams();
     feed->kind = source.GetKind();
@@ -44,7 +44,7 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(QString const& path, bool isSequence,
         return feed;
     error = (wantsSound ? QStringLiteral("The sound of \"%1\" cannot be decoded.")
                         : QStringLiteral("\"%1\" has no pictures that can be decoded."))
-                .arg(path);
+                .arg(item.path);
     return nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include "playback/PlaybackOptions.h"
 #include "playback/PlaybackStatus.h"
 #include "playback/SoundFeeder.h"
+#include "source/MediaItems.h"
 #include "source/Source.h"
 
 // What is open: its description, and what keeps pictures and sound of it decoded. The decoding thread makes, feeds and
@@ -15,7 +16,7 @@ struct MediaFeed
     // Opens pictures, or the sound of a source without pictures; takes as long as probing and decoding the first
     // picture takes. Null when nothing can be played. `error`: why, or what is missing from what can be played; empty
     // when nothing is.
-    static std::unique_ptr<MediaFeed> Open(QString const& path, bool isSequence, PlaybackOptions const& options,
+    static std::unique_ptr<MediaFeed> Open(MediaItem const& item, PlaybackOptions const& options,
                                            long long budget, StopCheck const& stop, QString& error);
 
     // Frees no sound on the output thread, which may still be filling a block from it.

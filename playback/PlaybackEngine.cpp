@@ -124,12 +124,12 @@ struct EngineParts
         Wake();
     }
 
-    void Open(QString const& path, bool isSequence)
+    void Open(MediaItem const& item)
     {
         Command([&](long long now) {
             state.Open(now);
             display = {};
-            thread.Open(path, isSequence);
+            thread.Open(item);
         });
     }
 
@@ -249,12 +249,12 @@ PlaybackEngine::~PlaybackEngine() = default;
 
 void PlaybackEngine::Open(QString const& path)
 {
-    parts->Open(path, /*isSequence=*/false);
+    parts->Open({path});
 }
 
 void PlaybackEngine::OpenSequence(QString const& path)
 {
-    parts->Open(path, /*isSequence=*/true);
+    parts->Open({path, /*isSequence=*/true});
 }
 
 void PlaybackEngine::SetSpeed(double speed)

@@ -7,7 +7,7 @@
 #include <optional>
 
 // One source among those that somebody names: what the window plays as one entry, and what a command reports on once.
-// Source::OpenSequence opens it where `isSequence`, Source::Open otherwise.
+// Source::Open opens it.
 struct MediaItem
 {
     QString path;             // a file, a pattern, or a folder that holds one image sequence and nothing else

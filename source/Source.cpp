@@ -11,6 +11,7 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "source/ImageFormat.h"
+#include "source/MediaItems.h"
 #include "source/MoviePictures.h"
 #include "source/SequencePictures.h"
 #include "source/SoundStream.h"
@@ -187,6 +188,11 @@ QString CodecTag(AVCodecParameters const& parameters)
 Source Source::Open(QString const& path, SourceOptions const& options)
 {
     return ImageSequence::IsPattern(path) ? OpenSequence(path, options) : OpenFile(path, options);
+}
+
+Source Source::Open(MediaItem const& item, SourceOptions const& options)
+{
+    return item.isSequence ? OpenSequence(item.path, options) : Open(item.path, options);
 }
 
 Source Source::OpenSequence(QString const& path, SourceOptions const& options)

@@ -15,6 +15,7 @@
 class MediaInfo;
 class SoundStream;
 struct AVFormatContext;
+struct MediaItem;
 
 // What a file, or a row of numbered ones, is: found out once, by one opening of the file. The engine, the window and
 // the commands all ask here, and so agree about it. A value; any thread that has it for itself, or all that only read.
@@ -44,6 +45,7 @@ public:
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
     static Source Open(QString const& path, SourceOptions const& options = {});
+    static Source Open(MediaItem const& item, SourceOptions const& options = {});
     static Source OpenFile(QString const& path, SourceOptions const& options = {});
     static Source OpenSequence(QString const& path, SourceOptions const& options = {}); // see ImageSequence::Find
 

