@@ -22,9 +22,9 @@ public:
                    std::function<void()> noteMedia);
     ~DecodingThread(); // breaks off what is under way, and waits for the thread
 
-    void Open(MediaItem const& item); // as of the state's openSerial; an empty path closes
-    void ChangeSound(int soundStream);               // of what is open or opening, see SourceOptions
-    void Notify() { wake.notify_one(); }             // after a change of the state's wakeSerial
+    void Open(MediaItem const& item);    // as of the state's openSerial; an empty path closes
+    void ChangeSound(int soundStream);   // of what is open or opening, see SourceOptions
+    void Notify() { wake.notify_one(); } // after a change of the state's wakeSerial
 
     // Until a piece of work is done; false when `until` has passed. Lets go of the lock meanwhile.
     bool WaitForProgress(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until)

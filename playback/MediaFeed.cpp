@@ -17,8 +17,8 @@ constexpr long long soundPaused = secondUs;
 
 } // namespace
 
-std::unique_ptr<MediaFeed> MediaFeed::Open(MediaItem const& item, PlaybackOptions const& options,
-                                           long long budget, StopCheck const& stop, QString& error)
+std::unique_ptr<MediaFeed> MediaFeed::Open(MediaItem const& item, PlaybackOptions const& options, long long budget,
+                                           StopCheck const& stop, QString& error)
 {
     auto feed = std::make_unique<MediaFeed>();
     feed->source = Source::Open(item, options);

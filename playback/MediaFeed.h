@@ -16,8 +16,8 @@ struct MediaFeed
     // Opens pictures, or the sound of a source without pictures; takes as long as probing and decoding the first
     // picture takes. Null when nothing can be played. `error`: why, or what is missing from what can be played; empty
     // when nothing is.
-    static std::unique_ptr<MediaFeed> Open(MediaItem const& item, PlaybackOptions const& options,
-                                           long long budget, StopCheck const& stop, QString& error);
+    static std::unique_ptr<MediaFeed> Open(MediaItem const& item, PlaybackOptions const& options, long long budget,
+                                           StopCheck const& stop, QString& error);
 
     // Frees no sound on the output thread, which may still be filling a block from it.
     ~MediaFeed();

@@ -35,7 +35,8 @@ TEST_F(StillOrientationTest, ShowsAStillImageUpright)
     file.close();
     Start({file.fileName()});
     QImage image;
-    // JPEG keeps whole numbers of luma and chroma: each is half a step off at most, and 1.772 times the chroma is added.
+    // JPEG keeps whole numbers of luma and chroma: each is half a step off at most, and 1.772 times the chroma is
+    // added.
     constexpr int loss = 2;
     auto const isRed = [&](int y) { return qRed(image.pixel(image.width() / 2, y)) >= 255 - loss; };
     ASSERT_TRUE(Eventually([&] {
