@@ -178,7 +178,7 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
     bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
                           newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
     frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN stays
-    frameDuration = 1.0 / frameRate * 1000000.0;
+    frameDuration = 1.0 / frameRate * secondUs;
 }
 
 void VideoDecoder::SetTimesOnly(bool newTimesOnly)
