@@ -388,7 +388,7 @@ bool Source::LeavesOutAHalf() const
     return info != wholeInfo;
 }
 
-bool Source::CanSeek() const
+bool Source::IsDurationTrusted() const
 {
     if (kind == SourceKind::Sequence)
         return true;

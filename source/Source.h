@@ -94,7 +94,7 @@ public:
     bool LeavesOutAHalf() const; // all of its pictures, or all of its sound, as there is no decoder
 
     // Whether the length that the file tells can be trusted: not where packets bear no times.
-    bool CanSeek() const;
+    bool IsDurationTrusted() const;
 
     // How pictures from streams opened later are converted.
     void SetColours(ColourSettings const& colours) { options.colours = colours; }

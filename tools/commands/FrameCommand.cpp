@@ -147,7 +147,7 @@ void SayWhatItIs(Source const& source, MediaItem const& item, QString const& pat
     else if (source.HasCoverOnly())
         Console::Say(path + QStringLiteral(": its only picture is cover art, the same at every time"));
     else if (source.GetInfo()->GetDuration() <= 0)
-        Console::Say(path + QStringLiteral(": states no duration, so it is decoded from the beginning"));
+        Console::Say(path + QStringLiteral(": states no duration, so finding a picture may take decoding the file from the beginning"));
 }
 
 ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog const& log)
