@@ -1,6 +1,7 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -17,7 +18,6 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
 constexpr int rate = 48000;
 
 using Samples = std::vector<short>;

@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedAudioFrame.h"
@@ -23,8 +24,6 @@
 // combine them. Rules 5 and 6, about reading, are tested in tests/source.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 std::shared_ptr<MediaInfo> Probe(QString const& path)
 {

@@ -248,10 +248,10 @@ TEST_P(LookingCloserTest, ShowsASmallPictureOfTheTimeUnderThePointer)
 
 TEST_P(LookingCloserTest, OpensTheFileForSmallPicturesWhenFirstHovered)
 {
+    int const atFirst = OpenedInputs::Count();
     StartDemo();
-    ASSERT_TRUE(Eventually([&] { return Status().channels > 0; }));
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - atFirst == 5; })); // by all others
     EXPECT_FALSE(Child<Thumbnails>()->isRunning());
-    QTest::qWait(300); // for whoever else opens it
     int const before = OpenedInputs::Count();
     Hover(300);
     EXPECT_TRUE(Eventually([&] { return !Child<TimelinePreview>()->GetPicture().isNull(); }));
