@@ -35,7 +35,7 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(MediaItem const& item, PlaybackOption
         return feed;
     }
     if (wantsPictures && feed->kind != SourceKind::SoundWithCover)
-        error = QStringLiteral("No picture of it can be decoded.");
+        error = QStringLiteral("No picture of \"%1\" can be decoded.").arg(item.path);
     if (!source.HasSound())
         return nullptr;
     feed->kind = SourceKind::Sound;

@@ -92,9 +92,10 @@ std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half,
     return item;
 }
 
-std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options)
+std::unique_ptr<Source> OpenPictures(std::optional<MediaItem> const& item, MessageLog& log,
+                                     SourceOptions const& options)
 {
-    auto source = OpenSource(item, log, options);
+    auto source = item ? OpenSource(*item, log, options) : nullptr;
     bool const hasPictures = source && source->HasPictures();
     return WithHalf(std::move(source), hasPictures, ": there are no pictures in it, only sound");
 }
@@ -114,7 +115,7 @@ bool ChooseSound(Source& source, int number)
     auto const streams = source.GetSoundStreams();
     if (number == 0 || streams.value(number - 1).isDecodable)
         return true;
-    Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded, of %3 in it")
+    Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded; the file has %3")
                      .arg(source.GetName(), QString::number(number), QString::number(streams.size())));
     return false;
 }

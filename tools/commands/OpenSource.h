@@ -5,6 +5,9 @@
 
 #include <QStringList>
 
+#include <memory>
+#include <optional>
+
 class MessageLog;
 
 SourceOptions UsualSourceOptions(); // of all commands
@@ -13,7 +16,8 @@ SourceOptions UsualSourceOptions(); // of all commands
 std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options);
 
 // For commands that work on one source; empty also where `path` stands for several, or where its half is missing.
-std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options);
+std::unique_ptr<Source> OpenPictures(std::optional<MediaItem> const& item, MessageLog& log,
+                                     SourceOptions const& options);
 std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log, int stream); // see ChooseSound
 std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half, MediaItems::Rows rows);
 

@@ -139,8 +139,8 @@ ExitCode Run(Arguments& arguments, MessageLog& log)
     Request request = RequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
-    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
+    auto const source =
+        OpenPictures(FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows), log, request.options);
     if (!source)
         return ExitCode::CannotOpen;
     request.path = source->GetName();
