@@ -50,5 +50,7 @@ struct MediaFeed
 
 private:
     PlayNeed WithSoundToItsEnd(PlayNeed need) const;
+    void FillPictures(PlaybackStatus& status) const;
+    void FillSound(PlaybackStatus& status, bool forwards) const;
     bool OpenPictures(long long budget, StopCheck const& stop);
 };
