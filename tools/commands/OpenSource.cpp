@@ -1,7 +1,6 @@
 #include "tools/commands/OpenSource.h"
 
 #include "common/Logger.h"
-#include "common/Settings.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "tools/report/Console.h"
@@ -54,13 +53,6 @@ std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, c
 
 } // namespace
 
-SourceOptions UsualSourceOptions()
-{
-    SourceOptions options;
-    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-    return options;
-}
-
 std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options)
 {
     QString const& path = item.path;
@@ -103,7 +95,7 @@ std::unique_ptr<Source> OpenPictures(std::optional<MediaItem> const& item, Messa
 std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log, int stream)
 {
     auto const item = FindOnlyOne(path, MediaItems::Half::Sound, MediaItems::Rows::Sequences);
-    auto source = item ? OpenSource(*item, log, UsualSourceOptions()) : nullptr;
+    auto source = item ? OpenSource(*item, log, {}) : nullptr;
     bool const hasSound = source && source->HasSound();
     source = WithHalf(std::move(source), hasSound, ": there is no sound in it");
     return source && ChooseSound(*source, stream) ? std::move(source) : nullptr;

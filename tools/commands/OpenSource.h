@@ -10,8 +10,6 @@
 
 class MessageLog;
 
-SourceOptions UsualSourceOptions(); // of all commands
-
 // Opening what a command is given. Says on standard error what is wrong when it cannot be used; empty then.
 std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options);
 
