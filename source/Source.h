@@ -5,6 +5,7 @@
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 #include "source/StartTimecode.h"
+#include "source/StreamColours.h"
 
 #include <QList>
 #include <QMap>
@@ -76,6 +77,7 @@ public:
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
+    QList<StreamColours> const& GetTaggedColours() const { return taggedColours; } // of all streams of pictures
     long long GetBitRate() const { return bitRate; } // of all streams, bits per second; 0: unknown
 
     QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
@@ -148,6 +150,7 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    QList<StreamColours> taggedColours;
     StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;
