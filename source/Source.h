@@ -56,7 +56,8 @@ public:
     // Why the kind is None, or which half of it has no decoder; one sentence, empty when all can be decoded.
     QString const& GetError() const { return error; }
 
-    // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
+    // Null without pictures or sound, and if they cannot be decoded. A cover is decoded by this call, unless `stop`
+    // says that nobody needs it.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
     std::unique_ptr<SoundStream> OpenSound() const;
     std::unique_ptr<SoundStream> OpenSound(int soundStream) const; // of this number, see SourceOptions
