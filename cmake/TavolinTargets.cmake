@@ -7,7 +7,7 @@ target_compile_options(TavolinBuildFlags INTERFACE
     $<$<BOOL:${TAVOLIN_WARNINGS_AS_ERRORS}>:-Werror>)
 if(TAVOLIN_SANITIZE)
     target_compile_options(TavolinBuildFlags INTERFACE
-        -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     target_link_options(TavolinBuildFlags INTERFACE -fsanitize=${TAVOLIN_SANITIZE})
 endif()
 if(TAVOLIN_FUZZ_COVERAGE)
