@@ -4,6 +4,7 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
+#include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QClipboard>
@@ -40,6 +41,24 @@ TEST_P(PlayerWindowTest, OpensAMovieFiveTimes)
     ASSERT_TRUE(Eventually([&] { return !Child<WaveformReader>(); }));
     window->GetEngine().Seek(1000000000); // to the true end, which is what the container says
     ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
+    EXPECT_EQ(OpenedInputs::Count() - before, 5);
+}
+
+// The last packet of AAC ends 16 ms after the movie.
+TEST_P(PlayerWindowTest, ReadsTheWaveformOnceWhereTheSoundEndsALittleLater)
+{
+    QString const movie =
+        MakeMedia("longsound.mp4",
+                  Picture("64x48", 25, 30.0) + QStringList{"-f", "lavfi", "-i", "sine=duration=30:sample_rate=48000",
+                                                           "-c:v", "libx264", "-c:a", "aac", "-shortest"});
+    int const before = OpenedInputs::Count();
+    Start({movie});
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - before >= 5 && !Child<WaveformReader>(); }));
+    window->GetEngine().Seek(1000000000);
+    ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
+    EXPECT_EQ(Status().duration, 30015999);
+    Press(Qt::Key_Home);
+    ASSERT_TRUE(Eventually([&] { return Status().position == 0; }));
     EXPECT_EQ(OpenedInputs::Count() - before, 5);
 }
 
