@@ -62,6 +62,23 @@ TEST_P(PlayerWindowTest, ReadsTheWaveformOnceWhereTheSoundEndsALittleLater)
     EXPECT_EQ(OpenedInputs::Count() - before, 5);
 }
 
+TEST_P(PlayerWindowTest, FindsTheEndOfAFileThatDoesNotTellItsLength)
+{
+    QString const movie =
+        MakeMedia("live.webm", Picture("64x48", 25, 8.0) + QStringList{"-f", "lavfi", "-i", "sine=duration=8", "-c:v",
+                                                                       "libvpx", "-c:a", "libopus", "-live", "1"});
+    options.paused = true;
+    options.cacheMegabytes = 1; // half of it
+    Start({movie});
+    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 0; }));
+    EXPECT_FALSE(Status().durationKnown);
+    EXPECT_LE(Status().duration, 0);
+    Press(Qt::Key_End);
+    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 199; }));
+    Press(Qt::Key_Left);
+    EXPECT_TRUE(Eventually([&] { return RecordNumber() == 198; }));
+}
+
 TEST_P(PlayerWindowTest, GoesOnWithAFileThatWasBegunBeforeThereWasAWindow)
 {
     QString const movie = DemoMovie::Make(pictures);
