@@ -198,6 +198,11 @@ bool VideoDecoder::HasSkippedInDoubt() const
     return hasSkipped && hasDoubt;
 }
 
+void VideoDecoder::SetStepwiseDrain(bool isStepwise)
+{
+    stepwiseDrain = isStepwise;
+}
+
 void VideoDecoder::BeginAtKeyPicture()
 {
     awaitsKeyPicture = true;
@@ -261,8 +266,8 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 // decoded.
 void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
-    Step step = Step::Picture;
-    while (step == Step::Picture)
+    Step step = ReceivePicture(frames, seekTime);
+    while (step == Step::Picture && !stepwiseDrain)
         step = ReceivePicture(frames, seekTime);
     if (step != Step::TryAgain)
         return;
@@ -274,13 +279,13 @@ void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVi
     ReceivePictures(frames, seekTime);
 }
 
-// Receives all pictures left in a draining codec, until one is dropped.
+// Receives all pictures left in a draining codec, or the next one, until one is dropped.
 void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     Step step = Step::Picture;
     for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
         step = ReceivePicture(frames, seekTime);
-        if (step == Step::Picture)
+        if (step == Step::Picture && (isImage || !stepwiseDrain))
             fruitless = 0;
         else if (step != Step::TryAgain)
             return;

@@ -48,6 +48,7 @@ bool SoundStream::Restart()
     Forget();
     instance = std::make_unique<MediaInstance>();
     instance->SetAudioStream(wantedIndex);
+    instance->SetMostThreads(1); // of the pictures, which are not decoded here
     if (!instance->Initialize(info, 0))
         return false;
     // Pictures that cannot be decoded are no reason to be silent: the sound's side is open by then.
