@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Reference.h"
 
@@ -8,8 +9,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 // Coded and tagged with the HD matrix: the converter's defaults show another red.
 QString Crimson()

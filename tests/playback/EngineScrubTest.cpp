@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
 
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
 constexpr int rate = 48000;
 constexpr int pieceFrames = 60 * rate / 1000;
 constexpr int fadeFrames = 5 * rate / 1000;

@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -12,8 +13,6 @@
 #include <cstring>
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 class EngineSequenceTest : public testing::Test
 {

@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 #include "tests/support/Reference.h"
@@ -23,8 +24,6 @@
 #include <thread>
 
 namespace {
-
-constexpr int patience = 10000; // milliseconds
 
 class EngineTest : public testing::Test
 {

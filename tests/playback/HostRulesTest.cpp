@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Reference.h"
 
@@ -23,8 +24,6 @@
 // combine them. Rules 5 and 6, about reading, are tested in tests/source.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 std::shared_ptr<MediaInfo> Probe(QString const& path)
 {

@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -15,8 +16,6 @@
 // Measures the process's resident memory by the kernel, which includes what our own counters miss.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 long long PeakBytes()
 {

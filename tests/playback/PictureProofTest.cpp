@@ -3,6 +3,7 @@
 
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackEngine.h"
+#include "tests/playback/Patience.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 constexpr long long farAhead = 1000000000000LL;
 
 std::vector<std::string> AllClips()

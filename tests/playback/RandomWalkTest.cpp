@@ -1,4 +1,5 @@
 #include "VirtualTime.h"
+#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Reference.h"
 
@@ -21,7 +22,6 @@
 
 namespace {
 
-constexpr int patience = 30000; // milliseconds
 constexpr int orderingThreads = 3;
 constexpr int ordersOfARound = 60;
 

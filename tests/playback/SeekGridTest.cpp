@@ -7,6 +7,7 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "playback/PlaybackEngine.h"
+#include "tests/playback/Patience.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds
 constexpr int fewTargets = 9;
 constexpr size_t picturesAfterTarget = 6;
 
