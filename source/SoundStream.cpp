@@ -20,7 +20,7 @@ using Search::longestGuess;
 constexpr long long settling = secondUs / 2;
 
 // So close before a target, decoding on is quicker than another landing.
-constexpr long long nearAhead = 2 * secondUs;
+constexpr long long soundNearAhead = 2 * secondUs;
 
 // Times of packets are rounded, up to a millisecond and more, and some are wrong by 10 ms; what is missing beyond that
 // is a hole.
@@ -118,7 +118,7 @@ long long SoundStream::LatestTime() const
 bool SoundStream::IsShortlyAhead(long long time) const
 {
     long long const next = ready.isEmpty() ? nextTime : ready.first()->startTime;
-    return next != unknown && next <= time && time - next < nearAhead;
+    return next != unknown && next <= time && time - next < soundNearAhead;
 }
 
 // Seeks, and passes over what sounds before `latest`. False when nothing is found from there on, or only later sound.
