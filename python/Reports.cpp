@@ -51,7 +51,7 @@ void RenewChecks()
 Source Open(QString const& path, Reports::Opening const& opening)
 {
     int const before = logged.count;
-    SourceOptions options = UsualSourceOptions();
+    SourceOptions options;
     options.sequenceRate = opening.sequenceRate;
     Source source = Video::OpenSource(path, opening.isSequence, options);
     if (source.GetKind() == SourceKind::Sequence)
