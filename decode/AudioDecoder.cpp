@@ -21,14 +21,6 @@ extern "C" {
 
 namespace {
 
-// A drain normally ends by itself, but a context that was never opened would return errors forever.
-constexpr int mostFruitlessReceives = 100;
-
-bool IsEmpty(AVPacket const& packet)
-{
-    return packet.size == 0 && !packet.data;
-}
-
 short FromUnsigned8(uint8_t const* source)
 {
     return static_cast<short>(static_cast<uint16_t>(*source << 8 ^ 0x8000));
@@ -135,7 +127,7 @@ void AudioDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedA
         if (received == AVERROR_EOF)
             return;
     }
-    if (!IsEmpty(*packet))
+    if (!IsEmptyPacket(*packet))
         return;
     avcodec_send_packet(codecContext, nullptr);
     while (DrainFrame())

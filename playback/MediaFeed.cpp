@@ -109,11 +109,11 @@ bool MediaFeed::IsReady(PlayNeed const& asked, long long ahead) const
 }
 
 // Where the sound ends is known only once it has been decoded to there, at a speed without sound, too: otherwise play
-// would never end.
+// would never end, and backwards never begin.
 PlayNeed MediaFeed::WithSoundToItsEnd(PlayNeed need) const
 {
     PlayRange const range = GetRange();
-    bool const mayBeAtEnd = need.playing && need.forwards && !range.endKnown && need.position >= range.end;
+    bool const mayBeAtEnd = need.playing && !range.endKnown && need.position >= range.end;
     need.needsSound = need.needsSound || mayBeAtEnd;
     return need;
 }
@@ -145,7 +145,8 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     PlayRange const range = GetRange();
     status.kind = kind;
     status.start = range.start;
-    status.duration = std::max(range.end - range.start, 0LL);
+    bool const isTold = range.endKnown || source.GetDuration() > 0;
+    status.duration = isTold ? std::max(range.end - range.start, 0LL) : 0;
     status.durationKnown = range.endKnown;
     status.width = width;
     status.height = height;

@@ -18,7 +18,7 @@ constexpr long long soundToBegin = secondUs / 5;
 constexpr long long soundToWaitFor = secondUs;
 
 constexpr long long mostBytes = 1LL << 40;
-constexpr long long longestRest = 3600 * secondUs;
+constexpr long long longestPreviewRest = 3600 * secondUs;
 
 long long SensibleBudget(long long bytes)
 {
@@ -32,7 +32,7 @@ PlaybackOptions Sensible(PlaybackOptions options)
                         options.untimedRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
     options.untimedRate = isRate ? options.untimedRate : PlaybackOptions().untimedRate;
     options.cacheBudget = SensibleBudget(options.cacheBudget);
-    options.previewRest = std::clamp(options.previewRest, 0LL, longestRest);
+    options.previewRest = std::clamp(options.previewRest, 0LL, longestPreviewRest);
     return options;
 }
 

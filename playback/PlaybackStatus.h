@@ -33,7 +33,7 @@ struct PlaybackStatus
 
     long long position = 0;     // not before the start, and not after the end once that is known
     long long start = 0;        // below 0 where the sound begins before the first picture
-    long long duration = 0;     // from `start` to the end
+    long long duration = 0;     // from `start` to the end; 0 while nobody knows it
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
     double speed = 0.0;         // 0 while paused, below 0 backwards
     double volume = 1.0;        // as set by SetVolume

@@ -93,6 +93,7 @@ private:
     void FollowSound(PlaybackStatus const& status);
     void FollowEnd(PlaybackStatus const& status);
     bool HasEnded(PlaybackStatus const& status);
+    bool IsWaveformStretched(PlaybackStatus const& status) const;
     void ReadWaveform(PlaybackStatus const& status);
     void StopWaveform();
 

@@ -84,6 +84,7 @@ bool MoviePictures::RenewCodec()
 void MoviePictures::SetUpDecoder()
 {
     instance->SetSeekSkipping(skips);
+    instance->SetStepwiseDrain(true);
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
     if (stream.frameRate == 0.0)
@@ -371,7 +372,7 @@ bool MoviePictures::IsEndInDoubt() const
 void MoviePictures::DecodePacket()
 {
     if (!instance->HasPacket()) {
-        // A dropped picture ends the drain; what it left in the decoder comes with another empty packet.
+        // Each empty packet drains one picture.
         instance->PrepareNextPacket(true);
         drained = ++fruitlessDrains > mostFruitlessDrains;
     }

@@ -20,7 +20,7 @@ using Search::longestGuess;
 constexpr long long settling = secondUs / 2;
 
 // So close before a target, decoding on is quicker than another landing.
-constexpr long long nearAhead = 2 * secondUs;
+constexpr long long soundNearAhead = 2 * secondUs;
 
 // Times of packets are rounded, up to a millisecond and more, and some are wrong by 10 ms; what is missing beyond that
 // is a hole.
@@ -48,6 +48,7 @@ bool SoundStream::Restart()
     Forget();
     instance = std::make_unique<MediaInstance>();
     instance->SetAudioStream(wantedIndex);
+    instance->SetMostThreads(1); // of the pictures, which are not decoded here
     if (!instance->Initialize(info, 0))
         return false;
     // Pictures that cannot be decoded are no reason to be silent: the sound's side is open by then.
@@ -117,7 +118,7 @@ long long SoundStream::LatestTime() const
 bool SoundStream::IsShortlyAhead(long long time) const
 {
     long long const next = ready.isEmpty() ? nextTime : ready.first()->startTime;
-    return next != unknown && next <= time && time - next < nearAhead;
+    return next != unknown && next <= time && time - next < soundNearAhead;
 }
 
 // Seeks, and passes over what sounds before `latest`. False when nothing is found from there on, or only later sound.

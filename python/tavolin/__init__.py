@@ -71,7 +71,7 @@ def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colo
     cache: bytes of decoded pictures that are kept around the last one asked for; at least four pictures. A video that
         has only been read forwards uses a quarter of it.
     sequence: whether a single file stands for the image sequence that it belongs to.
-    rate: pictures per second of an image sequence.
+    rate: pictures per second of an image sequence, from 0.1 to 1000.
     holes: what an image sequence shows for a missing file: "hold" (the picture before it), "black", or "refuse".
     colours: "stream": as the stream says; "plain": BT.601 in limited range, whatever it says.
     tone_mapping: whether HDR becomes SDR.

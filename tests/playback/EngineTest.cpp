@@ -408,6 +408,22 @@ TEST_F(EngineTest, LoopsEitherWay)
     EXPECT_LT(Status().position, 2400000);
 }
 
+// Ten pictures, one of them for each turn of the loop below.
+TEST_F(EngineTest, LoopsBackwardsWithEveryPictureAtAnySpeed)
+{
+    for (double const speed : {-0.25, -1.0, -2.0, -8.0}) {
+        Open("gop250.mp4");
+        engine.SetLoop(2000000, 2400000);
+        engine.Seek(2399999);
+        engine.SetSpeed(speed);
+        for (int i = 0; i < 35; ++i) {
+            Wait();
+            EXPECT_EQ(Shown(), 2360000 - i % 10 * 40000) << speed << ", turn " << i;
+            time->Advance(static_cast<long long>(40000 / -speed));
+        }
+    }
+}
+
 TEST_F(EngineTest, StepsAskedForFasterThanDecodingAreAllMade)
 {
     Open("gop250.mp4");

@@ -202,7 +202,7 @@ ExitCode Write(Source const& source, FrameRequest const& request, MessageLog con
                                                     : WriteOne(source, request, log);
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunFrame(Arguments& arguments, MessageLog& log)
 {
     FrameRequest request = FrameRequest::From(arguments);
     if (arguments.AreWrong())
@@ -263,5 +263,5 @@ Command FrameCommand()
              {"as-stored", nullptr, "Leave the picture as it is stored, not upright."},
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
-            Run};
+            RunFrame};
 }

@@ -18,10 +18,10 @@ namespace {
 constexpr int mostColumns = 100;
 constexpr int mostRows = 1000;
 constexpr int mostPictures = 10000;
-constexpr int smallestWidth = 80; // pixels; room for a time
+constexpr int smallestTileWidth = 80; // pixels; room for a time
 constexpr int largestWidth = 4096;
 
-struct Request
+struct SheetRequest
 {
     QString path; // as given; later the source's name
     MediaItems::Rows rows = MediaItems::Rows::Sequences;
@@ -33,16 +33,16 @@ struct Request
     SourceOptions options;
 };
 
-Request RequestIn(Arguments& arguments)
+SheetRequest SheetRequestIn(Arguments& arguments)
 {
-    Request request;
+    SheetRequest request;
     request.path = arguments.OnlyFile();
     request.target = arguments.PictureOutput();
     if (arguments.Has("rows") && arguments.Has("count"))
         arguments.Reject(QStringLiteral("--rows and --count do not go together"));
     request.columns = arguments.Number("columns", 1, mostColumns, 4);
     int const rows = arguments.Number("rows", 1, mostRows, 5);
-    request.width = arguments.Number("width", smallestWidth, largestWidth, 320);
+    request.width = arguments.Number("width", smallestTileWidth, largestWidth, 320);
     request.count = arguments.Number("count", 1, mostPictures, request.columns * rows);
     request.range = arguments.Range();
     request.rows = arguments.Rows();
@@ -51,7 +51,7 @@ Request RequestIn(Arguments& arguments)
     return request;
 }
 
-ExitCode Report(Request const& request, PictureSamples::Result result)
+ExitCode Report(SheetRequest const& request, PictureSamples::Result result)
 {
     switch (result) {
     case PictureSamples::Result::Done:
@@ -69,7 +69,7 @@ ExitCode Report(Request const& request, PictureSamples::Result result)
     return ExitCode::DecodingFailed;
 }
 
-bool IsTooLarge(ContactSheet const& sheet, Request const& request)
+bool IsTooLarge(ContactSheet const& sheet, SheetRequest const& request)
 {
     long long const width = sheet.GetWidth(request.columns);
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
@@ -102,7 +102,7 @@ bool HasFiles(Source const& source, PictureSamples const& samples)
     return hasAll;
 }
 
-ExitCode Collect(Source const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
+ExitCode Collect(Source const& source, SheetRequest const& request, Arguments& arguments, ContactSheet& sheet)
 {
     bool const hasTime = !source.HasOnePicture();
     bool isTooLarge = false;
@@ -123,7 +123,7 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
     return reported == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : reported;
 }
 
-ExitCode Write(ContactSheet const& sheet, Request const& request)
+ExitCode Write(ContactSheet const& sheet, SheetRequest const& request)
 {
     int const columns = std::min(request.columns, sheet.GetCount());
     return WritePicture(sheet.Draw(columns), request.target,
@@ -134,9 +134,9 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
                             .arg(columns == 1 ? QString() : QStringLiteral("s")));
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunSheet(Arguments& arguments, MessageLog& log)
 {
-    Request request = RequestIn(arguments);
+    SheetRequest request = SheetRequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source =
@@ -180,5 +180,5 @@ Command SheetCommand()
              Options::stills,
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
-            Run};
+            RunSheet};
 }

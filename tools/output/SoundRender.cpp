@@ -20,14 +20,14 @@ constexpr int patienceMs = 600000;
 constexpr long long farthestUs = 100000000 * secondUs;
 
 // At every speed there is sound.
-constexpr double fastest = 16.0;
+constexpr double fastestHeard = 16.0;
 
 PlaybackOptions SoundOnly(int soundStream)
 {
     PlaybackOptions options;
     options.soundStream = soundStream;
     options.withPictures = false;
-    options.muteAboveSpeed = fastest;
+    options.muteAboveSpeed = fastestHeard;
     return options;
 }
 

@@ -374,6 +374,19 @@ TEST_F(FrameCommandTest, AnswersADamagedStillImageWithFour)
     EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
 }
 
+// In this clip only the sound is damaged, and the container calls every picture a key picture.
+TEST_F(FrameCommandTest, DoesNotTakeDamagedSoundForDamagedPictures)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    QString const clip = Clips::Real("asf-two-video-streams-rate-0.asf");
+    for (char const* time : {"10.1", "10.2", "10.4", "10.55", "10.85", "10.9", "14"}) {
+        ToolRun const run = RunTavolin({"frame", clip, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 0) << time;
+        EXPECT_EQ(run.errors, "") << time;
+    }
+}
+
 TEST_F(FrameCommandTest, PassesRealClipsWithoutDamage)
 {
     if (!Clips::HasReal())

@@ -14,7 +14,7 @@ namespace {
 
 QByteArray const header = "P6\n96 64\n255\n";
 
-QByteArray Md5(QByteArray const& bytes)
+QByteArray Md5Of(QByteArray const& bytes)
 {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
 }
@@ -44,7 +44,7 @@ protected:
     {
         QByteArray const bytes = ReadMedia(PathOf(name));
         ASSERT_TRUE(bytes.startsWith(header)) << name.toStdString();
-        EXPECT_EQ(Md5(bytes.mid(header.size())), DecodePlainly(movie).at(number).md5) << name.toStdString();
+        EXPECT_EQ(Md5Of(bytes.mid(header.size())), DecodePlainly(movie).at(number).md5) << name.toStdString();
     }
 };
 
@@ -119,7 +119,7 @@ TEST_F(FrameSeriesTest, WritesOneBehindTheOtherToStandardOutput)
     ASSERT_EQ(run.output.size(), 3 * (header.size() + 3 * 96 * 64));
     for (int i = 0; i < 3; ++i) {
         QByteArray const one = run.output.mid(i * run.output.size() / 3, run.output.size() / 3);
-        EXPECT_EQ(Md5(one.mid(header.size())), DecodePlainly(Uneven()).at(static_cast<size_t>(20 * i)).md5) << i;
+        EXPECT_EQ(Md5Of(one.mid(header.size())), DecodePlainly(Uneven()).at(static_cast<size_t>(20 * i)).md5) << i;
     }
     EXPECT_EQ(run.errors.count("tavolin: the picture at "), 3);
 }
