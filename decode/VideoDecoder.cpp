@@ -7,6 +7,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
+#include "decode/RowBytes.h"
 #include "decode/SkipProof.h"
 #include "decode/colour/StreamConverter.h"
 #include "media/FfmpegBridge.h"
@@ -25,22 +26,12 @@ extern "C" {
 
 namespace {
 
-constexpr int bytesPerPixel = 3;
-
-// A drain normally ends by itself, but a context that was never opened would return errors forever.
-constexpr int mostFruitlessReceives = 100;
-
 // A codec that refuses a packet takes it after a few pictures were received; after this many it is faulty.
 constexpr int mostReceivesBeforeSend = 1000;
 
 constexpr int mostDamage = 1000; // times kept for a host that may never ask for them
 
 constexpr int mostScalerThreads = 16;
-
-bool IsEmpty(AVPacket const& packet)
-{
-    return packet.size == 0 && !packet.data;
-}
 
 void LogDecodingError()
 {
@@ -178,7 +169,7 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
     bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
                           newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
     frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN stays
-    frameDuration = 1.0 / frameRate * 1000000.0;
+    frameDuration = 1.0 / frameRate * secondUs;
 }
 
 void VideoDecoder::SetTimesOnly(bool newTimesOnly)
@@ -241,7 +232,7 @@ void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedV
     if (!packet || !codecContext)
         return;
     resizedPictures.clear();
-    if (IsEmpty(*packet))
+    if (IsEmptyPacket(*packet))
         Drain(*packet, frames, seekTime);
     else
         Decode(*packet, frames, seekTime);

@@ -107,7 +107,7 @@ private:
     Playlist playlist;
     long long startTime; // microseconds; of the first file alone
     bool startsPaused;
-    bool once;                          // each file is played to its end, whichever that is, with no hand at the keys
+    bool once;                          // each file is played to its end without a key pressed
     std::optional<double> stillSeconds; // empty: until the next key
     QElapsedTimer stillTimer;           // since the still image on show began to be played
     int direction = 1;                  // in which the playlist was gone through last

@@ -1,5 +1,6 @@
 #include "source/MoviePictures.h"
 
+#include "common/Microseconds.h"
 #include "common/VideoStream.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -466,7 +467,7 @@ long long MoviePictures::GetOrigin() const
 long long MoviePictures::DurationOf(DecodedVideoFrame const& picture) const
 {
     double const rate = picture.frameRate > 0.0 ? picture.frameRate : untimedRate;
-    return std::max(static_cast<long long>(1000000.0 / rate), 1LL);
+    return std::max(static_cast<long long>(secondUs / rate), 1LL);
 }
 
 long long MoviePictures::GetEnd() const

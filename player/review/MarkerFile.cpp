@@ -19,7 +19,7 @@ namespace {
 constexpr int mostRows = Markers::mostMarkers + 2; // and both ends of the range
 constexpr int mostColumns = 100;
 constexpr int schemaVersion = 1;
-char const* const columns[] = {"kind", "time", "number", "timecode", "note"};
+char const* const columnNames[] = {"kind", "time", "number", "timecode", "note"};
 
 QString NameOf(MarkerRow::Kind kind)
 {
@@ -187,7 +187,7 @@ bool MarkerFile::IsName(QString const& path)
 
 QByteArray MarkerFile::ToCsv(QVector<MarkerRow> const& rows)
 {
-    QString text = QStringList(std::begin(columns), std::end(columns)).join(',') + "\r\n";
+    QString text = QStringList(std::begin(columnNames), std::end(columnNames)).join(',') + "\r\n";
     for (MarkerRow const& row : rows)
         text +=
             QStringList({NameOf(row.kind), row.time ? TimeText::Seconds(*row.time) : QString(),

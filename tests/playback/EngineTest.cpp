@@ -1,6 +1,7 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -23,8 +24,6 @@
 #include <thread>
 
 namespace {
-
-constexpr int patience = 10000; // milliseconds
 
 class EngineTest : public testing::Test
 {

@@ -1,6 +1,7 @@
 #include "DemoMovie.h"
 #include "player/PlayerSettings.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -18,8 +19,6 @@
 // The program as it is started, with settings of its own.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 class PlayerProgramTest : public ::testing::Test
 {
