@@ -7,7 +7,7 @@ target_compile_options(TavolinBuildFlags INTERFACE
     $<$<BOOL:${TAVOLIN_WARNINGS_AS_ERRORS}>:-Werror>)
 if(TAVOLIN_SANITIZE)
     target_compile_options(TavolinBuildFlags INTERFACE
-        -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        -fsanitize=${TAVOLIN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     target_link_options(TavolinBuildFlags INTERFACE -fsanitize=${TAVOLIN_SANITIZE})
 endif()
 if(TAVOLIN_FUZZ_COVERAGE)
@@ -25,6 +25,14 @@ function(tavolin_use_build_flags target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:TavolinBuildFlags>)
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    if(TAVOLIN_QUICK_BUILD) # compiles eight sources together; more would make a change to one of them slow
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+    endif()
+endfunction()
+
+# tavolin_compile_alone(TARGET SOURCE...): keeps the sources out of the groups of a quick build.
+function(tavolin_compile_alone target)
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # tavolin_precompile(HEADERS LIBRARY...): precompiles cmake/headers/HEADERS.h, which includes headers of these
@@ -77,11 +85,9 @@ function(tavolin_lead_fuzzers target)
     endif()
 endfunction()
 
-# tavolin_add_library(TavolinAV AV [HEADERS]): the target, its alias Tavolin::AV, hidden symbols and the export header
-# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT. HEADERS: its precompiled headers, "Library" by default.
+# tavolin_add_library(TavolinAV AV): the target, its alias Tavolin::AV, hidden symbols and the export header
+# "TavolinAVExport.h" with the macro TAVOLINAV_EXPORT.
 function(tavolin_add_library target alias)
-    set(headers Library ${ARGN})
-    list(GET headers -1 headers)
     add_library(${target})
     add_library(Tavolin::${alias} ALIAS ${target})
     tavolin_use_build_flags(${target})
@@ -95,7 +101,7 @@ function(tavolin_add_library target alias)
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
     tavolin_hide_symbols(${target})
-    tavolin_use_precompiled(${target} ${headers})
+    tavolin_use_precompiled(${target} Library)
     tavolin_lead_fuzzers(${target})
     generate_export_header(${target} EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/generated/${target}Export.h")
     if(NOT BUILD_SHARED_LIBS)

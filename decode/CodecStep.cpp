@@ -21,3 +21,8 @@ int TakeCodecStep(AVCodecContext* context, AVPacket const* packet, AVFrame* fram
         return received;
     return 0;
 }
+
+bool IsEmptyPacket(AVPacket const& packet)
+{
+    return packet.size == 0 && !packet.data;
+}

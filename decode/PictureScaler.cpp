@@ -1,5 +1,6 @@
 #include "decode/PictureScaler.h"
 
+#include "decode/RowBytes.h"
 #include "media/FfmpegBridge.h"
 
 extern "C" {
@@ -14,8 +15,6 @@ extern "C" {
 #include <new>
 
 namespace {
-
-constexpr int bytesPerPixel = 3;
 
 // libswscale's fast converters write up to this many pixels per step. If a row has no room for the last step, they
 // leave its last columns unwritten or write into the next row, depending on the width.
@@ -81,16 +80,6 @@ FfmpegPtr<SwsContext> MakeContext(PictureScaler::Layout const& layout, int threa
                                  1 << 16);
     }
     return context;
-}
-
-void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
-{
-    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
-    auto const stride = static_cast<size_t>(layout.outputStride);
-    if (used == stride)
-        return;
-    for (int row = 0; row < layout.outputHeight; ++row)
-        std::memset(target + row * stride + used, 0, stride - used);
 }
 
 void CopyRows(uint8_t const* source, size_t sourceStride, uint8_t* target, PictureScaler::Layout const& layout)
@@ -176,4 +165,14 @@ bool PictureScaler::ConvertTo(AVFrame& source, Layout const& layout, uint8_t* ta
     source.width = layout.width;
     source.height = layout.height;
     return FfmpegBridge::ScaleFrame(context.get(), picture.get(), &source) >= 0;
+}
+
+void PictureScaler::ClearPadding(Layout const& layout, uint8_t* target)
+{
+    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
+    auto const stride = static_cast<size_t>(layout.outputStride);
+    if (used == stride)
+        return;
+    for (int row = 0; row < layout.outputHeight; ++row)
+        std::memset(target + row * stride + used, 0, stride - used);
 }

@@ -39,6 +39,9 @@ public:
     // content of `target` is then undefined.
     bool Convert(AVFrame& source, Layout const& layout, uint8_t* target);
 
+    // Sets the padding of each row of `target` to 0.
+    static void ClearPadding(Layout const& layout, uint8_t* target);
+
 private:
     bool Prepare(Layout const& layout);
     bool ConvertTo(AVFrame& source, Layout const& layout, uint8_t* target, int stride);

@@ -7,6 +7,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "decode/PictureBuffers.h"
 #include "decode/PictureScaler.h"
+#include "decode/RowBytes.h"
 #include "decode/SkipProof.h"
 #include "decode/colour/StreamConverter.h"
 #include "media/FfmpegBridge.h"
@@ -25,22 +26,12 @@ extern "C" {
 
 namespace {
 
-constexpr int bytesPerPixel = 3;
-
-// A drain normally ends by itself, but a context that was never opened would return errors forever.
-constexpr int mostFruitlessReceives = 100;
-
 // A codec that refuses a packet takes it after a few pictures were received; after this many it is faulty.
 constexpr int mostReceivesBeforeSend = 1000;
 
 constexpr int mostDamage = 1000; // times kept for a host that may never ask for them
 
 constexpr int mostScalerThreads = 16;
-
-bool IsEmpty(AVPacket const& packet)
-{
-    return packet.size == 0 && !packet.data;
-}
 
 void LogDecodingError()
 {
@@ -178,7 +169,7 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
     bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
                           newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
     frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN stays
-    frameDuration = 1.0 / frameRate * 1000000.0;
+    frameDuration = 1.0 / frameRate * secondUs;
 }
 
 void VideoDecoder::SetTimesOnly(bool newTimesOnly)
@@ -196,6 +187,11 @@ void VideoDecoder::SetSeekSkipping(bool skips)
 bool VideoDecoder::HasSkippedInDoubt() const
 {
     return hasSkipped && hasDoubt;
+}
+
+void VideoDecoder::SetStepwiseDrain(bool isStepwise)
+{
+    stepwiseDrain = isStepwise;
 }
 
 void VideoDecoder::BeginAtKeyPicture()
@@ -236,7 +232,7 @@ void VideoDecoder::DecodePacket(AVPacket* packet, QList<std::shared_ptr<DecodedV
     if (!packet || !codecContext)
         return;
     resizedPictures.clear();
-    if (IsEmpty(*packet))
+    if (IsEmptyPacket(*packet))
         Drain(*packet, frames, seekTime);
     else
         Decode(*packet, frames, seekTime);
@@ -261,8 +257,8 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 // decoded.
 void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
-    Step step = Step::Picture;
-    while (step == Step::Picture)
+    Step step = ReceivePicture(frames, seekTime);
+    while (step == Step::Picture && !stepwiseDrain)
         step = ReceivePicture(frames, seekTime);
     if (step != Step::TryAgain)
         return;
@@ -274,13 +270,13 @@ void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVi
     ReceivePictures(frames, seekTime);
 }
 
-// Receives all pictures left in a draining codec, until one is dropped.
+// Receives all pictures left in a draining codec, or the next one, until one is dropped.
 void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     Step step = Step::Picture;
     for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
         step = ReceivePicture(frames, seekTime);
-        if (step == Step::Picture)
+        if (step == Step::Picture && (isImage || !stepwiseDrain))
             fruitless = 0;
         else if (step != Step::TryAgain)
             return;

@@ -1,5 +1,7 @@
 #include "playback/DecodingThread.h"
 
+#include "common/Microseconds.h"
+
 #include <exception>
 #include <new>
 #include <system_error>
@@ -12,7 +14,7 @@ namespace {
 constexpr auto longestRest = std::chrono::milliseconds(10);
 
 // Microseconds of another stream of sound that are decoded before it takes over.
-constexpr long long soundToChange = 200000;
+constexpr long long soundToChange = secondUs / 5;
 
 // One sentence for the reader, without an allocation where there may be no memory.
 QString TroubleOf(std::exception const& exception)
@@ -58,14 +60,13 @@ DecodingThread::~DecodingThread()
     thread.join();
 }
 
-void DecodingThread::Open(QString const& newPath, bool newIsSequence)
+void DecodingThread::Open(MediaItem const& newItem)
 {
-    path = newPath;
-    isSequence = newIsSequence;
+    item = newItem;
     ordered = true;
     soundStream = options.soundStream;
     soundOrdered = false;
-    opening = !path.isEmpty();
+    opening = !item.path.isEmpty();
     error.clear();
     noteMedia();
     Notify();
@@ -117,26 +118,25 @@ void DecodingThread::TakeUpOrder(Lock& lock)
 {
     ordered = false;
     auto former = std::exchange(media, nullptr);
-    QString const asked = path;
-    bool const askedSequence = isSequence;
+    MediaItem const asked = item;
     long long const serial = state.openSerial;
     lock.unlock();
     former.reset();
-    if (!asked.isEmpty())
-        OpenMedia(lock, asked, askedSequence, serial);
+    if (!asked.path.isEmpty())
+        OpenMedia(lock, asked, serial);
     else
         lock.lock();
 }
 
 // First the pictures, so that one can be shown; then the sound.
-void DecodingThread::OpenMedia(Lock& lock, QString const& asked, bool askedSequence, long long serial)
+void DecodingThread::OpenMedia(Lock& lock, MediaItem const& asked, long long serial)
 {
     StopCheck const stop = [this, serial] { return ask().openSerial != serial; };
     PlayNeed const need = ask();
     PlaybackOptions now = options;
     now.colours = need.colours;
     QString trouble;
-    auto made = MediaFeed::Open(asked, askedSequence, now, need.budget, stop, trouble);
+    auto made = MediaFeed::Open(asked, now, need.budget, stop, trouble);
     if (made)
         made->StartNumbers(indexThreads);
     lock.lock();

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <thread>
 
-// The thread of an engine that opens sources and decodes what play needs of them. Nothing is posted and nothing queues
-// up: before each piece of work it asks what is needed most.
+// The thread of an engine that opens sources and decodes what play needs of them. There is no
+// queue: before each piece of work it asks what is needed most.
 //
 // All operations are called under the lock of the state of play, apart from constructor and destructor. The thread
-// itself decodes, and lets go of what it has decoded, without it.
+// itself decodes and frees without it.
 class DecodingThread
 {
 public:
@@ -22,9 +22,9 @@ public:
                    std::function<void()> noteMedia);
     ~DecodingThread(); // breaks off what is under way, and waits for the thread
 
-    void Open(QString const& path, bool isSequence); // as of the state's openSerial; an empty path closes
-    void ChangeSound(int soundStream);               // of what is open or opening, see SourceOptions
-    void Notify() { wake.notify_one(); }             // after a change of the state's wakeSerial
+    void Open(MediaItem const& item);    // as of the state's openSerial; an empty path closes
+    void ChangeSound(int soundStream);   // of what is open or opening, see SourceOptions
+    void Notify() { wake.notify_one(); } // after a change of the state's wakeSerial
 
     // Until a piece of work is done; false when `until` has passed. Lets go of the lock meanwhile.
     bool WaitForProgress(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until)
@@ -39,7 +39,7 @@ public:
     // Opening, also sound, or another stream of sound; closing.
     bool IsBusy() const { return ordered || opening || soundOrdered || (media && media->soundPending); }
     bool IsSoundChanging() const { return soundOrdered; }
-    QString const& GetPath() const { return path; }
+    QString const& GetPath() const { return item.path; }
     QString const& GetError() const { return error; } // of the opening, or what the thread has given up for
 
 private:
@@ -47,7 +47,7 @@ private:
 
     void Run();
     void TakeUpOrder(Lock& lock);
-    void OpenMedia(Lock& lock, QString const& asked, bool askedSequence, long long serial);
+    void OpenMedia(Lock& lock, MediaItem const& asked, long long serial);
     void TakeUpSound(Lock& lock);
     bool Work(Lock& lock);
     void GiveUp(Lock& lock, QString const& trouble);
@@ -63,9 +63,8 @@ private:
     std::atomic<bool> quitting = false;
 
     // Under the lock.
-    QString path;
-    bool isSequence = false;
-    bool ordered = false; // the source at `path` is not taken up yet
+    MediaItem item;
+    bool ordered = false; // `item` is not taken up yet
     bool opening = false;
     int soundStream = -1;
     bool soundOrdered = false; // the media's sound is not that of `soundStream` yet

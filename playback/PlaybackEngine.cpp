@@ -13,26 +13,26 @@
 
 namespace {
 
-// Microseconds of decoded sound with which play begins, and with which a caller who waits is told so.
+// Microseconds of decoded sound that play needs to begin, and that WaitUntilReady waits for.
 constexpr long long soundToBegin = secondUs / 5;
 constexpr long long soundToWaitFor = secondUs;
 
 constexpr long long mostBytes = 1LL << 40;
-constexpr long long longestRest = 3600 * secondUs;
+constexpr long long longestPreviewRest = 3600 * secondUs;
 
 long long SensibleBudget(long long bytes)
 {
     return std::clamp(bytes, 0LL, mostBytes);
 }
 
-// Options come from programs and their users: what makes no sense is held to what does.
+// Options can come from users: invalid ones are clamped or replaced by the default.
 PlaybackOptions Sensible(PlaybackOptions options)
 {
     bool const isRate = options.untimedRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
                         options.untimedRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;
     options.untimedRate = isRate ? options.untimedRate : PlaybackOptions().untimedRate;
     options.cacheBudget = SensibleBudget(options.cacheBudget);
-    options.previewRest = std::clamp(options.previewRest, 0LL, longestRest);
+    options.previewRest = std::clamp(options.previewRest, 0LL, longestPreviewRest);
     return options;
 }
 
@@ -97,7 +97,7 @@ struct Display
 //                                               |                                 |
 //     display, output                      GetPicture                         FillAudio
 //
-// A command only changes what is needed. What play itself brings about is settled by whoever looks next.
+// A command only changes the state. Changes by play itself are applied by the next call of any thread.
 struct EngineParts
 {
     EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
@@ -124,12 +124,12 @@ struct EngineParts
         Wake();
     }
 
-    void Open(QString const& path, bool isSequence)
+    void Open(MediaItem const& item)
     {
         Command([&](long long now) {
             state.Open(now);
             display = {};
-            thread.Open(path, isSequence);
+            thread.Open(item);
         });
     }
 
@@ -147,7 +147,7 @@ struct EngineParts
         thread.Notify();
     }
 
-    // What has come about since somebody looked last; the present instant.
+    // Applies what play has done since the last call; returns the present instant.
     long long Settle()
     {
         long long const now = timeSource->GetTime();
@@ -176,7 +176,7 @@ struct EngineParts
             state.DropPiece();
     }
 
-    // Those whose pictures are cached.
+    // Makes the steps to pictures that are cached.
     void MakeSteps(PictureFeeder const* pictures, long long now)
     {
         if (!pictures)
@@ -249,12 +249,12 @@ PlaybackEngine::~PlaybackEngine() = default;
 
 void PlaybackEngine::Open(QString const& path)
 {
-    parts->Open(path, /*isSequence=*/false);
+    parts->Open({path});
 }
 
 void PlaybackEngine::OpenSequence(QString const& path)
 {
-    parts->Open(path, /*isSequence=*/true);
+    parts->Open({path, /*isSequence=*/true});
 }
 
 void PlaybackEngine::SetSpeed(double speed)
@@ -374,7 +374,7 @@ bool PlaybackEngine::WaitUntilReady(int milliseconds)
         if (parts->IsReady(parts->Settle()))
             return true;
         if (isFirst)
-            parts->Wake(); // who waits may be the only one who looks, and time has gone by
+            parts->Wake(); // the waiting caller may be the only one, and time has passed
         if (!parts->thread.WaitForProgress(lock, until))
             return false;
     }

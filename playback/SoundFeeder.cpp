@@ -19,7 +19,7 @@ double Haste(PlayNeed const& need)
     return std::max(std::fabs(need.speed), 1.0);
 }
 
-long long Scaled(long long duration, PlayNeed const& need)
+long long AtHaste(long long duration, PlayNeed const& need)
 {
     return static_cast<long long>(static_cast<double>(duration) * Haste(need));
 }
@@ -148,7 +148,7 @@ void SoundFeeder::ReadBackwards(PlayNeed const& need, StopCheck const& stop)
         cover = {time + 1, time};
         Set(own.backwards, cover.from, cover.to);
     }
-    long long const target = std::max(cover.from - Scaled(piece, need), 0LL);
+    long long const target = std::max(cover.from - AtHaste(piece, need), 0LL);
     followsForwards = false;
     std::vector<SoundStream::Frame> frames;
     SoundStream::Frame frame;
@@ -206,6 +206,6 @@ bool SoundFeeder::Reaches(PlayNeed const& need, long long ahead) const
     long long const time = std::max(need.position + origin, 0LL);
     Snapshot const now = GetSnapshot();
     if (need.forwards)
-        return now.forwards.from <= time && time <= now.forwards.to && now.forwards.to - time >= Scaled(ahead, need);
-    return time <= now.backwards.to + 1 && now.backwards.from <= std::max(time - Scaled(ahead, need), now.begin);
+        return now.forwards.from <= time && time <= now.forwards.to && now.forwards.to - time >= AtHaste(ahead, need);
+    return time <= now.backwards.to + 1 && now.backwards.from <= std::max(time - AtHaste(ahead, need), now.begin);
 }

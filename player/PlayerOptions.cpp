@@ -84,7 +84,7 @@ std::optional<int> CacheSize(QString const& text)
     return size ? std::optional<int>(static_cast<int>(*size)) : std::nullopt;
 }
 
-std::optional<int> SoundStream(QString const& text)
+std::optional<int> SoundStreamNumber(QString const& text)
 {
     bool isNumber = false;
     int const number = text.toInt(&isNumber);
@@ -151,7 +151,7 @@ PlayerOptions PlayerOptions::Parse(QStringList const& arguments)
     reader.Read("still-seconds", options.stillSeconds,
                 [](QString const& text) { return Number(text, 0.0, longestStill); });
     reader.Read("colours", options.streamColours, StreamOrPlain);
-    reader.Read("sound-stream", options.soundStream, SoundStream);
+    reader.Read("sound-stream", options.soundStream, SoundStreamNumber);
     reader.Read("geometry", options.geometry, Geometry);
     reader.Read("audio", options.audio, Audio);
     reader.Read("opengl", options.painting, Painting);

@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "common/Settings.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/RowBytes.h"
 #include "media/AvGlobals.h"
@@ -45,6 +46,13 @@ long long Microseconds(double seconds)
 double Seconds(long long time)
 {
     return static_cast<double>(time) / secondUs;
+}
+
+// As the command has it. The engine would take its default instead.
+void RequireRate(double rate)
+{
+    if (!(rate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE && rate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE))
+        throw py::value_error("rate is a number from 0.1 to 1000");
 }
 
 QString Text(std::string const& text)
@@ -158,6 +166,7 @@ std::shared_ptr<Video> Open(std::string const& path, long long cache, bool seque
         throw py::value_error("holes is \"hold\", \"black\" or \"refuse\"");
     if (colours != "stream" && colours != "plain")
         throw py::value_error("colours is \"stream\" or \"plain\"");
+    RequireRate(rate);
     Video::Options options;
     options.cacheBytes = cache;
     options.isSequence = sequence;
@@ -210,6 +219,7 @@ std::optional<double> DurationOf(Video const& video)
 
 py::object Probe(std::string const& path, bool isQuick, bool sequence, double rate)
 {
+    RequireRate(rate);
     QByteArray const json = Unlocked([&](StopCheck const&) {
         return Reports::Describe(Text(path), {sequence, rate}, isQuick);
     });
@@ -219,6 +229,7 @@ py::object Probe(std::string const& path, bool isQuick, bool sequence, double ra
 // (pictures, seconds of sound, [(text, seconds or None), ...])
 py::tuple Check(std::string const& path, bool sequence, double rate)
 {
+    RequireRate(rate);
     Reports::CheckReport const report = Unlocked([&](StopCheck const& stop) {
         return Reports::Check(Text(path), {sequence, rate}, stop);
     });
@@ -337,10 +348,18 @@ void UseUtf8ForFileNames()
 #endif
 }
 
+// At its first use pybind11 imports NumPy, within the initialisation of a static. A second thread that came to it
+// meanwhile would wait for that and keep the interpreter's lock, which the import needs.
+void ImportNumPy()
+{
+    py::dtype::of<uint8_t>();
+}
+
 } // namespace
 
 PYBIND11_MODULE(_tavolin, module)
 {
+    ImportNumPy();
     UseUtf8ForFileNames();
     AvGlobals::maxAudioOutputChannels = mostChannels;
     Reports::CollectMessages();

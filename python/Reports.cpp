@@ -42,7 +42,7 @@ std::timed_mutex checks;
 Source Open(QString const& path, Reports::Opening const& opening)
 {
     int const before = logged.count;
-    SourceOptions options = UsualSourceOptions();
+    SourceOptions options;
     options.sequenceRate = opening.sequenceRate;
     Source source = Video::OpenSource(path, opening.isSequence, options);
     if (source.GetKind() == SourceKind::Sequence)

@@ -98,13 +98,13 @@ std::vector<short> AtSpeed(std::vector<short> const& samples, int channels, doub
 Source Video::OpenSource(QString const& path, bool isSequence, SourceOptions const& options)
 {
     if (isSequence)
-        return Source::OpenSequence(path, options);
+        return Source::Open(MediaItem{path, true}, options);
     auto const rows = QFileInfo(path).isFile() ? MediaItems::Rows::Stills : MediaItems::Rows::Sequences;
     QString error;
     auto const item = MediaItems::OnlyOne(path, MediaItems::Half::Pictures, rows, error);
     if (!item)
         throw OpenError((path + QStringLiteral(": ") + error).toStdString());
-    Source source = item->isSequence ? Source::OpenSequence(item->path, options) : Source::Open(item->path, options);
+    Source source = Source::Open(*item, options);
     if (source.GetKind() == SourceKind::None && QFileInfo(item->path).isDir())
         throw OpenError((path + QStringLiteral(": there are no media files in this folder")).toStdString());
     return source;

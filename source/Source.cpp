@@ -11,6 +11,7 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "source/ImageFormat.h"
+#include "source/MediaItems.h"
 #include "source/MoviePictures.h"
 #include "source/SequencePictures.h"
 #include "source/SoundStream.h"
@@ -189,6 +190,11 @@ Source Source::Open(QString const& path, SourceOptions const& options)
     return ImageSequence::IsPattern(path) ? OpenSequence(path, options) : OpenFile(path, options);
 }
 
+Source Source::Open(MediaItem const& item, SourceOptions const& options)
+{
+    return item.isSequence ? OpenSequence(item.path, options) : Open(item.path, options);
+}
+
 Source Source::OpenSequence(QString const& path, SourceOptions const& options)
 {
     Source source;
@@ -268,6 +274,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         AVFieldOrder const order = announced.codecpar->field_order;
         stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_BT;
         streams.append(stream);
+        if (stream.type == StreamType::Video)
+            taggedColours.append(StreamColours::Tagged(announced));
     }
 }
 
@@ -382,7 +390,7 @@ bool Source::LeavesOutAHalf() const
     return info != wholeInfo;
 }
 
-bool Source::CanSeek() const
+bool Source::IsDurationTrusted() const
 {
     if (kind == SourceKind::Sequence)
         return true;

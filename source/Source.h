@@ -5,6 +5,7 @@
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 #include "source/StartTimecode.h"
+#include "source/StreamColours.h"
 
 #include <QList>
 #include <QMap>
@@ -15,6 +16,7 @@
 class MediaInfo;
 class SoundStream;
 struct AVFormatContext;
+struct MediaItem;
 
 // What a file, or a row of numbered ones, is: found out once, by one opening of the file. The engine, the window and
 // the commands all ask here, and so agree about it. A value; any thread that has it for itself, or all that only read.
@@ -44,6 +46,7 @@ public:
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
     static Source Open(QString const& path, SourceOptions const& options = {});
+    static Source Open(MediaItem const& item, SourceOptions const& options = {});
     static Source OpenFile(QString const& path, SourceOptions const& options = {});
     static Source OpenSequence(QString const& path, SourceOptions const& options = {}); // see ImageSequence::Find
 
@@ -53,7 +56,8 @@ public:
     // Why the kind is None, or which half of it has no decoder; one sentence, empty when all can be decoded.
     QString const& GetError() const { return error; }
 
-    // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
+    // Null without pictures or sound, and if they cannot be decoded. A cover is decoded by this call, unless `stop`
+    // says that nobody needs it.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
     std::unique_ptr<SoundStream> OpenSound() const;
     std::unique_ptr<SoundStream> OpenSound(int soundStream) const; // of this number, see SourceOptions
@@ -74,6 +78,7 @@ public:
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
+    QList<StreamColours> const& GetTaggedColours() const { return taggedColours; } // of all streams of pictures
     long long GetBitRate() const { return bitRate; } // of all streams, bits per second; 0: unknown
 
     QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
@@ -92,7 +97,7 @@ public:
     bool LeavesOutAHalf() const; // all of its pictures, or all of its sound, as there is no decoder
 
     // Whether the length that the file tells can be trusted: not where packets bear no times.
-    bool CanSeek() const;
+    bool IsDurationTrusted() const;
 
     // How pictures from streams opened later are converted.
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
@@ -146,6 +151,7 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    QList<StreamColours> taggedColours;
     StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;

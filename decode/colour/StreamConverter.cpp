@@ -1,5 +1,6 @@
 #include "decode/colour/StreamConverter.h"
 
+#include "decode/RowBytes.h"
 #include "decode/colour/DisplayEncoder.h"
 #include "decode/colour/SampleLoops.h"
 
@@ -17,10 +18,8 @@ extern "C" {
 
 namespace {
 
-constexpr int bytesPerPixel = 3;
-
 // A thread costs a few dozen microseconds to start. Below this many pixels it costs more than it saves.
-constexpr long long pixelsWorthThreads = 500000;
+constexpr long long pixelsWorthSlices = 500000;
 
 // Chroma interpolation at a slice's border needs rows beyond it.
 constexpr int rowsAroundSlice = 8;
@@ -87,14 +86,6 @@ bool IsPlainFloatRgb(AVFrame const& source)
         if (!rows.DirectPlane(component, sizeof(float)))
             return false;
     return true;
-}
-
-void ClearPadding(PictureScaler::Layout const& layout, uint8_t* target)
-{
-    auto const used = static_cast<size_t>(layout.outputWidth) * bytesPerPixel;
-    auto const stride = static_cast<size_t>(layout.outputStride);
-    for (int row = 0; used < stride && row < layout.outputHeight; ++row)
-        std::memset(target + static_cast<size_t>(row) * stride + used, 0, stride - used);
 }
 
 bool IsBigEndian(AVPixFmtDescriptor const& format)
@@ -245,7 +236,7 @@ bool StreamConverter::Convert(AVFrame& source, PictureScaler::Layout const& layo
         isConverted = ConvertByGraph(source, layout, colours, isLinear, target);
     if (!isConverted)
         return ConvertPlainly(source, layout, colours, isLinear, target);
-    ClearPadding(layout, target);
+    PictureScaler::ClearPadding(layout, target);
     return true;
 }
 
@@ -395,7 +386,7 @@ bool StreamConverter::ConvertByGraph(AVFrame const& source, PictureScaler::Layou
 
 int StreamConverter::SlicesOf(PictureScaler::Layout const& layout) const
 {
-    bool const isLarge = static_cast<long long>(layout.outputWidth) * layout.outputHeight >= pixelsWorthThreads;
+    bool const isLarge = static_cast<long long>(layout.outputWidth) * layout.outputHeight >= pixelsWorthSlices;
     return isLarge ? std::min(mostThreads, std::max(layout.height / (8 * rowsAroundSlice), 1)) : 1;
 }
 

@@ -23,7 +23,7 @@ constexpr double columnWidth = 410.0;
 constexpr double keyWidth = 104.0;
 constexpr double rowHeight = 21.0;
 constexpr double groupGap = 12.0;
-constexpr double padding = 26.0;
+constexpr double areaPadding = 26.0;
 constexpr int columns = 3;
 constexpr int mostFaults = 10;
 
@@ -121,7 +121,7 @@ QString CacheText(PlaybackStatus const& status)
     if (status.cacheEnd < status.cacheStart)
         return size;
     return QString("%1, %2 s")
-        .arg(size, QString::number(static_cast<double>(status.cacheEnd - status.cacheStart) / 1e6, 'f', 1));
+        .arg(size, QString::number(static_cast<double>(status.cacheEnd - status.cacheStart) / secondUs, 'f', 1));
 }
 
 QString DamageText(PlaybackStatus const& status)
@@ -180,7 +180,7 @@ QString SyncText(PlaybackStatus const& status)
 // The welcome panel.
 constexpr int panelWidth = 520;
 constexpr int maxFiles = 6;
-constexpr char const* styleRules = R"(
+constexpr char const* overlayStyle = R"(
     QPushButton { border: none; border-radius: 4px; padding: 6px 10px; color: #92959a; }
     QPushButton:hover { background: #1b1c1e; color: #dedfe1; }
     QPushButton#open { background: #2b2d30; color: #dedfe1; padding: 8px 18px; }
@@ -228,8 +228,8 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     double const faultsHeight = faults.isEmpty() ? 0.0 : rowHeight * ShownFaults(faults).size() + groupGap;
-    double const height = faultsHeight + HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * padding;
-    double const wide = columns * columnWidth + (columns + 1.0) * padding;
+    double const height = faultsHeight + HeightOf(PlacesOf(KeyMap::Actions())) + 2.0 * areaPadding;
+    double const wide = columns * columnWidth + (columns + 1.0) * areaPadding;
     double const scale = std::min({1.0, (width() - 16.0) / wide, (this->height() - 16.0) / height});
     painter.translate(width() / 2.0, this->height() / 2.0);
     painter.scale(scale, scale);
@@ -239,8 +239,8 @@ void HelpOverlay::paintEvent(QPaintEvent* /*event*/)
     painter.setPen(QPen(Theme::line, 1.0));
     painter.setBrush(paper);
     painter.drawRoundedRect(card, 8.0, 8.0);
-    PaintFaults(painter, card.adjusted(padding, padding, -padding, -padding));
-    PaintGroups(painter, card.adjusted(padding, padding + faultsHeight, -padding, -padding));
+    PaintFaults(painter, card.adjusted(areaPadding, areaPadding, -areaPadding, -areaPadding));
+    PaintGroups(painter, card.adjusted(areaPadding, areaPadding + faultsHeight, -areaPadding, -areaPadding));
 }
 
 void HelpOverlay::PaintFaults(QPainter& painter, QRectF const& area) const
@@ -258,7 +258,7 @@ void HelpOverlay::PaintFaults(QPainter& painter, QRectF const& area) const
 void HelpOverlay::PaintGroups(QPainter& painter, QRectF const& area) const
 {
     for (Place const& place : PlacesOf(KeyMap::Actions())) {
-        QPointF const corner = area.topLeft() + QPointF(place.column * (columnWidth + padding), place.top);
+        QPointF const corner = area.topLeft() + QPointF(place.column * (columnWidth + areaPadding), place.top);
         if (place.beginsGroup) {
             painter.setFont(FontOf(font(), 12.0, true));
             painter.setPen(Theme::accent);
@@ -325,7 +325,7 @@ void StatisticsOverlay::paintEvent(QPaintEvent* /*event*/)
 
 WelcomePanel::WelcomePanel(QWidget* parent) : QWidget(parent)
 {
-    setStyleSheet(styleRules);
+    setStyleSheet(overlayStyle);
     heading = MakeLabel(this, Theme::text, 20);
     heading->setText("Drop a movie, sound, picture or folder here");
     message = MakeLabel(this, Theme::warning, 14);

@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr int stay = 3000;    // milliseconds
-constexpr int fadeTime = 600; // milliseconds
-constexpr int fadeBeat = 40;  // milliseconds
-constexpr int margin = 16;    // pixels from the corner
-constexpr int padding = 8;    // pixels
+constexpr int stay = 3000;        // milliseconds
+constexpr int fadeTime = 600;     // milliseconds
+constexpr int fadeBeat = 40;      // milliseconds
+constexpr int readoutMargin = 16; // pixels from the corner
+constexpr int readoutPadding = 8; // pixels
 constexpr int flags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap;
 
 } // namespace
@@ -55,11 +55,11 @@ void Readout::Show(QString const& newText, QString const& newOccasion)
 
 void Readout::Place()
 {
-    QSize const room = parentWidget()->size() - QSize(2 * margin, 2 * margin);
-    QRect const words =
-        fontMetrics().boundingRect(QRect(QPoint(0, 0), room - QSize(2 * padding, 2 * padding)), flags, text);
-    QSize const size = (words.size() + QSize(2 * padding, 2 * padding)).boundedTo(room);
-    setGeometry(QRect(QPoint(margin, parentWidget()->height() - margin - size.height()), size));
+    QSize const room = parentWidget()->size() - QSize(2 * readoutMargin, 2 * readoutMargin);
+    QRect const words = fontMetrics().boundingRect(
+        QRect(QPoint(0, 0), room - QSize(2 * readoutPadding, 2 * readoutPadding)), flags, text);
+    QSize const size = (words.size() + QSize(2 * readoutPadding, 2 * readoutPadding)).boundedTo(room);
+    setGeometry(QRect(QPoint(readoutMargin, parentWidget()->height() - readoutMargin - size.height()), size));
 }
 
 void Readout::Fade()
@@ -81,5 +81,5 @@ void Readout::paintEvent(QPaintEvent* /*event*/)
     painter.setOpacity(opacity);
     Theme::PaintCard(painter, rect());
     painter.setPen(Theme::text);
-    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), flags, text);
+    painter.drawText(rect().adjusted(readoutPadding, readoutPadding, -readoutPadding, -readoutPadding), flags, text);
 }

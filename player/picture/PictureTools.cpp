@@ -34,9 +34,10 @@ PictureTools::PictureTools(PlayerSession& session, PictureView& view, Timeline& 
       readout(new PixelReadout(view)),
       preview(new TimelinePreview(timeline, window))
 {
-    connect(&session, &PlayerSession::Began, this, [this] { preview->SetSource({}, false, {}); });
+    connect(&session, &PlayerSession::Began, this, [this] { preview->SetSource({}, {}); });
     connect(&session, &PlayerSession::Opened, this, [this](PlaybackStatus const& status) {
-        preview->SetSource(status, this->session.GetPlaylist().GetCurrent().isSequence,
+        bool const moves = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
+        preview->SetSource(moves ? this->session.GetPlaylist().GetCurrent() : MediaItem(),
                            this->session.GetEngineOptions());
     });
 }

@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr double zoomPerNotch = 1.25;
-constexpr int notch = 120; // eighths of a degree
+constexpr double pictureZoomPerNotch = 1.25;
+constexpr int wheelNotch = 120; // eighths of a degree
 
 bool IsPicture(DecodedVideoFrame const* record)
 {
@@ -212,14 +212,15 @@ void PictureView::wheelEvent(QWheelEvent* event)
 {
     event->accept();
     if ((event->modifiers() & Qt::ControlModifier) != 0) {
-        double const notches = static_cast<double>(event->angleDelta().y()) / notch;
-        geometry.SetZoom(geometry.GetZoom() * std::pow(zoomPerNotch, notches), event->position() * devicePixelRatioF());
+        double const notches = static_cast<double>(event->angleDelta().y()) / wheelNotch;
+        geometry.SetZoom(geometry.GetZoom() * std::pow(pictureZoomPerNotch, notches),
+                         event->position() * devicePixelRatioF());
         Place();
         return;
     }
     wheelRest += event->angleDelta().y();
-    if (int const notches = wheelRest / notch; notches != 0) {
-        wheelRest -= notches * notch;
+    if (int const notches = wheelRest / wheelNotch; notches != 0) {
+        wheelRest -= notches * wheelNotch;
         emit WheelTurned(notches);
     }
 }

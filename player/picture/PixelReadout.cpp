@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int margin = 12; // from the view's corner
-constexpr int padding = 8;
+constexpr int pixelTextMargin = 12; // from the view's corner
+constexpr int pixelTextPadding = 8;
 constexpr int swatch = 14;
 
 } // namespace
@@ -54,7 +54,8 @@ void PixelReadout::Update()
     setVisible(!newText.isEmpty());
     if (newText != text) {
         text = newText;
-        resize(fontMetrics().horizontalAdvance(text) + swatch + 3 * padding, fontMetrics().height() + padding);
+        resize(fontMetrics().horizontalAdvance(text) + swatch + 3 * pixelTextPadding,
+               fontMetrics().height() + pixelTextPadding);
         update();
     }
     if (isVisible())
@@ -65,9 +66,9 @@ void PixelReadout::Update()
 // is there.
 void PixelReadout::Place()
 {
-    QRect place(QPoint(view.width() - width() - margin, margin), size());
-    if (place.adjusted(-margin, -margin, margin, margin).contains(pointer))
-        place.moveTop(view.height() - height() - margin);
+    QRect place(QPoint(view.width() - width() - pixelTextMargin, pixelTextMargin), size());
+    if (place.adjusted(-pixelTextMargin, -pixelTextMargin, pixelTextMargin, pixelTextMargin).contains(pointer))
+        place.moveTop(view.height() - height() - pixelTextMargin);
     if (place.topLeft() == pos())
         return;
     move(place.topLeft());
@@ -78,7 +79,7 @@ void PixelReadout::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     Theme::PaintCard(painter, rect());
-    painter.fillRect(padding, (height() - swatch) / 2, swatch, swatch, colour);
+    painter.fillRect(pixelTextPadding, (height() - swatch) / 2, swatch, swatch, colour);
     painter.setPen(Theme::text);
-    painter.drawText(rect().adjusted(swatch + 2 * padding, 0, 0, 0), Qt::AlignVCenter, text);
+    painter.drawText(rect().adjusted(swatch + 2 * pixelTextPadding, 0, 0, 0), Qt::AlignVCenter, text);
 }

@@ -30,13 +30,12 @@ Thumbnails::~Thumbnails()
     wait();
 }
 
-void Thumbnails::SetSource(QString const& path, bool isSequence, SourceOptions const& options)
+void Thumbnails::SetSource(MediaItem const& item, SourceOptions const& options)
 {
     kept.clear();
     std::lock_guard const lock(mutex);
     ++order.source;
-    order.path = path;
-    order.isSequence = isSequence;
+    order.item = item;
     order.options = options;
     order.time.reset();
     ++newestSerial;
@@ -92,15 +91,13 @@ std::optional<Thumbnails::Order> Thumbnails::WaitForOrder()
 
 void Thumbnails::Make(Order const& wanted, int serial)
 {
-    if (!wanted.time || wanted.path.isEmpty())
+    if (!wanted.time || wanted.item.path.isEmpty())
         return;
     StopCheck const stop = [this, serial] { return IsOutdated(serial); };
     if (!pictures || openSource != wanted.source) {
         pictures.reset();
         openSource = wanted.source;
-        Source const source = wanted.isSequence ? Source::OpenSequence(wanted.path, wanted.options)
-                                                : Source::Open(wanted.path, wanted.options);
-        pictures = source.OpenPictures(stop);
+        pictures = Source::Open(wanted.item, wanted.options).OpenPictures(stop);
     }
     if (!pictures)
         return;

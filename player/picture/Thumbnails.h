@@ -1,5 +1,6 @@
 #pragma once
 
+#include "source/MediaItems.h"
 #include "source/SourceOptions.h"
 
 #include <QCache>
@@ -27,7 +28,7 @@ public:
     ~Thumbnails() override; // stops and waits, for as long as a read takes to notice
 
     // Forgets the pictures made so far. An empty path stands for no source.
-    void SetSource(QString const& path, bool isSequence, SourceOptions const& options);
+    void SetSource(MediaItem const& item, SourceOptions const& options);
 
     // Asks for the picture showing at `time`, microseconds, in place of the last request. Made delivers it, also if it
     // was made before.
@@ -46,8 +47,7 @@ private:
     struct Order
     {
         int source = 0; // counts calls of SetSource
-        QString path;
-        bool isSequence = false;
+        MediaItem item;
         SourceOptions options;
         std::optional<long long> time;
     };

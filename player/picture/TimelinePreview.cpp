@@ -1,6 +1,5 @@
 #include "player/picture/TimelinePreview.h"
 
-#include "playback/PlaybackStatus.h"
 #include "player/controls/Theme.h"
 #include "player/controls/Timeline.h"
 
@@ -30,11 +29,10 @@ TimelinePreview::TimelinePreview(Timeline& timeline, QWidget* window)
     });
 }
 
-void TimelinePreview::SetSource(PlaybackStatus const& status, bool isSequence, SourceOptions const& options)
+void TimelinePreview::SetSource(MediaItem const& item, SourceOptions const& options)
 {
-    bool const hasPictures = status.kind == SourceKind::Movie || status.kind == SourceKind::Sequence;
-    path = hasPictures ? status.path : QString();
-    thumbnails.SetSource(path, isSequence, options);
+    hasSource = !item.path.isEmpty();
+    thumbnails.SetSource(item, options);
     Hide();
 }
 
@@ -50,7 +48,7 @@ void TimelinePreview::Follow(long long newTime, int newX)
 {
     time = newTime;
     x = newX;
-    if (!path.isEmpty())
+    if (hasSource)
         thumbnails.Request(time);
     if (!picture.isNull())
         Place();

@@ -5,7 +5,6 @@
 #include <QWidget>
 
 class Timeline;
-struct PlaybackStatus;
 
 // A small picture of the time under the pointer, above the timeline.
 class TimelinePreview : public QWidget
@@ -15,8 +14,8 @@ class TimelinePreview : public QWidget
 public:
     TimelinePreview(Timeline& timeline, QWidget* window); // which the timeline lies in
 
-    // Of what has been opened.
-    void SetSource(PlaybackStatus const& status, bool isSequence, SourceOptions const& options);
+    // Of a movie or a sequence; an empty path stands for neither.
+    void SetSource(MediaItem const& item, SourceOptions const& options);
     void Hide();
 
     QImage GetPicture() const { return picture; } // shown, null when there is none yet
@@ -31,7 +30,7 @@ private:
 
     Timeline& timeline;
     Thumbnails thumbnails;
-    QString path; // of what is open, when it has pictures
+    bool hasSource = false;
     long long time = 0;
     int x = 0; // of the pointer, in the timeline
     QImage picture;

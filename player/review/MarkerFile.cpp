@@ -17,8 +17,9 @@
 namespace {
 
 constexpr int mostRows = Markers::mostMarkers + 2; // and both ends of the range
+constexpr int mostColumns = 100;
 constexpr int schemaVersion = 1;
-char const* const columns[] = {"kind", "time", "number", "timecode", "note"};
+char const* const columnNames[] = {"kind", "time", "number", "timecode", "note"};
 
 QString NameOf(MarkerRow::Kind kind)
 {
@@ -38,8 +39,8 @@ QString Quoted(QString text)
     return needsQuotes ? '"' + text.replace("\"", "\"\"") + '"' : text;
 }
 
-// The records of a CSV file, each a list of fields. Inside quotes commas and line ends belong to the field. False when
-// a quote is not closed.
+// The records of a CSV file, each a list of its first fields. Inside quotes commas and line ends belong to the field.
+// False when a quote is not closed.
 class CsvReader
 {
 public:
@@ -54,7 +55,8 @@ public:
             QString field;
             if (!ReadField(field))
                 return false;
-            fields << field;
+            if (fields.size() < mostColumns)
+                fields << field;
         } while (Take(','));
         Take('\r');
         Take('\n');
@@ -185,7 +187,7 @@ bool MarkerFile::IsName(QString const& path)
 
 QByteArray MarkerFile::ToCsv(QVector<MarkerRow> const& rows)
 {
-    QString text = QStringList(std::begin(columns), std::end(columns)).join(',') + "\r\n";
+    QString text = QStringList(std::begin(columnNames), std::end(columnNames)).join(',') + "\r\n";
     for (MarkerRow const& row : rows)
         text +=
             QStringList({NameOf(row.kind), row.time ? TimeText::Seconds(*row.time) : QString(),
@@ -258,6 +260,8 @@ MarkerFile::Content MarkerFile::FromJson(QByteArray const& bytes)
 
 MarkerFile::Content MarkerFile::Read(QString const& path)
 {
+    if (!QFileInfo(path).isFile()) // reading from a pipe would wait for whoever writes
+        return {{}, {}, 0, "it is no file."};
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {{}, {}, 0, QString("it cannot be read (%1).").arg(file.errorString())};

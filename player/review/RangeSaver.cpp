@@ -113,9 +113,7 @@ QString RangeSaver::FindExisting(long long first, long long last) const
 
 QString RangeSaver::SavePicturesFrom(long long first, long long last)
 {
-    Source const source =
-        job.isSequence ? Source::OpenSequence(job.movie, job.options) : Source::Open(job.movie, job.options);
-    auto const pictures = source.OpenPictures(stop);
+    auto const pictures = Source::Open(job.item, job.options).OpenPictures(stop);
     if (!pictures)
         return "The pictures cannot be decoded.";
     PictureStream::Picture picture;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "source/MediaItems.h"
 #include "source/ReadResult.h"
 #include "source/SourceOptions.h"
 
@@ -31,8 +32,7 @@ public:
         long long from = 0;
         long long to = 0; // the first moment after the range, microseconds of media time
 
-        QString movie;
-        bool isSequence = false; // `movie` is one file of an image sequence
+        MediaItem item;
         SourceOptions options;
         std::shared_ptr<PictureIndex const> index; // for pictures
         long long firstNumber = 0;                 // of the first picture, in the names of the files

@@ -395,9 +395,8 @@ void Review::SaveRange(QString const& path)
     job.path = path;
     job.from = transport.GetIn().value_or(names.GetStart());
     job.to = transport.GetOut().value_or(names.GetEnd());
-    job.movie = status.path;
+    job.item = parts.session.GetPlaylist().GetCurrent();
     job.firstNumber = status.firstNumber;
-    job.isSequence = parts.session.GetPlaylist().GetCurrent().isSequence;
     job.options = parts.session.GetSourceOptions();
     job.index = status.index;
     job.soundInfo = status.soundInfo;

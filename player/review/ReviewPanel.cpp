@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int panelWidth = 380;
+constexpr int reviewWidth = 380;
 constexpr int noteColumn = 3;
 constexpr int timeRole = Qt::UserRole;
 
@@ -41,7 +41,7 @@ QString Lengths(long long from, long long to, PictureNames const& names)
 
 ReviewPanel::ReviewPanel(QWidget* parent) : QWidget(parent), list(new QTreeWidget(this)), range(new QLabel(this))
 {
-    setFixedWidth(panelWidth);
+    setFixedWidth(reviewWidth);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(8, 8, 8, 0);
     column->addWidget(list, 1);

@@ -24,7 +24,7 @@ namespace {
 constexpr int invalidData = -1094995529; // AVERROR_INVALIDDATA
 
 LogLine const noMedia = ErrorLine("Attempted to decode media that does not exist.");
-LogLine const decodingError = ErrorLine("Error decoding video packet.");
+LogLine const badVideoPacket = ErrorLine("Error decoding video packet.");
 
 QStringList const mpeg4 = {"-c:v", "mpeg4", "-bf", "0", "-g", "25", "-threads", "1"};
 QStringList const h264 = {"-c:v",        "libx264", "-g",           "25",
@@ -1017,7 +1017,7 @@ TEST_F(MediaInstanceTest, GoesOnAfterADamagedPicture)
     bytes.replace(place, 60, QByteArray(60, 0x55));
     Session session(WriteMedia("damaged.mov", bytes));
     EXPECT_EQ(DecodeAll(session.instance).Starts().size(), 74u);
-    EXPECT_EQ(log.Lines(), (std::vector<LogLine>{decodingError}));
+    EXPECT_EQ(log.Lines(), (std::vector<LogLine>{badVideoPacket}));
 }
 
 TEST_F(MediaInstanceTest, EndsSanelyWhereverAFileIsCut)

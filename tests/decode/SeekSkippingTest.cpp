@@ -105,10 +105,10 @@ int CountBuffer(AVCodecContext* context, AVFrame* frame, int flags)
 }
 
 // A session that seeks as a host does, with any number of threads.
-class Session
+class SkippingSession
 {
 public:
-    Session(QString const& path, int threads, bool counts = false)
+    SkippingSession(QString const& path, int threads, bool counts = false)
         : input(path, AVMEDIA_TYPE_VIDEO), codec(avcodec_alloc_context3(nullptr))
     {
         AVStream const* stream = Stream();
@@ -203,8 +203,8 @@ TEST_P(SeekSkippingFormatTest, DeliversTheSamePicturesAsWithoutSkipping)
 {
     QString const path = Make(GetParam());
     for (int const threads : {1, 0}) {
-        Session skipping(path, threads);
-        Session plain(path, threads);
+        SkippingSession skipping(path, threads);
+        SkippingSession plain(path, threads);
         size_t pictures = 0;
         for (int i = 0; i < 8; ++i) {
             long long const target = i * 1234567LL % lengthUs + 17;
@@ -223,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(All, SeekSkippingFormatTest, testing::ValuesIn(Recipes(
 TEST(SeekSkippingTest, LeavesOutPicturesThatNothingRefersTo)
 {
     // A key picture every 60 pictures; three of four pictures in between are not used for reference.
-    Session skipping(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
+    SkippingSession skipping(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
     int const decodedBefore = skipping.DecodedPictures();
     skipping.Seek(4600000, true); // picture 115; its key picture is number 60
     int const decoded = skipping.DecodedPictures() - decodedBefore;
@@ -235,7 +235,7 @@ TEST(SeekSkippingTest, LeavesOutPicturesThatNothingRefersTo)
 TEST(SeekSkippingTest, KeepsWhatTheHostHasSetInTheContext)
 {
     for (AVDiscard const own : {AVDISCARD_NONE, AVDISCARD_DEFAULT, AVDISCARD_BIDIR, AVDISCARD_NONKEY}) {
-        Session session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1);
+        SkippingSession session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1);
         session.Codec()->skip_frame = own;
         session.Seek(1500000, true);
         EXPECT_EQ(session.Codec()->skip_frame, own);
@@ -245,7 +245,7 @@ TEST(SeekSkippingTest, KeepsWhatTheHostHasSetInTheContext)
 // The host may skip more: of six seconds from the start only the three key pictures are decoded.
 TEST(SeekSkippingTest, SkipsNoLessThanTheHostAskedFor)
 {
-    Session session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
+    SkippingSession session(Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")}), 1, /*counts=*/true);
     session.Codec()->skip_frame = AVDISCARD_NONKEY;
     std::vector<long long> times;
     for (Delivered const& picture : session.Seek(1500000, true))
@@ -257,7 +257,7 @@ TEST(SeekSkippingTest, SkipsNoLessThanTheHostAskedFor)
 // The number of pictures that the codec decodes from the beginning to `target` and a few pictures on.
 int DecodedOnTheWay(Recipe const& recipe, long long target, bool skips)
 {
-    Session session(Make(recipe), 1, /*counts=*/true);
+    SkippingSession session(Make(recipe), 1, /*counts=*/true);
     session.SeekFrom(0, target, skips, /*tellsTarget=*/true);
     return session.DecodedPictures();
 }
@@ -320,7 +320,7 @@ TEST(SeekSkippingTest, LeavesOutPicturesOfEachCodecThatProvesIt)
 TEST(SeekSkippingTest, IsInDoubtWhereTheStretchIsDamaged)
 {
     QString const sound = Make({"skip-b.mp4", X264("bframes=3:b-pyramid=none")});
-    Session whole(sound, 1);
+    SkippingSession whole(sound, 1);
     whole.Seek(4600000, true);
     EXPECT_FALSE(whole.HasSkippedInDoubt());
 
@@ -330,7 +330,7 @@ TEST(SeekSkippingTest, IsInDoubtWhereTheStretchIsDamaged)
     ASSERT_GT(length, 20000);
     for (auto at = head + length / 2; at < head + length * 3 / 4; at += 800)
         bytes[at] = static_cast<char>(bytes[at] ^ 0x55);
-    Session damaged(WriteMedia("skip-damaged.mp4", bytes), 1);
+    SkippingSession damaged(WriteMedia("skip-damaged.mp4", bytes), 1);
     damaged.Seek(4600000, true);
     EXPECT_TRUE(damaged.HasSkippedInDoubt());
     damaged.Seek(4600000, /*skips=*/false, /*tellsTarget=*/true);
@@ -341,7 +341,7 @@ TEST(SeekSkippingTest, IsInDoubtWhereTheStretchIsDamaged)
 TEST(SeekSkippingTest, BeginsAtAKeyPictureOfTheCodecWhereTheContainerLies)
 {
     QString const movie = Make({"skip-mpeg4.mp4", Encoder("mpeg4", {"-bf", "2", "-g", "50", "-b:v", "1M"})});
-    Session session(PatchMedia("skip-all-key.mp4", movie, "stss", "free"), 1);
+    SkippingSession session(PatchMedia("skip-all-key.mp4", movie, "stss", "free"), 1);
     auto const trusting = session.Seek(1500000, false);
     ASSERT_FALSE(trusting.empty());
     session.BeginAtKeyPicture();
@@ -364,7 +364,7 @@ TEST(SeekSkippingTest, BeginsAtAKeyPictureOfTheCodecWhereTheContainerLies)
 TEST(SeekSkippingTest, LeavesOutWhatShowsBeforeTheKeyPictureOfAnOpenGroup)
 {
     QString const movie = Make({"skip-open.mkv", X264("bframes=3:open-gop=1")});
-    Session session(movie, 1);
+    SkippingSession session(movie, 1);
     session.Seek(2420000, false);
     session.BeginAtKeyPicture();
     auto const delivered = session.Seek(2420000, false);

@@ -34,7 +34,7 @@ constexpr double mostQuickDifference = 2.0;
 // dB. Rounding to bytes alone gives 10 log10(12 x 255^2) = 58.9, a wrong chroma location 39.6 or less.
 constexpr double leastPsnr = 58.0;
 
-using Samples = std::array<double, 3>;
+using PixelSamples = std::array<double, 3>;
 
 FfmpegPtr<AVFrame> MakeFrame(int format, int width, int height)
 {
@@ -116,21 +116,21 @@ std::vector<uint8_t> ConvertQuickly(AVFrame& source)
     return Convert(converter, source, source.width);
 }
 
-struct Matrix
+struct ColourMatrix
 {
     char const* name;
     AVColorSpace tag;
     ColourModel::Weights weights;
 };
 
-constexpr Matrix matrices[] = {{"Bt709", AVCOL_SPC_BT709, ColourModel::bt709},
-                               {"Bt470bg", AVCOL_SPC_BT470BG, ColourModel::bt601},
-                               {"Smpte170m", AVCOL_SPC_SMPTE170M, ColourModel::bt601},
-                               {"Smpte240m", AVCOL_SPC_SMPTE240M, ColourModel::smpte240},
-                               {"Fcc", AVCOL_SPC_FCC, ColourModel::fcc},
-                               {"Bt2020", AVCOL_SPC_BT2020_NCL, ColourModel::bt2020}};
+constexpr ColourMatrix matrices[] = {{"Bt709", AVCOL_SPC_BT709, ColourModel::bt709},
+                                     {"Bt470bg", AVCOL_SPC_BT470BG, ColourModel::bt601},
+                                     {"Smpte170m", AVCOL_SPC_SMPTE170M, ColourModel::bt601},
+                                     {"Smpte240m", AVCOL_SPC_SMPTE240M, ColourModel::smpte240},
+                                     {"Fcc", AVCOL_SPC_FCC, ColourModel::fcc},
+                                     {"Bt2020", AVCOL_SPC_BT2020_NCL, ColourModel::bt2020}};
 
-std::ostream& operator<<(std::ostream& stream, Matrix const& matrix)
+std::ostream& operator<<(std::ostream& stream, ColourMatrix const& matrix)
 {
     return stream << matrix.name;
 }
@@ -145,10 +145,10 @@ constexpr AVPixelFormat yuvFormats[] = {
     AV_PIX_FMT_P010LE,      AV_PIX_FMT_P010BE,      AV_PIX_FMT_NV16,        AV_PIX_FMT_AYUV64LE};
 
 // Fills the picture with a colour, in the nearest samples.
-Samples PaintColour(AVFrame& frame, ColourModel::Rgb const& colour, ColourModel::Coding const& coding)
+PixelSamples PaintColour(AVFrame& frame, ColourModel::Rgb const& colour, ColourModel::Coding const& coding)
 {
     int const depth = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format))->comp[0].depth;
-    Samples samples = ColourModel::Encode(colour, coding, depth);
+    PixelSamples samples = ColourModel::Encode(colour, coding, depth);
     for (double& sample : samples)
         sample = std::round(std::clamp(sample, 0.0, std::pow(2.0, depth) - 1.0));
     Paint(frame,
@@ -166,10 +166,10 @@ constexpr ColourModel::Rgb colours[] = {{0.0, 0.0, 0.0},
                                         {0.1, 0.6, 0.9},
                                         {0.95, 0.8, 0.05}};
 
-class StreamConverterMatrixTest : public testing::TestWithParam<Matrix>
+class StreamConverterMatrixTest : public testing::TestWithParam<ColourMatrix>
 {};
 
-std::string MatrixName(testing::TestParamInfo<Matrix> const& info)
+std::string MatrixName(testing::TestParamInfo<ColourMatrix> const& info)
 {
     return info.param.name;
 }
@@ -186,7 +186,7 @@ TEST_P(StreamConverterMatrixTest, ConvertsFlatColoursOfEveryLayoutAndRange)
             coding.isFullRange = isFullRange;
             for (ColourModel::Rgb const& colour : colours) {
                 auto const frame = MakeFrame(format, 32, 16);
-                Samples const samples = PaintColour(*frame, colour, coding);
+                PixelSamples const samples = PaintColour(*frame, colour, coding);
                 frame->colorspace = GetParam().tag;
                 frame->color_range = isFullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
                 ColourModel::Rgb const expected = ColourModel::Decode(samples, coding, depth);
@@ -323,7 +323,7 @@ TEST(StreamConverterTest, TakesUntaggedPicturesForBt709From720LinesOn)
         ColourModel::Coding coding;
         coding.weights = height >= 720 ? ColourModel::bt709 : ColourModel::bt601;
         auto const frame = MakeFrame(AV_PIX_FMT_YUV422P, 64, height);
-        Samples const samples = PaintColour(*frame, {200.0 / 255.0, 30.0 / 255.0, 60.0 / 255.0}, coding);
+        PixelSamples const samples = PaintColour(*frame, {200.0 / 255.0, 30.0 / 255.0, 60.0 / 255.0}, coding);
         ColourModel::Rgb const expected = ColourModel::Decode(samples, coding, 8);
         std::vector<uint8_t> const rows = ConvertQuickly(*frame);
         ASSERT_FALSE(rows.empty());
@@ -397,7 +397,7 @@ TEST(StreamConverterTest, ShowsGreyAsItsRangeSays)
 
 namespace {
 
-using ToSdr = ColourModel::Rgb (*)(ColourModel::Rgb const&, double);
+using HdrMapping = ColourModel::Rgb (*)(ColourModel::Rgb const&, double);
 
 constexpr int rampWidth = 1024;
 
@@ -416,7 +416,7 @@ FfmpegPtr<AVFrame> HdrPicture(AVColorTransferCharacteristic transfer)
     return frame;
 }
 
-std::vector<double> HdrModel(AVFrame const& frame, ToSdr toSdr, double peak)
+std::vector<double> HdrModel(AVFrame const& frame, HdrMapping toSdr, double peak)
 {
     std::vector<double> model;
     auto const sample = [&](int plane, int row, int column) {
@@ -530,7 +530,7 @@ TEST(StreamConverterTest, BringsOtherPrimariesToThoseOfBt709)
     for (ColourModel::Rgb const& colour : {ColourModel::Rgb{0.5, 0.5, 0.5}, ColourModel::Rgb{0.6, 0.5, 0.4},
                                            ColourModel::Rgb{0.3, 0.55, 0.4}, ColourModel::Rgb{1.0, 1.0, 1.0}}) {
         auto const frame = MakeFrame(AV_PIX_FMT_YUV420P10LE, 32, 16);
-        Samples const samples = PaintColour(*frame, colour, coding);
+        PixelSamples const samples = PaintColour(*frame, colour, coding);
         frame->color_primaries = AVCOL_PRI_BT2020;
         frame->color_trc = AVCOL_TRC_BT2020_10;
         frame->colorspace = AVCOL_SPC_BT2020_NCL;

@@ -99,7 +99,7 @@ QString DelayedMovie()
                      Picture("64x48", 25, 0.4) + QStringList{"-c:v", "libx264", "-x264-params", "bframes=2:b-adapt=0"});
 }
 
-QString StillImage()
+QString OddStillImage()
 {
     return MakeMedia("still.png", Picture("65x48", 25, 1) + QStringList{"-frames:v", "1", "-pix_fmt", "rgb24"});
 }
@@ -121,7 +121,7 @@ FfmpegPtr<AVCodecContext> OpenedCodec(QString const& path, int threads)
 }
 
 // A packet that no codec accepts: data of size 0.
-FfmpegPtr<AVPacket> WrongPacket()
+FfmpegPtr<AVPacket> WrongVideoPacket()
 {
     FfmpegPtr<AVPacket> packet(av_packet_alloc());
     av_new_packet(packet.get(), 16);
@@ -684,6 +684,26 @@ TEST(VideoDecoderTest, EndsADrainAtADroppedPicture)
     EXPECT_TRUE(IsEndMark(*pictures[1]));
 }
 
+TEST(VideoDecoderTest, DrainsOnePictureAtATimeWhenAskedTo)
+{
+    ReferenceInput input(DelayedMovie(), AVMEDIA_TYPE_VIDEO);
+    VideoDecoder decoder;
+    decoder.Initialize(input.Codec(), AVRational{1, 1000}, 64, 48, 1.0f, 0, 25.0, 0, false, false);
+    decoder.SetStepwiseDrain(true);
+    Pictures pictures;
+    while (auto const packet = input.NextPacket())
+        decoder.DecodePacket(packet.get(), pictures, -1);
+    ASSERT_LE(pictures.size(), 8);
+    for (int expected = static_cast<int>(pictures.size()) + 1; expected <= 10; ++expected) {
+        decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+        ASSERT_EQ(pictures.size(), expected);
+        EXPECT_EQ(pictures.last()->startTime - pictures[expected - 2]->startTime, 40000);
+    }
+    decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+    ASSERT_EQ(pictures.size(), 11);
+    EXPECT_TRUE(IsEndMark(*pictures.last()));
+}
+
 TEST(VideoDecoderTest, EndsADrainAtAMarkOfTheSize)
 {
     ReferenceInput input(DelayedMovie(), AVMEDIA_TYPE_VIDEO);
@@ -718,15 +738,15 @@ TEST(VideoDecoderTest, DoesNotHangInADrainThatNeverEnds)
 TEST(VideoDecoderTest, DecodesAnImageInOneCallAndWithoutTheMark)
 {
     for (int const threads : {1, 0, 4}) {
-        auto const context = OpenedCodec(StillImage(), threads);
+        auto const context = OpenedCodec(OddStillImage(), threads);
         VideoDecoder decoder;
         decoder.Initialize(context.get(), AVRational{1, 25}, 65, 48, 3.0f, 0, -1.0, 0, true, false);
         Pictures pictures;
-        decoder.DecodePacket(FirstPacket(StillImage()).get(), pictures, -1);
+        decoder.DecodePacket(FirstPacket(OddStillImage()).get(), pictures, -1);
         ASSERT_EQ(pictures.size(), 1) << threads;
         EXPECT_EQ(pictures[0]->width, 65);
         EXPECT_EQ(pictures[0]->frameRate, 24.0);
-        ReferenceInput(StillImage(), AVMEDIA_TYPE_VIDEO).DecodeAll([&](AVFrame& frame) {
+        ReferenceInput(OddStillImage(), AVMEDIA_TYPE_VIDEO).DecodeAll([&](AVFrame& frame) {
             EXPECT_TRUE(HasBytes(*pictures[0], ConvertPlainly(frame, 65)));
         });
     }
@@ -735,27 +755,27 @@ TEST(VideoDecoderTest, DecodesAnImageInOneCallAndWithoutTheMark)
 TEST(VideoDecoderTest, HasNothingMoreOfADrainedImage)
 {
     LogCapture log;
-    auto const context = OpenedCodec(StillImage(), 1);
+    auto const context = OpenedCodec(OddStillImage(), 1);
     VideoDecoder decoder;
     decoder.Initialize(context.get(), AVRational{1, 25}, 65, 48, 1.0f, 0, 25.0, 0, true, false);
     Pictures pictures;
-    decoder.DecodePacket(FirstPacket(StillImage()).get(), pictures, -1);
-    decoder.DecodePacket(FirstPacket(StillImage()).get(), pictures, -1);
+    decoder.DecodePacket(FirstPacket(OddStillImage()).get(), pictures, -1);
+    decoder.DecodePacket(FirstPacket(OddStillImage()).get(), pictures, -1);
     decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
     EXPECT_EQ(pictures.size(), 1);
     EXPECT_TRUE(log.Lines().empty());
     avcodec_flush_buffers(context.get());
-    decoder.DecodePacket(FirstPacket(StillImage()).get(), pictures, -1);
+    decoder.DecodePacket(FirstPacket(OddStillImage()).get(), pictures, -1);
     EXPECT_EQ(pictures.size(), 2);
 }
 
 TEST(VideoDecoderTest, ReportsADamagedImageOnce)
 {
     LogCapture log;
-    auto const context = OpenedCodec(StillImage(), 1);
+    auto const context = OpenedCodec(OddStillImage(), 1);
     VideoDecoder decoder;
     decoder.Initialize(context.get(), AVRational{1, 25}, 65, 48, 1.0f, 0, 25.0, 0, true, false);
-    auto const packet = FirstPacket(StillImage());
+    auto const packet = FirstPacket(OddStillImage());
     std::memset(packet->data, 0x55, 60);
     Pictures pictures;
     decoder.DecodePacket(packet.get(), pictures, -1);
@@ -780,7 +800,7 @@ TEST(VideoDecoderTest, ReportsAPacketThatIsRefusedAndGoesOn)
     LogCapture log;
     Scene scene;
     Pictures pictures;
-    scene.decoder.DecodePacket(WrongPacket().get(), pictures, -1);
+    scene.decoder.DecodePacket(WrongVideoPacket().get(), pictures, -1);
     EXPECT_TRUE(pictures.isEmpty());
     EXPECT_EQ(log.Take(), (std::vector<LogLine>{decodingError}));
     EXPECT_EQ(scene.Decode({0}).size(), 1);
@@ -862,7 +882,7 @@ TEST(VideoDecoderTest, TellsAboutEachStep)
     EXPECT_EQ(scene.decoder.DecodeInternal(scene.video.Packet(0).get(), gotFrame, endOfStream), 0);
     EXPECT_TRUE(gotFrame);
     EXPECT_FALSE(endOfStream);
-    EXPECT_EQ(scene.decoder.DecodeInternal(WrongPacket().get(), gotFrame, endOfStream), AVERROR(EINVAL));
+    EXPECT_EQ(scene.decoder.DecodeInternal(WrongVideoPacket().get(), gotFrame, endOfStream), AVERROR(EINVAL));
     EXPECT_FALSE(gotFrame);
     EXPECT_EQ(scene.decoder.DecodeInternal(EmptyPacket().get(), gotFrame, endOfStream), 0);
     EXPECT_FALSE(gotFrame);

@@ -28,7 +28,7 @@ constexpr int invalidData = -1094995529; // AVERROR_INVALIDDATA
 QStringList const mpeg4 = {"-c:v", "mpeg4", "-bf", "0", "-threads", "1"};
 QStringList const pcm = {"-c:a", "pcm_s16le"};
 
-QString SmallMovie()
+QString MpegMovie()
 {
     return MakeMedia("movie.mkv", Picture("64x48", 25, 1) + mpeg4);
 }
@@ -208,14 +208,14 @@ TEST(MediaReaderTest, OpensPathsOfEveryScript)
     LogCapture log;
     QTemporaryDir const folder;
     QString const path = folder.filePath(QString::fromUtf8("Filmé 映画 100% %1.mkv"));
-    ASSERT_TRUE(QFile::copy(SmallMovie(), path));
+    ASSERT_TRUE(QFile::copy(MpegMovie(), path));
     EXPECT_TRUE(MediaReader::ParseMedia(std::make_shared<MediaInfo>(path)));
     EXPECT_TRUE(log.Lines().empty());
 }
 
 TEST(MediaReaderTest, OpensARelativePath)
 {
-    QString const relative = QDir::current().relativeFilePath(SmallMovie());
+    QString const relative = QDir::current().relativeFilePath(MpegMovie());
     ASSERT_TRUE(QFileInfo(relative).isRelative());
     EXPECT_TRUE(Probed(relative)->IsInitialized());
 }
@@ -286,7 +286,7 @@ TEST(MediaReaderTest, TakesBackADescriptionWhoseFileIsGone)
 TEST(MediaReaderTest, ReadsNothingIntoNoPacket)
 {
     AVFormatContext* context = nullptr;
-    ASSERT_TRUE(MediaReader::OpenInput(std::make_shared<MediaInfo>(SmallMovie()), &context));
+    ASSERT_TRUE(MediaReader::OpenInput(std::make_shared<MediaInfo>(MpegMovie()), &context));
     EXPECT_FALSE(MediaReader::GetPacket(context, nullptr));
     FfmpegPtr<AVPacket> const packet(av_packet_alloc());
     EXPECT_TRUE(MediaReader::GetPacket(context, packet.get()));
@@ -298,7 +298,7 @@ TEST(MediaReaderTest, ReadsNothingIntoNoPacket)
 TEST(MediaReaderTest, EndsWithAnEmptyPacketOfNoStreamAndNoTime)
 {
     AVFormatContext* context = nullptr;
-    ASSERT_TRUE(MediaReader::OpenInput(std::make_shared<MediaInfo>(SmallMovie()), &context));
+    ASSERT_TRUE(MediaReader::OpenInput(std::make_shared<MediaInfo>(MpegMovie()), &context));
     FfmpegPtr<AVPacket> const packet(av_packet_alloc());
     int packets = 0;
     while (MediaReader::GetPacket(context, packet.get())) {
@@ -363,7 +363,7 @@ TEST(MediaReaderTest, TakesTheTagsOfEachStream)
 
 TEST(MediaReaderTest, FillsTheRecordOfAVideoStream)
 {
-    auto const info = Probed(SmallMovie());
+    auto const info = Probed(MpegMovie());
     ASSERT_EQ(info->GetNumVideoStreams(), 1);
     VideoStream const& record = info->GetVideoStreams().first();
     EXPECT_TRUE(record.valid);
@@ -517,7 +517,7 @@ TEST(MediaReaderTest, ReportsParametersThatCannotBeCopied)
 {
     LogCapture log;
     for (bool const isVideo : {true, false}) {
-        Reread reread(isVideo ? SmallMovie() : WriteMedia("s.wav", WavBytes(1, 1, 8000, 16, QByteArray(1600, 0))));
+        Reread reread(isVideo ? MpegMovie() : WriteMedia("s.wav", WavBytes(1, 1, 8000, 16, QByteArray(1600, 0))));
         AVCodecParameters& parameters = *reread.Stream().codecpar;
         int const size = parameters.extradata_size;
         if (!parameters.extradata)
@@ -592,7 +592,7 @@ TEST(MediaReaderTest, ComparesTheCountsIn32Bits)
 
 TEST(MediaReaderTest, CountsAWholeNumberOfPicturesExactly)
 {
-    auto const info = Probed(SmallMovie()); // 1 s; the stream stores no count
+    auto const info = Probed(MpegMovie()); // 1 s; the stream stores no count
     EXPECT_EQ(info->GetNumFrames(), 25);
 }
 
@@ -654,7 +654,7 @@ TEST(MediaReaderTest, DescribesAnImageWithoutDecodingIt)
 
 TEST(MediaReaderTest, GivesAnImageWithAContainersDurationNone)
 {
-    auto const info = Probed(SmallMovie(), /*isImage=*/true);
+    auto const info = Probed(MpegMovie(), /*isImage=*/true);
     EXPECT_EQ(info->GetDuration(), -1);
     EXPECT_EQ(info->GetNumFrames(), 1);
     info->isImage = false;

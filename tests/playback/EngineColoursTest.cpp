@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -8,8 +9,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 // Coded and tagged with the HD matrix: the converter's defaults show another red.
 QString Crimson()

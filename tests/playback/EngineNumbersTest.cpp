@@ -1,6 +1,7 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -22,8 +23,6 @@ extern "C" {
 #include <thread>
 
 namespace {
-
-constexpr int patience = 10000; // milliseconds
 
 template <typename Condition>
 bool Eventually(Condition const& condition)

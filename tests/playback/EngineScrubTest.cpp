@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "media/AvGlobals.h"
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
 constexpr int rate = 48000;
 constexpr int pieceFrames = 60 * rate / 1000;
 constexpr int fadeFrames = 5 * rate / 1000;

@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackEngine.h"
@@ -12,8 +13,6 @@
 #include <cstring>
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 class EngineSequenceTest : public testing::Test
 {

@@ -1,6 +1,7 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -17,8 +18,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // milliseconds
-constexpr int rate = 48000;
+constexpr int soundRate = 48000;
 
 using Samples = std::vector<short>;
 
@@ -72,14 +72,14 @@ protected:
     {
         Samples block(static_cast<size_t>(frames * Status().channels), 7);
         EXPECT_EQ(engine->FillAudio(block.data(), frames), frames);
-        time->Advance(frames * 1000000LL / rate);
+        time->Advance(frames * 1000000LL / soundRate);
         return block;
     }
 
     // Whether the block is what sounds from `position` on, apart from the frames that may be faded.
     static bool Sounds(Samples const& block, Samples const& stream, int channels, long long position, int faded)
     {
-        auto const first = static_cast<long>(position * rate / 1000000 * channels);
+        auto const first = static_cast<long>(position * soundRate / 1000000 * channels);
         long const skipped = static_cast<long>(faded) * channels;
         return std::equal(block.begin() + skipped, block.end(), stream.begin() + first + skipped);
     }
@@ -102,7 +102,7 @@ TEST_F(EngineSoundStreamTest, TellsTheStreams)
     EXPECT_EQ(status.soundStreams[1].codec, "pcm_s16le");
     EXPECT_EQ(status.soundStreams[1].channels, 2);
     EXPECT_EQ(status.soundStreams[2].channels, 1);
-    EXPECT_EQ(status.soundStreams[2].sampleRate, rate);
+    EXPECT_EQ(status.soundStreams[2].sampleRate, soundRate);
     EXPECT_TRUE(status.soundStreams[2].isDecodable);
     EXPECT_FALSE(status.isSoundChanging);
 }

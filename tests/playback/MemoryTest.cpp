@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
@@ -15,8 +16,6 @@
 // Measures the process's resident memory by the kernel, which includes what our own counters miss.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 
 long long PeakBytes()
 {

@@ -1,5 +1,6 @@
 #include "ClipTest.h"
 #include "VirtualTime.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackEngine.h"
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 constexpr long long farAhead = 1000000000000LL;
 
 std::vector<std::string> AllClips()

@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -21,7 +22,6 @@
 
 namespace {
 
-constexpr int patience = 30000; // milliseconds
 constexpr int orderingThreads = 3;
 constexpr int ordersOfARound = 60;
 

@@ -1,5 +1,6 @@
 #include "ClipTest.h"
 #include "VirtualTime.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds
 constexpr int fewTargets = 9;
 constexpr size_t picturesAfterTarget = 6;
 

@@ -21,7 +21,7 @@ namespace {
 
 constexpr long long budget = 8LL * 1024 * 1024;
 
-int FromEnvironment(char const* name, int otherwise)
+int NumberFromEnvironment(char const* name, int otherwise)
 {
     char const* const value = std::getenv(name);
     return value ? std::atoi(value) : otherwise;
@@ -148,8 +148,8 @@ void TakeSound(PlaybackEngine& engine, std::atomic<bool> const& done)
 TEST(SoakTest, SurvivesRandomOrdersFromTwoThreads)
 {
     AvGlobals::maxAudioOutputChannels = 8;
-    int const operations = FromEnvironment("TAVOLIN_SOAK_OPERATIONS", 4000);
-    auto const seed = static_cast<unsigned>(FromEnvironment("TAVOLIN_SOAK_SEED", 1));
+    int const operations = NumberFromEnvironment("TAVOLIN_SOAK_OPERATIONS", 4000);
+    auto const seed = static_cast<unsigned>(NumberFromEnvironment("TAVOLIN_SOAK_SEED", 1));
     Watchdog const watchdog(std::chrono::seconds(60 + operations / 20));
     QStringList clips;
     for (char const* name : {"gop12.mp4", "gop250.mp4", "stream.ts", "program.mpg", "vfr.mp4", "matroska.mkv",

@@ -1,5 +1,6 @@
 #include "VirtualTime.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "media/AvGlobals.h"
@@ -17,7 +18,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds, for a machine that has much else to do
 constexpr int blockFrames = 700;
 constexpr int fadesPerSecond = 200;
 

@@ -66,11 +66,9 @@ TEST(WaveformReaderTest, KeepsToMediaTime)
 
 TEST(WaveformReaderTest, ReadsTheSoundOfAMovie)
 {
-    QString const movie = MakeMedia("loud.mp4", Picture("64x48", 25, 2.0) + SilenceAndNoise() +
-                                                    QStringList{"-c:v", "libx264", "-c:a", "aac"});
+    QString const movie = MakeMedia("loud.mov", Picture("64x48", 25, 2.0) + SilenceAndNoise() +
+                                                    QStringList{"-c:v", "libx264", "-c:a", "pcm_s16le"});
     auto const peaks = PeaksOf(movie, 0, 0, 2000000);
-    // AAC blurs a sudden beginning by a short block of 128 samples. The noise of coding is some parts in a hundred.
-    constexpr int blur = 128 * 1024 / 8000 + 1;
-    EXPECT_LT(Loudest(peaks, 0, 1024 - blur), 10);
-    EXPECT_GT(*std::min_element(peaks.begin() + 1024 + blur, peaks.end() - blur), 200);
+    EXPECT_EQ(Loudest(peaks, 0, 1024), 0);
+    EXPECT_EQ(*std::min_element(peaks.begin() + 1024, peaks.end()), 255);
 }

@@ -53,7 +53,7 @@ def scheduler(processes, tmp_path):
     file = tmp_path / "scheduler.json"
     processes("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard",
               "--scheduler-file", file)
-    wait_for(file.exists)
+    wait_for(lambda: file.exists() and file.read_text().endswith("}"))  # it is there before it is written
     return json.loads(file.read_text())["address"]
 
 

@@ -1,6 +1,7 @@
 """Probe and check, compared with the command; errors; signals and threads."""
 
 import json
+import math
 import os
 import signal
 import subprocess
@@ -127,6 +128,14 @@ def test_what_cannot_be_opened_is_named(function, tmp_path):
 
 
 @pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
+@pytest.mark.parametrize("rate", [0, 0.09, 1000.1, -24, math.inf, math.nan])
+def test_a_rate_that_no_sequence_has_is_refused_as_by_the_command(function, rate, shots):
+    assert f"--fps {(refused := 'is a number from 0.1 to 1000')}" in run("info", f"--fps={rate}", shots).stderr
+    with pytest.raises(ValueError, match=f"^rate {refused}$"):
+        function(shots, rate=rate)
+
+
+@pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
 @pytest.mark.parametrize("name", ["a\0b.mov", b"a\0b.mov"])
 def test_a_name_with_a_null_byte_is_refused_as_by_python(function, name, capfd):
     with pytest.raises(ValueError, match="null byte"):
@@ -239,6 +248,25 @@ def test_several_threads_read_their_own_videos_and_one_together(movie):
     for thread in threads:
         thread.join()
     assert wrong == []
+
+
+def test_the_first_pixels_may_be_those_of_several_threads(movie):
+    code = """
+import sys, threading, tavolin
+together = threading.Barrier(4)
+def read():
+    frame = tavolin.open(sys.argv[1]).at(0)
+    together.wait()
+    print(frame.pixels.shape)
+threads = [threading.Thread(target=read) for _ in range(4)]
+for thread in threads:
+    thread.start()
+for thread in threads:
+    thread.join()
+"""
+    done = subprocess.run([sys.executable, "-c", code, movie], stdout=subprocess.PIPE, text=True, timeout=40,
+                          env=interpreter_environment())
+    assert (done.returncode, done.stdout.count("(64, 96, 3)")) == (0, 4)
 
 
 def test_other_threads_run_while_one_decodes():

@@ -1,3 +1,4 @@
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
@@ -15,7 +16,7 @@ constexpr double slowest = 0.01;
 constexpr double fastest = 16.0;
 constexpr double loudest = 100.0;
 
-struct Request
+struct AudioRequest
 {
     QString path;
     QString wavPath;
@@ -25,9 +26,9 @@ struct Request
     double volume = 1.0;
 };
 
-Request RequestIn(Arguments& arguments)
+AudioRequest AudioRequestIn(Arguments& arguments)
 {
-    Request request;
+    AudioRequest request;
     request.path = arguments.OnlyFile();
     request.wavPath = arguments.Output({QStringLiteral("wav")});
     request.speed = arguments.Decimal("speed", 1.0);
@@ -43,10 +44,10 @@ Request RequestIn(Arguments& arguments)
 
 long long TimeOf(SoundRender const& render, long long frames)
 {
-    return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * 1e6);
+    return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * secondUs);
 }
 
-ExitCode Write(SoundRender& render, Request const& request)
+ExitCode Write(SoundRender& render, AudioRequest const& request)
 {
     long long const bytes = render.GetFrameCount() * render.GetChannelCount() * static_cast<long long>(sizeof(short));
     if (bytes > WavFile::mostBytes)
@@ -72,7 +73,7 @@ ExitCode Write(SoundRender& render, Request const& request)
     return file.Finish() ? ExitCode::Ok : CannotWrite(request.wavPath, file.GetError());
 }
 
-void ReportWritten(SoundRender const& render, Request const& request)
+void ReportWritten(SoundRender const& render, AudioRequest const& request)
 {
     Console::WriteData(QStringLiteral("%1: %2 of sound, %3 frames, %4 channel%5 at %6 Hz\n")
                            .arg(request.wavPath, TimeText::Clock(TimeOf(render, render.GetFrameCount())),
@@ -81,9 +82,9 @@ void ReportWritten(SoundRender const& render, Request const& request)
                                 QString::number(render.GetSampleRate())));
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunAudio(Arguments& arguments, MessageLog& log)
 {
-    Request const request = RequestIn(arguments);
+    AudioRequest const request = AudioRequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenSound(request.path, log, request.soundStream);
@@ -125,5 +126,5 @@ Command AudioCommand()
              Options::soundStream,
              Options::from,
              Options::to},
-            Run};
+            RunAudio};
 }

@@ -102,7 +102,7 @@ ExitCode Check(MediaItem const& item, SourceOptions const& options, MessageLog& 
     return check.GetFaults().isEmpty() ? ExitCode::Ok : ExitCode::DecodingFailed;
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunCheck(Arguments& arguments, MessageLog& log)
 {
     SourceOptions options = arguments.Sources();
     options.colours = arguments.Colours(/*followsStream=*/true, /*exact=*/false);
@@ -138,5 +138,5 @@ Command CheckCommand()
              Options::stills,
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
-            Run};
+            RunCheck};
 }

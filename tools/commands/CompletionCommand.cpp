@@ -40,7 +40,7 @@ CompletedProgram Player()
     return {QStringLiteral("tavolin-player"), {{}, {}, options, {}}, {}};
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& /*log*/)
+ExitCode RunCompletion(Arguments& arguments, MessageLog& /*log*/)
 {
     QStringList const words = arguments.Files();
     QString const shell = words.value(0);
@@ -72,6 +72,6 @@ Command CompletionCommand()
             "  source <(tavolin completion bash)\n"
             "  source <(tavolin completion zsh)\n",
             {},
-            Run,
+            RunCompletion,
             "bash zsh tavolin tavolin-player"};
 }

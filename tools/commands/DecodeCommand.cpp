@@ -19,7 +19,7 @@
 
 namespace {
 
-struct Request
+struct DecodeRequest
 {
     TimeRange range;
     int soundStream = 0; // from 1; 0: the best
@@ -99,7 +99,7 @@ bool DecodeAsked(Source const& source, TimeRange const& range, DecodeReport& rep
 }
 
 // The report is data, unless the sums are: then it is a message.
-void ShowSummary(QString const& summary, Request const& request)
+void ShowSummary(QString const& summary, DecodeRequest const& request)
 {
     if (!request.withSums) {
         Console::WriteData(summary);
@@ -119,7 +119,7 @@ ExitCode Judge(QString const& path, DecodeReport const& report, int errors)
     return report.IsEmpty() || errors > 0 ? ExitCode::DecodingFailed : ExitCode::Ok;
 }
 
-ExitCode Decode(MediaItem const& item, Request const& request, MessageLog& log)
+ExitCode Decode(MediaItem const& item, DecodeRequest const& request, MessageLog& log)
 {
     auto const source = OpenSource(item, log, request.options);
     if (!source || !ChooseSound(*source, request.soundStream))
@@ -143,9 +143,9 @@ ExitCode Decode(MediaItem const& item, Request const& request, MessageLog& log)
     return source->LeavesOutAHalf() || !faults.isEmpty() ? ExitCode::DecodingFailed : result;
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunDecode(Arguments& arguments, MessageLog& log)
 {
-    Request request;
+    DecodeRequest request;
     request.withSums = arguments.Has("md5");
     request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
@@ -183,5 +183,5 @@ Command DecodeCommand()
              Options::stills,
              Options::Colours(/*followsStream=*/false),
              Options::noToneMapping},
-            Run};
+            RunDecode};
 }

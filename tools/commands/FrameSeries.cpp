@@ -13,7 +13,7 @@
 namespace {
 
 // Between the times of packets and of pictures.
-constexpr long long rounding = 1000;
+constexpr long long timeRounding = 1000;
 
 } // namespace
 
@@ -71,7 +71,7 @@ ExitCode FrameSeries::WriteByCount(PictureStream& pictures)
     if (result == ReadResult::Got && source.IsOver(*picture, from))
         result = ReadResult::End;
     for (int i = 0; result == ReadResult::Got && picture->startTime < request.range.to; ++i) {
-        long long const until = picture->endTime - rounding;
+        long long const until = picture->endTime - timeRounding;
         if (IsSequence() ? !IsAskedFor(picture->startTime) : i % request.pictureStep != 0) {
             passed.push_back({picture->startTime, until});
         } else {

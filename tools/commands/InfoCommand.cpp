@@ -20,7 +20,7 @@ Info::Count CountOf(Source const& source, bool isQuick, MessageLog& log)
     return isQuick ? std::nullopt : PictureCount::Of(source);
 }
 
-struct Request
+struct InfoRequest
 {
     SourceOptions options;
     bool isQuick = false;
@@ -34,7 +34,7 @@ struct Described
 };
 
 // Empty, having said why, where there is nothing to describe.
-Described Open(MediaItem const& item, Request const& request, MessageLog& log)
+Described Open(MediaItem const& item, InfoRequest const& request, MessageLog& log)
 {
     Described described{OpenSource(item, log, request.options), std::nullopt};
     if (!described.source || described.source->GetKind() != SourceKind::Sequence)
@@ -49,7 +49,7 @@ Described Open(MediaItem const& item, Request const& request, MessageLog& log)
     return {};
 }
 
-ExitCode DescribeInText(MediaItem const& item, Request const& request, MessageLog& log)
+ExitCode DescribeInText(MediaItem const& item, InfoRequest const& request, MessageLog& log)
 {
     auto const [source, one] = Open(item, request, log);
     if (!source)
@@ -59,7 +59,7 @@ ExitCode DescribeInText(MediaItem const& item, Request const& request, MessageLo
     return ExitCode::Ok;
 }
 
-ExitCode DescribeInJson(MediaItem const& item, Request const& request, MessageLog& log, QJsonArray& objects)
+ExitCode DescribeInJson(MediaItem const& item, InfoRequest const& request, MessageLog& log, QJsonArray& objects)
 {
     auto const [source, one] = Open(item, request, log);
     if (!source)
@@ -70,9 +70,9 @@ ExitCode DescribeInJson(MediaItem const& item, Request const& request, MessageLo
     return source ? ExitCode::Ok : ExitCode::CannotOpen;
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunInfo(Arguments& arguments, MessageLog& log)
 {
-    Request const request{arguments.Sources(), arguments.Has("quick")};
+    InfoRequest const request{arguments.Sources(), arguments.Has("quick")};
     if (arguments.AreWrong())
         return ExitCode::Usage;
     if (!arguments.Has("json"))
@@ -106,5 +106,5 @@ Command InfoCommand()
              {"quick", nullptr, "Do not count the pictures."},
              Options::fps,
              Options::stills},
-            Run};
+            RunInfo};
 }

@@ -31,7 +31,7 @@ QString FindPlayer()
     return beside.isEmpty() ? QStandardPaths::findExecutable(playerName) : beside;
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& /*log*/)
+ExitCode RunPlay(Arguments& arguments, MessageLog& /*log*/)
 {
     QString const player = FindPlayer();
     if (player.isEmpty()) {
@@ -56,5 +56,5 @@ Command PlayCommand()
             "as the player remembers it.\n\n"
             "The exit code is 3 if tavolin-player is not installed, or if it fails.\n",
             {std::begin(playerOptions), std::end(playerOptions)},
-            Run};
+            RunPlay};
 }

@@ -18,10 +18,10 @@ namespace {
 constexpr int mostColumns = 100;
 constexpr int mostRows = 1000;
 constexpr int mostPictures = 10000;
-constexpr int smallestWidth = 80; // pixels; room for a time
+constexpr int smallestTileWidth = 80; // pixels; room for a time
 constexpr int largestWidth = 4096;
 
-struct Request
+struct SheetRequest
 {
     QString path; // as given; later the source's name
     MediaItems::Rows rows = MediaItems::Rows::Sequences;
@@ -33,16 +33,16 @@ struct Request
     SourceOptions options;
 };
 
-Request RequestIn(Arguments& arguments)
+SheetRequest SheetRequestIn(Arguments& arguments)
 {
-    Request request;
+    SheetRequest request;
     request.path = arguments.OnlyFile();
     request.target = arguments.PictureOutput();
     if (arguments.Has("rows") && arguments.Has("count"))
         arguments.Reject(QStringLiteral("--rows and --count do not go together"));
     request.columns = arguments.Number("columns", 1, mostColumns, 4);
     int const rows = arguments.Number("rows", 1, mostRows, 5);
-    request.width = arguments.Number("width", smallestWidth, largestWidth, 320);
+    request.width = arguments.Number("width", smallestTileWidth, largestWidth, 320);
     request.count = arguments.Number("count", 1, mostPictures, request.columns * rows);
     request.range = arguments.Range();
     request.rows = arguments.Rows();
@@ -51,7 +51,7 @@ Request RequestIn(Arguments& arguments)
     return request;
 }
 
-ExitCode Report(Request const& request, PictureSamples::Result result)
+ExitCode Report(SheetRequest const& request, PictureSamples::Result result)
 {
     switch (result) {
     case PictureSamples::Result::Done:
@@ -69,7 +69,7 @@ ExitCode Report(Request const& request, PictureSamples::Result result)
     return ExitCode::DecodingFailed;
 }
 
-bool IsTooLarge(ContactSheet const& sheet, Request const& request)
+bool IsTooLarge(ContactSheet const& sheet, SheetRequest const& request)
 {
     long long const width = sheet.GetWidth(request.columns);
     return width * sheet.GetHeight(request.columns, request.count) > PictureFile::mostPixels;
@@ -102,7 +102,7 @@ bool HasFiles(Source const& source, PictureSamples const& samples)
     return hasAll;
 }
 
-ExitCode Collect(Source const& source, Request const& request, Arguments& arguments, ContactSheet& sheet)
+ExitCode Collect(Source const& source, SheetRequest const& request, Arguments& arguments, ContactSheet& sheet)
 {
     bool const hasTime = !source.HasOnePicture();
     bool isTooLarge = false;
@@ -123,7 +123,7 @@ ExitCode Collect(Source const& source, Request const& request, Arguments& argume
     return reported == ExitCode::Ok && !isWhole ? ExitCode::DecodingFailed : reported;
 }
 
-ExitCode Write(ContactSheet const& sheet, Request const& request)
+ExitCode Write(ContactSheet const& sheet, SheetRequest const& request)
 {
     int const columns = std::min(request.columns, sheet.GetCount());
     return WritePicture(sheet.Draw(columns), request.target,
@@ -134,13 +134,13 @@ ExitCode Write(ContactSheet const& sheet, Request const& request)
                             .arg(columns == 1 ? QString() : QStringLiteral("s")));
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunSheet(Arguments& arguments, MessageLog& log)
 {
-    Request request = RequestIn(arguments);
+    SheetRequest request = SheetRequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
-    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
+    auto const source =
+        OpenPictures(FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows), log, request.options);
     if (!source)
         return ExitCode::CannotOpen;
     request.path = source->GetName();
@@ -163,9 +163,9 @@ Command SheetCommand()
             "Divides FILE, or the range from --from to --to, into equal parts and draws the\n"
             "picture from the middle of each part, with its start time below, or the number\n"
             "in its file's name if FILE is an image sequence. Pixels are square and pictures\n"
-            "are upright. The ending of PICTURE selects the format: .png,\n"
-            ".jpg, .jpeg, .ppm or .pnm. No picture appears twice, so there may be fewer. A\n"
-            "still image and cover art give one picture, without a time.\n\n"
+            "are upright. No picture appears twice, so there may be fewer. A still image and\n"
+            "cover art give one picture, without a time.\n\n"
+            "The ending of PICTURE selects the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
             "The exit code is 4 if something could not be decoded (the rest is written), or\n"
             "if there is no picture between --from and --to.\n",
             {Options::PictureOutput(),
@@ -180,5 +180,5 @@ Command SheetCommand()
              Options::stills,
              Options::Colours(/*followsStream=*/true),
              Options::noToneMapping},
-            Run};
+            RunSheet};
 }

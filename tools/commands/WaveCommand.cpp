@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr int smallestWidth = 160;
+constexpr int smallestWaveWidth = 160;
 constexpr int largestSide = 16384;
 
-struct Request
+struct WaveRequest
 {
     QString path;
     PictureTarget target;
@@ -24,25 +24,25 @@ struct Request
     int height = 0; // 0: the default for the number of channels
 };
 
-Request RequestIn(Arguments& arguments)
+WaveRequest WaveRequestIn(Arguments& arguments)
 {
-    Request request;
+    WaveRequest request;
     request.path = arguments.OnlyFile();
     request.target = arguments.PictureOutput();
-    request.width = arguments.Number("width", smallestWidth, largestSide, 1280);
+    request.width = arguments.Number("width", smallestWaveWidth, largestSide, 1280);
     request.height = arguments.Number("height", 1, largestSide, 0);
     request.soundStream = arguments.SoundStream();
     request.range = arguments.Range();
     return request;
 }
 
-ExitCode Report(Request const& request, SoundLevels::Result result)
+ExitCode Report(WaveRequest const& request, SoundLevels::Result result)
 {
     switch (result) {
     case SoundLevels::Result::Done:
         return ExitCode::Ok;
     case SoundLevels::Result::CannotOpen:
-        Console::Say(request.path + QStringLiteral(": the sound of it cannot be decoded"));
+        Console::Say(request.path + QStringLiteral(": the sound cannot be decoded"));
         return ExitCode::CannotOpen;
     case SoundLevels::Result::NothingInRange:
         Console::Say(request.path + QStringLiteral(": there is no sound in the time asked for"));
@@ -52,7 +52,7 @@ ExitCode Report(Request const& request, SoundLevels::Result result)
 }
 
 // The requested height, or the default.
-int HeightOf(SoundLevels const& levels, Request const& request, Arguments& arguments)
+int HeightOf(SoundLevels const& levels, WaveRequest const& request, Arguments& arguments)
 {
     int const channels = levels.GetChannelCount();
     int const height = request.height == 0 ? WavePicture::DefaultHeight(channels) : request.height;
@@ -71,7 +71,7 @@ QString PeakText(SoundLevels const& levels)
     return QStringLiteral("peak %1 dB").arg(20.0 * std::log10(levels.GetPeak() / 32768.0), 0, 'f', 1);
 }
 
-ExitCode Write(SoundLevels const& levels, int height, Request const& request)
+ExitCode Write(SoundLevels const& levels, int height, WaveRequest const& request)
 {
     return WritePicture(WavePicture::Draw(levels, height), request.target,
                         QStringLiteral("%1 to %2, %3 channel%4, %5")
@@ -81,9 +81,9 @@ ExitCode Write(SoundLevels const& levels, int height, Request const& request)
                             .arg(PeakText(levels)));
 }
 
-ExitCode Run(Arguments& arguments, MessageLog& log)
+ExitCode RunWave(Arguments& arguments, MessageLog& log)
 {
-    Request const request = RequestIn(arguments);
+    WaveRequest const request = WaveRequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const source = OpenSound(request.path, log, request.soundStream);
@@ -120,5 +120,5 @@ Command WaveCommand()
              Options::soundStream,
              Options::from,
              Options::to},
-            Run};
+            RunWave};
 }

@@ -13,6 +13,10 @@ struct Colour
     uint8_t blue = 0;
 };
 
+// Of all pictures that we draw ourselves.
+constexpr Colour backgroundColour = {22, 24, 28};
+constexpr Colour textColour = {176, 182, 192};
+
 // A picture to draw on. Drawing is clipped to it. Coordinates are pixels from the upper left corner.
 class Canvas
 {

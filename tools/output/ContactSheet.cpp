@@ -7,9 +7,7 @@
 
 namespace {
 
-constexpr Colour backgroundColour = {22, 24, 28};
 constexpr Colour placeColour = {12, 13, 15};
-constexpr Colour textColour = {176, 182, 192};
 
 constexpr int distance = 12; // pixels between pictures, and around the sheet
 

@@ -20,14 +20,14 @@ constexpr int patienceMs = 600000;
 constexpr long long farthestUs = 100000000 * secondUs;
 
 // At every speed there is sound.
-constexpr double fastest = 16.0;
+constexpr double fastestHeard = 16.0;
 
 PlaybackOptions SoundOnly(int soundStream)
 {
     PlaybackOptions options;
     options.soundStream = soundStream;
     options.withPictures = false;
-    options.muteAboveSpeed = fastest;
+    options.muteAboveSpeed = fastestHeard;
     return options;
 }
 
@@ -59,7 +59,7 @@ bool SoundRender::Open()
     sampleRate = status.sampleRate;
     soundStart = status.soundStart;
     if (channels <= 0 || sampleRate <= 0)
-        error = status.error.isEmpty() ? QStringLiteral("The sound of it cannot be decoded.") : status.error;
+        error = status.error.isEmpty() ? QStringLiteral("The sound cannot be decoded.") : status.error;
     return error.isEmpty();
 }
 
@@ -67,7 +67,7 @@ bool SoundRender::Wait()
 {
     if (engine.WaitUntilReady(patienceMs))
         return true;
-    error = QStringLiteral("The sound of it cannot be decoded in reasonable time.");
+    error = QStringLiteral("Decoding the sound takes too long.");
     return false;
 }
 

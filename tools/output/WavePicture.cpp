@@ -10,13 +10,11 @@
 
 namespace {
 
-constexpr Colour backgroundColour = {22, 24, 28};
 constexpr Colour laneColour = {30, 33, 39};
 constexpr Colour absentColour = {12, 13, 15};
 constexpr Colour gridColour = {44, 48, 56};
 constexpr Colour peakColour = {52, 120, 150};
 constexpr Colour rmsColour = {116, 196, 220};
-constexpr Colour textColour = {176, 182, 192};
 
 constexpr int sideSpace = 12;
 constexpr int topSpace = 12;
@@ -30,7 +28,7 @@ constexpr int axisSpace = 36; // marks, texts and what is around them
 constexpr int textDistance = 24;
 constexpr int widestText = 88; // "0:05.250"
 
-constexpr double loudest = 32768.0;
+constexpr double fullScale = 32768.0;
 
 // A lane's rows, and the row of a sample in it.
 struct Lane
@@ -40,7 +38,7 @@ struct Lane
 
     int RowOf(double sample) const
     {
-        double const share = (loudest - sample) / (2.0 * loudest);
+        double const share = (fullScale - sample) / (2.0 * fullScale);
         return top + std::clamp(static_cast<int>(share * height), 0, height - 1);
     }
 };
@@ -73,7 +71,7 @@ void DrawLevel(Canvas& canvas, Lane const& lane, int column, SoundLevels::Level 
 void DrawLane(Canvas& canvas, Lane const& lane, SoundLevels const& levels, int channel)
 {
     canvas.Fill(sideSpace, lane.top, levels.GetColumnCount(), lane.height, laneColour);
-    for (double const half : {-loudest / 2, loudest / 2})
+    for (double const half : {-fullScale / 2, fullScale / 2})
         canvas.Fill(sideSpace, lane.RowOf(half), levels.GetColumnCount(), 1, gridColour);
     for (int column = 0; column < levels.GetColumnCount(); ++column)
         DrawLevel(canvas, lane, column, levels.GetLevel(channel, column));

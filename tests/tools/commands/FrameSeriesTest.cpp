@@ -14,7 +14,7 @@ namespace {
 
 QByteArray const header = "P6\n96 64\n255\n";
 
-QByteArray Md5(QByteArray const& bytes)
+QByteArray Md5Of(QByteArray const& bytes)
 {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
 }
@@ -44,7 +44,7 @@ protected:
     {
         QByteArray const bytes = ReadMedia(PathOf(name));
         ASSERT_TRUE(bytes.startsWith(header)) << name.toStdString();
-        EXPECT_EQ(Md5(bytes.mid(header.size())), DecodePlainly(movie).at(number).md5) << name.toStdString();
+        EXPECT_EQ(Md5Of(bytes.mid(header.size())), DecodePlainly(movie).at(number).md5) << name.toStdString();
     }
 };
 
@@ -75,15 +75,15 @@ TEST_F(FrameSeriesTest, WritesEverySoManyPictures)
     ExpectPicture("a.40.ppm", Uneven(), 40);
 }
 
-// Its packets bear no times, so that 24 pictures are taken for a second.
+// Its packets bear no times, so that 25 pictures are taken for a second.
 TEST_F(FrameSeriesTest, NumbersThePicturesOfARawStream)
 {
     QString const raw = MovingPicture("plain.h264", {"-c:v", "libx264", "-g", "12", "-bf", "0"});
     ToolRun const run = RunTavolin(
         {"frame", raw, "--every", "1", "--from", "1", "--to", "3", "-o", PathOf("a-%d.ppm"), "--colours=plain"});
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-24.ppm", "a-48.ppm"}));
-    ExpectPicture("a-24.ppm", raw, 24);
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-25.ppm", "a-50.ppm"}));
+    ExpectPicture("a-25.ppm", raw, 25);
 }
 
 // The times of this one begin anew in its middle, so that no index can be made of it. 25 pictures a second.
@@ -119,7 +119,7 @@ TEST_F(FrameSeriesTest, WritesOneBehindTheOtherToStandardOutput)
     ASSERT_EQ(run.output.size(), 3 * (header.size() + 3 * 96 * 64));
     for (int i = 0; i < 3; ++i) {
         QByteArray const one = run.output.mid(i * run.output.size() / 3, run.output.size() / 3);
-        EXPECT_EQ(Md5(one.mid(header.size())), DecodePlainly(Uneven()).at(static_cast<size_t>(20 * i)).md5) << i;
+        EXPECT_EQ(Md5Of(one.mid(header.size())), DecodePlainly(Uneven()).at(static_cast<size_t>(20 * i)).md5) << i;
     }
     EXPECT_EQ(run.errors.count("tavolin: the picture at "), 3);
 }

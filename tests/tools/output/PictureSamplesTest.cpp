@@ -16,9 +16,7 @@ struct Samples
 {
     Samples(QString const& path, TimeRange const& range, int count)
     {
-        SourceOptions options;
-        options.untimedRate = 24.0;
-        Source const source = Source::OpenFile(path, options);
+        Source const source = Source::OpenFile(path);
         result = PictureSamples(source).Take(range, count,
                                              [&](auto const& picture) { starts.push_back(picture->startTime); });
     }
@@ -28,7 +26,7 @@ struct Samples
     std::vector<long long> starts;
 };
 
-QString FourSeconds()
+QString SampledMovie()
 {
     return MovingPicture("four.mp4", {"-c:v", "libx264", "-g", "30", "-bf", "2"});
 }
@@ -38,7 +36,7 @@ QString FourSeconds()
 // Parts of a second; at 0.5 s shows the picture that starts at 0.48 s.
 TEST(PictureSamplesTest, TakesThePictureInTheMiddleOfEachPart)
 {
-    Samples const samples(FourSeconds(), {}, 4);
+    Samples const samples(SampledMovie(), {}, 4);
     EXPECT_EQ(samples.result, Result::Done);
     EXPECT_EQ(samples.starts, (std::vector<long long>{480000, 1480000, 2480000, 3480000}));
 }
@@ -48,11 +46,11 @@ TEST(PictureSamplesTest, TakesOnlyWhatLiesInTheRange)
     TimeRange range;
     range.from = 2000000;
     range.to = 3000000;
-    EXPECT_EQ(Samples(FourSeconds(), range, 2).starts, (std::vector<long long>{2240000, 2720000}));
+    EXPECT_EQ(Samples(SampledMovie(), range, 2).starts, (std::vector<long long>{2240000, 2720000}));
     range.to = 99000000; // there is nothing after 4 s
-    EXPECT_EQ(Samples(FourSeconds(), range, 2).starts, (std::vector<long long>{2480000, 3480000}));
+    EXPECT_EQ(Samples(SampledMovie(), range, 2).starts, (std::vector<long long>{2480000, 3480000}));
     range.from = 4000000;
-    EXPECT_EQ(Samples(FourSeconds(), range, 2).result, Result::NothingInRange);
+    EXPECT_EQ(Samples(SampledMovie(), range, 2).result, Result::NothingInRange);
 }
 
 TEST(PictureSamplesTest, TakesAPictureOnce)
@@ -62,13 +60,13 @@ TEST(PictureSamplesTest, TakesAPictureOnce)
     EXPECT_EQ(Samples(slides, {}, 10).starts, (std::vector<long long>{0, 4000000}));
 }
 
-// Without times there is nothing to seek by, and no length: 100 pictures of 1/24 s.
+// Without times there is nothing to seek by, and no length: 100 pictures of 1/25 s.
 TEST(PictureSamplesTest, ReadsFromTheBeginningWhereSeeksCannotBeTrusted)
 {
     QString const raw = MovingPicture("timeless.h264", {"-c:v", "libx264", "-bf", "0"});
     Samples const samples(raw, {}, 4);
     EXPECT_EQ(samples.result, Result::Done);
-    EXPECT_EQ(samples.starts, (std::vector<long long>{500000, 1541667, 2583333, 3625000})); // 12, 37, 62, 87
+    EXPECT_EQ(samples.starts, (std::vector<long long>{480000, 1480000, 2480000, 3480000})); // 12, 37, 62, 87
     EXPECT_EQ(Samples(raw, {}, 500).starts.size(), 100u);
 }
 
