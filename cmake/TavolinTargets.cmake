@@ -15,9 +15,8 @@ if(TAVOLIN_FUZZ_COVERAGE)
     target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
 endif()
 if(TAVOLIN_QUICK_BUILD)
-    # Of sources compiled together, GCC takes all but the first for headers, whose unnamed namespaces it warns of.
-    target_compile_options(TavolinBuildFlags INTERFACE
-        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    # GCC takes sources that are compiled together for headers, in which nothing should be local to a source.
+    target_compile_options(TavolinBuildFlags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     find_program(TAVOLIN_MOLD mold) # several times as fast as the default linker
     if(TAVOLIN_MOLD)
         target_link_options(TavolinBuildFlags INTERFACE -fuse-ld=mold)

@@ -17,10 +17,13 @@
 #include <QTextCodec>
 #endif
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 
@@ -60,26 +63,62 @@ QString Text(std::string const& text)
     return QString::fromStdString(text);
 }
 
-// True once a signal's handler has raised an exception, which then is set in this thread.
-StopCheck StopAtSignals()
+[[noreturn]] void WaitForEnd()
 {
-    return [asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
-        auto const now = std::chrono::steady_clock::now();
-        if (isRaised || now - asked < signalInterval)
-            return isRaised;
-        asked = now;
-        py::gil_scoped_acquire const lock;
-        return isRaised = PyErr_CheckSignals() != 0;
-    };
+    for (;;)
+        pause();
 }
+
+// Takes the interpreter's lock. When the interpreter ends, Python ends each thread that asks for the lock, by unwinding
+// its stack, also through destructors, where that aborts the process. Such a thread waits for the process's end
+// instead.
+void TakeLock(PyThreadState* state)
+{
+    try {
+        if (Py_IsInitialized() == 0)
+            WaitForEnd();
+        PyEval_RestoreThread(state);
+    } catch (...) { // what unwinds must not be let go of here
+        WaitForEnd();
+    }
+}
+
+// For its lifetime this thread is without the interpreter's lock.
+class WithoutLock
+{
+public:
+    WithoutLock() : state(PyEval_SaveThread()) {}
+    ~WithoutLock() { TakeLock(state); }
+
+    WithoutLock(WithoutLock const&) = delete;
+    WithoutLock& operator=(WithoutLock const&) = delete;
+
+    // True once a signal's handler has raised an exception, which then is set in this thread.
+    StopCheck StopAtSignals() const
+    {
+        return [held = state, asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
+            auto const now = std::chrono::steady_clock::now();
+            if (isRaised || now - asked < signalInterval)
+                return isRaised;
+            asked = now;
+            TakeLock(held);
+            isRaised = PyErr_CheckSignals() != 0;
+            PyEval_SaveThread();
+            return isRaised;
+        };
+    }
+
+private:
+    PyThreadState* const state;
+};
 
 // What `work` gives, which runs without the interpreter's lock.
 template <typename Work>
 auto Unlocked(Work const& work)
 {
     try {
-        py::gil_scoped_release const unlock;
-        return work(StopAtSignals());
+        WithoutLock const unlocked;
+        return work(unlocked.StopAtSignals());
     } catch (PictureSpan::Interrupted const&) {
         throw py::error_already_set();
     } catch (Video::Closed const&) {
@@ -114,7 +153,7 @@ std::string Represent(Frame const& frame)
         .cast<std::string>();
 }
 
-// The pictures of a span one after the other, either way.
+// The pictures of a span one after the other, either way. Threads that share it get each picture once.
 class Frames
 {
 public:
@@ -124,19 +163,25 @@ public:
 
     Frame Next()
     {
-        if (!isDone) {
-            auto const next = [this, latest = picture](StopCheck const& stop) {
-                return latest ? video->FindNeighbour(*latest, IsForwards(), stop) : First(stop);
-            };
-            picture = Unlocked(next);
-        }
-        isDone = isDone || !picture || !IsWithin();
-        if (isDone)
+        Video::Picture const next = Unlocked([this](StopCheck const& stop) {
+            std::lock_guard const lock(*mutex);
+            return FindNext(stop);
+        });
+        if (!next)
             throw py::stop_iteration();
-        return {picture};
+        return {next};
     }
 
 private:
+    Video::Picture FindNext(StopCheck const& stop)
+    {
+        if (isDone)
+            return nullptr;
+        picture = picture ? video->FindNeighbour(*picture, IsForwards(), stop) : First(stop);
+        isDone = !picture || !IsWithin();
+        return isDone ? nullptr : picture;
+    }
+
     bool IsForwards() const { return from <= to; }
     bool IsWithin() const { return IsForwards() ? picture->startTime < to : picture->endTime >= to; }
 
@@ -153,6 +198,7 @@ private:
     std::shared_ptr<Video> video;
     long long from;
     long long to;
+    std::unique_ptr<std::mutex> mutex = std::make_unique<std::mutex>(); // of the following
     Video::Picture picture;
     bool isDone = false;
 };

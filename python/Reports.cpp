@@ -15,8 +15,11 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <pthread.h>
+
 #include <chrono>
 #include <mutex>
+#include <new>
 
 namespace {
 
@@ -31,6 +34,12 @@ struct Logged
 
 thread_local Logged logged;
 std::timed_mutex checks;
+
+// A forked process has none of the threads that hold the lock or wait for it.
+void RenewChecks()
+{
+    new (&checks) std::timed_mutex;
+}
 
 // With the sentence that the command prints when it cannot be used.
 [[noreturn]] void Refuse(QString const& path, QString const& why)
@@ -67,6 +76,7 @@ QByteArray DescribeSequence(QString const& path, Source const& source)
 void Reports::CollectMessages()
 {
     av_log_set_level(AV_LOG_QUIET);
+    pthread_atfork(nullptr, nullptr, RenewChecks);
     Logger::GetInstance().SetSink([](Logger::Level level, QString const& message, int) {
         if (level != Logger::Level::Error)
             return;

@@ -269,6 +269,35 @@ for thread in threads:
     assert (done.returncode, done.stdout.count("(64, 96, 3)")) == (0, 4)
 
 
+def test_threads_that_share_an_iterator_get_each_picture_once(movie):
+    with tavolin.open(movie) as video:
+        frames, times = video.frames(), []
+        threads = [threading.Thread(target=lambda: times.extend(frame.time_us for frame in frames)) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        assert sorted(times) == [40000 * number for number in range(100)]
+
+
+@pytest.mark.parametrize("work", ["for frame in tavolin.open(path): frame.pixels", "tavolin.check(path)"])
+def test_the_interpreter_ends_while_threads_work(work, movie):
+    code = f"""
+import sys, threading, time, tavolin
+path = sys.argv[1]
+def go():
+    while True:
+        {work}
+for _ in range(3):
+    threading.Thread(target=go, daemon=True).start()
+time.sleep(0.3)
+"""
+    for _ in range(3):
+        done = subprocess.run([sys.executable, "-c", code, movie], stderr=subprocess.PIPE, timeout=40,
+                              env=interpreter_environment())
+        assert (done.returncode, done.stderr) == (0, b"")
+
+
 def test_other_threads_run_while_one_decodes():
     path = make_media("long.mov", *moving_picture(120), "-c:v", "libx264", "-g", "250", "-pix_fmt", "yuv420p")
     done = threading.Event()
