@@ -15,6 +15,8 @@ if(TAVOLIN_FUZZ_COVERAGE)
     target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
 endif()
 if(TAVOLIN_QUICK_BUILD)
+    # GCC takes a source in a group for a header, in which types of unnamed namespaces would be wrong.
+    target_compile_options(TavolinBuildFlags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     find_program(TAVOLIN_MOLD mold) # several times as fast as the default linker
     if(TAVOLIN_MOLD)
         target_link_options(TavolinBuildFlags INTERFACE -fuse-ld=mold)
