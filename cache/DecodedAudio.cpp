@@ -40,7 +40,7 @@ void Stretch(DecodedAudioFrame& frame, long long start, long long end)
         return;
     long long const channels = static_cast<long long>(frame.sampleCount) / frame.frameCount;
     long long const gap = WrappedDifference(end, start);
-    long long const frameCount = frame.frameCount + WrappedProduct(frame.sampleRate, gap) / 1000000;
+    long long const frameCount = frame.frameCount + WrappedProduct(frame.sampleRate, gap) / secondUs;
     if (channels == 0 || !FitsInt(frameCount) || !FitsInt(frameCount * channels))
         return;
     StoreShared(frame.frameCount, static_cast<int>(frameCount));
@@ -325,7 +325,7 @@ void DecodedAudio::PlayFrames(OutputBlock& block, long long time, int sampleRate
             return;
         }
         if (followsDrift) {
-            double const played = block.written / static_cast<double>(sampleRate) * 1000000.0;
+            double const played = block.written / static_cast<double>(sampleRate) * secondUs;
             PaSyncAudio(block.position, block.GetFrames(), TruncatedTime(played + static_cast<double>(time)),
                         block.GetChannels(), sampleRate, block.written);
         }
@@ -363,7 +363,7 @@ void DecodedAudio::TakeOutputFrame(long long time, int sampleRate, PlayedFrames&
     outputFrameStart = LoadShared(outputFrame->startTime);
     long long remaining = LoadShared(outputFrame->frameCount);
     if (isLookup)
-        remaining -= WrappedProduct(WrappedDifference(time, outputFrameStart), sampleRate) / 1000000;
+        remaining -= WrappedProduct(WrappedDifference(time, outputFrameStart), sampleRate) / secondUs;
     remainingSamples = HeldToInt(remaining);
 }
 
@@ -398,7 +398,7 @@ void DecodedAudio::PaSyncAudio(short* buffer, int framesPerBuffer, long long tim
     if (sum >= -uncorrectedSumUs && sum <= uncorrectedSumUs)
         return;
     long long const average = sum / driftMeasurements;
-    double const frames = static_cast<double>(WrappedProduct(sampleRate, average)) / 1000000.0;
+    double const frames = static_cast<double>(WrappedProduct(sampleRate, average)) / secondUs;
     int const correction = HeldToInt(static_cast<long long>(frames));
     if (correction >= 0)
         remainingSamples = HeldToInt(static_cast<long long>(remainingSamples) - correction);

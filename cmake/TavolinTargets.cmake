@@ -15,7 +15,7 @@ if(TAVOLIN_FUZZ_COVERAGE)
     target_link_options(TavolinBuildFlags INTERFACE -fprofile-instr-generate)
 endif()
 if(TAVOLIN_QUICK_BUILD)
-    # GCC takes a source in a group for a header, in which types of unnamed namespaces would be wrong.
+    # GCC takes sources that are compiled together for headers, in which nothing should be local to a source.
     target_compile_options(TavolinBuildFlags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     find_program(TAVOLIN_MOLD mold) # several times as fast as the default linker
     if(TAVOLIN_MOLD)

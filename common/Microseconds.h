@@ -10,7 +10,7 @@ inline constexpr long long secondUs = 1000000;
 template <typename Rational>
 double MicrosecondsPerTick(Rational const& timeBase)
 {
-    return static_cast<double>(timeBase.num) / static_cast<double>(timeBase.den) * 1000000.0;
+    return static_cast<double>(timeBase.num) / static_cast<double>(timeBase.den) * secondUs;
 }
 
 // Truncates toward zero and clamps to the 64-bit range, so that any time in a file is defined. NaN gives 0.

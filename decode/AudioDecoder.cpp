@@ -164,7 +164,7 @@ std::shared_ptr<DecodedAudioFrame> AudioDecoder::MakeRecord(double start)
     record->startTime = TruncatedTime(start);
     record->endTime =
         TruncatedTime(static_cast<double>(record->startTime) +
-                      static_cast<double>(frame->nb_samples) / codecContext->sample_rate * 1000000.0 - 1.0);
+                      static_cast<double>(frame->nb_samples) / codecContext->sample_rate * secondUs - 1.0);
 
     FollowInputFormat();
     if (resamplerReady) {
@@ -184,7 +184,7 @@ double AudioDecoder::NextStart(double start) const
 {
     auto const bytesPerSecond = static_cast<int32_t>(static_cast<uint32_t>(FfmpegBridge::ChannelCount(codecContext)) *
                                                      static_cast<uint32_t>(codecContext->sample_rate) * 2u);
-    return start + static_cast<double>(frame->linesize[0]) / bytesPerSecond * 1000000.0;
+    return start + static_cast<double>(frame->linesize[0]) / bytesPerSecond * secondUs;
 }
 
 // Reconfigures the resampler when the stream changes its sample format or channels. The output format stays.

@@ -377,6 +377,12 @@ bool MediaInstance::HasSkippedInDoubt() const
     return videoDecoder && videoDecoder->HasSkippedInDoubt();
 }
 
+void MediaInstance::SetStepwiseDrain(bool isStepwise)
+{
+    if (videoDecoder)
+        videoDecoder->SetStepwiseDrain(isStepwise);
+}
+
 QVector<long long> MediaInstance::TakeDamage()
 {
     return videoDecoder ? videoDecoder->TakeDamage() : QVector<long long>();

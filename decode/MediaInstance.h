@@ -96,6 +96,7 @@ public:
     // The same as VideoDecoder's operations of these names; valid after Initialize. The settings outlive seeks and
     // closing.
     void SetSeekSkipping(bool skips);
+    void SetStepwiseDrain(bool isStepwise); // each further picture takes another PrepareNextPacket(true)
     bool HasSkippedInDoubt() const;
     QVector<long long> TakeDamage();
     void BeginAtKeyPicture();

@@ -169,7 +169,7 @@ void VideoDecoder::SetFrameRate(double newFrameRate)
     bool const isBeyond = newFrameRate > Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE ||
                           newFrameRate < Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE;
     frameRate = isBeyond ? Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE : newFrameRate; // NaN stays
-    frameDuration = 1.0 / frameRate * 1000000.0;
+    frameDuration = 1.0 / frameRate * secondUs;
 }
 
 void VideoDecoder::SetTimesOnly(bool newTimesOnly)
@@ -187,6 +187,11 @@ void VideoDecoder::SetSeekSkipping(bool skips)
 bool VideoDecoder::HasSkippedInDoubt() const
 {
     return hasSkipped && hasDoubt;
+}
+
+void VideoDecoder::SetStepwiseDrain(bool isStepwise)
+{
+    stepwiseDrain = isStepwise;
 }
 
 void VideoDecoder::BeginAtKeyPicture()
@@ -252,8 +257,8 @@ void VideoDecoder::Decode(AVPacket const& packet, QList<std::shared_ptr<DecodedV
 // decoded.
 void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
-    Step step = Step::Picture;
-    while (step == Step::Picture)
+    Step step = ReceivePicture(frames, seekTime);
+    while (step == Step::Picture && !stepwiseDrain)
         step = ReceivePicture(frames, seekTime);
     if (step != Step::TryAgain)
         return;
@@ -265,13 +270,13 @@ void VideoDecoder::Drain(AVPacket const& packet, QList<std::shared_ptr<DecodedVi
     ReceivePictures(frames, seekTime);
 }
 
-// Receives all pictures left in a draining codec, until one is dropped.
+// Receives all pictures left in a draining codec, or the next one, until one is dropped.
 void VideoDecoder::ReceivePictures(QList<std::shared_ptr<DecodedVideoFrame>>& frames, long long seekTime)
 {
     Step step = Step::Picture;
     for (int fruitless = 0; fruitless < mostFruitlessReceives; ++fruitless) {
         step = ReceivePicture(frames, seekTime);
-        if (step == Step::Picture)
+        if (step == Step::Picture && (isImage || !stepwiseDrain))
             fruitless = 0;
         else if (step != Step::TryAgain)
             return;

@@ -60,6 +60,11 @@ public:
     // call: a thousand at most. What is left out before a seek's target, or by BeginAtKeyPicture, does not count.
     QVector<long long> TakeDamage();
 
+    // Makes an empty packet deliver one picture at a time, and the end-of-stream record after the last one. All of them
+    // together take the memory of as many pictures as the codec holds back, which is a lot at large sizes. Off by
+    // default. In every state.
+    void SetStepwiseDrain(bool isStepwise);
+
     // Drops pictures until the codec (not the container) delivers one that was decoded without any other, and also
     // drops pictures shown before the next packet's picture, which may refer to undecoded ones. For a host that must
     // never show a wrong picture: call it after a seek.
@@ -83,7 +88,8 @@ public:
 
     // Appends the records that `packet` completes:
     // - ordinary packet: at most one picture, after those that the codec had to deliver before it took the packet;
-    // - empty packet (no data, no size): all pictures held back and the end-of-stream record;
+    // - empty packet (no data, no size): all pictures held back and the end-of-stream record, unless SetStepwiseDrain
+    //   asks for less;
     // - image: the whole image, without an end-of-stream record.
     // No decoded picture waits outside the codec between calls, so a host may flush its context at any time. Drops
     // pictures that start more than Settings::maxTrailingFramesAfterSeek frame durations before `seekTime` (negative:
@@ -155,6 +161,7 @@ private:
     bool isImage = false;
     bool isLinear = false;
     bool timesOnly = false;
+    bool stepwiseDrain = false;
     bool seekSkipping = false;
     bool hasSkipped = false; // since SetSeekSkipping
     bool hasDoubt = false;

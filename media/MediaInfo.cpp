@@ -76,7 +76,7 @@ long long MediaInfo::GetDuration() const
 
 double MediaInfo::GetDurationInSeconds() const
 {
-    return static_cast<double>(GetDuration()) / 1000000.0;
+    return static_cast<double>(GetDuration()) / secondUs;
 }
 
 QString MediaInfo::GetDurationAsString() const

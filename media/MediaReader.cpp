@@ -1,6 +1,7 @@
 #include "media/MediaReader.h"
 
 #include "common/Logger.h"
+#include "common/Microseconds.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/VideoDecoder.h"
 #include "media/FfmpegBridge.h"
@@ -152,7 +153,7 @@ void SetTiming(VideoStream& record, AVStream const* stream, long long duration)
     double const frameRate = FrameRateOf(stream);
     if (frameRate <= 0.0)
         return;
-    auto const frameStep = static_cast<long long>(1.0 / frameRate * 1000000.0);
+    auto const frameStep = static_cast<long long>(1.0 / frameRate * secondUs);
     if (frameStep < 1)
         return;
     record.frameRate = frameRate;

@@ -1,5 +1,7 @@
 #include "playback/DecodingThread.h"
 
+#include "common/Microseconds.h"
+
 #include <exception>
 #include <new>
 #include <system_error>
@@ -12,7 +14,7 @@ namespace {
 constexpr auto longestRest = std::chrono::milliseconds(10);
 
 // Microseconds of another stream of sound that are decoded before it takes over.
-constexpr long long soundToChange = 200000;
+constexpr long long soundToChange = secondUs / 5;
 
 // One sentence for the reader, without an allocation where there may be no memory.
 QString TroubleOf(std::exception const& exception)

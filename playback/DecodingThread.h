@@ -8,11 +8,11 @@
 #include <mutex>
 #include <thread>
 
-// The thread of an engine that opens sources and decodes what play needs of them. Nothing is posted and nothing queues
-// up: before each piece of work it asks what is needed most.
+// The thread of an engine that opens sources and decodes what play needs of them. There is no
+// queue: before each piece of work it asks what is needed most.
 //
 // All operations are called under the lock of the state of play, apart from constructor and destructor. The thread
-// itself decodes, and lets go of what it has decoded, without it.
+// itself decodes and frees without it.
 class DecodingThread
 {
 public:

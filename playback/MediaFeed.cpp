@@ -35,7 +35,7 @@ std::unique_ptr<MediaFeed> MediaFeed::Open(MediaItem const& item, PlaybackOption
         return feed;
     }
     if (wantsPictures && feed->kind != SourceKind::SoundWithCover)
-        error = QStringLiteral("No picture of it can be decoded.");
+        error = QStringLiteral("No picture of \"%1\" can be decoded.").arg(item.path);
     if (!source.HasSound())
         return nullptr;
     feed->kind = SourceKind::Sound;
@@ -109,11 +109,11 @@ bool MediaFeed::IsReady(PlayNeed const& asked, long long ahead) const
 }
 
 // Where the sound ends is known only once it has been decoded to there, at a speed without sound, too: otherwise play
-// would never end.
+// would never end, and backwards never begin.
 PlayNeed MediaFeed::WithSoundToItsEnd(PlayNeed need) const
 {
     PlayRange const range = GetRange();
-    bool const mayBeAtEnd = need.playing && need.forwards && !range.endKnown && need.position >= range.end;
+    bool const mayBeAtEnd = need.playing && !range.endKnown && need.position >= range.end;
     need.needsSound = need.needsSound || mayBeAtEnd;
     return need;
 }
@@ -145,43 +145,52 @@ void MediaFeed::FillStatus(PlaybackStatus& status, bool forwards) const
     PlayRange const range = GetRange();
     status.kind = kind;
     status.start = range.start;
-    status.duration = std::max(range.end - range.start, 0LL);
+    bool const isTold = range.endKnown || source.GetDuration() > 0;
+    status.duration = isTold ? std::max(range.end - range.start, 0LL) : 0;
     status.durationKnown = range.endKnown;
     status.width = width;
     status.height = height;
-    if (pictures) {
-        status.index = numbers ? numbers->Get() : nullptr;
-        status.frameRate = source.GetFrameRate();
-        status.frameStep = source.GetFrameStep();
-        status.firstNumber = source.GetFirstNumber();
-        status.timecode = source.GetStartTimecode().text;
-        status.timecodeRate = source.GetStartTimecode().rate;
-        status.lowerFieldFirst = source.IsLowerFieldFirst();
-        PictureCache::Span const span = pictures->GetSpan();
-        status.cacheStart = span.start;
-        status.cacheEnd = span.end;
-        status.cachedBytes = span.bytes;
-        status.cacheBudget = span.budget;
-        PictureFeeder::Snapshot const now = pictures->GetSnapshot();
-        status.picturesDecoded = now.decodedCount;
-        status.decodeRate = now.decodeRate;
-        status.colours = now.colourText;
-        status.damage = now.damage;
-        if (status.error.isEmpty())
-            status.error = now.error;
-    }
-    if (sound) {
-        status.channels = sound->GetOutput()->GetChannelCount();
-        status.sampleRate = sound->GetOutput()->GetSampleRate();
-        status.soundInfo = source.GetInfo();
-        status.origin = sound->GetOrigin();
-        status.soundStreams = soundStreams;
-        auto const plays = [this](SoundStreamInfo const& stream) { return stream.index == sound->GetStreamIndex(); };
-        auto const playing = std::find_if(soundStreams.begin(), soundStreams.end(), plays);
-        status.soundStream = static_cast<int>(std::distance(soundStreams.begin(), playing));
-        SoundFeeder::Snapshot const now = sound->GetSnapshot();
-        SoundFeeder::Cover const& cover = forwards ? now.forwards : now.backwards;
-        status.soundStart = std::max(cover.from, now.begin) - sound->GetOrigin();
-        status.soundEnd = std::min(cover.to, now.end - 1) - sound->GetOrigin();
-    }
+    if (pictures)
+        FillPictures(status);
+    if (sound)
+        FillSound(status, forwards);
+}
+
+void MediaFeed::FillPictures(PlaybackStatus& status) const
+{
+    status.index = numbers ? numbers->Get() : nullptr;
+    status.frameRate = source.GetFrameRate();
+    status.frameStep = source.GetFrameStep();
+    status.firstNumber = source.GetFirstNumber();
+    status.timecode = source.GetStartTimecode().text;
+    status.timecodeRate = source.GetStartTimecode().rate;
+    status.lowerFieldFirst = source.IsLowerFieldFirst();
+    PictureCache::Span const span = pictures->GetSpan();
+    status.cacheStart = span.start;
+    status.cacheEnd = span.end;
+    status.cachedBytes = span.bytes;
+    status.cacheBudget = span.budget;
+    PictureFeeder::Snapshot const now = pictures->GetSnapshot();
+    status.picturesDecoded = now.decodedCount;
+    status.decodeRate = now.decodeRate;
+    status.colours = now.colourText;
+    status.damage = now.damage;
+    if (status.error.isEmpty())
+        status.error = now.error;
+}
+
+void MediaFeed::FillSound(PlaybackStatus& status, bool forwards) const
+{
+    status.channels = sound->GetOutput()->GetChannelCount();
+    status.sampleRate = sound->GetOutput()->GetSampleRate();
+    status.soundInfo = source.GetInfo();
+    status.origin = sound->GetOrigin();
+    status.soundStreams = soundStreams;
+    auto const plays = [this](SoundStreamInfo const& stream) { return stream.index == sound->GetStreamIndex(); };
+    auto const playing = std::find_if(soundStreams.begin(), soundStreams.end(), plays);
+    status.soundStream = static_cast<int>(std::distance(soundStreams.begin(), playing));
+    SoundFeeder::Snapshot const now = sound->GetSnapshot();
+    SoundFeeder::Cover const& cover = forwards ? now.forwards : now.backwards;
+    status.soundStart = std::max(cover.from, now.begin) - sound->GetOrigin();
+    status.soundEnd = std::min(cover.to, now.end - 1) - sound->GetOrigin();
 }

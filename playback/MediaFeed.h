@@ -9,8 +9,8 @@
 #include "source/MediaItems.h"
 #include "source/Source.h"
 
-// What is open: its description, and what keeps pictures and sound of it decoded. The decoding thread makes, feeds and
-// destroys it; other threads look into it under the lock of the state of play.
+// The open source: its description, and the feeders that keep its pictures and sound decoded. The decoding thread
+// makes, feeds and destroys it; other threads look into it under the lock of the state of play.
 struct MediaFeed
 {
     // Opens pictures, or the sound of a source without pictures; takes as long as probing and decoding the first
@@ -22,7 +22,7 @@ struct MediaFeed
     // Frees no sound on the output thread, which may still be filling a block from it.
     ~MediaFeed();
 
-    // The sound of it, of the stream of that number, see SourceOptions; null when it cannot be decoded.
+    // Opens the stream of sound of that number, see SourceOptions; null when it cannot be decoded.
     std::unique_ptr<SoundFeeder> OpenSound(int soundStream, StopCheck const& stop) const;
 
     // Decoding thread, once pictures are open: begins to number them.
@@ -31,7 +31,7 @@ struct MediaFeed
     // Does the most urgent piece of work; false when there is nothing to do for `asked`.
     bool Work(PlayNeed const& asked, AskNeed const& ask);
 
-    // Whether the picture of `asked` is there, and so many microseconds of sound, or known not to exist.
+    // Whether the picture for `asked` and so many microseconds of sound are decoded, or known not to exist.
     bool IsReady(PlayNeed const& asked, long long soundAhead) const;
 
     PlayRange GetRange() const;
@@ -50,5 +50,7 @@ struct MediaFeed
 
 private:
     PlayNeed WithSoundToItsEnd(PlayNeed need) const;
+    void FillPictures(PlaybackStatus& status) const;
+    void FillSound(PlaybackStatus& status, bool forwards) const;
     bool OpenPictures(long long budget, StopCheck const& stop);
 };

@@ -219,6 +219,7 @@ bool PictureFeeder::ReadForwards(PlayNeed const& need, AskNeed const& ask)
 {
     if (!MakeRoomBefore(pictureBytes, need))
         return false;
+    released.clear(); // their memory serves the picture that is read
     StopCheck const stop = StopForOthers(need, ask);
     Picture picture;
     ReadResult const result =

@@ -21,9 +21,8 @@ class PictureNumbers;
 // kept, and the next segment decodes the group again for the part before. It is begun as soon as play has left room for
 // it, well before it is needed.
 //
-// Where decoding cannot keep up, it goes on further ahead: what is late by then is not converted, and where a key
-// picture lies on the way, not even decoded. Every now and then one picture comes out all the same, late as it is, so
-// that something moves.
+// When decoding cannot keep up, it skips ahead: late pictures are not converted, and those before the next key picture
+// not even decoded. From time to time a late picture is shown nevertheless, so that the display does not freeze.
 class PictureFeeder
 {
 public:
@@ -115,8 +114,8 @@ private:
     long long pictureBytes = 0;       // of the largest picture so far
     long long heededPictureBytes = 0; // that the cache reckons with
     bool followsCache = false;        // the next picture of the source comes right behind the last cached one
-    bool mayBeStopped = true; // a seek has been completed since one was last stopped: a flood of them shows something
-    long long lead = 0;       // media time by which work backwards comes too late, as far as is known
+    bool mayBeStopped = true; // a seek has completed since one was last stopped: a flood of seeks still shows pictures
+    long long lead = 0;       // media time by which work backwards came too late recently
     long long aim = 0;        // pictures that the next segment is to have at least
     std::vector<Picture> released;
     long long measuredPictures = 0;

@@ -32,7 +32,7 @@ struct PlayNeed
     long long seekSerial = 0;
 };
 
-// Asks anew; any thread.
+// Gets the need as of now; any thread.
 using AskNeed = std::function<PlayNeed()>;
 
 // What the sound output plays, as of the first frame of a block. Times are microseconds of the container's time.

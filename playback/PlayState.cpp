@@ -1,5 +1,7 @@
 #include "playback/PlayState.h"
 
+#include "common/Microseconds.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -9,7 +11,7 @@ namespace {
 constexpr double fastest = 16.0;
 constexpr double loudest = 1000000.0;
 constexpr int mostSteps = 1000000;
-constexpr long long longestReport = 500000; // microseconds for which the sound output's last report counts
+constexpr long long longestReport = secondUs / 2; // microseconds for which the sound output's last report counts
 constexpr long long farAway = std::numeric_limits<long long>::max() / 4; // no position is beyond: sums stay small
 
 double Finite(double value)

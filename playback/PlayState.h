@@ -25,7 +25,7 @@ struct PlayState
 {
     static constexpr long long notHeard = std::numeric_limits<long long>::min();
 
-    // Commands. Arguments that make no sense are held to what does.
+    // Commands. Invalid arguments are clamped.
     void Open(long long now); // paused at the start, without loop
     void SetSpeed(double newSpeed, long long now);
     void Step(int pictures, long long now); // adds to the steps still to make
@@ -37,7 +37,7 @@ struct PlayState
     void SetMuteAboveSpeed(double newSpeed);
     void SetScrubSound(bool on);
 
-    // What play brings about. Advance applies loop, ends and the end of a preview; call it before each look.
+    // Changes by play itself. Advance applies the loop, the ends and the end of a preview; call it before reading.
     void Advance(PlayRange const& range, long long now);
     void Begin(long long now);                                  // what play waited for has been decoded
     void MakeStep(long long start, bool isLast, long long now); // to the picture that starts there; the last: no more
@@ -45,14 +45,14 @@ struct PlayState
     void DropPiece();                                           // there is no sound to take it from
     void Follow(SoundReport const& report); // sets the clock by the output, unless it was set otherwise since
 
-    // Never goes against the direction of play: the sound output may set the clock back a little, which must not show.
+    // Never moves against the direction of play, although the sound output may set the clock back a little.
     long long GetPosition(long long now) const;
     bool IsRunning() const { return speed != 0.0 && !waiting && !ended; }
     bool IsHeard(long long now) const { return IsRunning() && now < heardUntil; } // the sound output sets the clock
     PlayNeed GetNeed(long long now) const;                                        // without budget and colours
     SoundRun GetSoundRun() const;                                                 // without position
 
-    // Serials count changes, so that whoever has seen one can tell whether it still holds.
+    // Serials count changes: what was made for another number than the present one is out of date.
     long long openSerial = 0;  // of what is open
     long long seekSerial = 0;  // of the position, other than by playing and stepping
     long long clockSerial = 0; // of the clock, other than by the sound output
@@ -62,7 +62,7 @@ struct PlayState
     long long reported = 0;          // position given out last
     long long begunAt = 0;           // position at which the clock has begun to run
     double drift = 0.0;              // of the last report that was followed
-    long long heardUntil = notHeard; // instant at which that report is too old to go by
+    long long heardUntil = notHeard; // instant from which that report is too old
 
     double speed = 0.0;
     bool forwards = true;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Microseconds of decoded sound with which play begins, and with which a caller who waits is told so.
+// Microseconds of decoded sound that play needs to begin, and that WaitUntilReady waits for.
 constexpr long long soundToBegin = secondUs / 5;
 constexpr long long soundToWaitFor = secondUs;
 
@@ -25,7 +25,7 @@ long long SensibleBudget(long long bytes)
     return std::clamp(bytes, 0LL, mostBytes);
 }
 
-// Options come from programs and their users: what makes no sense is held to what does.
+// Options can come from users: invalid ones are clamped or replaced by the default.
 PlaybackOptions Sensible(PlaybackOptions options)
 {
     bool const isRate = options.untimedRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
@@ -97,7 +97,7 @@ struct Display
 //                                               |                                 |
 //     display, output                      GetPicture                         FillAudio
 //
-// A command only changes what is needed. What play itself brings about is settled by whoever looks next.
+// A command only changes the state. Changes by play itself are applied by the next call of any thread.
 struct EngineParts
 {
     EngineParts(PlaybackOptions const& newOptions, std::shared_ptr<TimeSource const> newTimeSource)
@@ -147,7 +147,7 @@ struct EngineParts
         thread.Notify();
     }
 
-    // What has come about since somebody looked last; the present instant.
+    // Applies what play has done since the last call; returns the present instant.
     long long Settle()
     {
         long long const now = timeSource->GetTime();
@@ -176,7 +176,7 @@ struct EngineParts
             state.DropPiece();
     }
 
-    // Those whose pictures are cached.
+    // Makes the steps to pictures that are cached.
     void MakeSteps(PictureFeeder const* pictures, long long now)
     {
         if (!pictures)
@@ -374,7 +374,7 @@ bool PlaybackEngine::WaitUntilReady(int milliseconds)
         if (parts->IsReady(parts->Settle()))
             return true;
         if (isFirst)
-            parts->Wake(); // who waits may be the only one who looks, and time has gone by
+            parts->Wake(); // the waiting caller may be the only one, and time has passed
         if (!parts->thread.WaitForProgress(lock, until))
             return false;
     }

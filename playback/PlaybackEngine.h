@@ -44,8 +44,8 @@ public:
 
     // Opens, in place of what was open or is still opening, a movie, a file of sound, a still image, or an image
     // sequence, and stands paused at its start. A sequence is named by a pattern ("take.%04d.png", "take.####.png") or
-    // by the folder that holds it; by one of its files with OpenSequence. What cannot be opened ends in Closed with
-    // `error` set. Volume, mute and budget stay as they are, the loop is cleared.
+    // by the folder that holds it; by one of its files with OpenSequence. If opening fails, the state becomes Closed
+    // and `error` says why. Volume, mute and budget stay as they are, the loop is cleared.
     //
     // AvGlobals::maxAudioOutputChannels is set before the first of these; with 0 there is no sound.
     void Open(QString const& path);
@@ -63,8 +63,8 @@ public:
     // Moves to `time`, whose very picture is shown next. While playing, play goes on from there.
     void Seek(long long time);
 
-    // For a hand that drags: first the nearest picture that can be decoded at once, and the exact one when no further
-    // preview seek has come for PlaybackOptions::previewRest, or when Seek is called.
+    // For dragging: shows first the nearest picture that can be decoded quickly, then the exact one, once no further
+    // SeekPreview has come for PlaybackOptions::previewRest.
     void SeekPreview(long long time);
 
     // Plays from `start` up to, not including, `end` over and over, either way; a range below one microsecond clears
@@ -88,7 +88,7 @@ public:
     // fades out the one before it; muted there is none. At first as PlaybackOptions::scrubSound says.
     void SetScrubSound(bool on);
 
-    void SetCacheBudget(long long bytes); // see PlaybackOptions; less than before lets go of pictures at once
+    void SetCacheBudget(long long bytes); // see PlaybackOptions; a smaller budget frees pictures immediately
 
     // How pictures become RGB from now on, also those of what is opened later. The picture on show stays until its
     // successor is decoded; what is cached is decoded anew. The cover of a file of sound stays as it was opened.
@@ -110,13 +110,14 @@ public:
     // start, a stop, a seek, a turn or a change of mute they are faded, so that nothing clicks.
     int FillAudio(short* buffer, int frames, long long delay = 0);
 
-    // As of now. Not const, as WaitUntilReady is not: a look settles what play has brought about since the last one, so
-    // that what one caller is told holds for all.
+    // The status now. Not const, like GetPicture and WaitUntilReady: it first applies what play has done since the last
+    // call (loops, ends, steps), so that all callers are told the same.
     PlaybackStatus GetStatus();
 
-    // Waits until whatever is under way for the present position is there: the opening done or failed, steps made, the
-    // exact picture cached or known not to exist, the sound of the next moments too, a change of the budget heeded.
-    // False after `milliseconds` of real time. With a time source that stands still meanwhile, nothing is ever dropped.
+    // Waits until nothing is left to do for the present position: the file is open or has failed to open, steps are
+    // made, the exact picture is cached or known not to exist, the sound of the next second is decoded, and a change of
+    // the budget is applied. False after `milliseconds` of real time. If the time source stands still meanwhile, no
+    // picture is ever dropped.
     bool WaitUntilReady(int milliseconds);
 
 private:

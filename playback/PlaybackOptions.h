@@ -5,9 +5,9 @@
 // How an engine opens and plays; given once, when it is made.
 struct PlaybackOptions : SourceOptions
 {
-    // Bytes of decoded pictures kept around the play position, those included that wait to be put in front of them
-    // while play goes backwards. Four pictures are kept whatever it says. On top come what the decoder itself needs, a
-    // preview, and the picture shown last once it is not cached any more.
+    // Bytes of decoded pictures kept around the play position, including those that are about to be cached. At least
+    // four pictures are kept. The decoder's own pictures, a preview, and the last shown picture once it has left the
+    // cache come on top.
     long long cacheBudget = 512LL * 1024 * 1024;
 
     bool withSound = true;          // false leaves the sound of movies alone

@@ -29,11 +29,11 @@ struct PlaybackStatus
     PlaybackState state = PlaybackState::Closed; // what it is doing
     SourceKind kind = SourceKind::None;          // of what is open
     QString path;                                // as it was given to Open
-    QString error; // what went wrong last in what is open, one sentence for the reader; empty when nothing did
+    QString error; // the last error of the open source, one sentence for the user; empty without an error
 
     long long position = 0;     // not before the start, and not after the end once that is known
     long long start = 0;        // below 0 where the sound begins before the first picture
-    long long duration = 0;     // from `start` to the end
+    long long duration = 0;     // from `start` to the end; 0 while nobody knows it
     bool durationKnown = false; // false: as the container says, until an end of the stream has been reached
     double speed = 0.0;         // 0 while paused, below 0 backwards
     double volume = 1.0;        // as set by SetVolume
@@ -75,16 +75,16 @@ struct PlaybackStatus
     int soundStream = -1;
     bool isSoundChanging = false; // another one has been asked for and does not play yet
 
-    // For whoever decodes the sound, too: the description of the open file, which is only read, and the container's
-    // time of media time 0. Null and 0 without sound.
+    // For a host that decodes the sound itself: the description of the open file, read-only, and the container's time
+    // of media time 0. Null and 0 without sound.
     std::shared_ptr<MediaInfo> soundInfo;
     long long origin = 0;
 
     long long cacheStart = 0; // first and last moment for which a picture is cached;
     long long cacheEnd = -1;  // the end lies before the start when none is
-    // Bytes of decoded pictures, cached or on their way into the cache, and the budget that they keep to: never more
-    // than that, apart from four pictures. Of a change both tell once room has been made, and no longer what was
-    // before. The picture on show counts as long as it is cached; later, and a preview, it does not.
+    // Bytes of decoded pictures, cached or about to be cached, and their budget. They never exceed it, except that four
+    // pictures are always kept. After SetCacheBudget both change once room has been made. A preview does not count, nor
+    // does a picture on show that is no longer cached.
     long long cachedBytes = 0;
     long long cacheBudget = 0;
     long long soundStart = 0; // the same for sound
@@ -99,8 +99,8 @@ struct PlaybackStatus
     // picture on show belongs to the sound, below 0 where the sound is behind it. Empty unless both play.
     std::optional<long long> soundOffset;
 
-    // Microseconds by which the sound output has run ahead of the time source since it took up this stretch of play:
-    // how far their clocks differ, which play follows and nobody sees. Each start, jump and turn begins at 0, and so
-    // does an output that goes on after it had stood still.
+    // Microseconds by which the sound output is ahead of the time source since play last started, sought or turned: how
+    // far the two clocks have drifted apart. Play follows the sound output, so nobody sees it. 0 again when an output
+    // that had stood still continues.
     double drift = 0.0;
 };

@@ -38,7 +38,7 @@ public:
     bool Begin(StopCheck const& stop);
 
     // Decoding thread. Does one piece of work if less than `ahead` microseconds of playing are decoded, or not all of
-    // the piece that is asked for, and leaves it for a seek to where nothing is. False when there is nothing to do.
+    // the piece that is needed. A seek to a place that is not decoded breaks it off. False when there is nothing to do.
     bool Work(PlayNeed const& need, AskNeed const& ask, long long ahead);
 
     // Any thread.

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr long long longestDelay = 3600000000; // microseconds from a fill until it is heard
+constexpr long long longestDelay = 3600 * secondUs; // from a fill until it is heard
 
 // Microseconds between two blocks after which the device has stood still. If the sound has fallen behind by as much, it
 // goes on where play is by then.

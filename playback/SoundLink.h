@@ -8,9 +8,9 @@
 class SoundOutput;
 class TimeSource;
 
-// Joins the state of play and the sound output, of which neither waits for the other. Whoever has looked at the state
-// leaves an order: what to play, by which clock. The output plays by the newest order and leaves a report of where it
-// is, and whoever looks next takes that into the clock.
+// Connects the state of play and the sound output without making either wait. A thread that has updated the state
+// leaves an order: what to play, by which clock. The output follows the newest order and leaves a report of its
+// position. The next thread that updates the state sets the clock by it.
 class SoundLink
 {
 public:

@@ -12,7 +12,7 @@ constexpr int fadesPerSecond = 200; // 5 ms each
 constexpr int firstSlots = 1024;
 
 // Times are reflected about this moment: later than any sound (31 years), so that reflected times are not negative.
-constexpr long long mirror = 1000000000000000;
+constexpr long long mirror = 1000000000 * secondUs;
 
 std::shared_ptr<DecodedAudioFrame> Mirrored(DecodedAudioFrame const& frame, int channels)
 {

@@ -12,6 +12,7 @@
 #include <QThreadPool>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -197,11 +198,17 @@ void PlayerSession::FollowSound(PlaybackStatus const& status)
         sound->Start(status.sampleRate, status.channels);
         ReadWaveform(status);
     } else if (status.state != PlaybackState::Closed && status.state != PlaybackState::Opening &&
-               status.durationKnown && status.start + status.duration != waveEnd) {
+               status.durationKnown && IsWaveformStretched(status)) {
         ReadWaveform(status); // the container had the duration wrong
     } else if (status.soundStream != waveStream) {
         ReadWaveform(status);
     }
+}
+
+// By more than two of its peaks: the sound of most movies ends with a packet that reaches beyond their end.
+bool PlayerSession::IsWaveformStretched(PlaybackStatus const& status) const
+{
+    return std::abs(status.start + status.duration - waveEnd) > 2 * status.duration / WaveformReader::peakCount;
 }
 
 void PlayerSession::ReadWaveform(PlaybackStatus const& status)

@@ -93,6 +93,7 @@ private:
     void FollowSound(PlaybackStatus const& status);
     void FollowEnd(PlaybackStatus const& status);
     bool HasEnded(PlaybackStatus const& status);
+    bool IsWaveformStretched(PlaybackStatus const& status) const;
     void ReadWaveform(PlaybackStatus const& status);
     void StopWaveform();
 
@@ -106,7 +107,7 @@ private:
     Playlist playlist;
     long long startTime; // microseconds; of the first file alone
     bool startsPaused;
-    bool once;                          // each file is played to its end, whichever that is, with no hand at the keys
+    bool once;                          // each file is played to its end without a key pressed
     std::optional<double> stillSeconds; // empty: until the next key
     QElapsedTimer stillTimer;           // since the still image on show began to be played
     int direction = 1;                  // in which the playlist was gone through last

@@ -30,14 +30,17 @@ constexpr int outputChannels = 2;
 // An exit code above this tells the signal that ended the program, as shells have it.
 constexpr int signalCode = 128;
 
-constexpr int largeBlock = 1024 * 1024; // bytes
+constexpr int largeBlock = 256 * 1024; // bytes; below a colour plane of a large picture
+constexpr int mostArenas = 2;
 
 // Large blocks go back to the system when they are freed. As the allocator chooses by itself, blocks as large as
-// pictures come to lie between small ones, and keep memory that nobody uses.
-void KeepLargeBlocksApart()
+// pictures come to lie between small ones, and keep memory that nobody uses. It also gives every thread an arena of its
+// own, each with such gaps; the threads here allocate too little to be in each other's way.
+void SaveMemory()
 {
 #ifdef __GLIBC__
     mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_ARENA_MAX, mostArenas);
 #endif
 }
 
@@ -84,7 +87,7 @@ void LeaveOutUnusedDriver(PlayerOptions const& options)
 
 int main(int argc, char** argv)
 {
-    KeepLargeBlocksApart();
+    SaveMemory();
     QCoreApplication::setApplicationName("tavolin-player");
     QCoreApplication::setApplicationVersion(TAVOLIN_VERSION);
     PlayerOptions const early = ParseEarly(argc, argv);

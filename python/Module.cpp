@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "common/Settings.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/RowBytes.h"
 #include "media/AvGlobals.h"
@@ -16,10 +17,13 @@
 #include <QTextCodec>
 #endif
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 
@@ -47,31 +51,74 @@ double Seconds(long long time)
     return static_cast<double>(time) / secondUs;
 }
 
+// As the command has it. The engine would take its default instead.
+void RequireRate(double rate)
+{
+    if (!(rate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE && rate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE))
+        throw py::value_error("rate is a number from 0.1 to 1000");
+}
+
 QString Text(std::string const& text)
 {
     return QString::fromStdString(text);
 }
 
-// True once a signal's handler has raised an exception, which then is set in this thread.
-StopCheck StopAtSignals()
+[[noreturn]] void WaitForEnd()
 {
-    return [asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
-        auto const now = std::chrono::steady_clock::now();
-        if (isRaised || now - asked < signalInterval)
-            return isRaised;
-        asked = now;
-        py::gil_scoped_acquire const lock;
-        return isRaised = PyErr_CheckSignals() != 0;
-    };
+    for (;;)
+        pause();
 }
+
+// Takes the interpreter's lock. When the interpreter ends, Python ends each thread that asks for the lock, by unwinding
+// its stack, also through destructors, where that aborts the process. Such a thread waits for the process's end
+// instead.
+void TakeLock(PyThreadState* state)
+{
+    try {
+        if (Py_IsInitialized() == 0)
+            WaitForEnd();
+        PyEval_RestoreThread(state);
+    } catch (...) { // what unwinds must not be let go of here
+        WaitForEnd();
+    }
+}
+
+// For its lifetime this thread is without the interpreter's lock.
+class WithoutLock
+{
+public:
+    WithoutLock() : state(PyEval_SaveThread()) {}
+    ~WithoutLock() { TakeLock(state); }
+
+    WithoutLock(WithoutLock const&) = delete;
+    WithoutLock& operator=(WithoutLock const&) = delete;
+
+    // True once a signal's handler has raised an exception, which then is set in this thread.
+    StopCheck StopAtSignals() const
+    {
+        return [held = state, asked = std::chrono::steady_clock::now(), isRaised = false]() mutable {
+            auto const now = std::chrono::steady_clock::now();
+            if (isRaised || now - asked < signalInterval)
+                return isRaised;
+            asked = now;
+            TakeLock(held);
+            isRaised = PyErr_CheckSignals() != 0;
+            PyEval_SaveThread();
+            return isRaised;
+        };
+    }
+
+private:
+    PyThreadState* const state;
+};
 
 // What `work` gives, which runs without the interpreter's lock.
 template <typename Work>
 auto Unlocked(Work const& work)
 {
     try {
-        py::gil_scoped_release const unlock;
-        return work(StopAtSignals());
+        WithoutLock const unlocked;
+        return work(unlocked.StopAtSignals());
     } catch (PictureSpan::Interrupted const&) {
         throw py::error_already_set();
     } catch (Video::Closed const&) {
@@ -106,7 +153,7 @@ std::string Represent(Frame const& frame)
         .cast<std::string>();
 }
 
-// The pictures of a span one after the other, either way.
+// The pictures of a span one after the other, either way. Threads that share it get each picture once.
 class Frames
 {
 public:
@@ -116,19 +163,25 @@ public:
 
     Frame Next()
     {
-        if (!isDone) {
-            auto const next = [this, latest = picture](StopCheck const& stop) {
-                return latest ? video->FindNeighbour(*latest, IsForwards(), stop) : First(stop);
-            };
-            picture = Unlocked(next);
-        }
-        isDone = isDone || !picture || !IsWithin();
-        if (isDone)
+        Video::Picture const next = Unlocked([this](StopCheck const& stop) {
+            std::lock_guard const lock(*mutex);
+            return FindNext(stop);
+        });
+        if (!next)
             throw py::stop_iteration();
-        return {picture};
+        return {next};
     }
 
 private:
+    Video::Picture FindNext(StopCheck const& stop)
+    {
+        if (isDone)
+            return nullptr;
+        picture = picture ? video->FindNeighbour(*picture, IsForwards(), stop) : First(stop);
+        isDone = !picture || !IsWithin();
+        return isDone ? nullptr : picture;
+    }
+
     bool IsForwards() const { return from <= to; }
     bool IsWithin() const { return IsForwards() ? picture->startTime < to : picture->endTime >= to; }
 
@@ -145,6 +198,7 @@ private:
     std::shared_ptr<Video> video;
     long long from;
     long long to;
+    std::unique_ptr<std::mutex> mutex = std::make_unique<std::mutex>(); // of the following
     Video::Picture picture;
     bool isDone = false;
 };
@@ -158,6 +212,7 @@ std::shared_ptr<Video> Open(std::string const& path, long long cache, bool seque
         throw py::value_error("holes is \"hold\", \"black\" or \"refuse\"");
     if (colours != "stream" && colours != "plain")
         throw py::value_error("colours is \"stream\" or \"plain\"");
+    RequireRate(rate);
     Video::Options options;
     options.cacheBytes = cache;
     options.isSequence = sequence;
@@ -210,6 +265,7 @@ std::optional<double> DurationOf(Video const& video)
 
 py::object Probe(std::string const& path, bool isQuick, bool sequence, double rate)
 {
+    RequireRate(rate);
     QByteArray const json = Unlocked([&](StopCheck const&) {
         return Reports::Describe(Text(path), {sequence, rate}, isQuick);
     });
@@ -219,6 +275,7 @@ py::object Probe(std::string const& path, bool isQuick, bool sequence, double ra
 // (pictures, seconds of sound, [(text, seconds or None), ...])
 py::tuple Check(std::string const& path, bool sequence, double rate)
 {
+    RequireRate(rate);
     Reports::CheckReport const report = Unlocked([&](StopCheck const& stop) {
         return Reports::Check(Text(path), {sequence, rate}, stop);
     });
@@ -337,10 +394,18 @@ void UseUtf8ForFileNames()
 #endif
 }
 
+// At its first use pybind11 imports NumPy, within the initialisation of a static. A second thread that came to it
+// meanwhile would wait for that and keep the interpreter's lock, which the import needs.
+void ImportNumPy()
+{
+    py::dtype::of<uint8_t>();
+}
+
 } // namespace
 
 PYBIND11_MODULE(_tavolin, module)
 {
+    ImportNumPy();
     UseUtf8ForFileNames();
     AvGlobals::maxAudioOutputChannels = mostChannels;
     Reports::CollectMessages();

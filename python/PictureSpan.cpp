@@ -12,6 +12,10 @@ constexpr long long longestStep = 3600 * secondUs;
 constexpr long long smallestSegment = 8; // pictures
 constexpr long long fewestPictures = 4;  // kept whatever the budget
 
+// Part of the budget for pictures behind a caller who has only gone forwards. Each 4 KB of fresh memory costs a page
+// fault, which is worth it only for a caller who comes back.
+constexpr long long partBehind = 4;
+
 // Groups that turn out not to be closed cost one more reading.
 constexpr int mostReadings = 3;
 
@@ -28,6 +32,7 @@ PictureSpan::~PictureSpan() = default;
 
 PictureSpan::Picture PictureSpan::At(long long time, StopCheck const& stop)
 {
+    NoteReturn(time);
     if (Picture found = Find(time))
         return found;
     bool const followed = std::exchange(follows, false);
@@ -68,6 +73,7 @@ PictureSpan::Picture PictureSpan::Before(DecodedVideoFrame const& picture, StopC
     long long const until = picture.startTime;
     if (until <= first)
         return nullptr;
+    returns = true;
     if (Picture found = Find(until - 1))
         return found;
     bool const isContinued = !pictures.empty() && pictures.front()->startTime == until;
@@ -170,12 +176,21 @@ PictureSpan::Picture PictureSpan::Find(long long time) const
     return next != pictures.end() || time <= picture->endTime ? picture : nullptr;
 }
 
+// Notes that the caller comes back: to a time so shortly before the latest picture that the whole budget would hold it.
+void PictureSpan::NoteReturn(long long time)
+{
+    if (pictures.empty() || time >= pictures.back()->startTime)
+        return;
+    returns = returns || pictures.back()->startTime - time <= MostPictures() * StepLength();
+}
+
 void PictureSpan::Append(Picture const& picture)
 {
     Note(picture);
     pictures.push_back(picture);
     bytes += picture->size;
-    while (bytes > budget && static_cast<long long>(pictures.size()) > fewestPictures) {
+    long long const most = returns ? budget : budget / partBehind;
+    while (bytes > most && static_cast<long long>(pictures.size()) > fewestPictures) {
         bytes -= pictures.front()->size;
         pictures.pop_front();
     }

@@ -11,8 +11,9 @@
 //     ... |---- segment ----|######## kept ########|---- read on ----> ...
 //         ^ from its key picture                   ^ place of the stream, while `follows`
 //
-// Forwards, pictures are read one by one. Backwards, a segment before the kept pictures is read forwards and put in
-// front of them; segments grow while the walk goes on, up to what the budget holds, and take whole groups where they
+// Forwards, pictures are read one by one; a quarter of the budget is kept of those behind, until one of them is asked
+// for again, and the whole budget from then on. Backwards, a segment before the kept pictures is read forwards and put
+// in front of them; segments grow while the walk goes on, up to what the budget holds, and take whole groups where they
 // fit.
 //
 // Times are microseconds of media time. One thread at a time. Work that its check stops throws Interrupted.
@@ -44,6 +45,7 @@ private:
     };
 
     Picture Find(long long time) const;
+    void NoteReturn(long long time);
     void Append(Picture const& picture);
     void Note(Picture const& picture);
     void DropAll();
@@ -62,5 +64,6 @@ private:
     long long largest = 1;        // bytes of the largest picture so far
     long long aim = 0;            // pictures that the next segment is to have
     long long first = 0;          // start of the first picture of all
+    bool returns = false;         // the caller has gone back to pictures shortly behind
     bool follows = false;         // the next picture of the stream comes right behind the last kept one
 };

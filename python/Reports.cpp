@@ -15,8 +15,11 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <pthread.h>
+
 #include <chrono>
 #include <mutex>
+#include <new>
 
 namespace {
 
@@ -32,6 +35,12 @@ struct Logged
 thread_local Logged logged;
 std::timed_mutex checks;
 
+// A forked process has none of the threads that hold the lock or wait for it.
+void RenewChecks()
+{
+    new (&checks) std::timed_mutex;
+}
+
 // With the sentence that the command prints when it cannot be used.
 [[noreturn]] void Refuse(QString const& path, QString const& why)
 {
@@ -42,7 +51,7 @@ std::timed_mutex checks;
 Source Open(QString const& path, Reports::Opening const& opening)
 {
     int const before = logged.count;
-    SourceOptions options = UsualSourceOptions();
+    SourceOptions options;
     options.sequenceRate = opening.sequenceRate;
     Source source = Video::OpenSource(path, opening.isSequence, options);
     if (source.GetKind() == SourceKind::Sequence)
@@ -67,6 +76,7 @@ QByteArray DescribeSequence(QString const& path, Source const& source)
 void Reports::CollectMessages()
 {
     av_log_set_level(AV_LOG_QUIET);
+    pthread_atfork(nullptr, nullptr, RenewChecks);
     Logger::GetInstance().SetSink([](Logger::Level level, QString const& message, int) {
         if (level != Logger::Level::Error)
             return;

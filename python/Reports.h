@@ -11,8 +11,8 @@
 // What the commands `info --json` and `check` find out, for Python. Any thread.
 namespace Reports {
 
-// Has the library's errors counted for the thread that they come on, instead of printed, and FFmpeg print nothing.
-// Once.
+// Has the library's errors counted for the thread that they come on, instead of printed, and FFmpeg print nothing. Has
+// checks in a forked process wait for none of this one. Once.
 void CollectMessages();
 
 // How a path is opened, see Video::OpenSource.

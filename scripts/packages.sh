@@ -11,7 +11,7 @@ test_packages=(
     xvfb xauth libgl1-mesa-dri
     pulseaudio pulseaudio-utils libasound2-plugins
     desktop-file-utils appstream mandoc zsh
-    pybind11-dev python3-dev python3-numpy python3-pytest python3-distributed
+    pybind11-dev python3-dev python3-numpy python3-pytest python3-mypy python3-distributed
 )
 clang_packages=(clang libclang-rt-dev llvm)
 

@@ -17,8 +17,9 @@ struct Signature
 
 QString FormatBySignature(QByteArray const& head)
 {
-    static std::array<Signature, 16> const signatures = {{
+    static std::array<Signature, 31> const signatures = {{
         {"png", 0, QByteArray::fromHex("89504e470d0a1a0a")},
+        {"jpegls", 0, QByteArray::fromHex("ffd8fff7")},
         {"mjpeg", 0, QByteArray::fromHex("ffd8ff")},
         {"dpx", 0, "SDPX"},
         {"dpx", 0, "XPDS"},
@@ -29,7 +30,21 @@ QString FormatBySignature(QByteArray const& head)
         {"webp", 8, "WEBP"},
         {"jpeg2000", 0, QByteArray::fromHex("0000000c6a5020200d0a870a")},
         {"jpeg2000", 0, QByteArray::fromHex("ff4fff51")},
+        {"jpegxl", 0, QByteArray::fromHex("ff0a")},
+        {"jpegxl", 0, QByteArray::fromHex("0000000c4a584c200d0a870a")},
         {"psd", 0, "8BPS"},
+        {"dds", 0, "DDS "},
+        {"qoi", 0, "qoif"},
+        {"hdr", 0, "#?RADIANCE"},
+        {"hdr", 0, "#?RGBE"},
+        {"pam", 0, "P7\n"},
+        {"pfm", 0, "PF\n"},
+        {"pfm", 0, "Pf\n"},
+        {"pcx", 0, QByteArray::fromHex("0a0001")},
+        {"pcx", 0, QByteArray::fromHex("0a0201")},
+        {"pcx", 0, QByteArray::fromHex("0a0301")},
+        {"pcx", 0, QByteArray::fromHex("0a0401")},
+        {"pcx", 0, QByteArray::fromHex("0a0501")},
         {"sgi", 0, QByteArray::fromHex("01da")},
         {"pbm", 0, "P4"},
         {"pgm", 0, "P5"},

@@ -45,21 +45,15 @@ bool HasSuffixOf(Suffixes const& suffixes, QString const& name)
     return suffixes.contains(QFileInfo(name).suffix().toLower());
 }
 
+// AVIF and HEIC images are read as movies of one picture.
 bool IsMovie(QString const& name)
 {
-    static Suffixes const movies = {"264", "265",  "3g2",  "3gp", "apng", "asf",   "avi",  "dnxhd", "dv",
-                                    "f4v", "flv",  "gif",  "gxf", "h264", "h265",  "hevc", "ivf",   "m1v",
-                                    "m2t", "m2ts", "m2v",  "m4v", "mj2",  "mjpeg", "mjpg", "mkv",   "mov",
-                                    "mp4", "mpeg", "mpg",  "mts", "mxf",  "nut",   "obu",  "ogg",   "ogm",
-                                    "ogv", "rm",   "rmvb", "ts",  "vob",  "webm",  "wmv",  "wtv",   "y4m"};
+    static Suffixes const movies = {"264",  "265",  "3g2", "3gp",  "apng", "asf",   "avi",  "avif", "heic", "dnxhd",
+                                    "dv",   "f4v",  "flv", "gif",  "gxf",  "h264",  "h265", "hevc", "ivf",  "m1v",
+                                    "m2t",  "m2ts", "m2v", "m4v",  "mj2",  "mjpeg", "mjpg", "mkv",  "mov",  "mp4",
+                                    "mpeg", "mpg",  "mts", "mxf",  "nut",  "obu",   "ogg",  "ogm",  "ogv",  "rm",
+                                    "rmvb", "ts",   "vob", "webm", "wmv",  "wtv",   "y4m"};
     return HasSuffixOf(movies, name);
-}
-
-// Images whose first bytes are not looked for.
-bool IsOtherImage(QString const& name)
-{
-    static Suffixes const images = {"avif", "dds", "hdr", "heic", "jls", "jxl", "pam", "pcx", "pfm", "qoi"};
-    return HasSuffixOf(images, name);
 }
 
 } // namespace
@@ -121,7 +115,7 @@ QList<MediaFolder::Entry> MediaFolder::Read(QString const& path)
         if (taken.contains(file))
             continue;
         if (ImageFormatOf(file).isEmpty()) {
-            if (IsMovieOrSound(name) || IsOtherImage(name))
+            if (IsMovieOrSound(name))
                 entries.append({file, false});
             continue;
         }

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-// One source among those that somebody names: what the window plays as one entry, and what a command reports on once.
+// One source among those that a user names: one entry of the window's playlist, one report of a command.
 // Source::Open opens it.
 struct MediaItem
 {
@@ -30,14 +30,14 @@ enum class Rows {
     Stills     // each numbered image is a still by itself
 };
 
-// In the order given. What is not there, and a folder without media, stays as it is: opening it says why not.
+// In the order given. A missing file and a folder without media stay in the list: opening them says what is wrong.
 QList<MediaItem> Of(QStringList const& paths, Rows rows = Rows::Sequences);
 
 enum class Half { Pictures, Sound };
 
-// For whoever works on one source: what `path` stands for, where this is one, or where only one can be meant. That is,
-// for pictures, the only movie or sequence, and for sound the only file of sound or movie. On failure `error` lists
-// what there is: half a sentence.
+// For commands on one source: the one that `path` stands for. Among several, the only one that can be meant: for
+// pictures the only movie or sequence, for sound the only file of sound or movie. On failure `error` lists them, as
+// half a sentence.
 std::optional<MediaItem> OnlyOne(QString const& path, Half half, Rows rows, QString& error);
 
 } // namespace MediaItems

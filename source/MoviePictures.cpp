@@ -1,5 +1,6 @@
 #include "source/MoviePictures.h"
 
+#include "common/Microseconds.h"
 #include "common/VideoStream.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -83,6 +84,7 @@ bool MoviePictures::RenewCodec()
 void MoviePictures::SetUpDecoder()
 {
     instance->SetSeekSkipping(skips);
+    instance->SetStepwiseDrain(true);
     VideoStream stream;
     info->GetVideoStream(instance->GetActiveVideoStreamIndex(), stream);
     if (stream.frameRate == 0.0)
@@ -370,7 +372,7 @@ bool MoviePictures::IsEndInDoubt() const
 void MoviePictures::DecodePacket()
 {
     if (!instance->HasPacket()) {
-        // A dropped picture ends the drain; what it left in the decoder comes with another empty packet.
+        // Each empty packet drains one picture.
         instance->PrepareNextPacket(true);
         drained = ++fruitlessDrains > mostFruitlessDrains;
     }
@@ -465,7 +467,7 @@ long long MoviePictures::GetOrigin() const
 long long MoviePictures::DurationOf(DecodedVideoFrame const& picture) const
 {
     double const rate = picture.frameRate > 0.0 ? picture.frameRate : untimedRate;
-    return std::max(static_cast<long long>(1000000.0 / rate), 1LL);
+    return std::max(static_cast<long long>(secondUs / rate), 1LL);
 }
 
 long long MoviePictures::GetEnd() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/Microseconds.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <vector>
@@ -26,7 +28,16 @@ public:
     }
 
     // Of pictures at a constant rate, all of them keys: picture n begins at n / rate, truncated. Takes no memory.
-    PictureIndex(long long newCount, double newRate) : count(newCount), rate(newRate) { end = StartAtRate(count) - 1; }
+    PictureIndex(long long newCount, double newRate) : count(newCount), rate(newRate)
+    {
+        end = StartAtRate(count, rate) - 1;
+    }
+
+    // When picture `number` begins at `rate` pictures per second; any number from 0.
+    static long long StartAtRate(long long number, double rate)
+    {
+        return static_cast<long long>(static_cast<double>(number) * secondUs / rate);
+    }
 
     long long GetCount() const { return count; } // at least 1
 
@@ -51,7 +62,7 @@ public:
     long long TimeOf(long long number) const
     {
         long long const held = std::clamp(number, 0LL, count - 1);
-        return entries.empty() ? StartAtRate(held) : StartIn(entries[static_cast<size_t>(held)]);
+        return entries.empty() ? StartAtRate(held, rate) : StartIn(entries[static_cast<size_t>(held)]);
     }
     long long EndOf(long long number) const
     {
@@ -73,17 +84,12 @@ public:
 private:
     static long long StartIn(long long entry) { return entry >> 1; } // times are never below 0
 
-    long long StartAtRate(long long number) const
-    {
-        return static_cast<long long>(static_cast<double>(number) * 1000000.0 / rate);
-    }
-
     long long NumberAtRate(long long time) const
     {
-        long long number = static_cast<long long>(static_cast<double>(time) * rate / 1000000.0);
-        while (number > 0 && StartAtRate(number) > time)
+        long long number = static_cast<long long>(static_cast<double>(time) * rate / secondUs);
+        while (number > 0 && StartAtRate(number, rate) > time)
             --number;
-        while (number < count - 1 && StartAtRate(number + 1) <= time)
+        while (number < count - 1 && StartAtRate(number + 1, rate) <= time)
             ++number;
         return std::clamp(number, 0LL, count - 1);
     }

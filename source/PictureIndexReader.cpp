@@ -334,7 +334,7 @@ private:
         if (entries.empty())
             return nullptr;
         MoveToMediaTime(entries);
-        long long const lastDuration = std::max(static_cast<long long>(1000000.0 / GetRate()), 1LL);
+        long long const lastDuration = std::max(static_cast<long long>(secondUs / GetRate()), 1LL);
         return std::make_shared<PictureIndex const>(entries, entries.back().start + lastDuration - 1);
     }
 
@@ -344,7 +344,7 @@ private:
         std::vector<Entry> entries;
         double lastTime = 0.0;
         for (size_t i = 0; i < stamps.GetCount(); ++i) {
-            lastTime += 1.0 / GetRate() * 1000000.0;
+            lastTime += 1.0 / GetRate() * secondUs;
             if (stamps.HasTime(i))
                 lastTime = static_cast<double>(TimeOf(stamps.TicksAt(i)));
             long long const time = TruncatedTime(lastTime);

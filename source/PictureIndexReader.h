@@ -13,5 +13,5 @@ class Source;
 //
 // Null for sound, if `stop` answered true, and if packets do not tell what decoding will give: they lack usable times,
 // are marked as damaged, come in an order that decoders change, or are too many. An index is wrong if a decoder makes
-// no picture of a packet: whoever decodes anyway compares.
+// no picture of a packet: compare it with pictures that are decoded anyway.
 std::shared_ptr<PictureIndex const> ReadPictureIndex(Source const& source, StopCheck const& stop = neverStop);

@@ -8,6 +8,7 @@
 #include "media/MediaReader.h"
 #include "source/ImageFormat.h"
 #include "source/ImageOrientation.h"
+#include "source/PictureIndex.h"
 
 #include <algorithm>
 #include <cmath>
@@ -135,18 +136,13 @@ double SequencePictures::RateFor(SourceOptions const& options)
 
 long long SequencePictures::TimeOf(long long index, double rate)
 {
-    return static_cast<long long>(static_cast<double>(index) * 1000000.0 / rate);
+    return PictureIndex::StartAtRate(index, rate);
 }
 
 // Of the number showing at `time`, whether it has a file or not.
 long long SequencePictures::IndexAt(long long time) const
 {
-    long long index = static_cast<long long>(static_cast<double>(time) * rate / 1000000.0);
-    while (index > 0 && TimeOf(index) > time)
-        --index;
-    while (TimeOf(index + 1) <= time)
-        ++index;
-    return std::clamp(index, 0LL, sequence.GetCount() - 1);
+    return PictureIndex(sequence.GetCount(), rate).NumberAt(time);
 }
 
 long long SequencePictures::IndexAfter(long long index) const

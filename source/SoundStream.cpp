@@ -1,5 +1,6 @@
 #include "source/SoundStream.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "decode/MediaInstance.h"
@@ -24,7 +25,7 @@ constexpr long long soundNearAhead = 2 * secondUs;
 // Times of packets are rounded, up to a millisecond and more, and some are wrong by 10 ms; what is missing beyond that
 // is a hole.
 constexpr long long rounding = 2000;
-constexpr long long smallestHole = 20000;
+constexpr long long smallestHole = secondUs / 50;
 
 // A hole in the sound of a damaged file can be as long as the file says: it is filled piece by piece, and not beyond.
 constexpr long long longestSilence = secondUs;
@@ -47,6 +48,7 @@ bool SoundStream::Restart()
     Forget();
     instance = std::make_unique<MediaInstance>();
     instance->SetAudioStream(wantedIndex);
+    instance->SetMostThreads(1); // of the pictures, which are not decoded here
     if (!instance->Initialize(info, 0))
         return false;
     // Pictures that cannot be decoded are no reason to be silent: the sound's side is open by then.

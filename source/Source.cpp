@@ -274,6 +274,8 @@ void Source::TakeStreams(AVFormatContext const& input)
         AVFieldOrder const order = announced.codecpar->field_order;
         stream.lowerFieldFirst = order == AV_FIELD_BB || order == AV_FIELD_BT;
         streams.append(stream);
+        if (stream.type == StreamType::Video)
+            taggedColours.append(StreamColours::Tagged(announced));
     }
 }
 
@@ -388,7 +390,7 @@ bool Source::LeavesOutAHalf() const
     return info != wholeInfo;
 }
 
-bool Source::CanSeek() const
+bool Source::IsDurationTrusted() const
 {
     if (kind == SourceKind::Sequence)
         return true;

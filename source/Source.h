@@ -5,6 +5,7 @@
 #include "source/SoundStreamInfo.h"
 #include "source/SourceOptions.h"
 #include "source/StartTimecode.h"
+#include "source/StreamColours.h"
 
 #include <QList>
 #include <QMap>
@@ -55,7 +56,8 @@ public:
     // Why the kind is None, or which half of it has no decoder; one sentence, empty when all can be decoded.
     QString const& GetError() const { return error; }
 
-    // Each null when there is none, and when it cannot be decoded after all. `stop`: a cover is decoded at once.
+    // Null without pictures or sound, and if they cannot be decoded. A cover is decoded by this call, unless `stop`
+    // says that nobody needs it.
     std::unique_ptr<PictureStream> OpenPictures(StopCheck const& stop = neverStop) const;
     std::unique_ptr<SoundStream> OpenSound() const;
     std::unique_ptr<SoundStream> OpenSound(int soundStream) const; // of this number, see SourceOptions
@@ -76,6 +78,7 @@ public:
     QString const& GetFormatName() const { return formatName; }    // of the demultiplexer
     QMap<QString, QString> const& GetTags() const { return tags; } // of the container
     QList<Stream> const& GetStreams() const { return streams; }
+    QList<StreamColours> const& GetTaggedColours() const { return taggedColours; } // of all streams of pictures
     long long GetBitRate() const { return bitRate; } // of all streams, bits per second; 0: unknown
 
     QList<SoundStreamInfo> GetSoundStreams() const; // of the container, in its order
@@ -94,7 +97,7 @@ public:
     bool LeavesOutAHalf() const; // all of its pictures, or all of its sound, as there is no decoder
 
     // Whether the length that the file tells can be trusted: not where packets bear no times.
-    bool CanSeek() const;
+    bool IsDurationTrusted() const;
 
     // How pictures from streams opened later are converted.
     void SetColours(ColourSettings const& colours) { options.colours = colours; }
@@ -148,6 +151,7 @@ private:
     QString formatName;
     QMap<QString, QString> tags;
     QList<Stream> streams;
+    QList<StreamColours> taggedColours;
     StartTimecode startTimecode;
     long long bitRate = 0;
     bool packetsBearTimes = true;

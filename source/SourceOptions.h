@@ -45,7 +45,7 @@ struct SourceOptions
                                        "pcx",   "pfm", "pgm",  "pgmyuv",  "phm",      "photocd", "pictor", "ppm", "psd",
                                        "qdraw", "qoi", "sgi",  "sunrast", "webp",     "xbm",     "xpm",    "xwd"};
 
-    // Pictures of what is opened are in linear light and become gamma-encoded, as those of OpenEXR always are.
+    // Pictures are in linear light and get gamma-encoded. Those of OpenEXR always are.
     bool isLinearColorSpace = false;
 
     // How pictures become RGB: as the stream says, HDR brought to SDR.

@@ -4,6 +4,7 @@
 #include "media/FfmpegBridge.h"
 #include "media/FfmpegPtr.h"
 #include "media/MediaInfo.h"
+#include "media/MediaReader.h"
 #include "source/Source.h"
 
 extern "C" {
@@ -77,27 +78,6 @@ void AddLightLevels(uint8_t const* data, StreamColours& colours)
     colours.lightLevels["max_average"] = static_cast<int>(levels->MaxFALL);
 }
 
-StreamColours ColoursOf(AVStream const& stream)
-{
-    AVCodecParameters const& parameters = *stream.codecpar;
-    StreamColours colours;
-    colours.index = stream.index;
-    colours.pixelFormat = Known(av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format)));
-    colours.range = Known(av_color_range_name(parameters.color_range));
-    colours.matrix = Known(av_color_space_name(parameters.color_space));
-    colours.transfer = Known(av_color_transfer_name(parameters.color_trc));
-    colours.primaries = Known(av_color_primaries_name(parameters.color_primaries));
-    colours.chromaLocation = Known(av_chroma_location_name(parameters.chroma_location));
-    colours.fieldOrder = FieldOrderOf(parameters.field_order);
-    AddMasteringDisplay(FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
-                                                     sizeof(AVMasteringDisplayMetadata)),
-                        colours);
-    AddLightLevels(
-        FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL, sizeof(AVContentLightMetadata)),
-        colours);
-    return colours;
-}
-
 FfmpegPtr<AVCodecContext> OpenDecoder(AVStream const& stream)
 {
     FfmpegPtr<AVCodecContext> context(avcodec_alloc_context3(nullptr));
@@ -108,8 +88,15 @@ FfmpegPtr<AVCodecContext> OpenDecoder(AVStream const& stream)
 }
 
 // What the first picture says itself, which counts more than what the container says.
-void AddFromFirstPicture(AVFormatContext* format, StreamColours& colours)
+void AddFromFirstPicture(Source const& source, StreamColours& colours)
 {
+    AVFormatContext* format = nullptr;
+    if (!MediaReader::OpenInput(source.GetWholeInfo(), &format))
+        return;
+    FfmpegPtr<AVFormatContext> const input(format);
+    avformat_find_stream_info(format, nullptr);
+    if (colours.index >= static_cast<int>(format->nb_streams))
+        return; // the file is not what it was
     auto const decoder = OpenDecoder(*format->streams[colours.index]);
     FfmpegPtr<AVPacket> const packet(av_packet_alloc());
     FfmpegPtr<AVFrame> const frame(av_frame_alloc());
@@ -144,6 +131,27 @@ QString ConversionOf(Source const& source)
 
 } // namespace
 
+StreamColours StreamColours::Tagged(AVStream const& stream)
+{
+    AVCodecParameters const& parameters = *stream.codecpar;
+    StreamColours colours;
+    colours.index = stream.index;
+    colours.pixelFormat = Known(av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format)));
+    colours.range = Known(av_color_range_name(parameters.color_range));
+    colours.matrix = Known(av_color_space_name(parameters.color_space));
+    colours.transfer = Known(av_color_transfer_name(parameters.color_trc));
+    colours.primaries = Known(av_color_primaries_name(parameters.color_primaries));
+    colours.chromaLocation = Known(av_chroma_location_name(parameters.chroma_location));
+    colours.fieldOrder = FieldOrderOf(parameters.field_order);
+    AddMasteringDisplay(FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                                                     sizeof(AVMasteringDisplayMetadata)),
+                        colours);
+    AddLightLevels(
+        FfmpegBridge::StreamSideData(&stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL, sizeof(AVContentLightMetadata)),
+        colours);
+    return colours;
+}
+
 bool StreamColours::IsHdr() const
 {
     return transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67");
@@ -159,24 +167,13 @@ StreamColours StreamColours::Of(int index, QList<StreamColours> const& all)
 
 QList<StreamColours> StreamColours::Probe(Source const& source)
 {
-    QList<StreamColours> all;
-    AVFormatContext* opened = nullptr;
-    if (avformat_open_input(&opened, source.GetPath().toUtf8().constData(), nullptr, nullptr) < 0)
-        return all;
-    FfmpegPtr<AVFormatContext> const format(opened);
-    avformat_find_stream_info(format.get(), nullptr);
-    FfmpegBridge::DecoderPtr decoder = nullptr;
-    int const played = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
-    for (unsigned i = 0; i < format->nb_streams; ++i) {
-        if (format->streams[i]->codecpar->codec_type != AVMEDIA_TYPE_VIDEO)
+    QList<StreamColours> all = source.GetTaggedColours();
+    for (StreamColours& colours : all) {
+        if (!colours.IsHdr())
             continue;
-        StreamColours colours = ColoursOf(*format->streams[i]);
-        if (colours.IsHdr()) {
-            AddFromFirstPicture(format.get(), colours);
-            if (colours.index == played)
-                colours.conversion = ConversionOf(source);
-        }
-        all.append(colours);
+        AddFromFirstPicture(source, colours);
+        if (colours.index == source.GetPictureStream())
+            colours.conversion = ConversionOf(source);
     }
     return all;
 }

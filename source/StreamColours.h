@@ -25,8 +25,10 @@ struct StreamColours
 
     bool IsHdr() const; // PQ or HLG
 
-    // Those of all streams of pictures. Of HDR streams the first picture is decoded, as it may bear the light levels.
-    // Empty when the file cannot be opened.
+    static StreamColours Tagged(AVStream const& stream); // as the container tells them
+
+    // Source::GetTaggedColours, and of HDR streams what the first picture tells, which is decoded for that: it may bear
+    // the light levels.
     static QList<StreamColours> Probe(Source const& source);
 
     // Of these, those of the container's stream `index`; empty ones when it is not among them.

@@ -7,17 +7,17 @@ the MD5 sum of its pixels, which identifies the picture."""
 import csv
 import hashlib
 import sys
+from typing import Iterable, Iterator, List, Tuple
 
-import numpy as np
 import tavolin
 
 
-def export(movie, notes):
+def export(movie: str, notes: Iterable[List[str]]) -> Iterator[Tuple[int, int, int, str, str]]:
     with tavolin.open(movie) as video:
         numbers = {frame.time_us: number for number, frame in enumerate(video)}
         for seconds, text in notes:
             frame = video.at(float(seconds))
-            digest = hashlib.md5(np.ascontiguousarray(frame.pixels)).hexdigest()
+            digest = hashlib.md5(frame.pixels.tobytes()).hexdigest()
             yield frame.time_us, frame.end_us, numbers[frame.time_us], digest, text
 
 

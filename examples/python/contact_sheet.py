@@ -4,28 +4,32 @@
 import sys
 
 import numpy as np
+import numpy.typing as npt
 import tavolin
+
+Pixels = npt.NDArray[np.uint8]
 
 THUMBNAIL = 240  # approximate width in pixels
 
 
-def upright(frame):
+def upright(frame: tavolin.Frame) -> Pixels:
     return np.rot90(frame.pixels, -frame.rotation // 90)
 
 
-def contact_sheet(path, columns=4, rows=4):
+def contact_sheet(path: str, columns: int = 4, rows: int = 4) -> Pixels:
     with tavolin.open(path) as video:
-        times = [video.duration * (i + 0.5) / (columns * rows) for i in range(columns * rows)]
+        duration = video.duration or 0.0  # None when the container does not say
+        times = [duration * (i + 0.5) / (columns * rows) for i in range(columns * rows)]
         pictures = [upright(video.at(time)) for time in times]
     every = max(pictures[0].shape[1] // THUMBNAIL, 1)
     small = [picture[::every, ::every] for picture in pictures]
     return np.vstack([np.hstack(small[row * columns:(row + 1) * columns]) for row in range(rows)])
 
 
-def write_ppm(path, pixels):
+def write_ppm(path: str, pixels: Pixels) -> None:
     with open(path, "wb") as file:
         file.write(b"P6\n%d %d\n255\n" % (pixels.shape[1], pixels.shape[0]))
-        file.write(np.ascontiguousarray(pixels))
+        file.write(pixels.tobytes())
 
 
 if __name__ == "__main__":

@@ -3,11 +3,12 @@
 components is above MOST (default 24)."""
 
 import sys
+from typing import Optional
 
 import tavolin
 
 
-def last_black(path, most=24):
+def last_black(path: str, most: int = 24) -> Optional[tavolin.Frame]:
     with tavolin.open(path) as video:
         return next((frame for frame in reversed(video) if frame.pixels.max() <= most), None)
 

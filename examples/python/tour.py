@@ -7,12 +7,13 @@ import numpy as np
 import tavolin
 
 
-def tour(path):
+def tour(path: str) -> None:
     with tavolin.open(path, cache=64 << 20) as video:
         size = f"{video.width} x {video.height}"
         print(f"{video.kind}: {size}, {video.frame_rate:g} pictures a second, {video.duration} s")
+        duration = video.duration or 0.0  # None when the container does not say
 
-        frame = video.at(video.duration / 2)  # the exact picture that is shown at this time
+        frame = video.at(duration / 2)  # the exact picture that is shown at this time
         pixels = frame.pixels  # numpy uint8 (height, width, 3): a view, no copy, read only
         print(f"the picture at {frame.time} s shows until {frame.end} s; its mean is {pixels.mean():.1f}")
 
@@ -28,7 +29,7 @@ def tour(path):
         print(f"from 1 s to 2 s there are {len(sound)} samples in {video.channels} channels; the last one is {sound[0]}")
 
         try:
-            video.at(video.duration)
+            video.at(duration)
         except tavolin.RangeError as error:
             print(f"out of range: {error}")
 

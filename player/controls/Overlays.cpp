@@ -121,7 +121,7 @@ QString CacheText(PlaybackStatus const& status)
     if (status.cacheEnd < status.cacheStart)
         return size;
     return QString("%1, %2 s")
-        .arg(size, QString::number(static_cast<double>(status.cacheEnd - status.cacheStart) / 1e6, 'f', 1));
+        .arg(size, QString::number(static_cast<double>(status.cacheEnd - status.cacheStart) / secondUs, 'f', 1));
 }
 
 QString DamageText(PlaybackStatus const& status)

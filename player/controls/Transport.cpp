@@ -3,6 +3,7 @@
 #include "common/Microseconds.h"
 #include "playback/PlaybackEngine.h"
 #include "source/PictureIndex.h"
+#include "source/Search.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,9 +22,11 @@ bool IsPlaying(PlaybackStatus const& status)
     return status.speed != 0.0 && !hasEnded && status.state != PlaybackState::Closed;
 }
 
+// Of a file that does not tell its length, far away until it is known: the engine finds the end when it is sought.
 long long EndOf(PlaybackStatus const& status)
 {
-    return status.start + status.duration;
+    bool const isUntold = status.duration <= 0 && !status.durationKnown;
+    return isUntold ? Search::farAway : status.start + status.duration;
 }
 
 // The first picture, or the first sound if there are no pictures.
@@ -165,9 +168,10 @@ void Transport::Play()
     PlaybackStatus const status = engine.GetStatus();
     bool const atEnd = status.position + std::max(1LL, status.frameStep) >= EndOf(status);
     bool const atStart = status.position <= FirstTime(status);
-    if (status.duration > 0 && chosenSpeed > 0.0 && atEnd)
+    bool const moves = EndOf(status) > status.start;
+    if (moves && chosenSpeed > 0.0 && atEnd)
         engine.Seek(FirstTime(status));
-    else if (status.duration > 0 && chosenSpeed < 0.0 && atStart)
+    else if (moves && chosenSpeed < 0.0 && atStart)
         engine.Seek(EndOf(status) - 1);
     engine.SetSpeed(chosenSpeed);
 }
@@ -256,7 +260,7 @@ void Transport::SetLooping(bool newLooping)
 void Transport::ApplyLoop()
 {
     PlaybackStatus const status = engine.GetStatus();
-    if (looping && status.duration > 0)
+    if (looping && EndOf(status) > status.start)
         engine.SetLoop(in.value_or(status.start), out.value_or(EndOf(status)));
     else
         engine.ClearLoop();

@@ -35,7 +35,7 @@ char const* const fragmentShader = R"(
 
 constexpr int cornerAttribute = 0;
 
-// By what OpenGL calls the one who draws.
+// By the name of OpenGL's renderer.
 bool IsSoftware(QByteArray const& renderer)
 {
     for (char const* name : {"llvmpipe", "softpipe", "swrast", "software rasterizer", "swiftshader", "gdi generic",

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int mostRows = Markers::mostMarkers + 2; // and both ends of the range
+constexpr int mostColumns = 100;
 constexpr int schemaVersion = 1;
 char const* const columnNames[] = {"kind", "time", "number", "timecode", "note"};
 
@@ -38,8 +39,8 @@ QString Quoted(QString text)
     return needsQuotes ? '"' + text.replace("\"", "\"\"") + '"' : text;
 }
 
-// The records of a CSV file, each a list of fields. Inside quotes commas and line ends belong to the field. False when
-// a quote is not closed.
+// The records of a CSV file, each a list of its first fields. Inside quotes commas and line ends belong to the field.
+// False when a quote is not closed.
 class CsvReader
 {
 public:
@@ -54,7 +55,8 @@ public:
             QString field;
             if (!ReadField(field))
                 return false;
-            fields << field;
+            if (fields.size() < mostColumns)
+                fields << field;
         } while (Take(','));
         Take('\r');
         Take('\n');
@@ -258,6 +260,8 @@ MarkerFile::Content MarkerFile::FromJson(QByteArray const& bytes)
 
 MarkerFile::Content MarkerFile::Read(QString const& path)
 {
+    if (!QFileInfo(path).isFile()) // reading from a pipe would wait for whoever writes
+        return {{}, {}, 0, "it is no file."};
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {{}, {}, 0, QString("it cannot be read (%1).").arg(file.errorString())};

@@ -25,7 +25,7 @@ namespace MarkerFile {
 
 constexpr qint64 mostBytes = 16 * 1024 * 1024;
 
-// What stands in a file of markers, whoever wrote it. With a `fault`, one sentence, there are no rows.
+// The content of a file of markers, of any program. With a `fault`, one sentence, there are no rows.
 struct Content
 {
     QVector<MarkerRow> rows; // mostRows at most

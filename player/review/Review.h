@@ -22,7 +22,7 @@ class ReviewPanel;
 class Timeline;
 struct MarkerRow;
 
-// What an editor or a labeller does with what is open: reads off times, timecodes and numbers and goes to them, sets
+// What an editor or a labeller does with the open source: reads off times, timecodes and numbers and goes to them, sets
 // markers with notes, exchanges them as files, saves the range. The window's thread.
 class Review : public QObject
 {

@@ -1,3 +1,4 @@
+#include "common/Microseconds.h"
 #include "player/sound/AudioDevice.h"
 
 #include "player/sound/RateConverter.h"
@@ -150,7 +151,7 @@ void PortAudioDevice::Fulfil(short* buffer, int frames, PaStreamCallbackTimeInfo
 {
     double const told = time.outputBufferDacTime - time.currentTime;
     double const seconds = told > 0.0 && told < 10.0 ? told : latency;
-    auto const delay = static_cast<long long>(seconds * 1000000.0);
+    auto const delay = static_cast<long long>(seconds * secondUs);
     if (converter)
         converter->Fill(buffer, frames, delay);
     else

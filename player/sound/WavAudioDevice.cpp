@@ -1,3 +1,4 @@
+#include "common/Microseconds.h"
 #include "player/sound/AudioDevice.h"
 
 #include "common/WavHeader.h"
@@ -103,7 +104,7 @@ void WavAudioDevice::Run()
     while (!stopping && !failed) {
         if (!WriteBlock())
             failed = true;
-        next += std::chrono::microseconds(1000000 / blocksPerSecond);
+        next += std::chrono::microseconds(secondUs / blocksPerSecond);
         std::this_thread::sleep_until(next);
     }
 }

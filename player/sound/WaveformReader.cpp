@@ -1,5 +1,6 @@
 #include "player/sound/WaveformReader.h"
 
+#include "common/Microseconds.h"
 #include "decode/DecodedAudioFrame.h"
 #include "playback/PlaybackStatus.h"
 #include "source/SoundStream.h"
@@ -63,7 +64,7 @@ void WaveformReader::Take(DecodedAudioFrame const& frame)
         return;
     int const channels = frame.sampleCapacity / frame.frameCount;
     for (int i = 0; i < frame.frameCount; ++i) {
-        long long const time = frame.startTime - mediaStart + i * 1000000LL / frame.sampleRate;
+        long long const time = frame.startTime - mediaStart + i * secondUs / frame.sampleRate;
         if (time < 0 || time >= duration)
             continue;
         auto& peak = peaks[static_cast<int>(static_cast<double>(time) * peakCount / static_cast<double>(duration))];

@@ -68,9 +68,10 @@ def open(path, *, cache=256 << 20, sequence=False, rate=24.0, holes="hold", colo
 
     path: a file, a pattern of an image sequence such as "take.%04d.png" or "take.####.png", or a folder with one
         image sequence or one movie in it.
-    cache: bytes of decoded pictures that are kept around the last one asked for; at least four pictures.
+    cache: bytes of decoded pictures that are kept around the last one asked for; at least four pictures. A video that
+        has only been read forwards uses a quarter of it.
     sequence: whether a single file stands for the image sequence that it belongs to.
-    rate: pictures per second of an image sequence.
+    rate: pictures per second of an image sequence, from 0.1 to 1000.
     holes: what an image sequence shows for a missing file: "hold" (the picture before it), "black", or "refuse".
     colours: "stream": as the stream says; "plain": BT.601 in limited range, whatever it says.
     tone_mapping: whether HDR becomes SDR.
@@ -93,7 +94,8 @@ def probe(path, quick=False, *, sequence=False, rate=24.0):
 def check(path, *, sequence=False, rate=24.0):
     """Decodes a file from its beginning to its end and back, and reports damage as `tavolin check` does.
 
-    path, sequence and rate are those of open; each file of an image sequence is decoded once, by itself. One check runs at a time in a process; others wait. Ctrl+C ends it. Raises OpenError.
+    path, sequence and rate are those of open; each file of an image sequence is decoded once, by itself. One
+    check runs at a time in a process; others wait. Ctrl+C ends it. Raises OpenError.
     """
     name = _name(path)
     pictures, sound, faults = _tavolin.check(name, sequence, rate)

@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -37,28 +38,50 @@ Family const families[] = {
     {"GrayAndPalette", {AV_PIX_FMT_GRAY8, AV_PIX_FMT_GRAY16LE, AV_PIX_FMT_PAL8}},
 };
 
-// Converts a noise picture and compares every byte and the bytes beside it; the text is empty when all are equal.
-std::string Difference(PictureScaler& scaler, int format, int width, int height, int outputWidth)
+// A noise picture and what the plain call makes of it.
+struct Example
 {
-    auto const source = NoisePicture(width, height, format, static_cast<uint32_t>(width * 7 + height));
-    std::vector<uint8_t> const expected = ConvertPlainly(*source, outputWidth);
-    std::vector<uint8_t> target(expected.size() + 2 * guardBytes, guard);
-    std::string const name = std::string(av_get_pix_fmt_name(static_cast<AVPixelFormat>(format))) + ' ' +
-                             std::to_string(width) + 'x' + std::to_string(height) + " to " +
-                             std::to_string(outputWidth) + ": ";
-    if (!scaler.Convert(*source, LayoutOf(*source, outputWidth), target.data() + guardBytes))
-        return name + "not converted";
+    Example(int format, int width, int height, int newOutputWidth)
+        : source(NoisePicture(width, height, format, static_cast<uint32_t>(width * 7 + height))),
+          outputWidth(newOutputWidth),
+          expected(ConvertPlainly(*source, outputWidth))
+    {}
+
+    std::string Name() const
+    {
+        return std::string(av_get_pix_fmt_name(static_cast<AVPixelFormat>(source->format))) + ' ' +
+               std::to_string(source->width) + 'x' + std::to_string(source->height) + " to " +
+               std::to_string(outputWidth) + ": ";
+    }
+
+    FfmpegPtr<AVFrame> const source;
+    int const outputWidth;
+    std::vector<uint8_t> const expected;
+};
+
+// Converts the example's picture and compares every byte and the bytes beside it; the text is empty when all are equal.
+std::string Difference(PictureScaler& scaler, Example const& example)
+{
+    std::vector<uint8_t> target(example.expected.size() + 2 * guardBytes, guard);
+    auto const layout = LayoutOf(*example.source, example.outputWidth);
+    if (!scaler.Convert(*example.source, layout, target.data() + guardBytes))
+        return example.Name() + "not converted";
     auto const first = target.begin() + guardBytes;
-    auto const last = first + static_cast<ptrdiff_t>(expected.size());
+    auto const last = first + static_cast<ptrdiff_t>(example.expected.size());
     auto const isGuard = [](uint8_t byte) { return byte == guard; };
     if (!std::all_of(target.begin(), first, isGuard) || !std::all_of(last, target.end(), isGuard))
-        return name + "bytes beside the picture changed";
-    auto const difference = std::mismatch(first, last, expected.begin());
-    if (difference.first == last)
+        return example.Name() + "bytes beside the picture changed";
+    if (std::memcmp(&*first, example.expected.data(), example.expected.size()) == 0)
         return {};
-    auto const offset = difference.first - first;
-    auto const stride = static_cast<ptrdiff_t>(RowBytes(outputWidth));
-    return name + "byte " + std::to_string(offset % stride) + " of row " + std::to_string(offset / stride) + " differs";
+    auto const offset = std::mismatch(first, last, example.expected.begin()).first - first;
+    auto const stride = static_cast<ptrdiff_t>(RowBytes(example.outputWidth));
+    return example.Name() + "byte " + std::to_string(offset % stride) + " of row " + std::to_string(offset / stride) +
+           " differs";
+}
+
+std::string Difference(PictureScaler& scaler, int format, int width, int height, int outputWidth)
+{
+    return Difference(scaler, Example(format, width, height, outputWidth));
 }
 
 int HeightOfALargePicture(int width)
@@ -106,13 +129,16 @@ TEST_P(PictureScalerFormatTest, ConvertsCommonWidthsAsThePlainCallDoes)
 TEST_P(PictureScalerFormatTest, ConvertsLargePicturesAsThePlainCallDoes)
 {
     for (AVPixelFormat const format : GetParam().formats) {
-        for (int const threads : {1, 2, 3}) {
-            PictureScaler scaler;
-            scaler.SetMostThreads(threads);
-            for (int const width : {648, 854, 1080, 1366, 1440})
-                EXPECT_EQ(Difference(scaler, format, width, HeightOfALargePicture(width), width), "");
-            EXPECT_EQ(Difference(scaler, format, 1440, 272, 1920), "");
-        }
+        std::array<PictureScaler, 3> scalers;
+        for (int i = 0; i < 3; ++i)
+            scalers[static_cast<size_t>(i)].SetMostThreads(i + 1);
+        auto const expectEqual = [&scalers](Example const& example) {
+            for (PictureScaler& scaler : scalers)
+                EXPECT_EQ(Difference(scaler, example), "");
+        };
+        for (int const width : {648, 854, 1080, 1366, 1440})
+            expectEqual(Example(format, width, HeightOfALargePicture(width), width));
+        expectEqual(Example(format, 1440, 272, 1920));
     }
 }
 

@@ -684,6 +684,26 @@ TEST(VideoDecoderTest, EndsADrainAtADroppedPicture)
     EXPECT_TRUE(IsEndMark(*pictures[1]));
 }
 
+TEST(VideoDecoderTest, DrainsOnePictureAtATimeWhenAskedTo)
+{
+    ReferenceInput input(DelayedMovie(), AVMEDIA_TYPE_VIDEO);
+    VideoDecoder decoder;
+    decoder.Initialize(input.Codec(), AVRational{1, 1000}, 64, 48, 1.0f, 0, 25.0, 0, false, false);
+    decoder.SetStepwiseDrain(true);
+    Pictures pictures;
+    while (auto const packet = input.NextPacket())
+        decoder.DecodePacket(packet.get(), pictures, -1);
+    ASSERT_LE(pictures.size(), 8);
+    for (int expected = static_cast<int>(pictures.size()) + 1; expected <= 10; ++expected) {
+        decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+        ASSERT_EQ(pictures.size(), expected);
+        EXPECT_EQ(pictures.last()->startTime - pictures[expected - 2]->startTime, 40000);
+    }
+    decoder.DecodePacket(EmptyPacket().get(), pictures, -1);
+    ASSERT_EQ(pictures.size(), 11);
+    EXPECT_TRUE(IsEndMark(*pictures.last()));
+}
+
 TEST(VideoDecoderTest, EndsADrainAtAMarkOfTheSize)
 {
     ReferenceInput input(DelayedMovie(), AVMEDIA_TYPE_VIDEO);

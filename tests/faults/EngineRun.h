@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/playback/VirtualTime.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedVideoFrame.h"
 #include "playback/PlaybackEngine.h"
@@ -8,9 +9,6 @@
 #include <QString>
 
 #include <vector>
-
-// Milliseconds of real time. A run takes less than a second; the rest is for sanitizers and other load.
-constexpr int patience = 60000;
 
 // Plays both ways, steps and seeks. False when the engine does not become ready.
 inline bool PlayAround(PlaybackEngine& engine, VirtualTime& time, QString const& path)

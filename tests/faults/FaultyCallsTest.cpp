@@ -39,8 +39,7 @@ struct Clip
 Clip Movie()
 {
     return {MakeMedia("faulty.mp4", Picture("64x48", 25, 0.6) + Tone(22050, 2, 0.6) +
-                                        QStringList{"-c:v", "libx264", "-preset", "ultrafast", "-bf", "2", "-g", "6",
-                                                    "-threads", "1", "-c:a", "aac"})};
+                                        QStringList{"-c:v", "mpeg4", "-bf", "2", "-g", "6", "-c:a", "aac"})};
 }
 
 // Has more channels than the output.
@@ -52,7 +51,7 @@ Clip Sound()
 // Its width needs the scaler's buffer with room in the rows; its size and depth are worth scaler threads.
 Clip Still()
 {
-    return {MakeMedia("faulty.tif", Picture("1002x500", 1, 1) + QStringList{"-frames:v", "1", "-pix_fmt", "rgb48le",
+    return {MakeMedia("faulty.tif", Picture("1002x500", 1, 1) + QStringList{"-frames:v", "1", "-pix_fmt", "gray16le",
                                                                             "-compression_algo", "raw"}),
             true};
 }

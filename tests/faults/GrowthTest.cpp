@@ -1,6 +1,7 @@
 #include "tests/faults/FaultyMemory.h"
 #include "tests/playback/VirtualTime.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Sessions.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -21,7 +22,6 @@
 
 namespace {
 
-constexpr int patience = 60000; // milliseconds
 constexpr long long tick = 40000;
 constexpr int loopTicks = 100;
 constexpr int loopSeconds = 4;

@@ -1,6 +1,7 @@
 #include "tests/playback/VirtualTime.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Sessions.h"
 
 #include "decode/MediaInstance.h"
@@ -18,8 +19,6 @@
 // Files with false sizes, streams, durations and rates: they may be believed, but must not cost memory.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 // What a small file may cost. The most measured is 157 MiB, for FFmpeg's decoders of 1000 streams; the rest is for
 // sanitizers. A picture of 65535 x 65535 pixels would take 12 GiB.

@@ -1,6 +1,7 @@
 #include "tests/playback/VirtualTime.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Sessions.h"
 
 #include "decode/MediaInstance.h"
@@ -19,8 +20,6 @@
 // Files that vanish, shrink or become unreadable after they were opened.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 // Larger than FFmpeg's read-ahead, so that the lost part is noticed.
 QString LargeMovie(char const* name)

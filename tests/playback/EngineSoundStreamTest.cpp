@@ -1,7 +1,7 @@
 #include "VirtualTime.h"
-#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"

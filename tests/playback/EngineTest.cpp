@@ -1,7 +1,7 @@
 #include "VirtualTime.h"
-#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedVideoFrame.h"
@@ -406,6 +406,22 @@ TEST_F(EngineTest, LoopsEitherWay)
     Wait();
     EXPECT_GE(Status().position, 2000000); // within the range
     EXPECT_LT(Status().position, 2400000);
+}
+
+// Ten pictures, one of them for each turn of the loop below.
+TEST_F(EngineTest, LoopsBackwardsWithEveryPictureAtAnySpeed)
+{
+    for (double const speed : {-0.25, -1.0, -2.0, -8.0}) {
+        Open("gop250.mp4");
+        engine.SetLoop(2000000, 2400000);
+        engine.Seek(2399999);
+        engine.SetSpeed(speed);
+        for (int i = 0; i < 35; ++i) {
+            Wait();
+            EXPECT_EQ(Shown(), 2360000 - i % 10 * 40000) << speed << ", turn " << i;
+            time->Advance(static_cast<long long>(40000 / -speed));
+        }
+    }
 }
 
 TEST_F(EngineTest, StepsAskedForFasterThanDecodingAreAllMade)

@@ -1,6 +1,6 @@
 #include "VirtualTime.h"
-#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "decode/DecodedAudioFrame.h"
@@ -100,16 +100,21 @@ TEST_F(HostRulesTest, BackwardsTheCacheGrowsWithoutGaps)
 
 // Rule 3: with fewer than 30 pictures the cache itself advises going forwards.
 
-TEST_F(HostRulesTest, BackwardsNothingIsDecodedForwards)
+void AppendPicturesAt(PictureCache& cache, std::vector<long long> const& starts) // of 10 bytes, 25 a second
 {
-    PictureCache cache;
-    cache.SetBudget(1000, 10, 0);
-    for (long long start : {400000, 440000, 480000}) {
+    for (long long const start : starts) {
         uint8_t const bytes[10] = {};
         auto picture = std::make_shared<DecodedVideoFrame>(bytes, 10, 1, 1, start, 25.0, 0, false);
         picture->endTime = start + 39999;
         cache.Append(picture);
     }
+}
+
+TEST_F(HostRulesTest, BackwardsNothingIsDecodedForwards)
+{
+    PictureCache cache;
+    cache.SetBudget(1000, 10, 0);
+    AppendPicturesAt(cache, {400000, 440000, 480000});
     std::vector<PictureCache::Picture> released;
     PictureCache::Window window;
     window.time = 440000;
@@ -125,12 +130,7 @@ TEST_F(HostRulesTest, EachUpdateLetsGoOfOnePictureAndNeverOfTheOneShowing)
 {
     PictureCache cache;
     cache.SetBudget(40, 10, 0);
-    for (long long start : {0, 40000, 80000, 120000}) {
-        uint8_t const bytes[10] = {};
-        auto picture = std::make_shared<DecodedVideoFrame>(bytes, 10, 1, 1, start, 25.0, 0, false);
-        picture->endTime = start + 39999;
-        cache.Append(picture);
-    }
+    AppendPicturesAt(cache, {0, 40000, 80000, 120000});
     std::vector<PictureCache::Picture> released;
     PictureCache::Window window;
     window.time = 20000;

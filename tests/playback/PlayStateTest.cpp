@@ -185,13 +185,14 @@ TEST(PlayStateTest, ALoopTakesPlayBackAndNothingElse)
          "0 x-1 ended", "2000000 x0 steps 3", "2000000 x0 preview"});
 }
 
-TEST(PlayStateTest, VolumeAndMuteLeavePlayAlone)
+TEST(PlayStateTest, SettingsOfTheSoundLeavePlayAlone)
 {
     ExpectInEachState(
         [](PlayState& state, long long) {
             state.SetVolume(0.5);
             state.SetMuted(true);
             state.SetMuteAboveSpeed(0.5);
+            state.SetScrubSound(true);
         },
         {"2000000 x0", "2000000 x1 waiting", "3000000 x1 running", "1000000 x-1 running", "10000000 x1 ended",
          "0 x-1 ended", "2000000 x0 steps 3", "2000000 x0 preview"});
@@ -585,6 +586,108 @@ TEST(PlayStateTest, SoundsWhileItRunsUnlessItIsMuted)
     for (PlayState const& silent : {Paused(), Waiting(), Ended(1.0), Ended(-1.0), Stepping()}) {
         EXPECT_FALSE(silent.GetSoundRun().sounding);
         EXPECT_EQ(silent.GetSoundRun().speed, 0.0);
+    }
+}
+
+// ---- Pieces of sound while paused, at 2 s at first
+
+PlayState Scrubbing()
+{
+    PlayState state = Paused();
+    state.SetScrubSound(true);
+    return state;
+}
+
+PlayState WithPiece()
+{
+    PlayState state = Scrubbing();
+    state.SeekPreview(3000000, second, 0);
+    return state;
+}
+
+TEST(PlayStateTest, AStepAsksForAPieceInItsDirection)
+{
+    PlayState state = Scrubbing();
+    state.Step(1, 0);
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 0); // not before the step is made
+    long long const wakes = state.wakeSerial;
+    state.MakeStep(2040000, /*isLast=*/false, 0);
+    EXPECT_GT(state.wakeSerial, wakes);
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 1);
+    EXPECT_EQ(state.GetNeed(0).piece.position, 2040000);
+    EXPECT_TRUE(state.GetNeed(0).piece.forwards);
+    state.Step(-1, 0);
+    state.MakeStep(2000000, /*isLast=*/false, 0);
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 2);
+    EXPECT_EQ(state.GetNeed(0).piece.position, 2000000);
+    EXPECT_FALSE(state.GetNeed(0).piece.forwards);
+    state.Step(-1, 0);
+    state.MakeStep(2000000, /*isLast=*/true, 0); // there is no picture before it
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 2);
+}
+
+TEST(PlayStateTest, APreviewAsksForAPieceInTheDirectionOfItsMove)
+{
+    PlayState state = Scrubbing();
+    state.SeekPreview(3000000, second, 0);
+    EXPECT_EQ(state.GetNeed(0).piece.position, 3000000);
+    EXPECT_TRUE(state.GetNeed(0).piece.forwards);
+    state.SeekPreview(1000000, second, 0);
+    EXPECT_EQ(state.GetNeed(0).piece.position, 1000000);
+    EXPECT_FALSE(state.GetNeed(0).piece.forwards);
+    state.SeekPreview(1000000, second, 0); // no move
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 0);
+    PlayState playing = Playing(1.0);
+    playing.SetScrubSound(true);
+    playing.SeekPreview(3000000, second, 0);
+    EXPECT_EQ(playing.GetNeed(0).piece.serial, 0);
+}
+
+TEST(PlayStateTest, APieceSoundsOnceItIsDecoded)
+{
+    PlayState state = WithPiece();
+    EXPECT_FALSE(state.GetSoundRun().sounding);
+    state.StartPiece();
+    EXPECT_EQ(state.GetNeed(0).piece.serial, 0); // nothing more to decode
+    EXPECT_TRUE(state.GetSoundRun().sounding);
+    EXPECT_EQ(state.GetSoundRun().piece.serial, 1);
+    EXPECT_EQ(state.GetSoundRun().speed, 1.0);
+    state.SeekPreview(1000000, second, 0);
+    EXPECT_FALSE(state.GetSoundRun().sounding);
+    state.StartPiece();
+    EXPECT_EQ(state.GetSoundRun().piece.serial, 2);
+    EXPECT_EQ(state.GetSoundRun().speed, -1.0);
+}
+
+TEST(PlayStateTest, PlayASeekAndSilenceDropAPiece)
+{
+    std::vector<std::pair<std::string, Command>> const commands = {
+        {"open", [](PlayState& state, long long now) { state.Open(now); }},
+        {"play", [](PlayState& state, long long now) { state.SetSpeed(1.0, now); }},
+        {"seek", [](PlayState& state, long long now) { state.Seek(3000000, now); }},
+        {"mute", [](PlayState& state, long long) { state.SetMuted(true); }},
+        {"scrub silently", [](PlayState& state, long long) { state.SetScrubSound(false); }},
+    };
+    for (auto const& [name, command] : commands) {
+        PlayState state = WithPiece();
+        command(state, 0);
+        EXPECT_EQ(state.GetNeed(0).piece.serial, 0) << name;
+        state.StartPiece();
+        EXPECT_EQ(state.GetSoundRun().piece.serial, 0) << name;
+    }
+}
+
+TEST(PlayStateTest, MutedOrUnaskedThereIsNoPiece)
+{
+    PlayState muted = Scrubbing();
+    muted.SetMuted(true);
+    PlayState unasked = Paused();
+    for (PlayState state : {muted, unasked}) {
+        state.SeekPreview(3000000, second, 0);
+        EXPECT_EQ(state.GetNeed(0).piece.serial, 0);
+        state.Step(1, 0);
+        state.MakeStep(3040000, /*isLast=*/false, 0);
+        EXPECT_EQ(state.GetNeed(0).piece.serial, 0);
     }
 }
 

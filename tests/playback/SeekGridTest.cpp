@@ -1,5 +1,6 @@
 #include "ClipTest.h"
 #include "VirtualTime.h"
+#include "tests/support/Patience.h"
 
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -7,7 +8,6 @@
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "playback/PlaybackEngine.h"
-#include "tests/playback/Patience.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "VirtualTime.h"
-#include "tests/playback/Patience.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 
 #include "media/AvGlobals.h"

@@ -4,10 +4,10 @@
 #include "player/picture/PictureTools.h"
 #include "player/picture/PixelReadout.h"
 #include "player/picture/TimelinePreview.h"
+#include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QClipboard>
-#include <QProcess>
 #include <QWheelEvent>
 
 #include <cmath>
@@ -64,15 +64,6 @@ protected:
         auto const second = window->GetView().GetSecond();
         return second ? static_cast<int>(second->startTime / step) : -1;
     }
-
-    // The file's path; empty when ffmpeg cannot make it.
-    QString Make(QString const& name, QStringList const& arguments)
-    {
-        QString const path = home.filePath(name);
-        bool const made = QProcess::execute("ffmpeg", QStringList{"-v", "error", "-nostdin", "-y"} + arguments +
-                                                          QStringList{path}) == 0;
-        return made ? path : QString();
-    }
 };
 
 QImage Grabbed(QWidget& view)
@@ -125,9 +116,8 @@ TEST_P(LookingCloserTest, ChangesTheDisplayAloneByExposureKeys)
 TEST_P(LookingCloserTest, ShowsChannelsByNumberKeys)
 {
     QString const movie =
-        Make("orange.avi", {"-f", "lavfi", "-i", "color=0xC86432:size=320x240:rate=25:duration=1,format=rgb24", "-c:v",
-                            "rawvideo", "-pix_fmt", "bgr24"});
-    ASSERT_FALSE(movie.isEmpty());
+        MakeMedia("orange.avi", {"-f", "lavfi", "-i", "color=0xC86432:size=320x240:rate=25:duration=1,format=rgb24",
+                                 "-c:v", "rawvideo", "-pix_fmt", "bgr24"});
     Start({movie});
     ASSERT_TRUE(Eventually([&] { return Grab().pixelColor(320, 240) == QColor(0xC8, 0x64, 0x32); }));
     struct Case
@@ -153,10 +143,10 @@ TEST_P(LookingCloserTest, ShowsChannelsByNumberKeys)
 // Rows of 0 and 240 in turn: the upper field is black, the lower one light.
 TEST_P(LookingCloserTest, ShowsTheFirstFieldOrBothBlended)
 {
-    QString const movie = Make("fields.mkv", {"-f", "lavfi", "-i", "color=black:size=320x240:rate=25:duration=1", "-vf",
-                                              "format=gray,geq=lum='if(mod(Y,2),240,0)',format=gbrp,setfield=bff",
-                                              "-c:v", "ffv1", "-field_order", "bb"});
-    ASSERT_FALSE(movie.isEmpty());
+    QString const movie =
+        MakeMedia("fields.mkv", {"-f", "lavfi", "-i", "color=black:size=320x240:rate=25:duration=1", "-vf",
+                                 "format=gray,geq=lum='if(mod(Y,2),240,0)',format=gbrp,setfield=bff", "-c:v", "ffv1",
+                                 "-field_order", "bb"});
     Start({movie});
     ASSERT_TRUE(Eventually([&] { return window->GetView().GetShown() != nullptr; }));
     Press(Qt::Key_Z); // pixel for pixel, from (160, 120) on
@@ -248,10 +238,10 @@ TEST_P(LookingCloserTest, ShowsASmallPictureOfTheTimeUnderThePointer)
 
 TEST_P(LookingCloserTest, OpensTheFileForSmallPicturesWhenFirstHovered)
 {
+    int const atFirst = OpenedInputs::Count();
     StartDemo();
-    ASSERT_TRUE(Eventually([&] { return Status().channels > 0; }));
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - atFirst == 5; })); // by all others
     EXPECT_FALSE(Child<Thumbnails>()->isRunning());
-    QTest::qWait(300); // for whoever else opens it
     int const before = OpenedInputs::Count();
     Hover(300);
     EXPECT_TRUE(Eventually([&] { return !Child<TimelinePreview>()->GetPicture().isNull(); }));
@@ -265,9 +255,8 @@ TEST_P(LookingCloserTest, OpensTheFileForSmallPicturesWhenFirstHovered)
 // 615 pixels for 15000 pictures: less than a picture a pixel takes zooming.
 TEST_P(LookingCloserTest, ZoomsTheTimelineOfTenMinutesDownToSinglePictures)
 {
-    QString const movie =
-        Make("long.mp4", {"-f", "lavfi", "-i", "color=size=64x48:rate=25:duration=600", "-c:v", "mpeg4", "-g", "250"});
-    ASSERT_FALSE(movie.isEmpty());
+    QString const movie = MakeMedia(
+        "long.mp4", {"-f", "lavfi", "-i", "color=size=64x48:rate=25:duration=600", "-c:v", "mpeg4", "-g", "250"});
     Start({movie});
     auto* timeline = Child<Timeline>();
     ASSERT_TRUE(Eventually([&] { return timeline->TimeAt(viewWidth) > 590000000; }));
@@ -367,9 +356,9 @@ TEST_P(LookingCloserTest, FollowsSeeksAndShowsTheLastPictureOfAShorterFile)
 TEST_P(LookingCloserTest, WipesAndTogglesTwoFiles)
 {
     auto const makePlain = [&](QString const& colour, QString const& size) {
-        return Make(colour + ".avi",
-                    {"-f", "lavfi", "-i", QString("color=%1:size=%2:rate=25:duration=1").arg(colour, size), "-c:v",
-                     "rawvideo", "-pix_fmt", "bgr24"});
+        return MakeMedia(colour + ".avi",
+                         {"-f", "lavfi", "-i", QString("color=%1:size=%2:rate=25:duration=1").arg(colour, size), "-c:v",
+                          "rawvideo", "-pix_fmt", "bgr24"});
     };
     options.compare = makePlain("blue", "160x120");
     Start({makePlain("red", "320x240")});
@@ -411,7 +400,7 @@ TEST_P(LookingCloserTest, SaysWhyASecondFileCannotBeCompared)
     StartDemo();
     EXPECT_TRUE(Eventually([&] { return Note().contains("absent.mp4"); }));
     EXPECT_EQ(Tools().GetComparison(), nullptr);
-    Tools().Compare(Make("tone.wav", {"-f", "lavfi", "-i", "sine=duration=1"}));
+    Tools().Compare(MakeMedia("tone.wav", {"-f", "lavfi", "-i", "sine=duration=1"}));
     EXPECT_TRUE(Eventually([&] { return Note().contains("tone.wav\" has no pictures"); }));
     EXPECT_EQ(Tools().GetComparison(), nullptr);
     Press(Qt::Key_W);

@@ -16,6 +16,8 @@
 #include <limits>
 #include <random>
 
+#include <sys/stat.h>
+
 namespace {
 
 using Kind = MarkerRow::Kind;
@@ -130,6 +132,31 @@ TEST(MarkerFileTest, RefusesWhatHoldsNoMarkers)
     EXPECT_FALSE(MarkerFile::FromJson(QByteArray(100000, '[')).fault.isEmpty());
     EXPECT_FALSE(MarkerFile::Read("/no/such.csv").fault.isEmpty());
     EXPECT_FALSE(MarkerFile::Read("/").fault.isEmpty());
+}
+
+TEST(MarkerFileTest, RefusesWhatIsTooLargeOrNoFileWithoutReadingIt)
+{
+    QTemporaryDir const folder;
+    QFile large(folder.filePath("large.csv"));
+    ASSERT_TRUE(large.open(QIODevice::WriteOnly));
+    large.write("time\n1.0\n");
+    ASSERT_TRUE(large.resize(2LL << 30)); // takes no room on the disk
+    EXPECT_EQ(MarkerFile::Read(large.fileName()).fault, "it is larger than 16 MiB.");
+    QString const pipe = folder.filePath("pipe.csv"); // nobody ever writes into it
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    EXPECT_EQ(MarkerFile::Read(pipe).fault, "it is no file.");
+    EXPECT_EQ(MarkerFile::Read(folder.path()).fault, "it is no file.");
+    EXPECT_EQ(MarkerFile::Read(folder.filePath("absent.csv")).fault, "it is no file.");
+}
+
+TEST(MarkerFileTest, KeepsNoMoreColumnsThanAnyTableHas)
+{
+    QByteArray const commas(4 * 1024 * 1024, ',');
+    EXPECT_EQ(MarkerFile::FromCsv(commas + "time\n1").fault,
+              "its first line has no column \"time\", \"number\" or \"timecode\".");
+    MarkerFile::Content const content = MarkerFile::FromCsv("time" + commas + "\n2.5" + commas);
+    ASSERT_EQ(content.rows.size(), 1);
+    EXPECT_EQ(content.rows[0].time, 2500000);
 }
 
 TEST(MarkerFileTest, PassesOverWhatNamesNoPicture)

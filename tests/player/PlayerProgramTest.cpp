@@ -1,5 +1,7 @@
 #include "DemoMovie.h"
 #include "player/PlayerSettings.h"
+#include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -17,8 +19,6 @@
 // The program as it is started, with settings of its own.
 
 namespace {
-
-constexpr int patience = 60000; // milliseconds
 
 class PlayerProgramTest : public ::testing::Test
 {
@@ -127,6 +127,17 @@ TEST_F(PlayerProgramTest, PlaysEachFileOnceBackwardsToo)
     Start({"--audio=null", "--once", "--speed=-4", DemoMovie::Make(50), DemoMovie::Make(75)});
     EXPECT_EQ(Finish(), 0);
     EXPECT_GT(PicturesPassed(), 50); // of the second file; those before the first on show do not count
+}
+
+// A live recording: 200 pictures, and nothing that tells how many.
+TEST_F(PlayerProgramTest, PlaysAFileWithoutALengthBackwardsFromItsLastPicture)
+{
+    QString const movie =
+        MakeMedia("live.webm", Picture("64x48", 25, 8.0) + QStringList{"-f", "lavfi", "-i", "sine=duration=8", "-c:v",
+                                                                       "libvpx", "-c:a", "libopus", "-live", "1"});
+    Start({"--audio=null", "--once", "--speed=-8", movie});
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_EQ(PicturesPassed(), 200);
 }
 
 TEST_F(PlayerProgramTest, PrintsEveryFaultOfTheKeyFile)

@@ -4,6 +4,7 @@
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
+#include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 
 #include <QClipboard>
@@ -41,6 +42,41 @@ TEST_P(PlayerWindowTest, OpensAMovieFiveTimes)
     window->GetEngine().Seek(1000000000); // to the true end, which is what the container says
     ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
     EXPECT_EQ(OpenedInputs::Count() - before, 5);
+}
+
+// The last packet of AAC ends 16 ms after the movie.
+TEST_P(PlayerWindowTest, ReadsTheWaveformOnceWhereTheSoundEndsALittleLater)
+{
+    QString const movie =
+        MakeMedia("longsound.mp4",
+                  Picture("64x48", 25, 30.0) + QStringList{"-f", "lavfi", "-i", "sine=duration=30:sample_rate=48000",
+                                                           "-c:v", "libx264", "-c:a", "aac", "-shortest"});
+    int const before = OpenedInputs::Count();
+    Start({movie});
+    ASSERT_TRUE(Eventually([&] { return OpenedInputs::Count() - before >= 5 && !Child<WaveformReader>(); }));
+    window->GetEngine().Seek(1000000000);
+    ASSERT_TRUE(Eventually([&] { return Status().durationKnown; }));
+    EXPECT_EQ(Status().duration, 30015999);
+    Press(Qt::Key_Home);
+    ASSERT_TRUE(Eventually([&] { return Status().position == 0; }));
+    EXPECT_EQ(OpenedInputs::Count() - before, 5);
+}
+
+TEST_P(PlayerWindowTest, FindsTheEndOfAFileThatDoesNotTellItsLength)
+{
+    QString const movie =
+        MakeMedia("live.webm", Picture("64x48", 25, 8.0) + QStringList{"-f", "lavfi", "-i", "sine=duration=8", "-c:v",
+                                                                       "libvpx", "-c:a", "libopus", "-live", "1"});
+    options.paused = true;
+    options.cacheMegabytes = 1; // half of it
+    Start({movie});
+    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 0; }));
+    EXPECT_FALSE(Status().durationKnown);
+    EXPECT_LE(Status().duration, 0);
+    Press(Qt::Key_End);
+    ASSERT_TRUE(Eventually([&] { return RecordNumber() == 199; }));
+    Press(Qt::Key_Left);
+    EXPECT_TRUE(Eventually([&] { return RecordNumber() == 198; }));
 }
 
 TEST_P(PlayerWindowTest, GoesOnWithAFileThatWasBegunBeforeThereWasAWindow)

@@ -1,5 +1,6 @@
 #include "player/sound/SoundPlayer.h"
 #include "playback/PlaybackEngine.h"
+#include "tests/player/Eventually.h"
 
 #include <QElapsedTimer>
 #include <QtTest>
@@ -68,15 +69,6 @@ protected:
     SoundPlayerTest()
     {
         QObject::connect(&player, &SoundPlayer::NoteChanged, [this](QString const& changed) { notes << changed; });
-    }
-
-    bool Eventually(std::function<bool()> const& condition)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < 60000)
-            QTest::qWait(5);
-        return condition();
     }
 
     std::shared_ptr<Script> const script = std::make_shared<Script>();

@@ -4,6 +4,7 @@
 #include "decode/DecodedVideoFrame.h"
 #include "player/PlayerWindow.h"
 #include "player/controls/ControlBar.h"
+#include "tests/player/Eventually.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -26,25 +27,12 @@ namespace Sound {
 
 constexpr int rate = DemoMovie::sampleRate;
 constexpr long long second = 1000000;
-constexpr int patience = 60000; // milliseconds
 constexpr double pi = 3.14159265358979323846;
 
 inline long long Now()
 {
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
-}
-
-inline bool Eventually(std::function<bool()> const& condition)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > patience)
-            return false;
-        QTest::qWait(5);
-    }
-    return true;
 }
 
 // The server: ended and started again as on a desktop, where it crashes or is updated.

@@ -5,6 +5,7 @@
 #include "player/PlayerWindow.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Timeline.h"
+#include "tests/player/Eventually.h"
 
 #include <QApplication>
 #include <QDropEvent>
@@ -24,23 +25,10 @@
 // The demo movie has these.
 constexpr int pictures = 250; // ten seconds
 constexpr long long step = 40000;
-constexpr int patience = 60000; // milliseconds; on a computer that has nothing else to do, milliseconds are enough
 
 // The view of the picture is 640 x 480, so that each pixel of the movie is 2 x 2 on the screen.
 constexpr int viewWidth = 640;
 constexpr int viewHeight = 480;
-
-inline bool Eventually(std::function<bool()> const& condition)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < patience) {
-        if (condition())
-            return true;
-        QTest::qWait(5);
-    }
-    return condition();
-}
 
 inline bool IsWhite(QImage const& image, int x, int y)
 {

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <random>
 #include <set>
 #include <thread>
@@ -61,6 +62,38 @@ class VideoTest : public testing::Test
 {
 private:
     OutputChannels const channels{2};
+};
+
+// Counts the pictures that a video keeps, among those that it has given here.
+class Kept
+{
+public:
+    explicit Kept(Video& newVideo) : video(newVideo) {}
+
+    // Goes to the picture at `from`, on to that at `to`, both numbers, and one back when `returns`.
+    void Walk(long long from, long long to, bool returns = false)
+    {
+        auto picture = Note(video.At(from * step, never));
+        while (picture->startTime < to * step)
+            picture = Note(video.FindNeighbour(*picture, true, never));
+        if (returns)
+            Note(video.FindNeighbour(*picture, false, never));
+    }
+
+    long long Count() const
+    {
+        return std::count_if(seen.begin(), seen.end(), [](auto const& one) { return !one.second.expired(); });
+    }
+
+private:
+    Video::Picture Note(Video::Picture picture)
+    {
+        seen[picture->startTime] = picture;
+        return picture;
+    }
+
+    Video& video;
+    std::map<long long, std::weak_ptr<DecodedVideoFrame>> seen;
 };
 
 class CachedVideoTest : public VideoTest, public testing::WithParamInterface<long long>
@@ -117,6 +150,25 @@ TEST_P(CachedVideoTest, HasThePicturesItCameByStillThereOnTurningRound)
 }
 
 INSTANTIATE_TEST_SUITE_P(Cache, CachedVideoTest, testing::Values(0, 7 * pictureBytes, 60 * pictureBytes, 1 << 30));
+
+TEST_F(VideoTest, KeepsAQuarterOfItsBudgetBehindUntilItIsAskedBack)
+{
+    Video forwards(Movie(), WithCache(40 * pictureBytes), never);
+    Kept kept(forwards);
+    kept.Walk(0, 60);
+    EXPECT_EQ(kept.Count(), 10);
+    kept.Walk(10, 55); // goes back so far that the whole budget would not have helped
+    EXPECT_EQ(kept.Count(), 10);
+    kept.Walk(55, 55, /*returns=*/true);
+    kept.Walk(55, 99);
+    EXPECT_EQ(kept.Count(), 40);
+
+    Video sought(Movie(), WithCache(40 * pictureBytes), never);
+    Kept alike(sought);
+    alike.Walk(0, 60);
+    alike.Walk(25, 99); // the whole budget would have held it
+    EXPECT_EQ(alike.Count(), 40);
+}
 
 TEST_F(VideoTest, StopsWhenItIsAskedTo)
 {

@@ -7,6 +7,8 @@ import subprocess
 import sys
 
 import numpy as np
+import pytest
+import tavolin
 from conftest import make_media, moving_picture, plain_pictures
 
 EXAMPLES = pathlib.Path(os.environ["TAVOLIN_SOURCE_DIR"]) / "examples" / "python"
@@ -15,6 +17,27 @@ EXAMPLES = pathlib.Path(os.environ["TAVOLIN_SOURCE_DIR"]) / "examples" / "python
 def run(name, *arguments):
     return subprocess.run([sys.executable, EXAMPLES / name, *map(str, arguments)], check=True, stdout=subprocess.PIPE,
                           text=True).stdout.splitlines()
+
+
+def checked_by(*arguments):
+    """What a tool of mypy says about the module's types, which it reads beside the module."""
+    pytest.importorskip("mypy")
+    folder = pathlib.Path(tavolin.__file__).parent.parent
+    done = subprocess.run([sys.executable, "-m", *map(str, arguments)], stdout=subprocess.PIPE, text=True,
+                          env={**os.environ, "MYPYPATH": str(folder)})
+    return done.returncode, done.stdout
+
+
+def test_the_examples_have_the_types_that_the_module_states(tmp_path):
+    said = checked_by("mypy", "--strict", "--cache-dir", tmp_path, *sorted(EXAMPLES.glob("*.py")))
+    assert said == (0, "Success: no issues found in 4 source files\n")
+
+
+def test_the_module_has_the_names_and_parameters_that_it_states(tmp_path):
+    allowed = tmp_path / "allowed"  # what pybind11 makes of any class
+    allowed.write_text("tavolin.(Frame|FrameIterator|Video)(.__init__)?\n")
+    code, said = checked_by("mypy.stubtest", "tavolin", "--allowlist", allowed, "--ignore-unused-allowlist")
+    assert code == 0, said
 
 
 def test_the_tour_shows_what_there_is(movie):

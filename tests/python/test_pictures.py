@@ -7,6 +7,7 @@ import os
 import random
 import struct
 import subprocess
+import threading
 import zlib
 
 import numpy as np
@@ -214,6 +215,21 @@ def test_a_forked_process_is_told_to_open_the_video_itself(movie):
     finally:
         process.kill()
     assert next(frames).time_us == 2040000
+
+
+def test_a_process_checks_that_was_forked_during_a_check(movie):
+    path = make_media("long.mov", *moving_picture(120), "-c:v", "libx264", "-g", "250", "-pix_fmt", "yuv420p")
+    threads = [threading.Thread(target=tavolin.check, args=(path,)) for _ in range(2)]  # the second one waits
+    for thread in threads:
+        thread.start()
+    process = multiprocessing.get_context("fork").Process(target=lambda: os._exit(0 if tavolin.check(movie).ok else 1))
+    process.start()
+    process.join(30)
+    code = process.exitcode
+    process.kill()
+    for thread in threads:
+        thread.join()
+    assert code == 0
 
 
 def test_a_video_is_let_go_of_in_a_forked_process(movie):

@@ -1,6 +1,7 @@
 """Probe and check, compared with the command; errors; signals and threads."""
 
 import json
+import math
 import os
 import signal
 import subprocess
@@ -127,6 +128,14 @@ def test_what_cannot_be_opened_is_named(function, tmp_path):
 
 
 @pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
+@pytest.mark.parametrize("rate", [0, 0.09, 1000.1, -24, math.inf, math.nan])
+def test_a_rate_that_no_sequence_has_is_refused_as_by_the_command(function, rate, shots):
+    assert f"--fps {(refused := 'is a number from 0.1 to 1000')}" in run("info", f"--fps={rate}", shots).stderr
+    with pytest.raises(ValueError, match=f"^rate {refused}$"):
+        function(shots, rate=rate)
+
+
+@pytest.mark.parametrize("function", [tavolin.open, tavolin.probe, tavolin.check])
 @pytest.mark.parametrize("name", ["a\0b.mov", b"a\0b.mov"])
 def test_a_name_with_a_null_byte_is_refused_as_by_python(function, name, capfd):
     with pytest.raises(ValueError, match="null byte"):
@@ -239,6 +248,54 @@ def test_several_threads_read_their_own_videos_and_one_together(movie):
     for thread in threads:
         thread.join()
     assert wrong == []
+
+
+def test_the_first_pixels_may_be_those_of_several_threads(movie):
+    code = """
+import sys, threading, tavolin
+together = threading.Barrier(4)
+def read():
+    frame = tavolin.open(sys.argv[1]).at(0)
+    together.wait()
+    print(frame.pixels.shape)
+threads = [threading.Thread(target=read) for _ in range(4)]
+for thread in threads:
+    thread.start()
+for thread in threads:
+    thread.join()
+"""
+    done = subprocess.run([sys.executable, "-c", code, movie], stdout=subprocess.PIPE, text=True, timeout=40,
+                          env=interpreter_environment())
+    assert (done.returncode, done.stdout.count("(64, 96, 3)")) == (0, 4)
+
+
+def test_threads_that_share_an_iterator_get_each_picture_once(movie):
+    with tavolin.open(movie) as video:
+        frames, times = video.frames(), []
+        threads = [threading.Thread(target=lambda: times.extend(frame.time_us for frame in frames)) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        assert sorted(times) == [40000 * number for number in range(100)]
+
+
+@pytest.mark.parametrize("work", ["for frame in tavolin.open(path): frame.pixels", "tavolin.check(path)"])
+def test_the_interpreter_ends_while_threads_work(work, movie):
+    code = f"""
+import sys, threading, time, tavolin
+path = sys.argv[1]
+def go():
+    while True:
+        {work}
+for _ in range(3):
+    threading.Thread(target=go, daemon=True).start()
+time.sleep(0.3)
+"""
+    for _ in range(3):
+        done = subprocess.run([sys.executable, "-c", code, movie], stderr=subprocess.PIPE, timeout=40,
+                              env=interpreter_environment())
+        assert (done.returncode, done.stderr) == (0, b"")
 
 
 def test_other_threads_run_while_one_decodes():

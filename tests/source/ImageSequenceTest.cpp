@@ -1,6 +1,9 @@
 #include "source/ImageSequence.h"
+#include "media/AvGlobals.h"
 #include "source/ImageFormat.h"
+#include "source/SourceOptions.h"
 #include "tests/support/Clips.h"
+#include "tests/support/Media.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -159,6 +162,42 @@ TEST_F(ImageSequenceTest, FormatsAreToldByTheirFirstBytes)
     EXPECT_EQ(ImageFormatOf(folder.path()), QString());
     EXPECT_EQ(ImageFormatOf(folder.filePath("none")), QString());
     EXPECT_EQ(ImageFormatOf(Clips::Made("xvid.avi")), QString());
+}
+
+// Folders and sequences go by the first bytes, a single file by FFmpeg's demultiplexer and the lists of names.
+TEST_F(ImageSequenceTest, FormatsToldByTheirFirstBytesAreThoseOfStills)
+{
+    QList<QPair<QString, QByteArray>> const heads = {
+        {"png", QByteArray::fromHex("89504e470d0a1a0a0000")},
+        {"jpegls", QByteArray::fromHex("ffd8fff7000b0800")},
+        {"mjpeg", QByteArray::fromHex("ffd8ffe000104a46")},
+        {"dpx", "SDPX"},
+        {"exr", QByteArray::fromHex("762f310102000000")},
+        {"tiff", QByteArray::fromHex("49492a0008000000")},
+        {"bmp", "BM6"},
+        {"webp", "RIFF....WEBPVP8 "},
+        {"jpeg2000", QByteArray::fromHex("ff4fff51002f0000")},
+        {"jpegxl", QByteArray::fromHex("ff0a7c07")},
+        {"jpegxl", QByteArray::fromHex("0000000c4a584c200d0a870a00")},
+        {"psd", "8BPS"},
+        {"sgi", QByteArray::fromHex("01da01010003")},
+        {"dds", "DDS |"},
+        {"qoi", "qoif...."},
+        {"hdr", "#?RADIANCE\n"},
+        {"pbm", "P4\n8 8\n"},
+        {"pgm", "P5\n8 8\n"},
+        {"ppm", "P6\n8 8\n"},
+        {"pam", "P7\nWIDTH 8\n"},
+        {"pfm", "PF\n8 8\n"},
+        {"pcx", QByteArray::fromHex("0a05010800000000")},
+    };
+    for (auto const& [format, head] : heads) {
+        EXPECT_EQ(ImageFormatOf(WriteMedia("head", head)), format);
+        EXPECT_TRUE(AvGlobals::IsImageFormat(format) || SourceOptions().furtherImageFormats.contains(format))
+            << format.toStdString();
+    }
+    for (char const* text : {"PF Changs", "P7", "Pfennig", "qoi"})
+        EXPECT_EQ(ImageFormatOf(WriteMedia("text", text)), QString()) << text;
 }
 
 } // namespace

@@ -96,6 +96,19 @@ TEST_F(MoviePicturesTest, FindsTheLastPictureOfAShortOpenGroup)
         PacketsTo(time);
 }
 
+// Its codec holds back several pictures, which take much memory once they are converted.
+TEST_F(MoviePicturesTest, DrainsItsCodecOnePictureAtATime)
+{
+    Open("gop250.mp4");
+    PacketsTo(21800000);
+    PictureStream::Picture picture;
+    for (long long decoded = reader->GetDecodedCount(); reader->Read(picture) == ReadResult::Got;) {
+        EXPECT_LE(reader->GetDecodedCount() - decoded, 1);
+        decoded = reader->GetDecodedCount();
+    }
+    EXPECT_EQ(picture->startTime, 21960000);
+}
+
 TEST_F(MoviePicturesTest, AStreamWithoutTimesIsReadOn)
 {
     Open("raw.264");

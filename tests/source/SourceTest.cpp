@@ -68,7 +68,7 @@ TEST(SourceTest, TellsStillImagesFromMovies)
         ASSERT_TRUE(opened.isOpen) << name;
         EXPECT_TRUE(opened.source.GetInfo()->IsImage()) << name;
         EXPECT_EQ(opened.source.Describe(), "still image") << name;
-        EXPECT_FALSE(opened.source.CanSeek()) << name;
+        EXPECT_FALSE(opened.source.IsDurationTrusted()) << name;
     }
     for (char const* name : {"a.avi", "a.mov", "a.mkv"}) {
         Opened const opened(MovingPicture(name, {"-c:v", "mjpeg"}));
@@ -230,10 +230,10 @@ TEST(SourceTest, KnowsTheStreamsOfContainersThatAnnounceNone)
     EXPECT_EQ(opened.source.GetStream(Source::StreamType::Audio, 1).index, -1);
 }
 
-TEST(SourceTest, DistrustsSeeksWithoutDurationOrTimes)
+TEST(SourceTest, DistrustsALengthWithoutDurationOrTimes)
 {
-    EXPECT_FALSE(Opened(MovingPicture("a.h264", {"-c:v", "libx264"})).source.CanSeek());
-    EXPECT_TRUE(Opened(MovingPicture("a.mp4", {"-c:v", "libx264"})).source.CanSeek());
+    EXPECT_FALSE(Opened(MovingPicture("a.h264", {"-c:v", "libx264"})).source.IsDurationTrusted());
+    EXPECT_TRUE(Opened(MovingPicture("a.mp4", {"-c:v", "libx264"})).source.IsDurationTrusted());
 }
 
 TEST(SourceTest, LeavesItToTheLibraryToSayWhyAFileDoesNotOpen)

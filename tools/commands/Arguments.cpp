@@ -2,7 +2,6 @@
 
 #include "common/Settings.h"
 #include "common/TimeText.h"
-#include "tools/commands/OpenSource.h"
 
 #include <QFileInfo>
 
@@ -175,7 +174,7 @@ TimeRange Arguments::Range()
 
 SourceOptions Arguments::Sources()
 {
-    SourceOptions options = UsualSourceOptions();
+    SourceOptions options;
     options.sequenceRate = Decimal("fps", options.sequenceRate);
     bool const isInRange = options.sequenceRate >= Settings::MIN_IMAGE_SEQUENCE_FRAME_RATE &&
                            options.sequenceRate <= Settings::MAX_IMAGE_SEQUENCE_FRAME_RATE;

@@ -1,3 +1,4 @@
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "tools/commands/Commands.h"
 #include "tools/commands/OpenSource.h"
@@ -43,7 +44,7 @@ AudioRequest AudioRequestIn(Arguments& arguments)
 
 long long TimeOf(SoundRender const& render, long long frames)
 {
-    return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * 1e6);
+    return static_cast<long long>(static_cast<double>(frames) / render.GetSampleRate() * secondUs);
 }
 
 ExitCode Write(SoundRender& render, AudioRequest const& request)

@@ -147,7 +147,9 @@ void SayWhatItIs(Source const& source, MediaItem const& item, QString const& pat
     else if (source.HasCoverOnly())
         Console::Say(path + QStringLiteral(": its only picture is cover art, the same at every time"));
     else if (source.GetInfo()->GetDuration() <= 0)
-        Console::Say(path + QStringLiteral(": states no duration, so it is decoded from the beginning"));
+        Console::Say(
+            path +
+            QStringLiteral(": states no duration, so finding a picture may take decoding the file from the beginning"));
 }
 
 ExitCode WriteOne(Source const& source, FrameRequest const& request, MessageLog const& log)
@@ -206,7 +208,7 @@ ExitCode RunFrame(Arguments& arguments, MessageLog& log)
     if (arguments.AreWrong())
         return ExitCode::Usage;
     auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
-    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
+    auto const source = OpenPictures(item, log, request.options);
     if (!source)
         return ExitCode::CannotOpen;
     request.path = source->GetName();

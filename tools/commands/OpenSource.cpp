@@ -1,7 +1,6 @@
 #include "tools/commands/OpenSource.h"
 
 #include "common/Logger.h"
-#include "common/Settings.h"
 #include "media/MediaInfo.h"
 #include "media/MediaReader.h"
 #include "tools/report/Console.h"
@@ -54,13 +53,6 @@ std::unique_ptr<Source> WithHalf(std::unique_ptr<Source> source, bool hasHalf, c
 
 } // namespace
 
-SourceOptions UsualSourceOptions()
-{
-    SourceOptions options;
-    options.untimedRate = Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE;
-    return options;
-}
-
 std::unique_ptr<Source> OpenSource(MediaItem const& item, MessageLog& log, SourceOptions const& options)
 {
     QString const& path = item.path;
@@ -92,9 +84,10 @@ std::optional<MediaItem> FindOnlyOne(QString const& path, MediaItems::Half half,
     return item;
 }
 
-std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, SourceOptions const& options)
+std::unique_ptr<Source> OpenPictures(std::optional<MediaItem> const& item, MessageLog& log,
+                                     SourceOptions const& options)
 {
-    auto source = OpenSource(item, log, options);
+    auto source = item ? OpenSource(*item, log, options) : nullptr;
     bool const hasPictures = source && source->HasPictures();
     return WithHalf(std::move(source), hasPictures, ": there are no pictures in it, only sound");
 }
@@ -102,7 +95,7 @@ std::unique_ptr<Source> OpenPictures(MediaItem const& item, MessageLog& log, Sou
 std::unique_ptr<Source> OpenSound(QString const& path, MessageLog& log, int stream)
 {
     auto const item = FindOnlyOne(path, MediaItems::Half::Sound, MediaItems::Rows::Sequences);
-    auto source = item ? OpenSource(*item, log, UsualSourceOptions()) : nullptr;
+    auto source = item ? OpenSource(*item, log, {}) : nullptr;
     bool const hasSound = source && source->HasSound();
     source = WithHalf(std::move(source), hasSound, ": there is no sound in it");
     return source && ChooseSound(*source, stream) ? std::move(source) : nullptr;
@@ -114,7 +107,7 @@ bool ChooseSound(Source& source, int number)
     auto const streams = source.GetSoundStreams();
     if (number == 0 || streams.value(number - 1).isDecodable)
         return true;
-    Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded, of %3 in it")
+    Console::Say(QStringLiteral("%1: there is no sound stream %2 that can be decoded; the file has %3")
                      .arg(source.GetName(), QString::number(number), QString::number(streams.size())));
     return false;
 }

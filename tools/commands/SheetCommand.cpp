@@ -139,8 +139,8 @@ ExitCode RunSheet(Arguments& arguments, MessageLog& log)
     SheetRequest request = SheetRequestIn(arguments);
     if (arguments.AreWrong())
         return ExitCode::Usage;
-    auto const item = FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows);
-    auto const source = item ? OpenPictures(*item, log, request.options) : nullptr;
+    auto const source =
+        OpenPictures(FindOnlyOne(request.path, MediaItems::Half::Pictures, request.rows), log, request.options);
     if (!source)
         return ExitCode::CannotOpen;
     request.path = source->GetName();
@@ -163,9 +163,9 @@ Command SheetCommand()
             "Divides FILE, or the range from --from to --to, into equal parts and draws the\n"
             "picture from the middle of each part, with its start time below, or the number\n"
             "in its file's name if FILE is an image sequence. Pixels are square and pictures\n"
-            "are upright. The ending of PICTURE selects the format: .png,\n"
-            ".jpg, .jpeg, .ppm or .pnm. No picture appears twice, so there may be fewer. A\n"
-            "still image and cover art give one picture, without a time.\n\n"
+            "are upright. No picture appears twice, so there may be fewer. A still image and\n"
+            "cover art give one picture, without a time.\n\n"
+            "The ending of PICTURE selects the format: .png, .jpg, .jpeg, .ppm or .pnm.\n\n"
             "The exit code is 4 if something could not be decoded (the rest is written), or\n"
             "if there is no picture between --from and --to.\n",
             {Options::PictureOutput(),

@@ -42,7 +42,7 @@ ExitCode Report(WaveRequest const& request, SoundLevels::Result result)
     case SoundLevels::Result::Done:
         return ExitCode::Ok;
     case SoundLevels::Result::CannotOpen:
-        Console::Say(request.path + QStringLiteral(": the sound of it cannot be decoded"));
+        Console::Say(request.path + QStringLiteral(": the sound cannot be decoded"));
         return ExitCode::CannotOpen;
     case SoundLevels::Result::NothingInRange:
         Console::Say(request.path + QStringLiteral(": there is no sound in the time asked for"));

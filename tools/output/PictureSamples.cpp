@@ -35,7 +35,7 @@ PictureSamples::Result PictureSamples::Take(TimeRange const& range, int count, T
         times = {0};
         return TakeAll(*pictures);
     }
-    long long const end = source.CanSeek() ? source.GetDuration() : FindEnd(*pictures);
+    long long const end = source.IsDurationTrusted() ? source.GetDuration() : FindEnd(*pictures);
     if (end < 0)
         return Result::NoPicture;
     long long const from = range.HasBegin() ? range.from : 0;

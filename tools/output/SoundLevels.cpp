@@ -18,7 +18,7 @@ namespace {
 constexpr long long beyondTheEnd = secondUs;
 
 // No sound is expected to last longer (three years).
-constexpr long long farthest = 100000000000000;
+constexpr long long farthest = 100000000 * secondUs;
 
 // By the container's time. False when there is no sound at all.
 bool FindSpan(SoundStream& sound, long long duration, long long& begin, long long& end)

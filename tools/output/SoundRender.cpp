@@ -59,7 +59,7 @@ bool SoundRender::Open()
     sampleRate = status.sampleRate;
     soundStart = status.soundStart;
     if (channels <= 0 || sampleRate <= 0)
-        error = status.error.isEmpty() ? QStringLiteral("The sound of it cannot be decoded.") : status.error;
+        error = status.error.isEmpty() ? QStringLiteral("The sound cannot be decoded.") : status.error;
     return error.isEmpty();
 }
 
@@ -67,7 +67,7 @@ bool SoundRender::Wait()
 {
     if (engine.WaitUntilReady(patienceMs))
         return true;
-    error = QStringLiteral("The sound of it cannot be decoded in reasonable time.");
+    error = QStringLiteral("Decoding the sound takes too long.");
     return false;
 }
 

@@ -1,5 +1,6 @@
 #include "tools/report/DecodeReport.h"
 
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
@@ -81,7 +82,7 @@ void DecodeReport::Finish()
 
 long long DecodeReport::StepAfter(DecodedVideoFrame const& record) const
 {
-    return record.frameRate > 0.0 ? static_cast<long long>(1000000.0 / record.frameRate) : 0;
+    return record.frameRate > 0.0 ? static_cast<long long>(secondUs / record.frameRate) : 0;
 }
 
 void DecodeReport::TakeSound(DecodedAudioFrame const& record)
@@ -156,7 +157,7 @@ QString DecodeReport::SoundLine() const
 QString DecodeReport::SpeedLine(double elapsedSeconds) const
 {
     double const seconds = std::max(elapsedSeconds, 1e-6);
-    double const played = static_cast<double>(std::max(pictureSpan.Duration(), soundSpan.Duration())) / 1e6;
+    double const played = static_cast<double>(std::max(pictureSpan.Duration(), soundSpan.Duration())) / secondUs;
     QString text = Title("speed");
     if (pictureCount > 0)
         text += QStringLiteral("%1 pictures a second, ").arg(static_cast<double>(pictureCount) / seconds, 0, 'f', 1);

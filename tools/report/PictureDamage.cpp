@@ -84,6 +84,10 @@ private:
         context.reset(stream >= 0 ? avcodec_alloc_context3(nullptr) : nullptr);
         if (!context || avcodec_parameters_to_context(context.get(), input->streams[stream]->codecpar) < 0)
             return false;
+        for (unsigned i = 0; i < input->nb_streams; ++i) {
+            if (static_cast<int>(i) != stream)
+                input->streams[i]->discard = AVDISCARD_ALL; // damage of the sound is not the pictures'
+        }
         context->thread_count = 1;
         return avcodec_open2(context.get(), decoder, nullptr) >= 0;
     }
@@ -106,14 +110,15 @@ private:
         return packet->data != nullptr;
     }
 
-    // What is decoded after a landing may miss pictures that it refers to, up to the second key picture.
+    // What is decoded after a landing may miss pictures that it refers to, up to the second key picture. Some
+    // containers call all pictures that: the codec must have met one, too.
     void TakeKey(long long time)
     {
         if ((packet->flags & AV_PKT_FLAG_KEY) == 0)
             return;
         ++keys;
         formerIsDamaged = isTrusted && groupIsDamaged;
-        isTrusted = isTrusted || keys == 2;
+        isTrusted = isTrusted || (keys >= 2 && hasDecodedKey);
         groupIsDamaged = false;
         keyTime = time;
     }
@@ -123,6 +128,7 @@ private:
         bool const isTaken = avcodec_send_packet(context.get(), packet.get()) >= 0;
         int received = avcodec_receive_frame(context.get(), frame.get());
         for (; received >= 0; received = avcodec_receive_frame(context.get(), frame.get())) {
+            hasDecodedKey = hasDecodedKey || FfmpegBridge::IsKeyPicture(*frame);
             bool const isMarked = frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0;
             if (isTrusted && isMarked && frame->best_effort_timestamp != AV_NOPTS_VALUE)
                 damage.marked.insert(TimeOf(frame->best_effort_timestamp));
@@ -150,7 +156,8 @@ private:
     FfmpegPtr<AVPacket> packet;
     FfmpegPtr<AVFrame> frame;
 
-    int keys = 0;                 // since the landing
+    int keys = 0;                 // since the landing, as the container has it
+    bool hasDecodedKey = false;   // since then, as the codec has it
     bool isTrusted = false;       // all that a picture can refer to has been decoded
     int errors = 0;               // messages up to the last packet
     bool isGap = false;           // something before the packet could not be read

@@ -1,7 +1,6 @@
 #include "tools/report/SessionWalk.h"
 
 #include "common/Microseconds.h"
-#include "common/Settings.h"
 #include "decode/DecodedAudioFrame.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
@@ -54,7 +53,7 @@ bool SessionWalk::Start()
     instance.CloseInput();
     bool const isOpen = instance.HasPacket();
     if (source.GetInfo()->GetFrameRate() == 0.0)
-        instance.SetDecoderFrameRate(Settings::DEFAULT_IMAGE_SEQUENCE_FRAME_RATE);
+        instance.SetDecoderFrameRate(source.GetUntimedRate());
     return isOpen;
 }
 

@@ -12,8 +12,8 @@ struct DecodedVideoFrame;
 
 // Decodes a source from its beginning to its end and hands out what the library delivers as it comes, the way every
 // host must: it finishes a drain that a dropped picture broke off, follows changes of the picture size, and gives the
-// sound of the drain its true times. For whoever judges just that; pictures and sound in order come from the source's
-// streams.
+// sound of the drain its true times. For reports about exactly that; the source's streams give pictures and sound in
+// order.
 //
 //     SessionWalk walk(source);
 //     if (walk.Start())

@@ -13,7 +13,7 @@
 namespace {
 
 // Times of packets are rounded, and some containers shift them a little; what is missing beyond that is a hole.
-constexpr long long smallestHole = 100000;
+constexpr long long smallestHole = secondUs / 10;
 
 constexpr long long packetsForOneHole = 20;
 
@@ -38,7 +38,7 @@ void SoundCheck::TakePacket(QList<std::shared_ptr<DecodedAudioFrame>> const& fra
     double packetSeconds = 0.0;
     for (auto const& frame : frames)
         packetSeconds += SecondsOf(*frame);
-    auto const duration = std::llround(packetSeconds * 1e6);
+    auto const duration = std::llround(packetSeconds * secondUs);
     if (firstStart == unknown)
         firstStart = start;
     if (packetStart != unknown && start <= packetStart)
@@ -107,5 +107,5 @@ bool SoundCheck::HasLostSound() const
 
 long long SoundCheck::GetDuration() const
 {
-    return std::llround(seconds * 1e6);
+    return std::llround(seconds * secondUs);
 }

@@ -1,5 +1,6 @@
 #include "tools/report/SourceCheck.h"
 
+#include "common/Microseconds.h"
 #include "common/TimeText.h"
 #include "decode/DecodedVideoFrame.h"
 #include "media/MediaInfo.h"
@@ -16,7 +17,7 @@
 namespace {
 
 // Containers round what they say about their length.
-constexpr long long cutTolerance = 1000000;
+constexpr long long cutTolerance = secondUs;
 
 QByteArray SumOf(DecodedVideoFrame const& picture)
 {
@@ -201,7 +202,7 @@ long long SourceCheck::EndOfAll() const
 {
     if (pictures.empty())
         return sound.GetEnd();
-    long long const step = lastPicture->frameRate > 0.0 ? static_cast<long long>(1e6 / lastPicture->frameRate) : 0;
+    long long const step = lastPicture->frameRate > 0.0 ? static_cast<long long>(secondUs / lastPicture->frameRate) : 0;
     return std::max(sound.GetEnd(), pictures.back().time + step + source.GetOrigin());
 }
 

@@ -1,5 +1,8 @@
+#include "decode/DecodedVideoFrame.h"
+#include "playback/PlaybackEngine.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
+#include "tests/support/Patience.h"
 #include "tests/support/Reference.h"
 #include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
@@ -65,6 +68,20 @@ TEST_F(FrameCommandTest, WritesTheVeryPicture)
     QByteArray const written = Written("a.ppm");
     ASSERT_TRUE(written.startsWith(header));
     EXPECT_EQ(Md5(written.mid(header.size())), ShowingAt(DecodePlainly(PlainMovie()), 2050000).md5);
+}
+
+// As the engine plays them, and as `ffmpeg` reads them.
+TEST_F(FrameCommandTest, GivesARawStream25PicturesASecond)
+{
+    QString const raw = MovingPicture("raw25.h264", {"-c:v", "libx264", "-bf", "0"});
+    ToolRun const run = RunTavolin({"frame", raw, "--number", "50", "-o", PathOf("a.ppm")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.Output(), PathOf("a.ppm") + ": picture 50 at 00:00:02.000 (2000000us), 96x64\n");
+    PlaybackEngine engine;
+    engine.Open(raw);
+    engine.Seek(2000000);
+    ASSERT_TRUE(engine.WaitUntilReady(patience));
+    EXPECT_EQ(engine.GetPicture()->startTime, 2000000);
 }
 
 // Crimson, coded by the matrix of HD and tagged so.
@@ -355,6 +372,19 @@ TEST_F(FrameCommandTest, AnswersADamagedStillImageWithFour)
     ToolRun const run = RunTavolin({"frame", damaged, "--at", "0", "-o", PathOf("a.png")});
     EXPECT_EQ(run.exitCode, 4);
     EXPECT_TRUE(run.errors.contains(" is damaged: ")) << run.errors.toStdString();
+}
+
+// In this clip only the sound is damaged, and the container calls every picture a key picture.
+TEST_F(FrameCommandTest, DoesNotTakeDamagedSoundForDamagedPictures)
+{
+    if (!Clips::HasReal())
+        GTEST_SKIP() << "the clips beside the checkout are absent";
+    QString const clip = Clips::Real("asf-two-video-streams-rate-0.asf");
+    for (char const* time : {"10.1", "10.2", "10.4", "10.55", "10.85", "10.9", "14"}) {
+        ToolRun const run = RunTavolin({"frame", clip, "--at", time, "-o", PathOf("a.png")});
+        EXPECT_EQ(run.exitCode, 0) << time;
+        EXPECT_EQ(run.errors, "") << time;
+    }
 }
 
 TEST_F(FrameCommandTest, PassesRealClipsWithoutDamage)

@@ -75,15 +75,15 @@ TEST_F(FrameSeriesTest, WritesEverySoManyPictures)
     ExpectPicture("a.40.ppm", Uneven(), 40);
 }
 
-// Its packets bear no times, so that 24 pictures are taken for a second.
+// Its packets bear no times, so that 25 pictures are taken for a second.
 TEST_F(FrameSeriesTest, NumbersThePicturesOfARawStream)
 {
     QString const raw = MovingPicture("plain.h264", {"-c:v", "libx264", "-g", "12", "-bf", "0"});
     ToolRun const run = RunTavolin(
         {"frame", raw, "--every", "1", "--from", "1", "--to", "3", "-o", PathOf("a-%d.ppm"), "--colours=plain"});
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-24.ppm", "a-48.ppm"}));
-    ExpectPicture("a-24.ppm", raw, 24);
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files, QDir::Name), (QStringList{"a-25.ppm", "a-50.ppm"}));
+    ExpectPicture("a-25.ppm", raw, 25);
 }
 
 // The times of this one begin anew in its middle, so that no index can be made of it. 25 pictures a second.

@@ -65,7 +65,8 @@ TEST_F(SoundStreamOptionTest, AStreamThatIsNotThereIsAFailureToOpen)
         ToolRun const run =
             Write(command, {path, "--sound-stream", "3"}, QString("out.") + (*command == 'a' ? "wav" : "png"));
         EXPECT_EQ(run.exitCode, 3) << command;
-        EXPECT_EQ(run.Errors(), "tavolin: " + path + ": there is no sound stream 3 that can be decoded, of 2 in it\n");
+        EXPECT_EQ(run.Errors(),
+                  "tavolin: " + path + ": there is no sound stream 3 that can be decoded; the file has 2\n");
     }
     EXPECT_EQ(RunTavolin({"decode", path, "--sound-stream", "3"}).exitCode, 3);
     EXPECT_EQ(RunTavolin({"decode", path, "--sound-stream", "0"}).exitCode, 2);

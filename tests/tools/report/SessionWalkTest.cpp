@@ -103,7 +103,7 @@ TEST(SessionWalkTest, GivesPicturesWithoutTimesARateOfTheirOwn)
     ASSERT_TRUE(session.walk.Start());
     auto const starts = StartsOf(session.ReadAll());
     ASSERT_EQ(starts.size(), 100u);
-    EXPECT_EQ(starts[23] - starts[0], 958333); // 23 of 24 a second
+    EXPECT_EQ(starts[24] - starts[0], 960000); // 24 of 25 a second
 }
 
 TEST(SessionWalkTest, CanStartAgainAfterTheEnd)
