@@ -1,4 +1,4 @@
-#include "DemoMovie.h"
+#include "tests/player/DemoMovie.h"
 
 #include <QDir>
 #include <QFile>

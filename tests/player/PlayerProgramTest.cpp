@@ -1,5 +1,5 @@
-#include "DemoMovie.h"
 #include "player/PlayerSettings.h"
+#include "tests/player/DemoMovie.h"
 #include "tests/support/Media.h"
 #include "tests/support/Patience.h"
 

@@ -1,10 +1,10 @@
 #include "player/PlayerWindow.h"
-#include "WindowTest.h"
 #include "player/PlayerSession.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/sound/WaveformReader.h"
+#include "tests/player/WindowTest.h"
 #include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 

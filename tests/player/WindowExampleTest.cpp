@@ -1,4 +1,4 @@
-#include "WindowTest.h"
+#include "tests/player/WindowTest.h"
 
 // The example's window itself, in this program instead of its own.
 #define main ExampleMain

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/PlayerWindow.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Timeline.h"
+#include "tests/player/DemoMovie.h"
 #include "tests/player/Eventually.h"
 
 #include <QApplication>

@@ -1,8 +1,8 @@
-#include "WindowTest.h"
 #include "player/controls/ControlBar.h"
 #include "player/controls/Overlays.h"
 #include "player/controls/Readout.h"
 #include "player/picture/PixelReadout.h"
+#include "tests/player/WindowTest.h"
 #include "tests/support/Media.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "SoundTest.h"
+#include "tests/player/sound/SoundTest.h"
 
 // What happens to play when the sound device stalls, goes and comes back.
 

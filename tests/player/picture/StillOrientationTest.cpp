@@ -1,4 +1,4 @@
-#include "WindowTest.h"
+#include "tests/player/WindowTest.h"
 
 #include <QBuffer>
 #include <QFile>

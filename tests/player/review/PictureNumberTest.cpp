@@ -1,4 +1,4 @@
-#include "WindowTest.h"
+#include "tests/player/WindowTest.h"
 #include "tests/support/Clips.h"
 #include "tests/support/Media.h"
 

@@ -1,9 +1,9 @@
-#include "WindowTest.h"
 #include "player/controls/ControlBar.h"
 #include "player/review/EntryField.h"
 #include "player/review/MarkerFile.h"
 #include "player/review/Review.h"
 #include "player/review/ReviewPanel.h"
+#include "tests/player/WindowTest.h"
 
 #include <QClipboard>
 #include <QDir>

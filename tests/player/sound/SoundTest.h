@@ -1,9 +1,9 @@
 #pragma once
 
-#include "DemoMovie.h"
 #include "decode/DecodedVideoFrame.h"
 #include "player/PlayerWindow.h"
 #include "player/controls/ControlBar.h"
+#include "tests/player/DemoMovie.h"
 #include "tests/player/Eventually.h"
 
 #include <QElapsedTimer>

@@ -1,9 +1,9 @@
-#include "WindowTest.h"
 #include "player/controls/ControlBar.h"
 #include "player/picture/Comparison.h"
 #include "player/picture/PictureTools.h"
 #include "player/picture/PixelReadout.h"
 #include "player/picture/TimelinePreview.h"
+#include "tests/player/WindowTest.h"
 #include "tests/support/Media.h"
 #include "tests/support/OpenedInputs.h"
 

@@ -1,4 +1,4 @@
-#include "SoundTest.h"
+#include "tests/player/sound/SoundTest.h"
 
 #include <cstdio>
 #include <string>
