@@ -206,7 +206,9 @@ protected:
         ASSERT_TRUE(engine->WaitUntilReady(patience)) << when;
         auto const picture = engine->GetPicture();
         ASSERT_TRUE(picture);
-        EXPECT_EQ(picture->startTime, pictures[index].time) << when;
+        PlaybackStatus const status = engine->GetStatus();
+        EXPECT_EQ(picture->startTime, pictures[index].time)
+            << when << ", position " << status.position << ", drift " << status.drift;
         EXPECT_EQ(HashOf(*picture), pictures[index].hash) << when << " at " << pictures[index].time;
     }
 
