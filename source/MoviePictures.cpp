@@ -122,6 +122,7 @@ ReadResult MoviePictures::ReadNear(long long time, long long earliest, Picture& 
 {
     time = std::clamp(time, 0LL, farAway);
     earliest = std::clamp(earliest, 0LL, time);
+    doubtfulEnd = longAgo;
     if (!FindFirst(stop))
         return drained ? ReadResult::End : ReadResult::Stopped;
     limit = longAgo;
@@ -300,10 +301,16 @@ void MoviePictures::ReadOnlyBefore(long long time)
 
 ReadResult MoviePictures::Read(Picture& picture, StopCheck const& stop)
 {
-    ReadResult const result = ReadOn(picture, stop);
-    if (result != ReadResult::End || !newest || !IsEndInDoubt())
-        return result;
-    return ReadAt(newest->startTime, picture, stop);
+    if (doubtfulEnd == longAgo) {
+        ReadResult const result = ReadOn(picture, stop);
+        if (result != ReadResult::End || !newest || !IsEndInDoubt())
+            return result;
+        doubtfulEnd = newest->startTime;
+    }
+    long long const sought = doubtfulEnd;
+    ReadResult const result = ReadAt(sought, picture, stop);
+    doubtfulEnd = result == ReadResult::Stopped ? sought : longAgo;
+    return result;
 }
 
 ReadResult MoviePictures::ReadOn(Picture& picture, StopCheck const& stop)

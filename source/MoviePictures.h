@@ -112,6 +112,7 @@ private:
     bool skips = true;           // pictures on the way that nothing refers to
     bool drained = false;        // the mark of the end has come
     int fruitlessDrains = 0;
+    long long doubtfulEnd = longAgo; // the picture that Read looks for again, until it has been found
     long long end = -1;
     long long decodedCount = 0;
     QString error;

@@ -96,6 +96,29 @@ TEST_F(MoviePicturesTest, FindsTheLastPictureOfAShortOpenGroup)
         PacketsTo(time);
 }
 
+// Also while the last picture is found again, which takes some 170 questions here: the sound goes on after it.
+TEST_F(MoviePicturesTest, ReadsOnWhereItWasStopped)
+{
+    constexpr long long step = 40000;
+    int asked = 200;
+    for (int stopAt = 1; stopAt <= asked; stopAt += 5) {
+        Open("short-video.mp4");
+        PictureStream::Picture picture;
+        ASSERT_EQ(reader->ReadAt(1840000, picture), ReadResult::Got);
+        asked = 0;
+        StopCheck const stopOnce = [&] { return ++asked == stopAt; };
+        long long last = 1840000;
+        ReadResult result = ReadResult::Got;
+        while (result != ReadResult::End) {
+            result = reader->Read(picture, stopOnce);
+            last += result == ReadResult::Got ? step : 0;
+            ASSERT_EQ(picture->startTime, last) << "stopped at question " << stopAt;
+        }
+        ASSERT_EQ(last, 1960000) << "stopped at question " << stopAt;
+    }
+    EXPECT_GT(asked, 100);
+}
+
 // Its codec holds back several pictures, which take much memory once they are converted.
 TEST_F(MoviePicturesTest, DrainsItsCodecOnePictureAtATime)
 {
