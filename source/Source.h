@@ -46,7 +46,7 @@ public:
 
     // A sequence for a pattern and a folder, a file for anything else. Takes as long as probing takes; logs what fails.
     static Source Open(QString const& path, SourceOptions const& options = {});
-    static Source Open(MediaItem const& item, SourceOptions const& options = {});
+    static Source Open(MediaItem const& item, SourceOptions const& options = {}); // see MediaItems
     static Source OpenFile(QString const& path, SourceOptions const& options = {});
     static Source OpenSequence(QString const& path, SourceOptions const& options = {}); // see ImageSequence::Find
 
