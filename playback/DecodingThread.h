@@ -8,8 +8,8 @@
 #include <mutex>
 #include <thread>
 
-// The thread of an engine that opens sources and decodes what play needs of them. There is no queue: before each piece of
-// work it asks what is needed most.
+// The thread of an engine that opens sources and decodes what play needs of them. There is no queue: before each piece
+// of work it asks what is needed most.
 //
 // All operations are called under the lock of the state of play, apart from constructor and destructor. The thread
 // itself decodes and frees without it.
