@@ -94,9 +94,9 @@ public:
     void DrainVideo(QList<std::shared_ptr<DecodedVideoFrame>>& videoFrames, long long seekTime);
 
     // The same as VideoDecoder's operations of these names; valid after Initialize. The settings outlive seeks and
-    // closing.
+    // closing. Draining stepwise, each further picture takes another PrepareNextPacket(true).
     void SetSeekSkipping(bool skips);
-    void SetStepwiseDrain(bool isStepwise); // each further picture takes another PrepareNextPacket(true)
+    void SetStepwiseDrain(bool isStepwise);
     bool HasSkippedInDoubt() const;
     QVector<long long> TakeDamage();
     void BeginAtKeyPicture();
