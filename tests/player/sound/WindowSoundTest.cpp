@@ -35,17 +35,21 @@ protected:
         ASSERT_TRUE(Eventually([&] { return Status().position > 300000; }));
     }
 
-    void PlayOn()
+    bool Hears(int tone)
     {
-        long long const position = Status().position;
-        EXPECT_TRUE(Eventually([&] { return Status().position > position + 600000; }));
+        return Eventually([&] {
+            auto const tones = HeardTones();
+            return !tones.empty() && tones.back() == tone;
+        });
     }
 
-    // What the left channel has had so far: the tones one after the other, each of at least 200 ms; 0: silence.
+    // What the left channel has had so far: the tones one after the other, each of at least 200 ms. Leaves out silence,
+    // as before play and while a device is opened.
     std::vector<int> HeardTones()
     {
         QFile file(home.filePath("heard.wav"));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        if (!file.open(QIODevice::ReadOnly))
+            return {}; // no device was opened yet
         QByteArray const bytes = file.readAll().mid(44);
         constexpr int window = rate / 20;
         std::vector<int> tones;
@@ -55,7 +59,7 @@ protected:
             int const tone = ToneAt(bytes, frame, window);
             run = tone == last ? run + 1 : 1;
             last = tone;
-            if (run == 4 && (tones.empty() || tones.back() != tone))
+            if (run == 4 && tone != 0 && (tones.empty() || tones.back() != tone))
                 tones.push_back(tone);
         }
         return tones;
@@ -83,23 +87,22 @@ private:
 TEST_F(WindowSoundTest, AKeyPlaysTheNextStreamOfSoundFromWherePlayIs)
 {
     StartWithThreeSounds();
+    EXPECT_TRUE(Hears(1000));
     Press(Qt::Key_A);
     EXPECT_EQ(Note(), "Sound 2 of 3: ger, Kommentar, flac, stereo");
     EXPECT_TRUE(Eventually([&] { return Status().soundStream == 1; }));
-    PlayOn();
+    EXPECT_TRUE(Hears(700));
     Press(Qt::Key_A);
     EXPECT_EQ(Note(), "Sound 3 of 3: flac, mono");
     EXPECT_TRUE(Eventually([&] { return Status().soundStream == 2 && Status().channels == 1; }));
-    PlayOn();
+    EXPECT_TRUE(Hears(300));
     Press(Qt::Key_A);
     EXPECT_TRUE(Eventually([&] { return Status().soundStream == 0; }));
-    PlayOn();
+    EXPECT_TRUE(Hears(1000));
     EXPECT_EQ(Status().state, PlaybackState::Playing);
     EXPECT_EQ(Status().speed, 1.0);
     window.reset();
-    std::vector<int> tones = HeardTones();
-    tones.erase(std::remove(tones.begin(), tones.end(), 0), tones.end()); // before play, and while a device is opened
-    EXPECT_EQ(tones, (std::vector<int>{1000, 700, 300, 1000}));
+    EXPECT_EQ(HeardTones(), (std::vector<int>{1000, 700, 300, 1000}));
 }
 
 TEST_F(WindowSoundTest, TheCommandLineChoosesTheStreamOfSound)
@@ -107,9 +110,7 @@ TEST_F(WindowSoundTest, TheCommandLineChoosesTheStreamOfSound)
     options.soundStream = 1;
     StartWithThreeSounds();
     EXPECT_TRUE(Eventually([&] { return Status().soundStream == 1; }));
-    PlayOn();
-    window.reset();
-    EXPECT_EQ(HeardTones().back(), 700);
+    EXPECT_TRUE(Hears(700));
 }
 
 TEST_F(WindowSoundTest, TheMenuListsTheStreamsOfSound)
