@@ -82,8 +82,8 @@ std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25
 // Their times, without converting them.
 std::vector<long long> PictureTimes(QString const& path);
 
-// The pictures of a damaged file. FFmpeg's concealment depends on its threads: pictures that differ between runs have no
-// hash.
+// The pictures of a damaged file. FFmpeg's concealment depends on its threads: pictures that differ between runs have
+// no hash.
 std::vector<Picture> DecodeDamagedPictures(QString const& path);
 
 QByteArray HashOf(unsigned char const* data, int width, int height, int stride);
