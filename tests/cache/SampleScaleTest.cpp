@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -58,8 +59,13 @@ TEST(SampleScaleTest, ScalesEverySampleAtEveryKindOfVolumeByTheRule)
         ScaleSamples(chosen.data(), static_cast<long long>(chosen.size()), volume);
         ScaleSamplesPortably(portable.data(), static_cast<long long>(portable.size()), volume);
         ASSERT_EQ(chosen, portable) << "volume " << volume;
-        for (size_t i = 0; i < every.size(); ++i)
-            ASSERT_EQ(chosen[i], Scaled(every[i], volume)) << every[i] << " at volume " << volume;
+        Samples expected(every.size());
+        std::transform(every.begin(), every.end(), expected.begin(),
+                       [volume](short sample) { return Scaled(sample, volume); });
+        auto const [different, wanted] = std::mismatch(chosen.begin(), chosen.end(), expected.begin());
+        ASSERT_TRUE(different == chosen.end())
+            << every[static_cast<size_t>(different - chosen.begin())] << " at volume " << volume << " becomes "
+            << *different << " instead of " << *wanted;
     }
 }
 

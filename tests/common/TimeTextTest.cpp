@@ -152,14 +152,14 @@ TEST(TimeTextTest, NamesAShortPictureWithAsManyDigitsAsItTakes)
     EXPECT_EQ(TimeText::Parse(TimeText::PictureClock(latest, latest)), latest);
 }
 
-// Pictures at rates, their starts truncated to microseconds, and at even steps.
+// Pictures at rates, their starts truncated to microseconds, and at even steps: the first ones, and some of many.
 TEST(TimeTextTest, NamesOfPicturesReadBackAsTheSamePicture)
 {
     std::vector<double> stepsUs = {1000.0, 400.0, 1.0};
     for (double const rate : {24000 / 1001.0, 30000 / 1001.0, 60000 / 1001.0, 120000 / 1001.0, 24.0, 25.0, 1000.0})
         stepsUs.push_back(1000000.0 / rate);
     for (double const step : stepsUs) {
-        for (long long number = 0; number < 20000; ++number) {
+        for (long long number = 0; number < 20000; number += number < 1000 ? 1 : 13) {
             auto const start = static_cast<long long>(static_cast<double>(number) * step);
             auto const end = static_cast<long long>(static_cast<double>(number + 1) * step) - 1;
             for (QString const& name : {TimeText::PictureClock(start, end), TimeText::ShortPictureClock(start, end)}) {

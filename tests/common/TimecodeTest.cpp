@@ -24,9 +24,9 @@ bool IsTimecode(char const* text, double rate)
     return Timecode::Parse(QString::fromLatin1(text), rate).has_value();
 }
 
-// The numbers of 24 hours as FFmpeg writes them: all of the first hour, in which the pattern of dropped numbers comes
-// six times, and every 31st of the others. Those of the first second of each minute, and some others, are read back,
-// too.
+// The numbers of 24 hours as FFmpeg writes them: all of the first twenty minutes, in which the pattern of dropped
+// numbers comes twice, and every 97th of the others. Those of the first second of each minute, and some others, are
+// read back, too.
 void ExpectADayAsFfmpegHasIt(AVRational rate, bool dropFrame)
 {
     AVTimecode model;
@@ -35,9 +35,9 @@ void ExpectADayAsFfmpegHasIt(AVRational rate, bool dropFrame)
     auto const start = Timecode::Parse(QString::fromLatin1(dropFrame ? "00:00:00;00" : "00:00:00:00"), perSecond);
     ASSERT_TRUE(start);
     long long const day = std::llround(perSecond) * 86400 - (dropFrame ? std::llround(perSecond) / 30 * 2 * 1296 : 0);
-    long long const hour = day / 24;
+    long long const twoPatterns = day / 72;
     char expected[AV_TIMECODE_STR_SIZE];
-    for (long long frame = 0; frame < day; frame += frame < hour ? 1 : 31) {
+    for (long long frame = 0; frame < day; frame += frame < twoPatterns ? 1 : 97) {
         av_timecode_make_string(&model, expected, static_cast<int>(frame));
         QString const text = start->Plus(frame).ToText();
         ASSERT_EQ(text, QLatin1String(expected)) << frame;

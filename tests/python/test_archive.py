@@ -34,9 +34,9 @@ def wait_for(what, seconds=40):
         time.sleep(0.02)
 
 
-@pytest.fixture
+@pytest.fixture(scope="module")
 def processes():
-    """Starts a process, which ends with the test."""
+    """Starts a process, which ends with the tests of this file."""
     with contextlib.ExitStack() as stack:
         def run(*arguments):
             process = start(*arguments)
@@ -47,25 +47,33 @@ def processes():
         yield run
 
 
-@pytest.fixture
-def scheduler(processes, tmp_path):
+def start_scheduler(processes, folder):
     """The address of a scheduler without workers."""
-    file = tmp_path / "scheduler.json"
+    file = folder / "scheduler.json"
     processes("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard",
               "--scheduler-file", file)
     wait_for(lambda: file.exists() and file.read_text().endswith("}"))  # it is there before it is written
     return json.loads(file.read_text())["address"]
 
 
-@pytest.fixture
-def cluster(scheduler, processes, tmp_path):
-    """The address of a scheduler, and the processes of its three workers."""
-    workers = [processes("distributed.cli.dask_worker", scheduler, "--nthreads", "1", "--no-nanny", "--no-dashboard",
-                         "--memory-limit", "0", "--local-directory", tmp_path) for _ in range(3)]
+def start_workers(processes, folder, scheduler, count):
+    """Their processes, once the scheduler at this address knows them."""
     from distributed import Client
     with Client(scheduler) as client:
-        client.wait_for_workers(3, timeout=40)
-    return scheduler, workers
+        before = len(client.nthreads())
+        workers = [processes("distributed.cli.dask_worker", scheduler, "--nthreads", "1", "--no-nanny", "--no-dashboard",
+                             "--memory-limit", "0", "--local-directory", folder) for _ in range(count)]
+        client.wait_for_workers(before + count, timeout=40)
+    return workers
+
+
+@pytest.fixture(scope="module")
+def cluster(processes, tmp_path_factory):
+    """The address of a scheduler with two workers."""
+    folder = tmp_path_factory.mktemp("cluster")
+    scheduler = start_scheduler(processes, folder)
+    start_workers(processes, folder, scheduler, 2)
+    return scheduler
 
 
 def archive_process(*arguments, before=(), **others):
@@ -95,7 +103,7 @@ def results_of_the_command(paths):
 
 @pytest.fixture
 def archive(tmp_path, damaged):
-    """Two hundred files in three folders: movies and sound, some of them damaged, some no media."""
+    """Eighty files in three folders: movies and sound, some of them damaged, some no media."""
     movie = make_media("short.mov", *moving_picture(1), "-c:v", "libx264", "-bf", 2, "-pix_fmt", "yuv420p")
     sound = make_media("short.wav", "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=2")
     cut = tmp_path / "cut.mov"
@@ -105,7 +113,7 @@ def archive(tmp_path, damaged):
     text.write_text("no movie\n" * 100)
     folder = tmp_path / "archive"
     kinds = [movie, sound, movie, movie, damaged, movie, sound, cut, movie, text]
-    for number in range(200):
+    for number in range(80):
         source = kinds[number % len(kinds)]
         place = folder / f"reel {number % 3}" / f"{number:03}{source.suffix}"
         place.parent.mkdir(parents=True, exist_ok=True)
@@ -114,24 +122,24 @@ def archive(tmp_path, damaged):
     return folder
 
 
-def test_every_file_is_reported_once_although_a_worker_is_killed(archive, cluster, tmp_path):
-    address, workers = cluster
+def test_every_file_is_reported_once_although_a_worker_is_killed(archive, cluster, processes, tmp_path):
+    (worker_to_kill,) = start_workers(processes, tmp_path, cluster, 1)
     report, sheets = tmp_path / "report.jsonl", tmp_path / "sheets"
-    process = archive_process(archive, "--scheduler", address, "-o", report, "--sheets", sheets)
-    wait_for(lambda: report.exists() and report.read_text().count("\n") >= 30)
-    workers[0].kill()
+    process = archive_process(archive, "--scheduler", cluster, "-o", report, "--sheets", sheets)
+    wait_for(lambda: report.exists() and report.read_text().count("\n") >= 12)
+    worker_to_kill.kill()
     errors = process.communicate(timeout=60)[1]
     lines = lines_of(report)
     paths = sorted(path for path in archive.rglob("*") if path.suffix in (".mov", ".avi", ".wav"))
-    assert sorted(line["path"] for line in lines) == list(map(str, paths)) and len(lines) == 200
+    assert sorted(line["path"] for line in lines) == list(map(str, paths)) and len(lines) == 80
     expected = results_of_the_command(paths)
     assert {line["path"]: (line["result"], [steady(finding["text"]) for finding in line["findings"]]) for line in lines
             if line["result"] != "unreadable"} == {path: result for path, result in expected.items()
                                                    if result[0] != "unreadable"}
-    assert sum(line["result"] == "unreadable" for line in lines) == 20
+    assert sum(line["result"] == "unreadable" for line in lines) == 8
     assert all((line["size"], line["changed_us"]) == change_of(line["path"]) and line["seconds"] >= 0 for line in lines)
     assert process.returncode == 1
-    assert "200 files: 140 ok, 40 damaged, 20 unreadable; 200 checked now" in errors
+    assert "80 files: 56 ok, 16 damaged, 8 unreadable; 80 checked now" in errors
     assert all(os.path.exists(line["sheet"]) for line in lines if line["result"] == "damaged")
 
 
@@ -140,7 +148,7 @@ def test_it_goes_on_where_it_stopped(archive, cluster, tmp_path):
     some = archive / "reel 0"
     paths = [str(path) for path in sorted(some.iterdir())][:12]
     (tmp_path / "list.txt").write_text("\n".join(paths))
-    arguments = (tmp_path / "list.txt", "--scheduler", cluster[0], "-o", report)
+    arguments = (tmp_path / "list.txt", "--scheduler", cluster, "-o", report)
     assert "12 checked now" in archive_process(*arguments).communicate(timeout=60)[1]
     lines = report.read_text().splitlines(keepends=True)
     report.write_text("".join(lines[:8]) + lines[8][:-10])  # the ninth is truncated, the last three are missing
@@ -151,7 +159,8 @@ def test_it_goes_on_where_it_stopped(archive, cluster, tmp_path):
     assert "; 0 checked now" in archive_process(*arguments).communicate(timeout=60)[1]
 
 
-def test_it_says_that_there_are_no_workers_yet(scheduler, movie, tmp_path):
+def test_it_says_that_there_are_no_workers_yet(processes, movie, tmp_path):
+    scheduler = start_scheduler(processes, tmp_path)
     process = archive_process(movie, "--scheduler", scheduler, "-o", tmp_path / "report.jsonl")
     try:
         assert process.stderr.readline() == f"tavolin-archive: there are no workers at {scheduler} yet, waiting for them\n"
@@ -163,7 +172,7 @@ def test_it_says_that_there_are_no_workers_yet(scheduler, movie, tmp_path):
 def test_a_file_that_takes_too_long_gets_three_tries_and_a_line(cluster, tmp_path):
     path = make_media("long.mov", *moving_picture(120), "-c:v", "libx264", "-g", "250", "-pix_fmt", "yuv420p")
     report = tmp_path / "report.jsonl"
-    process = archive_process(path, "--scheduler", cluster[0], "-o", report, "--timeout", "0.3")
+    process = archive_process(path, "--scheduler", cluster, "-o", report, "--timeout", "0.3")
     process.communicate(timeout=60)
     (line,) = lines_of(report)
     assert (line["result"], process.returncode) == ("failed", 4)

@@ -16,6 +16,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+#include <memory>
 #include <random>
 
 // Where a stream says that it is damaged.
@@ -71,6 +72,14 @@ std::vector<long long> DamageOf(PictureStream const& stream)
     return {damage.begin(), damage.end()};
 }
 
+// Damage does not depend on colours, and the plain ones are quicker.
+std::unique_ptr<PictureStream> PlainPicturesOf(QString const& path)
+{
+    Source source = Source::OpenFile(path);
+    source.SetColours({});
+    return source.OpenPictures();
+}
+
 // Enters the stream, whose end is known, where decoders have reason to complain.
 void ReadPairsAtRandom(PictureStream& stream, int count)
 {
@@ -115,7 +124,7 @@ TEST(PictureStreamDamageTest, TellsNoneInWholeFiles)
                 continue;
             SCOPED_TRACE(name);
             LogCapture const log;
-            auto const stream = Source::OpenFile(Clips::Made(QString::fromStdString(name))).OpenPictures();
+            auto const stream = PlainPicturesOf(Clips::Made(QString::fromStdString(name)));
             ASSERT_TRUE(stream);
             ReadToEnd(*stream);
             ReadPairsAtRandom(*stream, 12);
@@ -134,7 +143,7 @@ TEST(PictureStreamDamageTest, TellsNoneInRealFilesThatAreWhole)
             continue;
         SCOPED_TRACE(name);
         LogCapture const log;
-        auto const stream = Source::OpenFile(Clips::Real(QString::fromStdString(name))).OpenPictures();
+        auto const stream = PlainPicturesOf(Clips::Real(QString::fromStdString(name)));
         ASSERT_TRUE(stream);
         PictureStream::Picture last;
         stream->ReadAt(farAhead, last);

@@ -281,7 +281,8 @@ QByteArray Reference::HashOf(unsigned char const* data, int width, int height, i
 
 namespace {
 
-std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double untimedRate, bool threads)
+std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double untimedRate, bool threads,
+                                                  bool hashes = true)
 {
     std::vector<Reference::Picture> pictures;
     auto const input = OpenBest(path, AVMEDIA_TYPE_VIDEO, threads ? 0 : 1);
@@ -299,7 +300,7 @@ std::vector<Reference::Picture> DecodeAllPictures(QString const& path, double un
         auto const time = static_cast<long long>(timed ? ticks - start : untimed);
         untimed += 1000000.0 / untimedRate;
         if (pictures.empty() || time > pictures.back().time)
-            pictures.push_back({time, HashFrame(&frame, input->Codec(), aspect, scaler)});
+            pictures.push_back({time, hashes ? HashFrame(&frame, input->Codec(), aspect, scaler) : QByteArray()});
     });
     BeginAtZero(pictures);
     return pictures;
@@ -314,6 +315,14 @@ std::vector<Reference::Picture> Reference::DecodePictures(QString const& path, d
     if (isNew)
         entry->second = DecodeAllPictures(path, untimedRate, true);
     return entry->second;
+}
+
+std::vector<long long> Reference::PictureTimes(QString const& path)
+{
+    std::vector<long long> times;
+    for (Picture const& picture : DecodeAllPictures(path, 25.0, /*threads=*/true, /*hashes=*/false))
+        times.push_back(picture.time);
+    return times;
 }
 
 std::vector<Reference::Picture> Reference::DecodeDamagedPictures(QString const& path)

@@ -79,8 +79,11 @@ struct Picture
 // process.
 std::vector<Picture> DecodePictures(QString const& path, double untimedRate = 25.0);
 
-// The same for a damaged file. FFmpeg's concealment depends on its threads: pictures that differ between runs have no
-// hash.
+// Their times, without converting them.
+std::vector<long long> PictureTimes(QString const& path);
+
+// The pictures of a damaged file. FFmpeg's concealment depends on its threads: pictures that differ between runs have
+// no hash.
 std::vector<Picture> DecodeDamagedPictures(QString const& path);
 
 QByteArray HashOf(unsigned char const* data, int width, int height, int stride);

@@ -168,9 +168,10 @@ def connect(scheduler, workers=None):
             print(f"tavolin-archive: there are no workers at {scheduler} yet, waiting for them", file=sys.stderr)
         return client
     dask.config.set(QUIET)
-    # Checks have processes of their own, so that the workers can be threads.
+    # Checks have processes of their own, so that the workers can be threads. Dask opens a port for its status even
+    # without a dashboard, and warns if another cluster on this machine has its usual one: so any port will do.
     return Client(processes=False, n_workers=workers or len(os.sched_getaffinity(0)), threads_per_worker=1,
-                  memory_limit=0, dashboard_address=None)
+                  memory_limit=0, dashboard_address=None, scheduler_kwargs={"dashboard_address": "127.0.0.1:0"})
 
 
 def check(options):
