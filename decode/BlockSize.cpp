@@ -12,6 +12,11 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <memory>
+
+// A sanitizer's runtime, null without one.
+extern "C" __attribute__((weak)) int __sanitizer_get_ownership(void const volatile* block);
+extern "C" __attribute__((weak)) size_t __sanitizer_get_allocated_size(void const volatile* block);
 
 namespace {
 
@@ -67,11 +72,31 @@ bool IsAllocatorOfArraysAsked()
     });
 }
 
+// The block's exact length if a sanitizer's allocator gave it out, else 0.
+size_t SanitizedBlockSize(void const* block)
+{
+    return __sanitizer_get_ownership(block) ? __sanitizer_get_allocated_size(block) : 0;
+}
+
+// Whether arrays come from the allocator of a sanitizer that Clang linked into the program: it alone knows their exact
+// length.
+bool AreArraysSanitized()
+{
+    constexpr size_t probeSize = 12345;
+    if (!__sanitizer_get_ownership || !__sanitizer_get_allocated_size)
+        return false;
+    std::unique_ptr<char[]> const probe(new (std::nothrow) char[probeSize]);
+    return SanitizedBlockSize(probe.get()) == probeSize;
+}
+
 } // namespace
 
 size_t ProvenBlockSize(void const* block)
 {
+    static bool const isSanitized = AreArraysSanitized();
     static bool const isAsked = IsAllocatorOfArraysAsked();
+    if (isSanitized)
+        return SanitizedBlockSize(block);
     return isAsked ? malloc_usable_size(const_cast<void*>(block)) : 0;
 }
 

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+extern "C" __attribute__((weak)) int __asan_address_is_poisoned(void const volatile* address);
+
 namespace {
 
 constexpr int pictureSize = 640 * 480 * 3;
@@ -34,6 +36,23 @@ TEST(PictureBuffersTest, HandsAGivenBufferToTheNextPictureOfItsSize)
     EXPECT_EQ(store.Take(pictureSize), buffer);
     store.Give(buffer, pictureSize);
     store.Give(other, pictureSize + 4);
+}
+
+TEST(PictureBuffersTest, LetsAddressSanitizerSeeWhoTouchesAKeptBuffer)
+{
+    if (!__asan_address_is_poisoned)
+        GTEST_SKIP() << "not under AddressSanitizer";
+    PictureBuffers store;
+    uint8_t* const buffer = store.Take(pictureSize);
+    ASSERT_GT(ProvenBlockSize(buffer), 0u);
+    store.Give(buffer, pictureSize);
+    for (int const place : {0, pictureSize / 2, pictureSize + 63})
+        EXPECT_TRUE(__asan_address_is_poisoned(buffer + place)) << place;
+    ASSERT_EQ(store.Take(pictureSize), buffer);
+    for (int const place : {0, pictureSize / 2, pictureSize + 63})
+        EXPECT_FALSE(__asan_address_is_poisoned(buffer + place)) << place;
+    EXPECT_TRUE(__asan_address_is_poisoned(buffer + pictureSize + 64));
+    store.Give(buffer, pictureSize);
 }
 
 TEST(PictureBuffersTest, NeverHandsABufferToTwo)
