@@ -1,5 +1,7 @@
 #include "tests/tools/ToolRun.h"
 
+#include "tests/tools/CommandServer.h"
+
 #include <QProcess>
 
 QStringList ToolRun::Lines() const
@@ -22,6 +24,11 @@ ToolRun RunProgram(QString const& program, QStringList const& arguments)
 }
 
 ToolRun RunTavolin(QStringList const& arguments)
+{
+    return CommandServer::Run(arguments);
+}
+
+ToolRun StartTavolin(QStringList const& arguments)
 {
     return RunProgram(QStringLiteral(TAVOLIN_COMMAND), arguments);
 }

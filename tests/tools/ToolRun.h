@@ -16,7 +16,8 @@ struct ToolRun
     QStringList Lines() const; // of the output, without the empty one at the end
 };
 
-ToolRun RunTavolin(QStringList const& arguments);
+ToolRun RunTavolin(QStringList const& arguments);   // by CommandServer, which is quick
+ToolRun StartTavolin(QStringList const& arguments); // the built command itself
 ToolRun RunProgram(QString const& program, QStringList const& arguments);
 
 // Runs a line of shell in which "$1" is the command tavolin and "$2" and further are `arguments`.

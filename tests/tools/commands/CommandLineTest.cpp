@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QMap>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,15 @@ namespace {
 QString Movie()
 {
     return MovingPicture("plain.mp4", {"-c:v", "libx264"});
+}
+
+// Run once for all tests of this process.
+ToolRun const& HelpWith(QString const& command)
+{
+    static QMap<QString, ToolRun> runs;
+    if (!runs.contains(command))
+        runs[command] = RunTavolin({"help", command});
+    return runs[command];
 }
 
 } // namespace
@@ -32,7 +42,7 @@ TEST(CommandLineTest, HelpsOnStandardOutput)
 TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 {
     for (QString const& command : QStringList{"info", "decode", "frame", "audio", "check", "sheet", "wave"}) {
-        ToolRun const run = RunTavolin({"help", command});
+        ToolRun const& run = HelpWith(command);
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_TRUE(run.output.startsWith("Usage: tavolin " + command.toUtf8() + " FILE"));
         EXPECT_EQ(RunTavolin({command, "--help"}).output, run.output);
@@ -41,13 +51,13 @@ TEST(CommandLineTest, HelpsWithEachCommandInBothWays)
 
 TEST(CommandLineTest, KeepsHelpWithin80Columns)
 {
-    for (QStringList const& arguments :
-         {QStringList{"help"}, QStringList{"help", "info"}, QStringList{"help", "decode"}, QStringList{"help", "frame"},
-          QStringList{"help", "audio"}, QStringList{"help", "check"}, QStringList{"help", "sheet"},
-          QStringList{"help", "wave"}, QStringList{"help", "play"}, QStringList{"help", "completion"}}) {
-        for (QString const& line : RunTavolin(arguments).Lines())
-            EXPECT_LE(line.size(), 80) << line.toStdString();
+    QStringList lines = RunTavolin({"help"}).Lines();
+    for (char const* command : {"info", "decode", "frame", "audio", "check", "sheet", "wave", "play", "completion"}) {
+        EXPECT_FALSE(HelpWith(command).output.isEmpty()) << command;
+        lines += HelpWith(command).Lines();
     }
+    for (QString const& line : lines)
+        EXPECT_LE(line.size(), 80) << line.toStdString();
 }
 
 TEST(CommandLineTest, TellsItsVersion)

@@ -25,16 +25,16 @@ protected:
     // What bash offers for the last of these words, which readline has split: at "=", too.
     QStringList InBash(QStringList const& words) const
     {
-        QByteArray const script = R"sh(
-            eval "$("$1" completion bash)"
-            COMP_WORDS=("${@:2}")
-            COMP_CWORD=$(($# - 2))
-            _tavolin_complete "$2"
+        static QString const completion = RunTavolin({"completion", "bash"}).Output();
+        QString const script = R"sh(
+            cd "$1"
+            eval "$2"
+            COMP_WORDS=("${@:3}")
+            COMP_CWORD=$(($# - 3))
+            _tavolin_complete "$3"
             for reply in "${COMPREPLY[@]}"; do echo "$reply"; done
         )sh";
-        return RunInShell("cd \"$3\"; tavolin=$1 script=$2; shift 3; exec bash -c \"$script\" bash \"$tavolin\" \"$@\"",
-                          QStringList{QString::fromUtf8(script), folder.path()} + words)
-            .Lines();
+        return RunProgram("bash", QStringList{"-c", script, "bash", folder.path(), completion} + words).Lines();
     }
 
     // Each line after a press of Tab behind it, in an interactive zsh.
