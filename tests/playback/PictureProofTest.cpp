@@ -110,7 +110,7 @@ TEST_P(PictureProofTest, RandomSeeksShowThePictureOfTheirTime)
     Open();
     std::mt19937 random(7);
     std::uniform_int_distribution<long long> anyTime(0, pictures.back().time + 30000);
-    size_t const seeks = LessOfLarge(15);
+    size_t const seeks = LessOfLarge(9);
     for (size_t i = 0; i < seeks && !HasFailure(); ++i) {
         long long const moment = anyTime(random);
         engine->Seek(moment);
@@ -141,7 +141,7 @@ TEST_P(PictureProofTest, ABudgetSmallerThanAGroupChangesNothing)
 {
     options.cacheBudget = 1; // the minimum, four pictures
     Open();
-    size_t const most = LessOfLarge(30);
+    size_t const most = LessOfLarge(21);
     size_t const from = std::min(pictures.size() - 1, most);
     engine->Seek(pictures[from].time);
     Wait();
