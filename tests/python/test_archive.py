@@ -197,11 +197,18 @@ def test_a_task_tells_why_a_file_was_lost(movie):
     assert worker._kept == []
 
 
-def test_a_check_goes_on_through_ctrl_c(movie):
-    with contextlib.closing(worker.Checker()) as checker:
-        assert checker.ask(str(movie), 60, 1 << 30)["result"] == "ok"
-        os.kill(checker.process.pid, signal.SIGINT)  # as a terminal sends it to all processes of the run
-        assert checker.ask(str(movie), 60, 1 << 30)["result"] == "ok"
+def test_a_check_goes_on_through_ctrl_c_even_while_it_begins(movie):
+    program = """if True:
+        import os, signal, sys
+        from tavolin_archive.worker import Checker
+        signal.signal(signal.SIGINT, lambda *_: None)
+        checker = Checker()
+        os.killpg(0, signal.SIGINT)  # as a terminal sends it to all processes of the run
+        print(checker.ask(sys.argv[1], 60, 1 << 30)["result"])
+        checker.close()"""
+    done = subprocess.run([sys.executable, "-c", program, movie], env=ENVIRONMENT, start_new_session=True,
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    assert (done.stdout, done.stderr) == ("ok\n", "")
 
 
 def test_ctrl_c_ends_a_run_with_one_sentence_and_it_goes_on_later(tmp_path):

@@ -5,7 +5,6 @@ import fcntl
 import json
 import os
 import queue
-import signal
 import sys
 import tempfile
 import threading
@@ -41,7 +40,6 @@ def take_processor():
 
 
 def main():
-    signal.signal(signal.SIGINT, signal.SIG_IGN)  # Ctrl+C is for the program that waits for the answer
     take_processor()
     paths = queue.Queue()
 

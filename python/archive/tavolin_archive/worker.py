@@ -19,11 +19,11 @@ class Lost(Exception):
 
 
 class Checker:
-    """The process that checks; see child.py."""
+    """The process that checks; see child.py. Ctrl+C does not reach it: that is for the program that waits for it."""
 
     def __init__(self):
         self.process = subprocess.Popen([sys.executable, "-m", "tavolin_archive.child"], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, bufsize=0)
+                                        stdout=subprocess.PIPE, bufsize=0, start_new_session=True)
         self.answer = b""
 
     def ask(self, path, timeout, memory):
