@@ -23,8 +23,9 @@ if(TAVOLIN_QUICK_BUILD)
     endif()
 endif()
 
+# Flags of the library tavolin_last_flags, if the folder has set it, come last.
 function(tavolin_use_build_flags target)
-    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:TavolinBuildFlags>)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:TavolinBuildFlags> ${tavolin_last_flags})
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
     if(TAVOLIN_QUICK_BUILD) # compiles eight sources together; more would make a change to one of them slow

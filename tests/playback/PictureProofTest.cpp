@@ -122,7 +122,7 @@ TEST_P(PictureProofTest, RandomSeeksShowThePictureOfTheirTime)
 TEST_P(PictureProofTest, StepsShowTheNeighbours)
 {
     Open();
-    size_t const count = std::min(pictures.size(), LessOfLarge(60));
+    size_t const count = std::min(pictures.size(), LessOfLarge(45));
     for (size_t i = 0; i < count && !HasFailure(); ++i) {
         Wait();
         ExpectShown(i);
