@@ -56,8 +56,8 @@ bool IsCppRuntime(char const* library)
 }
 
 // Whether array delete frees with the allocator that malloc_usable_size belongs to: through the C++ runtime and free,
-// or because array delete belongs to that allocator itself, as with sanitizers. Every block that array delete accepts
-// then comes from this allocator.
+// or because array delete belongs to that allocator itself, as with one that is preloaded. Every block that array
+// delete accepts then comes from this allocator.
 bool IsAllocatorOfArraysAsked()
 {
     char const* const allocator = LibraryOf(&malloc_usable_size);
@@ -78,8 +78,8 @@ size_t SanitizedBlockSize(void const* block)
     return __sanitizer_get_ownership(block) ? __sanitizer_get_allocated_size(block) : 0;
 }
 
-// Whether arrays come from the allocator of a sanitizer that Clang linked into the program: it alone knows their exact
-// length.
+// Whether arrays come from a sanitizer's allocator: only that gives the very length asked for. Clang links it into the
+// program, where its code cannot be told from the program's own.
 bool AreArraysSanitized()
 {
     constexpr size_t probeSize = 12345;
@@ -94,9 +94,9 @@ bool AreArraysSanitized()
 size_t ProvenBlockSize(void const* block)
 {
     static bool const isSanitized = AreArraysSanitized();
-    static bool const isAsked = IsAllocatorOfArraysAsked();
     if (isSanitized)
         return SanitizedBlockSize(block);
+    static bool const isAsked = IsAllocatorOfArraysAsked();
     return isAsked ? malloc_usable_size(const_cast<void*>(block)) : 0;
 }
 

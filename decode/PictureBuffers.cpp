@@ -22,12 +22,12 @@ constexpr unsigned long long unusedAfter = 32; // buffers taken since it was giv
 constexpr size_t spareBytes = 64;              // room for a converter that rounds its last step up
 
 // AddressSanitizer reports who still touches a buffer that is kept, as it does for one that is freed.
-void Close([[maybe_unused]] uint8_t const* buffer, [[maybe_unused]] int size)
+void Poison([[maybe_unused]] uint8_t const* buffer, [[maybe_unused]] int size)
 {
     ASAN_POISON_MEMORY_REGION(buffer, static_cast<size_t>(size) + spareBytes);
 }
 
-void Open([[maybe_unused]] uint8_t const* buffer, [[maybe_unused]] int size)
+void Unpoison([[maybe_unused]] uint8_t const* buffer, [[maybe_unused]] int size)
 {
     ASAN_UNPOISON_MEMORY_REGION(buffer, static_cast<size_t>(size) + spareBytes);
 }
@@ -50,7 +50,7 @@ std::shared_ptr<PictureBuffers> PictureBuffers::GetShared()
 uint8_t* PictureBuffers::Take(int size)
 {
     if (Buffer buffer = TakeKept(size)) {
-        Open(buffer.get(), size);
+        Unpoison(buffer.get(), size);
         return buffer.release();
     }
     return new (std::nothrow) uint8_t[static_cast<size_t>(size) + spareBytes];
@@ -75,7 +75,7 @@ void PictureBuffers::Give(uint8_t* buffer, int size)
     auto const bytes = static_cast<size_t>(size);
     if (!given || size < smallestKept || bytes > mostKeptBytes || ProvenBlockSize(buffer) < bytes + spareBytes)
         return;
-    Close(buffer, size);
+    Poison(buffer, size);
     std::array<Buffer, std::tuple_size_v<decltype(kept)>> displaced; // freed after the lock is released
     std::lock_guard const lock(mutex);
     for (size_t i = 0; i < displaced.size() && KeptBytes() + bytes > mostKeptBytes; ++i)

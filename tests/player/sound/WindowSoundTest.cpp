@@ -111,6 +111,7 @@ TEST_F(WindowSoundTest, TheCommandLineChoosesTheStreamOfSound)
     StartWithThreeSounds();
     EXPECT_TRUE(Eventually([&] { return Status().soundStream == 1; }));
     EXPECT_TRUE(Hears(700));
+    EXPECT_EQ(HeardTones(), std::vector<int>{700});
 }
 
 TEST_F(WindowSoundTest, TheMenuListsTheStreamsOfSound)
