@@ -1,3 +1,4 @@
+#include "tests/support/FullDisk.h"
 #include "tests/support/Media.h"
 
 #include <QDir>
@@ -30,10 +31,6 @@ ToolEnd RunInShell(QString const& line, QStringList const& arguments)
     return run;
 }
 
-// Limits files to 1 KiB (dash counts blocks of 512 bytes) and ignores SIGXFSZ, which would end the program before it
-// could report the error.
-QString const onFullDisk = QStringLiteral("trap '' XFSZ; ulimit -f 2; exec \"$1\" ");
-
 QString Movie()
 {
     return MakeMedia("disk.mkv",
@@ -48,7 +45,8 @@ protected:
     {
         SCOPED_TRACE(name.toStdString());
         QString const path = folder.filePath(name);
-        ToolEnd const fresh = RunInShell(onFullDisk + command, {Movie(), path});
+        QString const line = OnFullDisk(1) + "exec \"$1\" " + command;
+        ToolEnd const fresh = RunInShell(line, {Movie(), path});
         EXPECT_EQ(fresh.exitCode, 5);
         EXPECT_TRUE(fresh.errors.startsWith("tavolin: ")) << fresh.errors.toStdString();
         EXPECT_TRUE(fresh.errors.contains(path)) << fresh.errors.toStdString();
@@ -58,7 +56,7 @@ protected:
         ASSERT_TRUE(former.open(QIODevice::WriteOnly));
         former.write("kept");
         former.close();
-        EXPECT_EQ(RunInShell(onFullDisk + command, {Movie(), path}).exitCode, 5);
+        EXPECT_EQ(RunInShell(line, {Movie(), path}).exitCode, 5);
         EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(name));
         EXPECT_EQ(ReadMedia(path), QByteArray("kept"));
         QFile::remove(path);

@@ -1,3 +1,4 @@
+#include "tests/support/FullDisk.h"
 #include "tests/support/Media.h"
 #include "tests/tools/FolderTest.h"
 #include "tests/tools/ToolMedia.h"
@@ -160,8 +161,8 @@ TEST_F(AudioCommandTest, SaysThatPicturesHaveNoSound)
 
 TEST_F(AudioCommandTest, LeavesNothingWhereWritingFails)
 {
-    ToolRun const run = RunInShell("ulimit -f 16; trap '' XFSZ; exec \"$1\" audio \"$2\" -o \"$3\"",
-                                   {CountingFile(), PathOf("out.wav")});
+    ToolRun const run =
+        RunInShell(OnFullDisk(8) + "exec \"$1\" audio \"$2\" -o \"$3\"", {CountingFile(), PathOf("out.wav")});
     EXPECT_EQ(run.exitCode, 5);
     EXPECT_TRUE(run.errors.contains("out.wav: cannot be written: ")) << run.errors.toStdString();
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
