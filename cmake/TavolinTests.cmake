@@ -1,14 +1,20 @@
 # GoogleTest programs and their registration with CTest.
 
-# tavolin_add_test_program(TARGET SOURCE...): a program built with the target Tests.
+# tavolin_add_test_program(TARGET [COST NUMBER] SOURCE...): a program built with the target Tests. CTest starts programs
+# of a higher cost first.
 function(tavolin_add_test_program target)
-    add_executable(${target} ${ARGN})
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "COST" "")
+    add_executable(${target} ${arg_UNPARSED_ARGUMENTS})
     tavolin_use_build_flags(${target})
     tavolin_use_precompiled(${target} Tests)
-    tavolin_discover_tests(${target})
+    set(properties "")
+    if(arg_COST)
+        set(properties PROPERTIES COST ${arg_COST})
+    endif()
+    tavolin_discover_tests(${target} ${properties})
 endfunction()
 
-# tavolin_add_tests(TARGET SOURCE...): the same, with tests/support.
+# tavolin_add_tests(TARGET [COST NUMBER] SOURCE...): the same, with tests/support.
 function(tavolin_add_tests target)
     tavolin_add_test_program(${target} ${ARGN})
     target_link_libraries(${target} PRIVATE TavolinTestSupport)
