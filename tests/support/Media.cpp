@@ -8,6 +8,7 @@
 #include <QLockFile>
 #include <QtEndian>
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -68,9 +69,11 @@ void RunFfmpeg(QStringList const& arguments, QString const& output)
         argv.push_back(word.data());
     argv.push_back(nullptr);
     pid_t process = 0;
-    int status = 0;
-    if (posix_spawn(&process, argv.front(), nullptr, nullptr, argv.data(), environ) != 0 ||
-        waitpid(process, &status, 0) != process || status != 0)
+    int status = -1;
+    bool const runs = posix_spawn(&process, argv.front(), nullptr, nullptr, argv.data(), environ) == 0;
+    while (runs && waitpid(process, &status, 0) < 0 && errno == EINTR) { // by another child's end
+    }
+    if (status != 0)
         Fail("no success: " + all.join(' '));
 }
 
